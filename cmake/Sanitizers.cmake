@@ -1,0 +1,7 @@
+# ORVA_SANITIZE: a list for -fsanitize=, such as "address,undefined" or "thread", for the whole tree.
+set(ORVA_SANITIZE "" CACHE STRING "Sanitizers for the whole tree, as -fsanitize= takes them")
+option(ORVA_FUZZ "Build the fuzz targets (clang only)" OFF)
+if(ORVA_SANITIZE)
+    add_compile_options(-fsanitize=${ORVA_SANITIZE} -fno-omit-frame-pointer -fno-sanitize-recover=all)
+    add_link_options(-fsanitize=${ORVA_SANITIZE})
+endif()

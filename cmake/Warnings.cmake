@@ -1,0 +1,6 @@
+# orva_warnings: what every target of ours is compiled with. Generated code is exempt.
+add_library(orva_warnings INTERFACE)
+target_compile_options(orva_warnings INTERFACE -Wall -Wextra -Werror)
+if(CMAKE_CXX_COMPILER_ID MATCHES Clang)
+    target_compile_options(orva_warnings INTERFACE -Wthread-safety)
+endif()
