@@ -1,0 +1,32 @@
+/*
+ * Copyright (C) 2026 The orva project
+ * SPDX-License-Identifier: Apache-2.0
+ */
+#pragma once
+
+#include <hwbinder/Binder.h>
+
+namespace android {
+namespace hardware {
+
+// A proxy's way to the binder beneath it.
+class IInterface : public virtual RefBase {
+public:
+    static sp<IBinder> asBinder(const IInterface* interface);
+    static sp<IBinder> asBinder(const sp<IInterface>& interface);
+
+protected:
+    ~IInterface() override;
+    virtual IBinder* onAsBinder() = 0;
+};
+
+// The base of generated proxies: the interface, over a remote binder.
+template <typename INTERFACE>
+class BpInterface : public INTERFACE, public IInterface, public BpHwRefBase {
+public:
+    explicit BpInterface(const sp<IBinder>& remote) : BpHwRefBase(remote) {}
+    IBinder* onAsBinder() override { return remote(); }
+};
+
+}  // namespace hardware
+}  // namespace android

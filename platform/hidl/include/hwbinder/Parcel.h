@@ -1,0 +1,176 @@
+/*
+ * Copyright (C) 2026 The orva project
+ * SPDX-License-Identifier: Apache-2.0
+ */
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <vector>
+
+#include <cutils/native_handle.h>
+#include <hwbinder/IBinder.h>
+#include <utils/Errors.h>
+#include <utils/RefBase.h>
+#include <utils/String16.h>
+
+namespace android {
+namespace hardware {
+
+class IncomingData;
+
+// The arguments or results of one call, in the kernel binder's object format
+// (<linux/android/binder.h>): plain values, with buffer objects, descriptor arrays and binder
+// objects between them, and a list of where those objects stand.
+//
+// A parcel is either written, and then holds pointers to the writer's buffers, which must outlive
+// it; or it stands on received data, which a transport has checked and owns the descriptors of.
+// Not to be shared between threads.
+class Parcel {
+public:
+    Parcel();
+    ~Parcel();
+    Parcel(const Parcel&) = delete;
+    Parcel& operator=(const Parcel&) = delete;
+
+    const uint8_t* data() const;
+    size_t dataSize() const;
+    size_t dataPosition() const { return mPosition; }
+    size_t dataAvail() const { return dataSize() - mPosition; }
+    void setDataPosition(size_t position) const;
+    const uint64_t* objects() const;
+    size_t objectsCount() const;
+
+    // NO_ERROR, or why what was written so far cannot be sent.
+    status_t errorCheck() const { return mError; }
+
+    // The name of the interface that declares the method, as 8-bit text.
+    status_t writeInterfaceToken(const char* interface);
+    bool enforceInterface(const char* interface) const;
+
+    // Values of less than 32 bits take 32; every value is aligned to 4 bytes.
+    status_t writeBool(bool value);
+    status_t writeInt8(int8_t value);
+    status_t writeUint8(uint8_t value);
+    status_t writeInt16(int16_t value);
+    status_t writeUint16(uint16_t value);
+    status_t writeInt32(int32_t value);
+    status_t writeUint32(uint32_t value);
+    status_t writeInt64(int64_t value);
+    status_t writeUint64(uint64_t value);
+    status_t writeFloat(float value);
+    status_t writeDouble(double value);
+    status_t writeCString(const char* text);
+    status_t writeString16(const String16& text);
+
+    // NO_ERROR, or NOT_ENOUGH_DATA.
+    status_t readBool(bool* value) const;
+    status_t readInt8(int8_t* value) const;
+    status_t readUint8(uint8_t* value) const;
+    status_t readInt16(int16_t* value) const;
+    status_t readUint16(uint16_t* value) const;
+    status_t readInt32(int32_t* value) const;
+    status_t readUint32(uint32_t* value) const;
+    status_t readInt64(int64_t* value) const;
+    status_t readUint64(uint64_t* value) const;
+    status_t readFloat(float* value) const;
+    status_t readDouble(double* value) const;
+    // Null where no terminated text stands.
+    const char* readCString() const;
+    status_t readString16(String16* text) const;
+
+    // A buffer of the writer's, by address; `handle` becomes its number, by which buffers embedded
+    // in it name it. A null buffer is told apart from one of no bytes.
+    status_t writeBuffer(const void* buffer, size_t length, size_t* handle);
+    status_t writeEmbeddedBuffer(const void* buffer, size_t length, size_t* handle,
+                                 size_t parentHandle, size_t parentOffset);
+
+    // The next buffer, if it is of exactly `length` bytes and, for an embedded one, stands where it
+    // is expected. NO_ERROR; BAD_VALUE when there is another or none; UNEXPECTED_NULL when a null
+    // buffer stands where only a nullable read would take it.
+    status_t readBuffer(size_t length, size_t* handle, const void** buffer) const;
+    status_t readNullableBuffer(size_t length, size_t* handle, const void** buffer) const;
+    status_t readEmbeddedBuffer(size_t length, size_t* handle, size_t parentHandle,
+                                size_t parentOffset, const void** buffer) const;
+    status_t readNullableEmbeddedBuffer(size_t length, size_t* handle, size_t parentHandle,
+                                        size_t parentOffset, const void** buffer) const;
+
+    // A native handle, possibly null. The descriptors are lent for the time of the call, on both
+    // sides: the reader's are closed with the received data.
+    status_t writeNativeHandleNoDup(const native_handle_t* handle);
+    status_t writeEmbeddedNativeHandle(const native_handle_t* handle, size_t parentHandle,
+                                       size_t parentOffset);
+    status_t readNativeHandleNoDup(const native_handle_t** handle) const;
+    status_t readNullableNativeHandleNoDup(const native_handle_t** handle) const;
+    status_t readEmbeddedNativeHandle(size_t parentHandle, size_t parentOffset,
+                                      const native_handle_t** handle) const;
+    status_t readNullableEmbeddedNativeHandle(size_t parentHandle, size_t parentOffset,
+                                              const native_handle_t** handle) const;
+
+    // An object, possibly null.
+    status_t writeStrongBinder(const sp<IBinder>& binder);
+    status_t readStrongBinder(sp<IBinder>* binder) const;
+    status_t readNullableStrongBinder(sp<IBinder>* binder) const;
+
+    // For transports: stands the parcel on received data, in place of what it held.
+    void setIncoming(std::unique_ptr<IncomingData> incoming);
+
+private:
+    // A vector that needs no heap while it is small, as nearly every parcel is.
+    template <typename T, size_t N>
+    class InlineVector {
+    public:
+        T* grow(size_t count) {
+            if (mSize + count > N && mHeap.empty()) {
+                mHeap.assign(mInline, mInline + mSize);
+            }
+            if (mSize + count > N) {
+                mHeap.resize(mSize + count);
+            }
+            T* at = data() + mSize;
+            mSize += count;
+            return at;
+        }
+        T* data() { return mHeap.empty() ? mInline : mHeap.data(); }
+        const T* data() const { return mHeap.empty() ? mInline : mHeap.data(); }
+        size_t size() const { return mSize; }
+        void clear() {
+            mSize = 0;
+            mHeap.clear();
+        }
+
+    private:
+        size_t mSize = 0;
+        T mInline[N];
+        std::vector<T> mHeap;
+    };
+
+    template <typename T>
+    status_t writeScalar(T value);
+    template <typename T>
+    status_t readScalar(T* value) const;
+    uint8_t* append(size_t length);
+    const uint8_t* consume(size_t length) const;
+    template <typename T>
+    status_t writeObject(const T& object, bool listed);
+    template <typename T>
+    status_t readObject(T* object, bool* listed, size_t* index) const;
+    status_t readBufferObject(size_t length, size_t* handle, bool embedded, size_t parentHandle,
+                              size_t parentOffset, bool nullable, const void** buffer) const;
+    status_t writeHandle(const native_handle_t* handle, bool embedded, size_t parentHandle,
+                         size_t parentOffset);
+    status_t readHandle(bool embedded, size_t parentHandle, size_t parentOffset, bool nullable,
+                        const native_handle_t** handle) const;
+
+    InlineVector<uint8_t, 1024> mData;
+    InlineVector<uint64_t, 32> mObjects;
+    std::vector<sp<IBinder>> mBinders;  // Keeps written objects alive.
+    status_t mError = NO_ERROR;
+    mutable size_t mPosition = 0;
+    mutable size_t mNextObject = 0;
+    std::unique_ptr<IncomingData> mIncoming;
+};
+
+}  // namespace hardware
+}  // namespace android
