@@ -1,0 +1,65 @@
+/*
+ * Copyright (C) 2026 The orva project
+ * SPDX-License-Identifier: Apache-2.0
+ */
+#pragma once
+
+#include <sched.h>
+
+#include <hidl/HidlBinderSupport.h>
+#include <hidl/HidlSupport.h>
+#include <hidl/Status.h>
+#include <hwbinder/IPCThreadState.h>
+
+// The name that generated code has for it.
+#ifndef SCHED_NORMAL
+#define SCHED_NORMAL SCHED_OTHER
+#endif
+
+namespace android::hardware {
+
+/**
+ * Bounds how many calls this process serves at once. Must come before joinRpcThreadpool.
+ * @param maxThreads at least 1; counts the calling thread where it is to join.
+ */
+void configureRpcThreadpool(size_t maxThreads, bool callerWillJoin);
+
+/** Serves calls on the calling thread; does not return in normal operation. */
+void joinRpcThreadpool();
+
+/**
+ * Keeps with what scheduling a local service is to be called; to be called before it is first sent
+ * to another process. False for a null or remote object and for values that the kernel knows not.
+ */
+bool setMinSchedulerPolicy(const sp<hidl::base::V1_0::IBase>& service, int policy, int priority);
+
+/** Asks for callers' security contexts; false for a null or remote object. */
+bool setRequestingSid(const sp<hidl::base::V1_0::IBase>& service, bool requesting);
+
+/** Whether both are the same object, or proxies for the same one. Two nulls are equal. */
+bool interfacesEqual(const sp<hidl::base::V1_0::IBase>& left,
+                     const sp<hidl::base::V1_0::IBase>& right);
+
+namespace details {
+
+/**
+ * The parent as an IChild, if the object itself says that it is one; null otherwise. Where a remote
+ * object cannot be asked, that is a failed Return with emitError and null without.
+ */
+template <typename IChild, typename IParent, typename BpChild>
+Return<sp<IChild>> castInterface(sp<IParent> parent, const char* castTo, bool emitError) {
+    if (parent == nullptr)
+        return sp<IChild>();
+    const Return<bool> castable = canCastInterface(parent.get(), castTo, emitError);
+    if (!castable.isOk())
+        return StatusOf<bool, sp<IChild>>(castable);
+    if (!castable)
+        return sp<IChild>();
+    if (parent->isRemote())
+        return sp<IChild>(new BpChild(toBinder(parent)));
+    return sp<IChild>(static_cast<IChild*>(parent.get()));
+}
+
+}  // namespace details
+
+}  // namespace android::hardware

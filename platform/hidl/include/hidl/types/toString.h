@@ -1,0 +1,72 @@
+/*
+ * Copyright (C) 2026 The orva project
+ * SPDX-License-Identifier: Apache-2.0
+ */
+#pragma once
+
+#include <string>
+#include <type_traits>
+
+#include <utils/StrongPointer.h>
+
+#include <hidl/HidlInternal.h>
+#include <hidl/types/hidl_array.h>
+#include <hidl/types/hidl_handle.h>
+#include <hidl/types/hidl_memory.h>
+#include <hidl/types/hidl_string.h>
+#include <hidl/types/hidl_vec.h>
+
+namespace android::hardware {
+
+struct hidl_death_recipient;
+
+// For people to read. All overloads are declared first, so that sequences of sequences find them.
+
+template <typename T>
+std::enable_if_t<std::is_arithmetic_v<T>, std::string> toString(T value) {
+    if constexpr (std::is_same_v<T, bool>) {
+        return value ? "true" : "false";
+    } else {
+        return std::to_string(value);
+    }
+}
+template <typename T>
+std::enable_if_t<!std::is_same_v<T, char>, std::string> toString(const T* pointer) {
+    return details::toHexString(reinterpret_cast<uintptr_t>(pointer));
+}
+std::string toString(const hidl_string& text);
+std::string toString(const hidl_handle& handle);
+std::string toString(const hidl_memory& memory);
+std::string toString(const sp<hidl_death_recipient>& recipient);
+template <typename T>
+std::string toString(const hidl_vec<T>& values);
+template <typename T, size_t SIZE1, size_t... SIZES>
+std::string toString(const hidl_array<T, SIZE1, SIZES...>& values);
+
+namespace details {
+
+template <typename Sequence>
+std::string listToString(const Sequence& values, size_t size) {
+    std::string text;
+    for (size_t i = 0; i < size; ++i) {
+        if (i > 0)
+            text += ", ";
+        text += toString(values[i]);
+    }
+    return text;
+}
+
+}  // namespace details
+
+template <typename T>
+std::string toString(const hidl_vec<T>& values) {
+    return "[" + std::to_string(values.size()) + "]{" +
+           details::listToString(values, values.size()) + "}";
+}
+
+template <typename T, size_t SIZE1, size_t... SIZES>
+std::string toString(const hidl_array<T, SIZE1, SIZES...>& values) {
+    return "[" + std::to_string(SIZE1) + "]{" + details::listToString(values, SIZE1) + "}";
+}
+
+}  // namespace android::hardware

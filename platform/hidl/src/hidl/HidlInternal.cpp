@@ -1,0 +1,45 @@
+/*
+ * Copyright (C) 2026 The orva project
+ * SPDX-License-Identifier: Apache-2.0
+ */
+#define LOG_TAG "hidl"
+
+#include <hidl/HidlInternal.h>
+
+#include <unistd.h>
+
+#include <cinttypes>
+#include <cstdio>
+
+#include <log/log.h>
+
+namespace android::hardware::details {
+
+void logAlwaysFatal(const char* message) {
+    // The log may go nowhere on a host, and nobody should have to guess why a process ended.
+    fprintf(stderr, "fatal: %s\n", message);
+    LOG_ALWAYS_FATAL("%s", message);
+}
+
+int32_t getPidIfSharable() {
+    return getpid();
+}
+
+bool debuggable() {
+    return true;
+}
+
+std::string toHexString(uint64_t value, bool prefix) {
+    char text[2 + 16 + 1];
+    snprintf(text, sizeof(text), prefix ? "0x%" PRIx64 : "%" PRIx64, value);
+    return text;
+}
+
+HidlInstrumentor::HidlInstrumentor(const std::string& /*package*/,
+                                   const std::string& /*interface*/) {}
+
+HidlInstrumentor::~HidlInstrumentor() = default;
+
+void HidlInstrumentor::configureInstrumentation(bool /*log*/) {}
+
+}  // namespace android::hardware::details

@@ -1,0 +1,84 @@
+/*
+ * Copyright (C) 2026 The orva project
+ * SPDX-License-Identifier: Apache-2.0
+ */
+#define LOG_TAG "hidl"
+
+#include <hidl/HidlTransportSupport.h>
+
+#include <log/log.h>
+
+#include <hidl/Static.h>
+#include <hwbinder/ProcessState.h>
+
+namespace android::hardware {
+
+using hidl::base::V1_0::IBase;
+
+void configureRpcThreadpool(size_t maxThreads, bool callerWillJoin) {
+    const status_t status =
+            ProcessState::self()->setThreadPoolConfiguration(maxThreads, callerWillJoin);
+    if (status != OK)
+        details::logAlwaysFatal("configureRpcThreadpool: impossible number of threads");
+}
+
+void joinRpcThreadpool() {
+    IPCThreadState::self()->joinThreadPool();
+}
+
+bool setMinSchedulerPolicy(const sp<IBase>& service, int policy, int priority) {
+    if (service == nullptr || service->isRemote())
+        return false;
+    const bool known = policy == SCHED_NORMAL ? priority >= -20 && priority <= 19
+                       : policy == SCHED_FIFO || policy == SCHED_RR
+                               ? priority >= 1 && priority <= 99
+                               : false;
+    if (!known) {
+        ALOGE("Scheduling policy %d with priority %d is none", policy, priority);
+        return false;
+    }
+    details::gServicePrioMap->set(service, {policy, priority});
+    return true;
+}
+
+bool setRequestingSid(const sp<IBase>& service, bool requesting) {
+    if (service == nullptr || service->isRemote())
+        return false;
+    details::gServiceSidMap->set(service, requesting);
+    return true;
+}
+
+bool interfacesEqual(const sp<IBase>& left, const sp<IBase>& right) {
+    if (left == right)
+        return true;
+    if (left == nullptr || right == nullptr || !left->isRemote() || !right->isRemote()) {
+        return false;
+    }
+    return toBinder(left) == toBinder(right);
+}
+
+namespace details {
+
+Return<bool> canCastInterface(IBase* interface, const char* castTo, bool emitError) {
+    if (interface == nullptr)
+        return false;
+    const std::string_view wanted = castTo;
+    if (wanted == IBase::descriptor)
+        return true;
+    bool found = false;
+    const Return<void> told = interface->interfaceChain([&](const hidl_vec<hidl_string>& chain) {
+        for (const hidl_string& name : chain)
+            found |= viewOf(name) == wanted;
+    });
+    if (!told.isOk()) {
+        ALOGE("Cannot ask an object whether it is a %s: %s", castTo, told.description().c_str());
+        if (emitError)
+            return StatusOf<void, bool>(told);
+        return false;
+    }
+    return found;
+}
+
+}  // namespace details
+
+}  // namespace android::hardware

@@ -1,0 +1,40 @@
+/*
+ * Copyright (C) 2026 The orva project
+ * SPDX-License-Identifier: Apache-2.0
+ */
+#include <hidl/types/toString.h>
+
+#include <hidl/HidlSupport.h>
+
+namespace android::hardware {
+
+std::string toString(const hidl_string& text) {
+    return "\"" + std::string(text) + "\"";
+}
+
+std::string toString(const hidl_handle& handle) {
+    const native_handle_t* native = handle;
+    if (native == nullptr)
+        return "native_handle(null)";
+    std::string text = "native_handle(fds: [";
+    for (int i = 0; i < native->numFds; ++i) {
+        text += (i > 0 ? ", " : "") + std::to_string(native->data[i]);
+    }
+    text += "], ints: [";
+    for (int i = 0; i < native->numInts; ++i) {
+        text += (i > 0 ? ", " : "") + std::to_string(native->data[native->numFds + i]);
+    }
+    return text + "])";
+}
+
+std::string toString(const hidl_memory& memory) {
+    return "memory {.name = " + toString(memory.name()) +
+           ", .size = " + std::to_string(memory.size()) +
+           ", .handle = " + toString(hidl_handle(memory.handle())) + "}";
+}
+
+std::string toString(const sp<hidl_death_recipient>& recipient) {
+    return "death_recipient(" + toString(static_cast<const void*>(recipient.get())) + ")";
+}
+
+}  // namespace android::hardware
