@@ -5,10 +5,10 @@
 #pragma once
 
 #include <memory>
-#include <mutex>
 #include <vector>
 
 #include <hwbinder/IBinder.h>
+#include <utils/Mutex.h>
 
 namespace android {
 namespace hardware {
@@ -44,9 +44,9 @@ private:
     };
 
     const std::unique_ptr<RemoteObject> mObject;
-    std::mutex mLock;
-    bool mAlive = true;                 // Guarded by mLock.
-    std::vector<Obituary> mObituaries;  // Guarded by mLock.
+    Mutex mLock;
+    bool mAlive GUARDED_BY(mLock) = true;
+    std::vector<Obituary> mObituaries GUARDED_BY(mLock);
 };
 
 }  // namespace hardware

@@ -4,11 +4,17 @@
  */
 #pragma once
 
+#include <memory>
 #include <string>
+#include <unordered_map>
 #include <vector>
 
 #include <hwbinder/IBinder.h>
 #include <orva_platform/Runtime.h>
+#include <utils/Mutex.h>
+
+#include "Link.h"
+#include "ServiceSocket.h"
 
 namespace android {
 namespace hardware {
@@ -30,6 +36,22 @@ public:
     sp<IBinder> get(const std::string& interface, const std::string& instance);
 
     std::vector<orva_platform::ServiceEntry> list();
+
+    // Takes everything that this process serves out of the folder.
+    void clear();
+
+private:
+    struct Served {
+        sp<IBinder> binder;
+        std::shared_ptr<socket::ServiceSocket> socket;
+        std::string folder;
+        std::string file;
+    };
+
+    Mutex mLock;
+    // Both by path, folder and file.
+    std::unordered_map<std::string, Served> mServed GUARDED_BY(mLock);
+    std::unordered_map<std::string, std::weak_ptr<socket::Link>> mLinks GUARDED_BY(mLock);
 };
 
 }  // namespace hardware

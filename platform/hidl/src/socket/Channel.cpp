@@ -1,0 +1,233 @@
+/*
+ * Copyright (C) 2026 The orva project
+ * SPDX-License-Identifier: Apache-2.0
+ */
+#define LOG_TAG "HidlSocket"
+
+#include "Channel.h"
+
+#include <sys/socket.h>
+#include <sys/time.h>
+
+#include <hwbinder/Binder.h>
+#include <log/log.h>
+
+#include "../hwbinder/ServingScope.h"
+#include "Link.h"
+#include "OutgoingMessage.h"
+#include "RuntimeCounts.h"
+
+namespace android {
+namespace hardware {
+namespace socket {
+
+namespace {
+
+// How deep calls may lie in one another on one thread, before a peer could exhaust its stack.
+constexpr int kMaxNesting = 32;
+
+// How long a oneway call may wait for room: nobody waits for its end, so nobody should for its
+// start.
+constexpr TimeLimit kOnewaySendLimit{1000};
+
+}  // namespace
+
+Channel::Channel(base::unique_fd socket, Link& link, Role role)
+        : mSocket(std::move(socket)), mLink(link), mRole(role) {
+    ++runtimeCounts().channels;
+    const TimeLimit limit = mLink.replyLimit();
+    if (mRole == Role::kCaller && limit.count() > 0) {
+        // The peer has the other end only, so the kernel may keep the time for this one.
+        timeval time = {};
+        time.tv_sec = limit.count() / 1000;
+        time.tv_usec = limit.count() % 1000 * 1000;
+        setsockopt(mSocket, SOL_SOCKET, SO_RCVTIMEO, &time, sizeof time);
+    }
+}
+
+Channel::~Channel() {
+    --runtimeCounts().channels;
+}
+
+void Channel::shutDown() {
+    ::shutdown(mSocket, SHUT_RDWR);
+}
+
+void Channel::lost(Io why) {
+    mUsable = false;
+    switch (why) {
+    case Io::kTimeout:
+        mLink.cut("it took too long to answer");
+        break;
+    case Io::kBroken:
+        mLink.cut("it does not keep to the protocol");
+        break;
+    default:
+        break;
+    }
+}
+
+Io Channel::receive(std::unique_ptr<ReceivedMessage>* message) {
+    if (mRole == Role::kServer) {
+        // The peer made this socket and may still share it: it must not decide how long we wait.
+        const Io ready = waitReadable(mSocket, mLink.replyLimit());
+        if (ready != Io::kDone) {
+            return ready;
+        }
+    }
+    return ReceivedMessage::receive(mSocket, Wait::kInKernel, message);
+}
+
+status_t Channel::transact(uint64_t target, uint32_t code, const Parcel& data, Parcel* reply,
+                           uint32_t flags) {
+    {
+        OutgoingMessage call(MessageKind::kCall, mLink);
+        call.header.target = target;
+        call.header.code = code;
+        call.header.flags = flags;
+        const status_t packed = call.pack(data);
+        if (packed != NO_ERROR) {
+            return packed;
+        }
+        const bool oneway = (flags & IBinder::FLAG_ONEWAY) != 0;
+        const Io sent = call.send(mSocket, oneway ? kOnewaySendLimit : mLink.replyLimit());
+        if (sent == Io::kBroken) {
+            return FAILED_TRANSACTION;  // Nothing of it went out: the channel is as it was.
+        }
+        if (sent != Io::kDone) {
+            lost(sent);
+            return DEAD_OBJECT;
+        }
+    }
+    if ((flags & IBinder::FLAG_ONEWAY) != 0) {
+        return NO_ERROR;
+    }
+    for (;;) {
+        std::unique_ptr<ReceivedMessage> message;
+        const Io io = receive(&message);
+        if (io != Io::kDone) {
+            lost(io);
+            return DEAD_OBJECT;
+        }
+        if (message->header().kind == MessageKind::kCall) {
+            if (!serve(std::move(message))) {
+                return DEAD_OBJECT;
+            }
+            continue;
+        }
+        if (message->header().kind != MessageKind::kReply || !message->resolve(mLink)) {
+            lost(Io::kBroken);
+            return DEAD_OBJECT;
+        }
+        const status_t status = message->header().status;
+        if (status == NO_ERROR && reply != nullptr) {
+            reply->setIncoming(std::move(message));
+        }
+        return status;
+    }
+}
+
+bool Channel::serve(std::unique_ptr<ReceivedMessage> call) {
+    if (call->header().kind != MessageKind::kCall || !call->resolve(mLink)) {
+        lost(Io::kBroken);
+        return false;
+    }
+    dispatch(std::move(call));
+    return mUsable;
+}
+
+void Channel::dispatch(std::unique_ptr<ReceivedMessage> call) {
+    const MessageHeader header = call->header();
+    const bool oneway = (header.flags & IBinder::FLAG_ONEWAY) != 0;
+    const ServingScope scope(mLink.peer().pid, mLink.peer().uid, oneway, this);
+    if (scope.depth() > kMaxNesting) {
+        ALOGE("process %d nests more than %d calls in one another", mLink.peer().pid, kMaxNesting);
+        sendStatus(FAILED_TRANSACTION);
+        return;
+    }
+    const sp<BHwBinder> target = mLink.findTarget(header.target);
+    Parcel data;
+    Parcel reply;
+    data.setIncoming(std::move(call));
+    bool answered = oneway;
+    status_t status = BAD_VALUE;
+    if (target != nullptr) {
+        status = target->transact(header.code, data, &reply, header.flags, [&](Parcel& out) {
+            if (!answered) {
+                answered = true;
+                const status_t sent = sendReply(out);
+                if (sent != NO_ERROR) {
+                    sendStatus(sent);
+                }
+            }
+        });
+    } else {
+        ALOGE("process %d calls an object that it does not hold", mLink.peer().pid);
+    }
+    if (!answered && status == NO_ERROR) {
+        status = sendReply(reply);
+        answered = status == NO_ERROR;
+    }
+    if (!answered) {
+        sendStatus(status);
+    }
+}
+
+// NO_ERROR also when the peer has gone: then nobody waits for another answer.
+status_t Channel::sendReply(const Parcel& reply) {
+    if (reply.errorCheck() != NO_ERROR) {
+        return reply.errorCheck();
+    }
+    OutgoingMessage message(MessageKind::kReply, mLink);
+    const status_t packed = message.pack(reply);
+    if (packed != NO_ERROR) {
+        return packed;
+    }
+    const Io sent = message.send(mSocket, mLink.replyLimit());
+    if (sent == Io::kBroken) {
+        return FAILED_TRANSACTION;
+    }
+    if (sent != Io::kDone) {
+        lost(sent);
+    }
+    return NO_ERROR;
+}
+
+void Channel::sendStatus(status_t status) {
+    OutgoingMessage message(MessageKind::kReply, mLink);
+    message.header.status = status;
+    const Io sent = message.send(mSocket, mLink.replyLimit());
+    if (sent != Io::kDone) {
+        lost(sent);
+    }
+}
+
+ServerChannel::ServerChannel(base::unique_fd socket, std::shared_ptr<Link> link)
+        : mLink(std::move(link)), mChannel(std::move(socket), *mLink, Channel::Role::kServer) {}
+
+bool ServerChannel::open() {
+    mToken = Reactor::instance().add(shared_from_this());
+    return Reactor::instance().arm(mToken, mChannel.socket());
+}
+
+void ServerChannel::close() {
+    mChannel.shutDown();
+    Reactor::instance().remove(mToken, mChannel.socket());
+}
+
+void ServerChannel::ready() {
+    std::unique_ptr<ReceivedMessage> call;
+    const Io io = ReceivedMessage::receive(mChannel.socket(), Wait::kNo, &call);
+    if (io == Io::kEmpty || (io == Io::kDone && mChannel.serve(std::move(call)))) {
+        Reactor::instance().rearm(mToken, mChannel.socket());
+        return;
+    }
+    if (io == Io::kBroken || io == Io::kTimeout) {
+        mLink->cut("it does not keep to the protocol");
+    }
+    mLink->forget(*this);
+}
+
+}  // namespace socket
+}  // namespace hardware
+}  // namespace android

@@ -1,0 +1,84 @@
+/*
+ * Copyright (C) 2026 The orva project
+ * SPDX-License-Identifier: Apache-2.0
+ */
+#pragma once
+
+#include <atomic>
+#include <cstdint>
+#include <memory>
+
+#include <android-base/unique_fd.h>
+#include <hwbinder/Parcel.h>
+
+#include "Packet.h"
+#include "Reactor.h"
+#include "ReceivedMessage.h"
+
+namespace android {
+namespace hardware {
+namespace socket {
+
+class Link;
+
+// One conversation with a peer: a call, its reply, and between them calls back, each answered
+// before the one around it. One side starts every call; who it is was settled when the channel was
+// opened. Used by one thread at a time.
+class Channel {
+public:
+    // Whether this process starts the calls, and so made the socket, or the peer did.
+    enum class Role { kCaller, kServer };
+
+    // The link outlives the channel.
+    Channel(base::unique_fd socket, Link& link, Role role);
+    ~Channel();
+    Channel(const Channel&) = delete;
+    Channel& operator=(const Channel&) = delete;
+
+    // Sends a call and waits for its reply, serving what the peer calls back meanwhile.
+    status_t transact(uint64_t target, uint32_t code, const Parcel& data, Parcel* reply,
+                      uint32_t flags);
+
+    // Serves one call and answers it. False when the channel is no longer of use.
+    bool serve(std::unique_ptr<ReceivedMessage> call);
+
+    // Ends the conversation from another thread: whoever waits in it finds the peer gone.
+    void shutDown();
+
+    int socket() const { return mSocket; }
+    Link& link() const { return mLink; }
+    // False once the two sides may no longer agree on what comes next.
+    bool usable() const { return mUsable; }
+
+private:
+    Io receive(std::unique_ptr<ReceivedMessage>* message);
+    void dispatch(std::unique_ptr<ReceivedMessage> call);
+    status_t sendReply(const Parcel& reply);
+    void sendStatus(status_t status);
+    void lost(Io why);
+
+    const base::unique_fd mSocket;
+    Link& mLink;
+    const Role mRole;
+    bool mUsable = true;
+};
+
+// A channel on which the peer calls; served by the pool.
+class ServerChannel : public ReactorItem, public std::enable_shared_from_this<ServerChannel> {
+public:
+    ServerChannel(base::unique_fd socket, std::shared_ptr<Link> link);
+
+    // Serves from here on. False when the kernel has no room for it.
+    bool open();
+    void close();
+    void ready() override;
+
+private:
+    const std::shared_ptr<Link> mLink;
+    Channel mChannel;
+    std::atomic<uint64_t> mToken{0};
+};
+
+}  // namespace socket
+}  // namespace hardware
+}  // namespace android

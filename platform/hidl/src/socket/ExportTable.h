@@ -1,0 +1,47 @@
+/*
+ * Copyright (C) 2026 The orva project
+ * SPDX-License-Identifier: Apache-2.0
+ */
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <unordered_map>
+#include <utility>
+#include <vector>
+
+#include <hwbinder/Binder.h>
+
+namespace android {
+namespace hardware {
+namespace socket {
+
+// This process's objects that one peer holds, each with how often it was sent there. Not
+// thread-safe: its link's lock guards it.
+class ExportTable {
+public:
+    ~ExportTable();
+
+    // Counts one more reception; a new object gets a new number, never used before on this link.
+    uint64_t add(const sp<BHwBinder>& binder);
+    // Takes receptions back. False when there are not as many. `last` takes the object when that
+    // was all of them, so that the caller can let go of it outside its lock.
+    bool release(uint64_t number, uint32_t count, sp<BHwBinder>* last);
+    sp<BHwBinder> find(uint64_t number) const;
+    std::vector<sp<BHwBinder>> takeAll();
+    bool empty() const { return mEntries.empty(); }
+
+private:
+    struct Entry {
+        sp<BHwBinder> binder;
+        uint64_t count;
+    };
+
+    uint64_t mNext = 1;
+    std::unordered_map<uint64_t, Entry> mEntries;
+    std::unordered_map<const BHwBinder*, uint64_t> mNumbers;
+};
+
+}  // namespace socket
+}  // namespace hardware
+}  // namespace android

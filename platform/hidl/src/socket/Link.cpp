@@ -1,0 +1,436 @@
+/*
+ * Copyright (C) 2026 The orva project
+ * SPDX-License-Identifier: Apache-2.0
+ */
+#define LOG_TAG "HidlSocket"
+
+#include "Link.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+
+#include <poll.h>
+#include <sys/socket.h>
+
+#include <log/log.h>
+
+#include "../hwbinder/ServingScope.h"
+#include "PeerObject.h"
+#include "RuntimeCounts.h"
+#include "TransportSettings.h"
+
+namespace android {
+namespace hardware {
+namespace socket {
+
+namespace {
+
+// What one peer may make this process hold. A client uses a handful of each.
+constexpr size_t kMaxServerChannels = 64;
+constexpr size_t kMaxProxies = 4096;
+// As many calls of this process as may wait in one peer at once; further ones wait their turn.
+constexpr size_t kMaxChannels = 32;
+
+// The peer need not be waited for: what goes over a link is small and it is always read.
+constexpr TimeLimit kLinkSendLimit{1000};
+
+// Every link of the process. Never destroyed: links may outlive the program's static objects.
+class AllLinks {
+public:
+    static AllLinks& instance() {
+        static AllLinks* const all = new AllLinks;
+        return *all;
+    }
+
+    void add(const std::shared_ptr<Link>& link) {
+        Mutex::Autolock lock(mLock);
+        mLinks.emplace(link.get(), link);
+    }
+
+    void remove(const Link* link) {
+        Mutex::Autolock lock(mLock);
+        mLinks.erase(link);
+    }
+
+    std::vector<std::shared_ptr<Link>> living() {
+        std::vector<std::shared_ptr<Link>> links;
+        Mutex::Autolock lock(mLock);
+        for (const auto& entry : mLinks) {
+            if (auto link = entry.second.lock()) {
+                links.push_back(std::move(link));
+            }
+        }
+        return links;
+    }
+
+private:
+    Mutex mLock;
+    std::unordered_map<const Link*, std::weak_ptr<Link>> mLinks GUARDED_BY(mLock);
+};
+
+bool isChannelOf(const base::unique_fd& socket, const Link::Peer& peer) {
+    int domain = 0;
+    int type = 0;
+    ucred maker = {};
+    socklen_t size = sizeof domain;
+    if (getsockopt(socket, SOL_SOCKET, SO_DOMAIN, &domain, &size) != 0 || domain != AF_UNIX) {
+        return false;
+    }
+    size = sizeof type;
+    if (getsockopt(socket, SOL_SOCKET, SO_TYPE, &type, &size) != 0 || type != SOCK_SEQPACKET) {
+        return false;
+    }
+    size = sizeof maker;
+    return getsockopt(socket, SOL_SOCKET, SO_PEERCRED, &maker, &size) == 0 &&
+           maker.pid == peer.pid && maker.uid == peer.uid;
+}
+
+}  // namespace
+
+Link::Link(base::unique_fd socket, Peer peer, sp<BHwBinder> root)
+        : mSocket(std::move(socket)),
+          mPeer(peer),
+          mReplyLimit(transportSettings().replyLimit()),
+          mRoot(std::move(root)) {
+    ++runtimeCounts().links;
+}
+
+Link::~Link() {
+    AllLinks::instance().remove(this);
+    --runtimeCounts().links;
+}
+
+void Link::closeAll() {
+    for (const auto& link : AllLinks::instance().living()) {
+        link->close();
+    }
+}
+
+std::shared_ptr<Link> Link::accept(base::unique_fd socket, Peer peer, sp<BHwBinder> root) {
+    std::shared_ptr<Link> link(new Link(std::move(socket), peer, std::move(root)));
+    return link->start() ? link : nullptr;
+}
+
+std::shared_ptr<Link> Link::connect(base::unique_fd socket, Peer peer) {
+    return accept(std::move(socket), peer, nullptr);
+}
+
+bool Link::start() {
+    AllLinks::instance().add(shared_from_this());
+    mToken = Reactor::instance().add(shared_from_this());
+    if (!Reactor::instance().arm(mToken, mSocket)) {
+        Reactor::instance().remove(mToken, mSocket);
+        return false;
+    }
+    return true;
+}
+
+// --- The link's own socket --------------------------------------------------------------------
+
+void Link::ready() {
+    for (;;) {
+        std::unique_ptr<ReceivedMessage> message;
+        const Io io = ReceivedMessage::receive(mSocket, Wait::kNo, &message);
+        if (io == Io::kEmpty) {
+            Reactor::instance().rearm(mToken, mSocket);
+            return;
+        }
+        if (io == Io::kClosed) {
+            end(End::kPeerDied);
+            return;
+        }
+        if (io != Io::kDone || !handle(std::move(message))) {
+            cut("it does not keep to the protocol");
+            return;
+        }
+    }
+}
+
+bool Link::handle(std::unique_ptr<ReceivedMessage> message) {
+    switch (message->header().kind) {
+    case MessageKind::kOpenChannel:
+        return adoptChannel(message->takeDescriptor());
+    case MessageKind::kRelease: {
+        sp<BHwBinder> last;
+        bool held;
+        {
+            Mutex::Autolock lock(mLock);
+            held = mExports.release(message->header().target, message->header().code, &last);
+        }
+        last.clear();
+        end(End::kClosedIfIdle);
+        return held;
+    }
+    default:
+        return false;
+    }
+}
+
+bool Link::adoptChannel(base::unique_fd socket) {
+    if (!isChannelOf(socket, mPeer)) {
+        ALOGE("process %d offers a channel that is not its own", mPeer.pid);
+        return false;
+    }
+    auto channel = std::make_shared<ServerChannel>(std::move(socket), shared_from_this());
+    Mutex::Autolock lock(mLock);
+    if (!mAlive) {
+        return true;
+    }
+    if (mServerChannels.size() >= kMaxServerChannels) {
+        ALOGE("process %d opens more than %zu channels", mPeer.pid, kMaxServerChannels);
+        return false;
+    }
+    if (!channel->open()) {
+        return false;
+    }
+    mServerChannels.push_back(std::move(channel));
+    return true;
+}
+
+void Link::forget(ServerChannel& channel) {
+    std::shared_ptr<ServerChannel> gone;
+    {
+        Mutex::Autolock lock(mLock);
+        const auto it = std::find_if(mServerChannels.begin(), mServerChannels.end(),
+                                     [&](const auto& entry) { return entry.get() == &channel; });
+        if (it == mServerChannels.end()) {
+            return;
+        }
+        gone = std::move(*it);
+        mServerChannels.erase(it);
+    }
+    gone->close();
+}
+
+void Link::cut(const char* reason) {
+    ALOGE("process %d is cut off: %s", mPeer.pid, reason);
+    // The link's own event does the rest, on a thread of the pool: the caller may hold locks that
+    // death recipients need.
+    ::shutdown(mSocket, SHUT_RDWR);
+    {
+        Mutex::Autolock lock(mLock);
+        for (Channel* channel : mChannels) {
+            channel->shutDown();
+        }
+    }
+    Reactor::instance().rearm(mToken, mSocket);
+}
+
+void Link::close() {
+    end(End::kClosed);
+}
+
+void Link::end(End why) {
+    std::vector<std::shared_ptr<ServerChannel>> serverChannels;
+    std::vector<std::unique_ptr<Channel>> idleChannels;
+    std::vector<sp<BHwBinder>> exports;
+    std::vector<sp<BpHwBinder>> proxies;
+    {
+        Mutex::Autolock lock(mLock);
+        // A server waits for the peer to leave; a client leaves when nothing is held any more.
+        const bool idle = mRoot == nullptr && mProxies.empty() && mExports.empty();
+        if (!mAlive || (why == End::kClosedIfIdle && !idle)) {
+            return;
+        }
+        mAlive = false;
+        serverChannels.swap(mServerChannels);
+        idleChannels.swap(mIdleChannels);
+        for (Channel* channel : mChannels) {
+            channel->shutDown();
+        }
+        for (const auto& channel : idleChannels) {
+            mChannels.erase(std::find(mChannels.begin(), mChannels.end(), channel.get()));
+        }
+        exports = mExports.takeAll();
+        for (const auto& proxy : mProxies) {
+            if (auto binder = proxy.second.binder.promote()) {
+                proxies.push_back(std::move(binder));
+            }
+        }
+        mChannelReturned.broadcast();
+    }
+    ::shutdown(mSocket, SHUT_RDWR);
+    Reactor::instance().remove(mToken, mSocket);
+    for (const auto& channel : serverChannels) {
+        channel->close();
+    }
+    if (why == End::kPeerDied) {
+        for (const auto& proxy : proxies) {
+            proxy->sendObituary();
+        }
+    }
+}
+
+// --- Objects ----------------------------------------------------------------------------------
+
+sp<IBinder> Link::root() {
+    return remote(kRoot);
+}
+
+bool Link::connected() const {
+    pollfd entry = {mSocket, POLLRDHUP, 0};
+    return poll(&entry, 1, 0) == 0;
+}
+
+sp<IBinder> Link::remote(uint64_t number) {
+    Mutex::Autolock lock(mLock);
+    if (!mAlive) {
+        return nullptr;
+    }
+    Proxy& proxy = mProxies[number];
+    sp<BpHwBinder> binder = proxy.binder.promote();
+    if (binder == nullptr) {
+        if (mProxies.size() > kMaxProxies) {
+            ALOGE("process %d sends more than %zu objects", mPeer.pid, kMaxProxies);
+            mProxies.erase(number);
+            return nullptr;
+        }
+        auto object = std::make_unique<PeerObject>(shared_from_this(), number);
+        proxy.object = object.get();
+        binder = new BpHwBinder(std::move(object));
+        proxy.binder = binder;
+    }
+    ++proxy.object->receptions;
+    return binder;
+}
+
+void Link::release(PeerObject& object) {
+    bool alive;
+    {
+        Mutex::Autolock lock(mLock);
+        const auto it = mProxies.find(object.number());
+        // A newer proxy for the same object may have taken its place already.
+        if (it != mProxies.end() && it->second.object == &object) {
+            mProxies.erase(it);
+        }
+        alive = mAlive;
+    }
+    if (alive && object.number() != kRoot) {
+        OutgoingMessage message(MessageKind::kRelease, *this);
+        message.header.target = object.number();
+        message.header.code = object.receptions;
+        if (message.send(mSocket, kLinkSendLimit) == Io::kTimeout) {
+            cut("it does not read what it is sent");
+        }
+    }
+    end(End::kClosedIfIdle);
+}
+
+sp<IBinder> Link::local(uint64_t number) {
+    return findTarget(number);
+}
+
+sp<BHwBinder> Link::findTarget(uint64_t number) {
+    if (number == kRoot) {
+        return mRoot;
+    }
+    Mutex::Autolock lock(mLock);
+    return mExports.find(number);
+}
+
+uint64_t Link::numberOfLocal(const sp<IBinder>& binder) {
+    Mutex::Autolock lock(mLock);
+    return mExports.add(binder->localBinder());
+}
+
+void Link::takeBack(uint64_t number) {
+    sp<BHwBinder> last;
+    Mutex::Autolock lock(mLock);
+    mExports.release(number, 1, &last);
+}
+
+bool Link::numberOfRemote(const sp<IBinder>& binder, uint64_t* number) {
+    const auto& object = static_cast<const PeerObject&>(binder->remoteBinder()->object());
+    *number = object.number();
+    return object.link() == this;
+}
+
+// --- Calls ------------------------------------------------------------------------------------
+
+status_t Link::transact(uint64_t target, uint32_t code, const Parcel& data, Parcel* reply,
+                        uint32_t flags) {
+    if ((flags & IBinder::FLAG_ONEWAY) != 0) {
+        return transactOneway(target, code, data, flags);
+    }
+    // A thread of the peer that waits for this one serves the call; no other may.
+    if (Channel* waiting = ServingScope::channelTo(*this)) {
+        return waiting->usable() ? waiting->transact(target, code, data, reply, flags)
+                                 : DEAD_OBJECT;
+    }
+    std::unique_ptr<Channel> channel = acquireChannel();
+    if (channel == nullptr) {
+        return DEAD_OBJECT;
+    }
+    const status_t status = channel->transact(target, code, data, reply, flags);
+    returnChannel(std::move(channel));
+    return status;
+}
+
+std::unique_ptr<Channel> Link::acquireChannel() {
+    {
+        Mutex::Autolock lock(mLock);
+        while (mAlive && mIdleChannels.empty() && mChannels.size() + mOpening >= kMaxChannels) {
+            mChannelReturned.wait(mLock);
+        }
+        if (!mAlive) {
+            return nullptr;
+        }
+        if (!mIdleChannels.empty()) {
+            std::unique_ptr<Channel> channel = std::move(mIdleChannels.back());
+            mIdleChannels.pop_back();
+            return channel;
+        }
+        ++mOpening;
+    }
+    std::unique_ptr<Channel> channel = openChannel();
+    Mutex::Autolock lock(mLock);
+    --mOpening;
+    if (channel == nullptr || !mAlive) {
+        mChannelReturned.signal();
+        return nullptr;
+    }
+    mChannels.push_back(channel.get());
+    return channel;
+}
+
+void Link::returnChannel(std::unique_ptr<Channel> channel) {
+    Mutex::Autolock lock(mLock);
+    if (mAlive && channel->usable()) {
+        mIdleChannels.push_back(std::move(channel));
+    } else {
+        mChannels.erase(std::find(mChannels.begin(), mChannels.end(), channel.get()));
+    }
+    mChannelReturned.signal();
+}
+
+std::unique_ptr<Channel> Link::openChannel() {
+    int ends[2];
+    if (socketpair(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0, ends) != 0) {
+        ALOGE("cannot open a channel: %s", strerror(errno));
+        return nullptr;
+    }
+    base::unique_fd ours(ends[0]);
+    const base::unique_fd theirs(ends[1]);
+    OutgoingMessage message(MessageKind::kOpenChannel, *this);
+    message.lend(theirs);
+    if (message.send(mSocket, kLinkSendLimit) != Io::kDone) {
+        return nullptr;
+    }
+    return std::make_unique<Channel>(std::move(ours), *this, Channel::Role::kCaller);
+}
+
+status_t Link::transactOneway(uint64_t target, uint32_t code, const Parcel& data, uint32_t flags) {
+    Mutex::Autolock lock(mOnewayLock);
+    if (mOnewayChannel == nullptr) {
+        mOnewayChannel = openChannel();
+    }
+    if (mOnewayChannel == nullptr || !mOnewayChannel->usable()) {
+        return DEAD_OBJECT;
+    }
+    return mOnewayChannel->transact(target, code, data, nullptr, flags);
+}
+
+}  // namespace socket
+}  // namespace hardware
+}  // namespace android

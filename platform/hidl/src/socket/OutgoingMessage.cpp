@@ -1,0 +1,208 @@
+/*
+ * Copyright (C) 2026 The orva project
+ * SPDX-License-Identifier: Apache-2.0
+ */
+#define LOG_TAG "HidlSocket"
+
+#include "OutgoingMessage.h"
+
+#include <algorithm>
+#include <cstring>
+
+#include <cutils/native_handle.h>
+#include <linux/android/binder.h>
+#include <log/log.h>
+
+namespace android {
+namespace hardware {
+namespace socket {
+
+struct OutgoingMessage::Scratch {
+    std::vector<uint8_t> bytes;
+    std::vector<int> descriptors;
+    std::vector<uint64_t> positions;  // Where each buffer object's bytes went; 0 for others.
+    std::vector<uint64_t> exported;   // Objects counted for the peer, until it has them.
+};
+
+OutgoingMessage::Scratch& OutgoingMessage::scratch() {
+    thread_local Scratch scratch;
+    return scratch;
+}
+
+OutgoingMessage::OutgoingMessage(MessageKind kind, ObjectNumbers& numbers)
+        : header(), mNumbers(numbers), mScratch(scratch()) {
+    header.magic = kMagic;
+    header.kind = kind;
+    mScratch.bytes.assign(sizeof header, 0);
+    mScratch.descriptors.clear();
+    mScratch.exported.clear();
+}
+
+OutgoingMessage::~OutgoingMessage() {
+    // Taking back may release the object, whose destructor may send messages of its own.
+    std::vector<uint64_t> exported;
+    exported.swap(mScratch.exported);
+    for (uint64_t number : exported) {
+        mNumbers.takeBack(number);
+    }
+    if (mScratch.bytes.capacity() > kPacketSize) {
+        std::vector<uint8_t>().swap(mScratch.bytes);  // A large message is rare; its memory goes.
+    }
+}
+
+void OutgoingMessage::lend(int descriptor) {
+    mScratch.descriptors.push_back(descriptor);
+    header.descriptors = static_cast<uint32_t>(mScratch.descriptors.size());
+}
+
+namespace {
+
+template <typename T>
+T objectAt(const uint8_t* data, uint64_t offset) {
+    T object;
+    std::memcpy(&object, data + offset, sizeof object);
+    return object;
+}
+
+uint32_t typeAt(const uint8_t* data, uint64_t offset) {
+    return objectAt<binder_object_header>(data, offset).type;
+}
+
+}  // namespace
+
+status_t OutgoingMessage::measure(const Parcel& parcel, uint64_t* total) {
+    const size_t count = parcel.objectsCount();
+    uint64_t buffers = 0;
+    for (size_t i = 0; i < count; ++i) {
+        const uint64_t offset = parcel.objects()[i];
+        if (typeAt(parcel.data(), offset) != BINDER_TYPE_PTR) {
+            continue;
+        }
+        const auto buffer = objectAt<binder_buffer_object>(parcel.data(), offset);
+        if (buffer.length > kMaxMessageSize) {
+            ALOGE("cannot send a buffer of %llu bytes",
+                  static_cast<unsigned long long>(buffer.length));
+            return FAILED_TRANSACTION;
+        }
+        buffers += pad8(buffer.length);
+    }
+    *total = sizeof header + pad8(parcel.dataSize()) + count * sizeof(uint64_t) + buffers;
+    if (*total > kMaxMessageSize) {
+        ALOGE("cannot send a message of %llu bytes, %zu at the most",
+              static_cast<unsigned long long>(*total), kMaxMessageSize);
+        return FAILED_TRANSACTION;
+    }
+    header.dataSize = static_cast<uint32_t>(parcel.dataSize());
+    header.objectCount = static_cast<uint32_t>(count);
+    header.buffersSize = buffers;
+    return NO_ERROR;
+}
+
+// Copies one object's buffer behind what is there, or translates it, and blanks every address.
+status_t OutgoingMessage::placeObject(const Parcel& parcel, size_t index, uint8_t* data,
+                                      uint64_t* next) {
+    const uint64_t offset = parcel.objects()[index];
+    uint8_t* bytes = mScratch.bytes.data();
+    switch (typeAt(parcel.data(), offset)) {
+    case BINDER_TYPE_PTR: {
+        auto buffer = objectAt<binder_buffer_object>(parcel.data(), offset);
+        std::memcpy(bytes + *next, reinterpret_cast<const void*>(buffer.buffer), buffer.length);
+        mScratch.positions[index] = *next;
+        *next += pad8(buffer.length);
+        if ((buffer.flags & BINDER_BUFFER_FLAG_HAS_PARENT) != 0) {
+            if (buffer.parent >= index || mScratch.positions[buffer.parent] == 0) {
+                return BAD_VALUE;
+            }
+            std::memset(bytes + mScratch.positions[buffer.parent] + buffer.parent_offset, 0,
+                        sizeof(void*));
+        }
+        buffer.buffer = 0;
+        std::memcpy(data + offset, &buffer, sizeof buffer);
+        return NO_ERROR;
+    }
+    case BINDER_TYPE_FDA: {
+        const auto array = objectAt<binder_fd_array_object>(parcel.data(), offset);
+        if (array.parent >= index || mScratch.positions[array.parent] == 0) {
+            return BAD_VALUE;
+        }
+        uint8_t* at = bytes + mScratch.positions[array.parent] + array.parent_offset;
+        const size_t before = mScratch.descriptors.size();
+        if (array.num_fds > kMaxDescriptors - before) {
+            ALOGE("cannot send more than %zu descriptors at once", kMaxDescriptors);
+            return FAILED_TRANSACTION;
+        }
+        mScratch.descriptors.resize(before + array.num_fds);
+        std::memcpy(mScratch.descriptors.data() + before, at, array.num_fds * sizeof(int));
+        std::memset(at, 0, array.num_fds * sizeof(int));
+        return NO_ERROR;
+    }
+    case BINDER_TYPE_BINDER:
+    case BINDER_TYPE_HANDLE: {
+        auto object = objectAt<flat_binder_object>(parcel.data(), offset);
+        const sp<IBinder> binder = reinterpret_cast<IBinder*>(object.cookie);
+        uint64_t number;
+        if (object.hdr.type == BINDER_TYPE_BINDER) {
+            number = mNumbers.numberOfLocal(binder);
+            mScratch.exported.push_back(number);
+        } else if (!mNumbers.numberOfRemote(binder, &number)) {
+            ALOGE("cannot pass on an object of a third process");
+            return FAILED_TRANSACTION;
+        }
+        object.binder = number;
+        object.cookie = 0;
+        std::memcpy(data + offset, &object, sizeof object);
+        return NO_ERROR;
+    }
+    default:
+        return BAD_VALUE;
+    }
+}
+
+status_t OutgoingMessage::pack(const Parcel& parcel) {
+    uint64_t total;
+    const status_t status = measure(parcel, &total);
+    if (status != NO_ERROR) {
+        return status;
+    }
+    const size_t count = parcel.objectsCount();
+    mScratch.bytes.resize(total);  // New bytes, and so all padding, are zero.
+    mScratch.positions.assign(count, 0);
+    uint8_t* data = mScratch.bytes.data() + sizeof header;
+    uint8_t* offsets = data + pad8(parcel.dataSize());
+    std::memcpy(data, parcel.data(), parcel.dataSize());
+    if (count > 0) {
+        std::memcpy(offsets, parcel.objects(), count * sizeof(uint64_t));
+    }
+    uint64_t next = sizeof header + pad8(parcel.dataSize()) + count * sizeof(uint64_t);
+    for (size_t i = 0; i < count; ++i) {
+        const status_t placed = placeObject(parcel, i, data, &next);
+        if (placed != NO_ERROR) {
+            return placed;
+        }
+    }
+    header.descriptors = static_cast<uint32_t>(mScratch.descriptors.size());
+    return NO_ERROR;
+}
+
+Io OutgoingMessage::send(int socket, TimeLimit limit) {
+    std::vector<uint8_t>& bytes = mScratch.bytes;
+    std::memcpy(bytes.data(), &header, sizeof header);
+    size_t descriptors = mScratch.descriptors.size();
+    for (size_t sent = 0; sent < bytes.size();) {
+        const size_t part = std::min(kPacketSize, bytes.size() - sent);
+        const Io io = sendPacket(socket, bytes.data() + sent, part, mScratch.descriptors.data(),
+                                 descriptors, limit);
+        if (io != Io::kDone) {
+            // A message that ends in its middle leaves nothing to go on with.
+            return sent > 0 && io == Io::kBroken ? Io::kTimeout : io;
+        }
+        sent += part;
+        descriptors = 0;
+    }
+    mScratch.exported.clear();
+    return Io::kDone;
+}
+
+}  // namespace socket
+}  // namespace hardware
+}  // namespace android

@@ -1,0 +1,70 @@
+/*
+ * Copyright (C) 2026 The orva project
+ * SPDX-License-Identifier: Apache-2.0
+ */
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <vector>
+
+#include <hwbinder/IBinder.h>
+#include <hwbinder/Parcel.h>
+#include <utils/Errors.h>
+
+#include "Packet.h"
+#include "Wire.h"
+
+namespace android {
+namespace hardware {
+namespace socket {
+
+// Gives the objects in a message the numbers by which the peer knows them.
+class ObjectNumbers {
+public:
+    virtual ~ObjectNumbers() = default;
+
+    // The number of one of this process's objects; counts one more reception by the peer.
+    virtual uint64_t numberOfLocal(const sp<IBinder>& binder) = 0;
+    // Takes back one such reception of an object that was not sent after all.
+    virtual void takeBack(uint64_t number) = 0;
+    // The number of one of the peer's own objects; false when it is a third process's.
+    virtual bool numberOfRemote(const sp<IBinder>& binder, uint64_t* number) = 0;
+};
+
+// One message as it goes out: a parcel laid out flat, and the descriptors it lends. The buffers
+// are a thread's own and used again, so only one message of a thread lives at a time.
+class OutgoingMessage {
+public:
+    // `numbers` outlives the message.
+    OutgoingMessage(MessageKind kind, ObjectNumbers& numbers);
+    ~OutgoingMessage();
+    OutgoingMessage(const OutgoingMessage&) = delete;
+    OutgoingMessage& operator=(const OutgoingMessage&) = delete;
+
+    MessageHeader header;
+
+    // Lays out a parcel. NO_ERROR, or FAILED_TRANSACTION, with a logged reason, when it is too
+    // large, is malformed or holds what cannot be passed on.
+    status_t pack(const Parcel& parcel);
+
+    // Lends one descriptor.
+    void lend(int descriptor);
+
+    // After kDone, the peer has the message's objects.
+    Io send(int socket, TimeLimit limit);
+
+private:
+    struct Scratch;
+    static Scratch& scratch();
+
+    status_t measure(const Parcel& parcel, uint64_t* total);
+    status_t placeObject(const Parcel& parcel, size_t index, uint8_t* data, uint64_t* next);
+
+    ObjectNumbers& mNumbers;
+    Scratch& mScratch;
+};
+
+}  // namespace socket
+}  // namespace hardware
+}  // namespace android

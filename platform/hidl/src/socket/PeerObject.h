@@ -1,0 +1,39 @@
+/*
+ * Copyright (C) 2026 The orva project
+ * SPDX-License-Identifier: Apache-2.0
+ */
+#pragma once
+
+#include <cstdint>
+#include <memory>
+
+#include "../hwbinder/RemoteObject.h"
+
+namespace android {
+namespace hardware {
+namespace socket {
+
+class Link;
+
+// One of a peer's objects, by the number it has on the link.
+class PeerObject : public RemoteObject {
+public:
+    PeerObject(std::shared_ptr<Link> link, uint64_t number);
+    ~PeerObject() override;
+
+    status_t transact(uint32_t code, const Parcel& data, Parcel* reply, uint32_t flags) override;
+
+    uint64_t number() const { return mNumber; }
+    const Link* link() const { return mLink.get(); }
+
+    // How often the peer sent it; guarded by the link's lock.
+    uint32_t receptions = 0;
+
+private:
+    const std::shared_ptr<Link> mLink;
+    const uint64_t mNumber;
+};
+
+}  // namespace socket
+}  // namespace hardware
+}  // namespace android

@@ -1,0 +1,191 @@
+/*
+ * Copyright (C) 2026 The orva project
+ * SPDX-License-Identifier: Apache-2.0
+ */
+#define LOG_TAG "HidlSocket"
+
+#include "Reactor.h"
+
+#include <cerrno>
+#include <cstring>
+#include <system_error>
+#include <utility>
+
+#include <sys/epoll.h>
+#include <sys/eventfd.h>
+
+#include <log/log.h>
+
+namespace android {
+namespace hardware {
+namespace socket {
+
+namespace {
+
+constexpr uint64_t kWakeUpToken = 0;
+
+// One thread at a time gets an item's events: whoever serves a conversation has it to itself.
+constexpr uint32_t kEvents = EPOLLIN | EPOLLRDHUP | EPOLLONESHOT;
+
+}  // namespace
+
+// Never destroyed: threads of the pool may outlive the program's static objects.
+Reactor& Reactor::instance() {
+    static Reactor* const reactor = new Reactor;
+    return *reactor;
+}
+
+Reactor::Reactor()
+        : mEpoll(epoll_create1(EPOLL_CLOEXEC)), mWakeUp(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)) {
+    epoll_event event = {};
+    event.events = EPOLLIN;  // Stays ready, so that it wakes every thread.
+    event.data.u64 = kWakeUpToken;
+    LOG_ALWAYS_FATAL_IF(
+            mEpoll < 0 || mWakeUp < 0 || epoll_ctl(mEpoll, EPOLL_CTL_ADD, mWakeUp, &event) != 0,
+            "no descriptors left to start the HIDL runtime with: %s", strerror(errno));
+}
+
+uint64_t Reactor::add(std::shared_ptr<ReactorItem> item) {
+    Mutex::Autolock lock(mItemsLock);
+    mItems.emplace(mNextToken, std::move(item));
+    return mNextToken++;
+}
+
+bool Reactor::arm(uint64_t token, int socket) {
+    epoll_event event = {};
+    event.events = kEvents;
+    event.data.u64 = token;
+    if (epoll_ctl(mEpoll, EPOLL_CTL_ADD, socket, &event) != 0) {
+        ALOGE("cannot wait on a socket: %s", strerror(errno));
+        return false;
+    }
+    return true;
+}
+
+void Reactor::rearm(uint64_t token, int socket) {
+    epoll_event event = {};
+    event.events = kEvents;
+    event.data.u64 = token;
+    // Fails when the item was removed meanwhile, and then there is nothing to wait for.
+    epoll_ctl(mEpoll, EPOLL_CTL_MOD, socket, &event);
+}
+
+void Reactor::remove(uint64_t token, int socket) {
+    epoll_ctl(mEpoll, EPOLL_CTL_DEL, socket, nullptr);
+    std::shared_ptr<ReactorItem> item;  // Released after the lock.
+    Mutex::Autolock lock(mItemsLock);
+    const auto it = mItems.find(token);
+    if (it != mItems.end()) {
+        item = std::move(it->second);
+        mItems.erase(it);
+    }
+}
+
+std::shared_ptr<ReactorItem> Reactor::find(uint64_t token) {
+    Mutex::Autolock lock(mItemsLock);
+    const auto it = mItems.find(token);
+    return it == mItems.end() ? nullptr : it->second;
+}
+
+void Reactor::loop() {
+    while (!mStopping) {
+        epoll_event event;
+        ++mWaiting;
+        const int ready = epoll_wait(mEpoll, &event, 1, -1);
+        const bool lastToWait = --mWaiting == 0;
+        if (ready < 0 && errno != EINTR) {
+            ALOGE("cannot wait for calls: %s", strerror(errno));
+            return;
+        }
+        if (ready <= 0 || event.data.u64 == kWakeUpToken) {
+            continue;
+        }
+        if (lastToWait) {
+            growIfBusy();
+        }
+        if (const auto item = find(event.data.u64)) {
+            item->ready();
+        }
+    }
+}
+
+void Reactor::growIfBusy() {
+    Mutex::Autolock lock(mPoolLock);
+    const size_t own = mMaxThreads - (mCallerJoins ? 1 : 0);
+    if (!mStarted || mStopping || mThreads.size() >= own) {
+        return;
+    }
+    try {
+        mThreads.emplace_back([this] { loop(); });
+    } catch (const std::system_error& error) {
+        ALOGE("the pool stays at %zu threads: %s", mThreads.size(), error.what());
+    }
+}
+
+void Reactor::configure(size_t maxThreads, bool callerJoins) {
+    Mutex::Autolock lock(mPoolLock);
+    mMaxThreads = maxThreads;
+    mCallerJoins = callerJoins;
+}
+
+size_t Reactor::maxThreads() {
+    Mutex::Autolock lock(mPoolLock);
+    return mMaxThreads;
+}
+
+size_t Reactor::threadCount() {
+    Mutex::Autolock lock(mPoolLock);
+    return mThreads.size() + mJoiners;
+}
+
+void Reactor::start() {
+    {
+        Mutex::Autolock lock(mPoolLock);
+        if (mStarted) {
+            return;
+        }
+        mStarted = true;
+    }
+    growIfBusy();
+}
+
+void Reactor::join() {
+    {
+        Mutex::Autolock lock(mPoolLock);
+        ++mJoiners;
+        mStarted = true;
+    }
+    loop();
+    Mutex::Autolock lock(mPoolLock);
+    --mJoiners;
+    mJoinersLeft.broadcast();
+}
+
+void Reactor::requestStop() {
+    mStopping = true;
+    eventfd_write(mWakeUp, 1);
+}
+
+void Reactor::stop() {
+    requestStop();
+    std::vector<std::thread> threads;
+    {
+        Mutex::Autolock lock(mPoolLock);
+        threads.swap(mThreads);
+        mStarted = false;
+    }
+    for (std::thread& thread : threads) {
+        thread.join();
+    }
+    Mutex::Autolock lock(mPoolLock);
+    while (mJoiners > 0) {
+        mJoinersLeft.wait(mPoolLock);
+    }
+    eventfd_t ignored;
+    eventfd_read(mWakeUp, &ignored);
+    mStopping = false;
+}
+
+}  // namespace socket
+}  // namespace hardware
+}  // namespace android

@@ -1,0 +1,89 @@
+/*
+ * Copyright (C) 2026 The orva project
+ * SPDX-License-Identifier: Apache-2.0
+ */
+#pragma once
+
+#include <atomic>
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <thread>
+#include <unordered_map>
+#include <vector>
+
+#include <android-base/unique_fd.h>
+#include <utils/Condition.h>
+#include <utils/Mutex.h>
+
+namespace android {
+namespace hardware {
+namespace socket {
+
+// What waits on a socket. While ready() runs, and until the item is armed again, no other thread
+// gets its events.
+class ReactorItem {
+public:
+    virtual ~ReactorItem() = default;
+    virtual void ready() = 0;
+};
+
+// The process's thread pool: threads that wait on all sockets at once. The thread that is woken is
+// the one that reads and serves. Every operation may be called from any thread.
+class Reactor {
+public:
+    static Reactor& instance();
+
+    // Keeps an item until its removal, and through a ready() under way; the token names it.
+    uint64_t add(std::shared_ptr<ReactorItem> item);
+    // Begins to wait on the item's socket. False when the kernel refuses; logged.
+    bool arm(uint64_t token, int socket);
+    // Waits again, after ready() was called.
+    void rearm(uint64_t token, int socket);
+    // Must come before the socket is closed.
+    void remove(uint64_t token, int socket);
+
+    void configure(size_t maxThreads, bool callerJoins);
+    size_t maxThreads();
+    // Starts the first thread of the pool, if it has any of its own.
+    void start();
+    // Serves on the calling thread until the pool is stopped.
+    void join();
+    // Makes join() return. Safe in a signal handler.
+    void requestStop();
+    // Takes no more events, waits for those under way and joins the threads; the pool can be
+    // started again afterwards.
+    void stop();
+
+    size_t threadCount();
+
+private:
+    Reactor();
+
+    std::shared_ptr<ReactorItem> find(uint64_t token);
+    void loop();
+    void growIfBusy();
+
+    // Read without a lock: fixed once the reactor exists.
+    base::unique_fd mEpoll;
+    base::unique_fd mWakeUp;
+
+    std::atomic<bool> mStopping{false};
+    std::atomic<int> mWaiting{0};
+
+    Mutex mItemsLock;
+    uint64_t mNextToken GUARDED_BY(mItemsLock) = 1;
+    std::unordered_map<uint64_t, std::shared_ptr<ReactorItem>> mItems GUARDED_BY(mItemsLock);
+
+    Mutex mPoolLock;
+    Condition mJoinersLeft;
+    size_t mMaxThreads GUARDED_BY(mPoolLock) = 1;
+    bool mCallerJoins GUARDED_BY(mPoolLock) = false;
+    bool mStarted GUARDED_BY(mPoolLock) = false;
+    size_t mJoiners GUARDED_BY(mPoolLock) = 0;
+    std::vector<std::thread> mThreads GUARDED_BY(mPoolLock);
+};
+
+}  // namespace socket
+}  // namespace hardware
+}  // namespace android

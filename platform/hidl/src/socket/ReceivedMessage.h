@@ -1,0 +1,91 @@
+/*
+ * Copyright (C) 2026 The orva project
+ * SPDX-License-Identifier: Apache-2.0
+ */
+#pragma once
+
+#include <memory>
+#include <utility>
+#include <vector>
+
+#include <android-base/unique_fd.h>
+
+#include "../hwbinder/IncomingData.h"
+#include "Packet.h"
+#include "Wire.h"
+
+namespace android {
+namespace hardware {
+namespace socket {
+
+// Finds the objects that a message names.
+class ObjectFinder {
+public:
+    virtual ~ObjectFinder() = default;
+
+    // A proxy for one of the peer's objects, whose reception it counts; null when the peer has
+    // made this process hold too many.
+    virtual sp<IBinder> remote(uint64_t number) = 0;
+    // One of this process's own objects; null when the peer does not hold it.
+    virtual sp<IBinder> local(uint64_t number) = 0;
+};
+
+// One message as it came in, hostile until checked. Owns its bytes and its descriptors.
+class ReceivedMessage : public IncomingData {
+public:
+    // Receives and checks one message, all but its objects' meaning. kDone, and `message` is set;
+    // kEmpty only when told not to wait for its start. A message whose rest does not follow within
+    // a short time is kTimeout; a malformed one is kBroken, with its reason logged.
+    static Io receive(int socket, Wait wait, std::unique_ptr<ReceivedMessage>* message);
+
+    // The same for a message that is there already: its first packet's bytes, at most kPacketSize,
+    // and what else was received with it; what fuzzing feeds.
+    static Io check(const uint8_t* bytes, size_t size, std::vector<base::unique_fd> descriptors,
+                    std::unique_ptr<ReceivedMessage>* message);
+
+    ~ReceivedMessage() override;
+
+    const MessageHeader& header() const { return mHeader; }
+
+    // Replaces the objects' numbers by binders. False when one is not to be found.
+    bool resolve(ObjectFinder& finder);
+
+    // The descriptor of a message that carries one and no parcel.
+    base::unique_fd takeDescriptor();
+
+    const uint8_t* data() const override;
+    size_t dataSize() const override { return mHeader.dataSize; }
+    const uint64_t* objects() const override;
+    size_t objectsCount() const override { return mHeader.objectCount; }
+    sp<IBinder> binder(size_t index) const override;
+
+private:
+    ReceivedMessage();
+
+    Io receiveRest(int socket, size_t received);
+    const char* checkHeader(size_t received);
+    // The objects in the order in which they stand, each fixed up where it points to.
+    const char* fixObjects();
+    const char* fixBuffer(size_t index, uint64_t* next);
+    const char* fixDescriptors(size_t index, size_t* nextDescriptor);
+    const char* claim(uint64_t parent, size_t index, uint64_t offset, uint64_t length,
+                      uint8_t** at);
+
+    struct Buffer {
+        uint8_t* start = nullptr;  // Null for objects that are no buffers.
+        uint64_t length = 0;
+        uint64_t claimed = 0;  // Up to where something in it has been fixed up.
+    };
+
+    MessageHeader mHeader = {};
+    size_t mTotal = 0;
+    std::unique_ptr<uint8_t[]> mBytes;
+    bool mBlock;  // Whether mBytes is a packet-sized block, to be used again.
+    std::vector<base::unique_fd> mDescriptors;
+    std::vector<Buffer> mBuffers;
+    std::vector<std::pair<size_t, sp<IBinder>>> mBinders;
+};
+
+}  // namespace socket
+}  // namespace hardware
+}  // namespace android

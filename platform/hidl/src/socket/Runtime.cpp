@@ -1,0 +1,53 @@
+/*
+ * Copyright (C) 2026 The orva project
+ * SPDX-License-Identifier: Apache-2.0
+ */
+#include <orva_platform/Runtime.h>
+
+#include "Link.h"
+#include "Reactor.h"
+#include "RuntimeCounts.h"
+#include "ServiceDirectory.h"
+#include "TransportSettings.h"
+
+namespace orva_platform {
+
+using android::hardware::ServiceDirectory;
+using android::hardware::socket::Link;
+using android::hardware::socket::Reactor;
+using android::hardware::socket::runtimeCounts;
+using android::hardware::socket::transportSettings;
+
+void setServiceDirectory(const std::string& path) {
+    transportSettings().setDirectory(path);
+}
+
+std::string serviceDirectory() {
+    return transportSettings().directory();
+}
+
+void setReplyLimit(std::chrono::milliseconds limit) {
+    transportSettings().setReplyLimit(limit);
+}
+
+std::vector<ServiceEntry> listServices() {
+    return ServiceDirectory::instance().list();
+}
+
+void stop() {
+    ServiceDirectory::instance().clear();
+    Reactor::instance().stop();
+    Link::closeAll();
+}
+
+void requestStop() {
+    Reactor::instance().requestStop();
+}
+
+Counts counts() {
+    const auto& held = runtimeCounts();
+    return {held.links, held.channels, Reactor::instance().threadCount(), held.exports,
+            held.proxies};
+}
+
+}  // namespace orva_platform

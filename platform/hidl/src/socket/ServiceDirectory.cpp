@@ -1,0 +1,150 @@
+/*
+ * Copyright (C) 2026 The orva project
+ * SPDX-License-Identifier: Apache-2.0
+ */
+#define LOG_TAG "HidlSocket"
+
+#include "ServiceDirectory.h"
+
+#include <cstring>
+
+#include <log/log.h>
+
+#include "ServiceFolder.h"
+#include "TransportSettings.h"
+
+namespace android {
+namespace hardware {
+
+using socket::Link;
+using socket::ServiceFolder;
+using socket::ServiceSocket;
+
+// Never destroyed: threads of the pool may outlive the program's static objects.
+ServiceDirectory& ServiceDirectory::instance() {
+    static ServiceDirectory* const directory = new ServiceDirectory;
+    return *directory;
+}
+
+status_t ServiceDirectory::add(const std::vector<std::string>& interfaces,
+                               const std::string& instance, const sp<IBinder>& binder) {
+    if (binder == nullptr || binder->localBinder() == nullptr) {
+        ALOGE("only an object of this process can be registered here");
+        return BAD_VALUE;
+    }
+    const std::string path = socket::transportSettings().directory();
+    ServiceFolder folder;
+    status_t status = folder.open(path);
+    if (status != NO_ERROR) {
+        return status;
+    }
+    const base::unique_fd registering = folder.lock();
+    if (registering < 0) {
+        return UNKNOWN_ERROR;
+    }
+    // All names or none: the sockets listen only once every one of them is bound.
+    std::vector<Served> made;
+    for (const std::string& interface : interfaces) {
+        const std::string file = ServiceFolder::fileOf(interface, instance);
+        base::unique_fd listener;
+        status = file.empty() ? BAD_VALUE : folder.bind(file, &listener);
+        if (status != NO_ERROR) {
+            ALOGE("cannot register %s/%s: %s", interface.c_str(), instance.c_str(),
+                  status == ALREADY_EXISTS ? "a living process serves it already"
+                                           : strerror(-status));
+            break;
+        }
+        made.push_back({binder,
+                        std::make_shared<ServiceSocket>(std::move(listener), binder->localBinder()),
+                        path, file});
+    }
+    for (size_t i = 0; status == NO_ERROR && i < made.size(); ++i) {
+        status = made[i].socket->open();
+    }
+    if (status != NO_ERROR) {
+        for (const Served& served : made) {
+            folder.remove(served.file);
+            served.socket->close();
+        }
+        return status;
+    }
+    Mutex::Autolock lock(mLock);
+    for (Served& served : made) {
+        mServed[path + "/" + served.file] = std::move(served);
+    }
+    return NO_ERROR;
+}
+
+sp<IBinder> ServiceDirectory::get(const std::string& interface, const std::string& instance) {
+    const std::string path = socket::transportSettings().directory();
+    const std::string file = ServiceFolder::fileOf(interface, instance);
+    const std::string key = path + "/" + file;
+    Mutex::Autolock lock(mLock);
+    const auto served = mServed.find(key);
+    if (served != mServed.end()) {
+        return served->second.binder;
+    }
+    if (const auto known = mLinks[key].lock(); known != nullptr && known->connected()) {
+        if (sp<IBinder> root = known->root()) {
+            return root;
+        }
+    }
+    ServiceFolder folder;
+    base::unique_fd connection;
+    Link::Peer peer;
+    status_t status = file.empty() ? BAD_VALUE : folder.open(path);
+    if (status == NO_ERROR) {
+        status = folder.connect(file, true, &connection);
+    }
+    if (status == NO_ERROR && !socket::peerOf(connection, &peer)) {
+        status = UNKNOWN_ERROR;
+    }
+    if (status != NO_ERROR) {
+        ALOGE("no %s/%s in %s: %s", interface.c_str(), instance.c_str(), path.c_str(),
+              status == NAME_NOT_FOUND ? "nobody serves it" : strerror(-status));
+        return nullptr;
+    }
+    const auto link = Link::connect(std::move(connection), peer);
+    mLinks[key] = link;
+    return link == nullptr ? nullptr : link->root();
+}
+
+std::vector<orva_platform::ServiceEntry> ServiceDirectory::list() {
+    std::vector<orva_platform::ServiceEntry> entries;
+    ServiceFolder folder;
+    if (folder.open(socket::transportSettings().directory()) != NO_ERROR) {
+        return entries;
+    }
+    for (const std::string& file : folder.files()) {
+        orva_platform::ServiceEntry entry;
+        base::unique_fd connection;
+        Link::Peer peer;
+        // What a dead server left behind is no service; its next one takes the name over.
+        if (ServiceFolder::nameOf(file, &entry.interface, &entry.instance) &&
+            folder.connect(file, true, &connection) == NO_ERROR &&
+            socket::peerOf(connection, &peer)) {
+            entry.pid = peer.pid;
+            entries.push_back(std::move(entry));
+        }
+    }
+    return entries;
+}
+
+void ServiceDirectory::clear() {
+    std::unordered_map<std::string, Served> served;
+    {
+        Mutex::Autolock lock(mLock);
+        served.swap(mServed);
+        mLinks.clear();
+    }
+    for (const auto& entry : served) {
+        ServiceFolder folder;
+        if (folder.open(entry.second.folder) == NO_ERROR) {
+            folder.remove(entry.second.file);
+        }
+        entry.second.socket->close();
+    }
+}
+
+}  // namespace hardware
+}  // namespace android

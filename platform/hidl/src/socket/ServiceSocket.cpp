@@ -1,0 +1,95 @@
+/*
+ * Copyright (C) 2026 The orva project
+ * SPDX-License-Identifier: Apache-2.0
+ */
+#define LOG_TAG "HidlSocket"
+
+#include "ServiceSocket.h"
+
+#include <cerrno>
+#include <cstring>
+
+#include <fcntl.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <log/log.h>
+
+namespace android {
+namespace hardware {
+namespace socket {
+
+namespace {
+
+constexpr int kBacklog = 128;
+
+base::unique_fd openReserve() {
+    return base::unique_fd(::open("/dev/null", O_RDONLY | O_CLOEXEC));
+}
+
+}  // namespace
+
+bool peerOf(int socket, Link::Peer* peer) {
+    ucred credentials = {};
+    socklen_t size = sizeof credentials;
+    if (getsockopt(socket, SOL_SOCKET, SO_PEERCRED, &credentials, &size) != 0) {
+        return false;
+    }
+    *peer = {credentials.pid, credentials.uid};
+    return true;
+}
+
+ServiceSocket::ServiceSocket(base::unique_fd socket, sp<BHwBinder> binder)
+        : mSocket(std::move(socket)), mBinder(std::move(binder)), mReserve(openReserve()) {}
+
+status_t ServiceSocket::open() {
+    if (listen(mSocket, kBacklog) != 0) {
+        return -errno;
+    }
+    mToken = Reactor::instance().add(shared_from_this());
+    if (!Reactor::instance().arm(mToken, mSocket)) {
+        Reactor::instance().remove(mToken, mSocket);
+        return NO_MEMORY;
+    }
+    return NO_ERROR;
+}
+
+void ServiceSocket::close() {
+    Reactor::instance().remove(mToken, mSocket);
+}
+
+void ServiceSocket::ready() {
+    for (;;) {
+        base::unique_fd connection(accept4(mSocket, nullptr, nullptr, SOCK_CLOEXEC));
+        if (connection >= 0) {
+            acceptOne(std::move(connection));
+            continue;
+        }
+        if (errno == EMFILE || errno == ENFILE) {
+            ALOGE("a client is refused: %s", strerror(errno));
+            mReserve.reset();
+            base::unique_fd refused(accept4(mSocket, nullptr, nullptr, SOCK_CLOEXEC));
+            refused.reset();
+            mReserve = openReserve();
+            continue;
+        }
+        if (errno != EINTR && errno != ECONNABORTED) {
+            break;
+        }
+    }
+    Reactor::instance().rearm(mToken, mSocket);
+}
+
+void ServiceSocket::acceptOne(base::unique_fd connection) {
+    Link::Peer peer;
+    if (!peerOf(connection, &peer) || peer.uid != geteuid()) {
+        // The folder's and the socket's modes keep others out already; this holds if they change.
+        ALOGE("a client of another user is refused");
+        return;
+    }
+    Link::accept(std::move(connection), peer, mBinder);
+}
+
+}  // namespace socket
+}  // namespace hardware
+}  // namespace android

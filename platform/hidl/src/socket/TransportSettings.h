@@ -1,0 +1,36 @@
+/*
+ * Copyright (C) 2026 The orva project
+ * SPDX-License-Identifier: Apache-2.0
+ */
+#pragma once
+
+#include <string>
+
+#include <utils/Mutex.h>
+
+#include "Packet.h"
+
+namespace android {
+namespace hardware {
+namespace socket {
+
+// What the program has decided; see orva_platform/Runtime.h.
+class TransportSettings {
+public:
+    TimeLimit replyLimit();
+    void setReplyLimit(TimeLimit limit);
+    // Where services are; see setServiceDirectory.
+    std::string directory();
+    void setDirectory(const std::string& path);
+
+private:
+    Mutex mLock;
+    TimeLimit mReplyLimit GUARDED_BY(mLock){0};
+    std::string mDirectory GUARDED_BY(mLock);
+};
+
+TransportSettings& transportSettings();
+
+}  // namespace socket
+}  // namespace hardware
+}  // namespace android

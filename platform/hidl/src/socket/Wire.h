@@ -1,0 +1,60 @@
+/*
+ * Copyright (C) 2026 The orva project
+ * SPDX-License-Identifier: Apache-2.0
+ */
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+
+namespace android {
+namespace hardware {
+namespace socket {
+
+// What travels on a connection, a sequence of packets of a Unix socket:
+//
+//   MessageHeader | data | object offsets | buffers
+//
+// each part padded to 8 bytes. Data and offsets are a parcel's; the buffers follow in the order of
+// their buffer objects. Pointers do not travel: the receiver puts its own where buffers and
+// descriptors stand. The message's first packet carries its descriptors; what does not fit into one
+// packet follows in more, without a header of their own.
+enum class MessageKind : uint32_t {
+    kCall = 1,         // target, code, flags, and a parcel.
+    kReply = 2,        // status, and a parcel if it is 0.
+    kOpenChannel = 3,  // One descriptor: the receiver's end of a new channel. Links only.
+    kRelease = 4,      // target, and in code how many receptions of it are given up. Links only.
+};
+
+struct MessageHeader {
+    uint32_t magic;
+    MessageKind kind;
+    uint64_t target;
+    uint32_t code;
+    uint32_t flags;
+    int32_t status;
+    uint32_t descriptors;
+    uint32_t dataSize;
+    uint32_t objectCount;
+    uint64_t buffersSize;
+};
+static_assert(sizeof(MessageHeader) == 48, "the header is part of the wire");
+
+constexpr uint32_t kMagic = 0x4f525631;  // "ORV1"
+constexpr size_t kPacketSize = 16 * 1024;
+constexpr size_t kMaxMessageSize = 1024 * 1024 - 8 * 1024;
+constexpr size_t kMaxDescriptors = 253;  // As many as the kernel passes at once.
+
+constexpr uint64_t pad8(uint64_t length) {
+    return (length + 7) & ~uint64_t{7};
+}
+
+// Whether `length` bytes from `offset` lie within `size`; the one form in which ranges that a peer
+// names are checked.
+constexpr bool inRange(uint64_t offset, uint64_t length, uint64_t size) {
+    return offset <= size && length <= size - offset;
+}
+
+}  // namespace socket
+}  // namespace hardware
+}  // namespace android
