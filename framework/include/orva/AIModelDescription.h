@@ -32,7 +32,8 @@ public:
     void set_para(const std::string& name, const std::string& value) { paras_[name] = value; }
 
     // Copies `size` bytes; they may be released as soon as the call has returned. Copies of the
-    // description share the bytes.
+    // description share the bytes. There are none afterwards when there is no memory for them, or
+    // they are more than the framework takes.
     void set_data(const void* data, size_t size);
     // Null and 0 while there are no bytes.
     const uint8_t* data() const { return data_ ? data_->data() : nullptr; }

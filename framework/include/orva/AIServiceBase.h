@@ -41,9 +41,13 @@ public:
     // Starts counting the time that the node lies idle.
     void CreateIdleTimer();
 
+protected:
+    // Shared with the node's requests in flight, which may outlive it.
+    class IdleTimer;
+    const std::shared_ptr<IdleTimer>& idleTimer() const { return idleTimer_; }
+
 private:
-    struct IdleTimer;
-    std::unique_ptr<IdleTimer> idleTimer_;
+    std::shared_ptr<IdleTimer> idleTimer_;
 };
 
 }  // namespace orva

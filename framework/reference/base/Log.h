@@ -1,0 +1,13 @@
+/*
+ * Copyright (C) 2026 The orva project
+ * SPDX-License-Identifier: Apache-2.0
+ */
+#pragma once
+
+#include <android/log.h>
+
+// One line in the system's log form: where it was written, then the message in quotes.
+#define ORVA_LOG(level, format, ...) \
+    __android_log_print(level, "ORVA", "%s(%d)::\"" format "\"", __func__, __LINE__, ##__VA_ARGS__)
+#define ORVA_LOGI(...) ORVA_LOG(ANDROID_LOG_INFO, __VA_ARGS__)
+#define ORVA_LOGE(...) ORVA_LOG(ANDROID_LOG_ERROR, __VA_ARGS__)

@@ -1,0 +1,70 @@
+/*
+ * Copyright (C) 2026 The orva project
+ * SPDX-License-Identifier: Apache-2.0
+ */
+#include <utility>
+
+#include <orva/reference/Executor.h>
+#include <orva/reference/Settings.h>
+
+#include "base/Mutex.h"
+#include "executor/ThreadPool.h"
+
+namespace orva::reference {
+
+namespace {
+
+// The pool itself is never destroyed, since nodes may be around as long as the process is; its
+// threads end with the first of Shutdown and the process's exit. The first node is made after the
+// services have been, so their threads have ended before the services are destroyed.
+const std::shared_ptr<ThreadPool>& Pool() {
+    static const auto& pool = *new std::shared_ptr<ThreadPool>(new ThreadPool(4, 512));
+    static const struct AtExit {
+        ~AtExit() {
+            while (!pool->Shutdown(std::chrono::hours(1))) {
+            }
+        }
+    } atExit;
+    return pool;
+}
+
+struct Replacement {
+    Mutex mutex;
+    std::shared_ptr<Executor> executor ORVA_GUARDED_BY(mutex);
+};
+
+Replacement& InUse() {
+    static auto& replacement = *new Replacement;
+    return replacement;
+}
+
+}  // namespace
+
+std::shared_ptr<Executor> FrameworkExecutor() {
+    {
+        Replacement& inUse = InUse();
+        MutexLock lock(inUse.mutex);
+        if (inUse.executor != nullptr) {
+            return inUse.executor;
+        }
+    }
+    return Pool();
+}
+
+void UseExecutor(std::shared_ptr<Executor> executor) {
+    Replacement& inUse = InUse();
+    MutexLock lock(inUse.mutex);
+    inUse.executor = std::move(executor);
+}
+
+void SetWorkerThreads(size_t count, size_t most) {
+    Pool()->SetThreads(count, most);
+}
+size_t WorkerThreads() {
+    return Pool()->Threads();
+}
+bool Shutdown(std::chrono::nanoseconds patience) {
+    return Pool()->Shutdown(patience);
+}
+
+}  // namespace orva::reference

@@ -1,0 +1,66 @@
+/*
+ * Copyright (C) 2026 The orva project
+ * SPDX-License-Identifier: Apache-2.0
+ */
+#include "executor/Strand.h"
+
+#include <utility>
+
+namespace orva::reference {
+
+bool Strand::Post(Executor::Task task) {
+    {
+        MutexLock lock(mutex_);
+        tasks_.push_back(std::move(task));
+        if (scheduled_) {
+            return true;
+        }
+        scheduled_ = true;
+    }
+    if (Schedule()) {
+        return true;
+    }
+    // The executor has been shut down. The first task is this call's own; what others were promised
+    // behind it meanwhile has no other thread left to run on.
+    Executor::Task refused;
+    {
+        MutexLock lock(mutex_);
+        refused = std::move(tasks_.front());
+        tasks_.pop_front();
+        if (tasks_.empty()) {
+            scheduled_ = false;
+            return false;
+        }
+    }
+    while (RunFirst()) {
+    }
+    return false;
+}
+
+bool Strand::Schedule() {
+    return executor_->Post([self = shared_from_this()] { self->Turn(); });
+}
+
+// One task a turn, so that strands with much to do take turns with the others. An executor that is
+// being shut down takes no more turns; the rest then runs in this one.
+void Strand::Turn() {
+    while (RunFirst() && !Schedule()) {
+    }
+}
+
+// Runs the first task; true when another one waits.
+bool Strand::RunFirst() {
+    Executor::Task task;
+    {
+        MutexLock lock(mutex_);
+        task = std::move(tasks_.front());
+        tasks_.pop_front();
+    }
+    task();
+    task = nullptr;
+    MutexLock lock(mutex_);
+    scheduled_ = !tasks_.empty();
+    return scheduled_;
+}
+
+}  // namespace orva::reference

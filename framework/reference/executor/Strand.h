@@ -1,0 +1,38 @@
+/*
+ * Copyright (C) 2026 The orva project
+ * SPDX-License-Identifier: Apache-2.0
+ */
+#pragma once
+
+#include <deque>
+#include <memory>
+
+#include <orva/reference/Executor.h>
+
+#include "base/Mutex.h"
+
+namespace orva::reference {
+
+// Runs tasks on an executor one at a time and in the order of their posting, so that whoever posts
+// through one strand occupies one of the executor's threads at most.
+class Strand : public std::enable_shared_from_this<Strand> {
+public:
+    explicit Strand(std::shared_ptr<Executor> executor) : executor_(std::move(executor)) {}
+
+    // As Executor::Post.
+    bool Post(Executor::Task task);
+    Executor& executor() { return *executor_; }
+
+private:
+    bool Schedule();
+    void Turn();
+    bool RunFirst();
+
+    const std::shared_ptr<Executor> executor_;
+    Mutex mutex_;
+    std::deque<Executor::Task> tasks_ ORVA_GUARDED_BY(mutex_);
+    // A turn is due or under way.
+    bool scheduled_ ORVA_GUARDED_BY(mutex_) = false;
+};
+
+}  // namespace orva::reference

@@ -1,0 +1,44 @@
+/*
+ * Copyright (C) 2026 The orva project
+ * SPDX-License-Identifier: Apache-2.0
+ */
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <vector>
+
+#include <orva/AIConfig.h>
+#include <orva/AIContext.h>
+#include <orva/AIModelDescription.h>
+#include <orva/IAITensor.h>
+
+namespace orva::reference {
+
+// One request as a node holds it until its completion.
+struct Request {
+    AIContext context;
+    std::vector<std::shared_ptr<IAITensor>> inputs;
+    std::vector<std::shared_ptr<IAITensor>> outputs;
+    int32_t param = 0;
+};
+
+// What one type of node does; everything else about a node is ServiceNode's. Statuses are
+// NodeStatus, or the handler's own nonzero codes.
+class RequestHandler {
+public:
+    virtual ~RequestHandler() = default;
+
+    // Called before anything else, again after a failure, and never again after a success.
+    virtual int32_t Load(const AIConfig& config, std::vector<AIModelDescription>& models) = 0;
+
+    // Whether a request fits; a nonzero status refuses it. Called on the caller's thread, several
+    // calls at a time, also beside Run.
+    virtual int32_t Check(const Request& request) const = 0;
+
+    // Runs a request that fits and returns its result. One call at a time, in the requests' order,
+    // on the executor's threads. What it throws becomes kNodeFailed.
+    virtual int32_t Run(Request& request) = 0;
+};
+
+}  // namespace orva::reference

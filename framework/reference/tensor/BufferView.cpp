@@ -1,0 +1,34 @@
+/*
+ * Copyright (C) 2026 The orva project
+ * SPDX-License-Identifier: Apache-2.0
+ */
+#include "tensor/BufferView.h"
+
+#include <cstring>
+
+#include <orva/AINeuralNetworkBuffer.h>
+
+namespace orva::reference {
+
+bool ViewBuffer(const std::shared_ptr<IAITensor>& tensor, BufferView& view) {
+    if (tensor == nullptr) {
+        return false;
+    }
+    // The tensors' classes come from libraries without run-time type information; their type name
+    // says what they are.
+    const char* type = tensor->GetTypeName();
+    if (type == nullptr || (std::strcmp(type, "AINeuralNetworkBuffer") != 0 &&
+                            std::strcmp(type, "AINeuralNetworkIonBuffer") != 0)) {
+        return false;
+    }
+    auto& buffer = static_cast<AINeuralNetworkBuffer&>(*tensor);
+    if (buffer.GetBuffer() == nullptr || buffer.GetSize() < 0) {
+        return false;
+    }
+    view.data = static_cast<uint8_t*>(buffer.GetBuffer());
+    view.size = static_cast<size_t>(buffer.GetSize());
+    view.dataType = buffer.GetData_type();
+    return true;
+}
+
+}  // namespace orva::reference

@@ -1,0 +1,28 @@
+/*
+ * Copyright (C) 2026 The orva project
+ * SPDX-License-Identifier: Apache-2.0
+ */
+#include <orva/AIConfig.h>
+
+#include "text/TextForm.h"
+
+namespace orva {
+
+bool AIConfig::ParseFromString(const std::string& text) {
+    return reference::ParseTextMap(text, paras_);
+}
+
+std::string AIConfig::SerializeToString() const {
+    return reference::WriteTextMap(paras_);
+}
+
+std::string AIConfig::GetPara(const std::string& name) const {
+    const auto found = paras_.find(name);
+    return found == paras_.end() ? std::string() : found->second;
+}
+
+void AIConfig::SetPara(const std::string& name, const std::string& value) {
+    paras_[name] = value;
+}
+
+}  // namespace orva
