@@ -1,0 +1,92 @@
+/*
+ * Copyright (C) 2026 The orva project
+ * SPDX-License-Identifier: Apache-2.0
+ */
+
+#include "common/SharedMapping.h"
+
+#include <sys/mman.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <limits>
+#include <optional>
+
+#include <cutils/ashmem.h>
+
+namespace orva::hidl {
+
+namespace {
+
+// How long a region really is. A memory file says so itself, the ashmem device when asked, a
+// dma-buf by its end. Whatever cannot say it (a pipe, a directory, some other device) counts as no
+// memory: touching a mapping beyond its end would end the process.
+std::optional<uint64_t> RegionSize(int fd) {
+    struct stat status = {};
+    if (fstat(fd, &status) != 0) {
+        return std::nullopt;
+    }
+    int64_t size = -1;
+    switch (status.st_mode & S_IFMT) {
+    case S_IFREG:
+        size = status.st_size;
+        break;
+    case S_IFCHR:
+        // Asked about another device, some ashmem_get_size_region() end the process.
+        size = ashmem_valid(fd) != 0 ? ashmem_get_size_region(fd) : -1;
+        break;
+    case 0:
+        // The inode of a dma-buf has no type, and not every kernel keeps the size in it.
+        size = lseek64(fd, 0, SEEK_END);
+        break;
+    default:
+        break;
+    }
+    return size >= 0 ? std::optional<uint64_t>(size) : std::nullopt;
+}
+
+}  // namespace
+
+SharedMapping& SharedMapping::operator=(SharedMapping&& other) noexcept {
+    if (this != &other) {
+        Reset();
+        address_ = std::exchange(other.address_, nullptr);
+        length_ = std::exchange(other.length_, 0);
+    }
+    return *this;
+}
+
+SharedMapping SharedMapping::MapOwn(int fd, uint64_t length) {
+    SharedMapping mapping;
+    if (length > std::numeric_limits<size_t>::max()) {
+        return mapping;
+    }
+    void* const address = mmap(nullptr, length, PROT_READ | PROT_WRITE, MAP_SHARED, fd, 0);
+    if (address != MAP_FAILED) {
+        mapping.address_ = address;
+        mapping.length_ = length;
+    }
+    return mapping;
+}
+
+SharedMapping SharedMapping::MapReceived(const native_handle_t* handle, uint64_t length) {
+    if (handle == nullptr || handle->numFds < 1) {
+        return {};
+    }
+    const int fd = handle->data[0];
+    const std::optional<uint64_t> size = RegionSize(fd);
+    if (!size || length > *size) {
+        return {};
+    }
+    return MapOwn(fd, length);
+}
+
+void SharedMapping::Reset() {
+    if (address_ != nullptr) {
+        munmap(address_, length_);
+        address_ = nullptr;
+        length_ = 0;
+    }
+}
+
+}  // namespace orva::hidl
