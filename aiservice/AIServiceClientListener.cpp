@@ -1,0 +1,20 @@
+/*
+ * Copyright (C) 2026 The orva project
+ * SPDX-License-Identifier: Apache-2.0
+ */
+
+#include "aiservice/AIServiceClientListener.h"
+
+#include "aiservice/AIServiceHIDL.h"
+
+namespace orva::hidl {
+
+void AIServiceClientListener::OnProcessDone(
+        const AIContext& context, int32_t result,
+        const std::vector<std::shared_ptr<IAITensor>>& outputs) {
+    if (service != nullptr) {
+        service->OnProcessDone(serviceId, context, result, outputs);
+    }
+}
+
+}  // namespace orva::hidl

@@ -1,0 +1,35 @@
+/*
+ * Copyright (C) 2026 The orva project
+ * SPDX-License-Identifier: Apache-2.0
+ */
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include <orva/AIServiceListener.h>
+
+namespace orva::hidl {
+
+class AIServiceHIDL;
+
+// What a node reports to: passes completions on to the service, with the session they belong to.
+// The node keeps it; the service outlives it. Called on threads of the node's choosing.
+class AIServiceClientListener : public AIServiceListener {
+public:
+    AIServiceClientListener(std::string id, AIServiceHIDL* owner)
+            : serviceId(std::move(id)), service(owner) {}
+
+    void OnProcessDone(const AIContext& context, int32_t result,
+                       const std::vector<std::shared_ptr<IAITensor>>& outputs) override;
+    // Nothing: a client learns of its session's end by its next request.
+    void OnServiceDied() override {}
+
+private:
+    const std::string serviceId;
+    AIServiceHIDL* const service;
+};
+
+}  // namespace orva::hidl

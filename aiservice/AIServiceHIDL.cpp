@@ -1,0 +1,138 @@
+/*
+ * Copyright (C) 2026 The orva project
+ * SPDX-License-Identifier: Apache-2.0
+ */
+
+// The service object and its sessions; requests and results are in AIServiceRequests.cpp.
+
+#include "aiservice/AIServiceHIDL.h"
+
+#include <orva/AINNNodeFactory.h>
+#include <orva/AIServiceConnectManager.h>
+
+#include "aiservice/LogTag.h"
+#include "common/Log.h"
+#include "common/ModelBuffers.h"
+#include "common/ServiceId.h"
+#include "common/StatusCodes.h"
+
+namespace orva::hidl {
+
+using android::sp;
+using android::hardware::hidl_string;
+using android::hardware::hidl_vec;
+using android::hardware::Return;
+using android::hardware::Void;
+
+AIServiceHIDL* AIServiceHIDL::GetInstance() {
+    // The reference held here is what keeps a client's last release from destroying the service,
+    // and a client that lets go only after process exit has begun finds it alive.
+    static const sp<AIServiceHIDL> service = new AIServiceHIDL;
+    return service.get();
+}
+
+std::shared_ptr<AIServiceBase> AIServiceHIDL::FindNode(const std::string& serviceId) {
+    const auto found = serviceNodes.find(serviceId);
+    return found != serviceNodes.end() ? found->second : nullptr;
+}
+
+Return<int32_t> AIServiceHIDL::Init(int32_t clientId, const hidl_string& type,
+                                    const hidl_string& config,
+                                    const hidl_vec<ModelBuffer>& models) {
+    ORVA_LOGI(kServiceTag, "AIServiceHIDL Init");
+    AIServiceConnectManager* const connections = AIServiceConnectManager::GetInstance();
+    if (!connections->CheckServiceNum()) {
+        const std::string idle = connections->GetTimeoutServiceId();
+        if (idle.empty()) {
+            ORVA_LOGE(kServiceTag, "The number of service is more than limit, init failed.");
+            return kStatusFailure;
+        }
+        // Whoever it is; the count is not looked at again.
+        RemoveService(idle);
+    }
+
+    std::string serviceId;
+    std::shared_ptr<AIServiceBase> node;
+    {
+        MutexLock lock(serviceMutex);
+        serviceId = MakeServiceId(clientId);
+        if (serviceNodes.count(serviceId) != 0) {
+            // A success: a client that opens twice keeps the session that it has.
+            ORVA_LOGE(kServiceTag, "Init service %s is already create", serviceId.c_str());
+            return kStatusSuccess;
+        }
+        const std::string nodeType = type;
+        node = AINNNodeFactory::GetInstance()->CreateNNNode(nodeType);
+        if (node == nullptr) {
+            ORVA_LOGE(kServiceTag, "create AIService type %s error", nodeType.c_str());
+            return kStatusFailure;
+        }
+        node->CreateIdleTimer();
+        serviceNodes[serviceId] = node;
+    }
+
+    // The session exists from here on, but a slow initialisation must not hold up other clients.
+    AIConfig nodeConfig;
+    nodeConfig.ParseFromString(config.c_str());
+    std::vector<AIModelDescription> descriptions;
+    if (!ReadModels(models, descriptions)) {
+        // The session stays as it is, until the client ends it or its time runs out.
+        ORVA_LOGE(kServiceTag, "mmap fail");
+        return kStatusFailure;
+    }
+    const int32_t status = node->Init(nodeConfig, descriptions);
+    if (status == kStatusSuccess) {
+        connections->UpdateServiceTime(serviceId);
+        return kStatusSuccess;
+    }
+
+    ORVA_LOGE(kServiceTag, "Service init failed");
+    MutexLock lock(serviceMutex);
+    serviceNodes.erase(serviceId);
+    connections->RemoveServiceTime(serviceId);
+    return status;
+}
+
+Return<void> AIServiceHIDL::UnInit(int32_t clientId) {
+    ORVA_LOGI(kServiceTag, "AIServiceHIDL UnInit");
+    RemoveService(MakeServiceId(clientId));
+    return Void();
+}
+
+void AIServiceHIDL::RemoveService(std::string serviceId) {
+    ORVA_LOGI(kServiceTag, "AIServiceHIDL RemoveService %s", serviceId.c_str());
+    {
+        MutexLock lock(serviceMutex);
+        // Also without a session: the id may be known from a session of the other service.
+        AIServiceConnectManager::GetInstance()->RemoveServiceTime(serviceId);
+        if (serviceNodes.erase(serviceId) == 0) {
+            ORVA_LOGE(kServiceTag, "RemoveService service %s is not create", serviceId.c_str());
+            return;
+        }
+    }
+    {
+        MutexLock lock(listenerMutex);
+        const auto listener = clientListeners.find(serviceId);
+        const auto recipient = deathRecipients.find(serviceId);
+        if (listener != clientListeners.end() && recipient != deathRecipients.end() &&
+            listener->second != nullptr) {
+            // The client may be dead already, so the answer means nothing.
+            (void)listener->second->unlinkToDeath(recipient->second).isOk();
+        }
+        if (recipient != deathRecipients.end()) {
+            deathRecipients.erase(recipient);
+        }
+        if (listener != clientListeners.end()) {
+            clientListeners.erase(listener);
+        }
+    }
+    ORVA_LOGI(kServiceTag, "AIServiceHIDL RemoveService %s Complete", serviceId.c_str());
+}
+
+}  // namespace orva::hidl
+
+// The platform's service host looks this name up. Any instance name gets the one service.
+extern "C" __attribute__((visibility("default"))) orva::hidl::IAIService_hidl*
+HIDL_FETCH_IAIService(const char* /*instanceName*/) {
+    return orva::hidl::AIServiceHIDL::GetInstance();
+}
