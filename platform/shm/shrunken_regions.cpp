@@ -1,0 +1,132 @@
+/*
+ * Copyright (C) 2026 The orva project
+ * SPDX-License-Identifier: Apache-2.0
+ */
+#include <orva_platform/SharedMemory.h>
+
+#include <atomic>
+#include <cerrno>
+#include <cstdint>
+#include <cstring>
+
+#include <fcntl.h>
+#include <signal.h>
+#include <sys/mman.h>
+#include <unistd.h>
+
+namespace orva_platform {
+
+namespace {
+
+// Everything below runs in a signal handler: system calls and the stack only.
+
+std::atomic<size_t> replaced{0};
+struct sigaction previous;
+
+// One line of /proc/self/maps: "start-end perms offset device inode path".
+struct MapsLine {
+    uintptr_t start = 0;
+    uintptr_t end = 0;
+    bool sharedMemoryFile = false;
+};
+
+const char* parseHex(const char* text, uintptr_t* value) {
+    *value = 0;
+    for (;; ++text) {
+        const char c = *text;
+        const int digit = c >= '0' && c <= '9' ? c - '0' : c >= 'a' && c <= 'f' ? c - 'a' + 10 : -1;
+        if (digit < 0) {
+            return text;
+        }
+        *value = *value << 4 | static_cast<uintptr_t>(digit);
+    }
+}
+
+MapsLine parseLine(const char* text) {
+    MapsLine line;
+    text = parseHex(text, &line.start);
+    text = parseHex(text + 1, &line.end);
+    const bool shared = std::strlen(text) > 4 && text[4] == 's';
+    line.sharedMemoryFile = shared && std::strstr(text, " /memfd:") != nullptr;
+    return line;
+}
+
+// The mapping around an address, if it is of a memory file and shared; an empty range otherwise.
+MapsLine findRegion(uintptr_t address) {
+    const int maps = open("/proc/self/maps", O_RDONLY | O_CLOEXEC);
+    char buffer[4096];
+    size_t held = 0;
+    MapsLine found;
+    while (maps >= 0) {
+        const ssize_t got = read(maps, buffer + held, sizeof buffer - 1 - held);
+        if (got <= 0) {
+            break;
+        }
+        held += static_cast<size_t>(got);
+        buffer[held] = '\0';
+        char* start = buffer;
+        while (char* newline = std::strchr(start, '\n')) {
+            *newline = '\0';
+            const MapsLine line = parseLine(start);
+            if (line.sharedMemoryFile && line.start <= address && address < line.end) {
+                found = line;
+            }
+            start = newline + 1;
+        }
+        held -= static_cast<size_t>(start - buffer);
+        std::memmove(buffer, start, held);
+        if (held == sizeof buffer - 1) {
+            held = 0;  // A line this long is no memory file's.
+        }
+    }
+    if (maps >= 0) {
+        close(maps);
+    }
+    return found;
+}
+
+// What lies behind the touched page is gone as well, so one replacement serves the whole mapping.
+bool replace(uintptr_t address) {
+    const MapsLine region = findRegion(address);
+    if (region.end == 0) {
+        return false;
+    }
+    const auto page = address & ~static_cast<uintptr_t>(getpagesize() - 1);
+    return mmap(reinterpret_cast<void*>(page), region.end - page, PROT_READ | PROT_WRITE,
+                MAP_PRIVATE | MAP_ANONYMOUS | MAP_FIXED, -1, 0) != MAP_FAILED;
+}
+
+void onBusError(int, siginfo_t* info, void*) {
+    const int error = errno;
+    if (info->si_code == BUS_ADRERR && replace(reinterpret_cast<uintptr_t>(info->si_addr))) {
+        ++replaced;
+        constexpr char kNote[] = "a peer shrank a region that it shares; zeros stand in for it\n";
+        if (write(STDERR_FILENO, kNote, sizeof kNote - 1) < 0) {
+            // Nobody to tell.
+        }
+        errno = error;
+        return;
+    }
+    // Not ours: the touch is repeated, and then meets whoever was there before.
+    sigaction(SIGBUS, &previous, nullptr);
+    errno = error;
+}
+
+}  // namespace
+
+void surviveShrunkenRegions() {
+    static const bool installed = [] {
+        struct sigaction action = {};
+        action.sa_sigaction = onBusError;
+        action.sa_flags = SA_SIGINFO | SA_ONSTACK;
+        sigemptyset(&action.sa_mask);
+        return sigaction(SIGBUS, &action, &previous) == 0;
+    }();
+    (void)installed;
+}
+
+size_t shrunkenRegions() {
+    return replaced;
+}
+
+}  // namespace orva_platform

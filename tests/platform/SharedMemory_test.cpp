@@ -1,0 +1,96 @@
+/*
+ * Copyright (C) 2026 The orva project
+ * SPDX-License-Identifier: Apache-2.0
+ */
+#include <cutils/ashmem.h>
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <orva_platform/SharedMemory.h>
+#include <sys/mman.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdio>
+#include <string>
+
+namespace {
+
+constexpr size_t kPage = 4096;
+
+TEST(Ashmem, RegionIsANamedMemoryFileOfTheAskedSize) {
+    const int fd = ashmem_create_region("a tensor", 3 * kPage + 20);
+    ASSERT_GE(fd, 0);
+    struct stat info;
+    ASSERT_EQ(fstat(fd, &info), 0);
+    EXPECT_EQ(info.st_size, static_cast<off_t>(3 * kPage + 20));
+    EXPECT_EQ(ashmem_get_size_region(fd), static_cast<int>(3 * kPage + 20));
+    EXPECT_NE(fcntl(fd, F_GETFD) & FD_CLOEXEC, 0);
+    char target[64] = {};
+    ASSERT_GT(readlink(("/proc/self/fd/" + std::to_string(fd)).c_str(), target, sizeof target - 1),
+              0);
+    EXPECT_STREQ(target, "/memfd:a tensor (deleted)");
+    close(fd);
+}
+
+TEST(Ashmem, ImpossibleSizeIsRefusedWithoutADescriptorLeftOver) {
+    const int before = dup(0);
+    close(before);
+    EXPECT_LT(ashmem_create_region("too large", size_t{1} << 63), 0);
+    EXPECT_EQ(errno, EINVAL);
+    const int after = dup(0);
+    close(after);
+    EXPECT_EQ(before, after);
+}
+
+TEST(Ashmem, OnlyMemoryFilesAreRegions) {
+    int pipes[2];
+    ASSERT_EQ(pipe(pipes), 0);
+    EXPECT_FALSE(ashmem_valid(pipes[0]));
+    EXPECT_LT(ashmem_get_size_region(pipes[0]), 0);
+    close(pipes[0]);
+    close(pipes[1]);
+}
+
+TEST(Ashmem, RegionMadeReadOnlyCannotBeMappedForWritingAgain) {
+    const int fd = ashmem_create_region("constant", kPage);
+    ASSERT_EQ(ashmem_set_prot_region(fd, PROT_READ), 0);
+    EXPECT_EQ(mmap(nullptr, kPage, PROT_READ | PROT_WRITE, MAP_SHARED, fd, 0), MAP_FAILED);
+    void* readable = mmap(nullptr, kPage, PROT_READ, MAP_SHARED, fd, 0);
+    EXPECT_NE(readable, MAP_FAILED);
+    munmap(readable, kPage);
+    close(fd);
+}
+
+TEST(ShrunkenRegions, WhatIsGoneReadsAsZerosAndTheRestStays) {
+    orva_platform::surviveShrunkenRegions();
+    const size_t before = orva_platform::shrunkenRegions();
+    const int fd = ashmem_create_region("shrinking", 4 * kPage);
+    auto* bytes = static_cast<volatile char*>(
+            mmap(nullptr, 4 * kPage, PROT_READ | PROT_WRITE, MAP_SHARED, fd, 0));
+    ASSERT_NE(bytes, MAP_FAILED);
+    std::fill_n(bytes, 4 * kPage, 'x');
+    ASSERT_EQ(ftruncate(fd, kPage), 0);
+    EXPECT_EQ(bytes[2 * kPage], 0);
+    bytes[3 * kPage] = 'y';  // Not a second fault: all behind the first one was replaced.
+    EXPECT_EQ(bytes[3 * kPage], 'y');
+    EXPECT_EQ(bytes[kPage - 1], 'x');
+    EXPECT_EQ(orva_platform::shrunkenRegions(), before + 1);
+    munmap(const_cast<char*>(bytes), 4 * kPage);
+    close(fd);
+}
+
+TEST(ShrunkenRegionsDeathTest, AnyOtherFileStillEndsTheProcess) {
+    EXPECT_EXIT(
+            {
+                orva_platform::surviveShrunkenRegions();
+                FILE* file = tmpfile();
+                auto* bytes = static_cast<volatile char*>(
+                        mmap(nullptr, kPage, PROT_READ, MAP_SHARED, fileno(file), 0));
+                exit(bytes[0]);
+            },
+            [](int status) { return !WIFEXITED(status) || WEXITSTATUS(status) != 0; }, "");
+}
+
+}  // namespace
