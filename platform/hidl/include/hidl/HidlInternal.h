@@ -25,20 +25,15 @@ struct bs_tag {};
 template <typename T>
 class alignas(8) hidl_pointer {
 public:
-    hidl_pointer() = default;
-    hidl_pointer(T* pointer) : mPointer(pointer) {}
-    hidl_pointer& operator=(T* pointer) {
-        // The whole eight bytes, so that a 32-bit process sends no stale ones.
-        mPadding = 0;
-        mPointer = pointer;
-        return *this;
-    }
+    // Always the whole eight bytes, so that a 32-bit process sends no stale ones.
+    hidl_pointer(T* pointer = nullptr) : mPadding(0) { mPointer = pointer; }
+
     operator T*() const { return mPointer; }
     T* operator->() const { return mPointer; }
 
 private:
     union {
-        uint64_t mPadding = 0;
+        uint64_t mPadding;
         T* mPointer;
     };
 };

@@ -1,0 +1,253 @@
+/*
+ * Copyright (C) 2026 The orva project
+ * SPDX-License-Identifier: Apache-2.0
+ */
+// What generated stubs and proxies stand on, with the generated code of the product's interfaces.
+#include <fstream>
+#include <map>
+
+#include <android/hidl/base/1.0/BpHwBase.h>
+#include <gtest/gtest.h>
+#include <hidl/HidlPassthroughSupport.h>
+#include <hidl/HidlTransportSupport.h>
+#include <hwbinder/BpHwBinder.h>
+#include <utils/String16.h>
+#include <vendor/selkat/hardware/ai/2.0/BnHwAIServiceListener.h>
+#include <vendor/selkat/hardware/ai/2.0/BpHwAIServiceListener.h>
+#include <vendor/selkat/hardware/ai/2.1/BnHwAIService.h>
+#include <vendor/selkat/hardware/ai/2.1/BpHwAIService.h>
+
+#include "hwbinder/RemoteObject.h"
+
+namespace {
+
+using namespace android::hardware;
+using android::sp;
+using android::status_t;
+using android::wp;
+using android::hidl::base::V1_0::BpHwBase;
+using android::hidl::base::V1_0::IBase;
+namespace V2_0 = vendor::selkat::hardware::ai::V2_0;
+namespace V2_1 = vendor::selkat::hardware::ai::V2_1;
+
+struct Listener : V2_0::IAIServiceListener {
+    Return<void> OnProcessDone(int32_t, const hidl_string&,
+                               const hidl_vec<V2_0::AITensorHandle>&) override {
+        return Void();
+    }
+};
+
+struct Service : V2_1::IAIService {
+    Return<int32_t> Init(int32_t clientId, const hidl_string&, const hidl_string&,
+                         const hidl_vec<V2_0::ModelBuffer>&) override {
+        return clientId;
+    }
+    Return<int32_t> Process(int32_t, const hidl_string&, const hidl_vec<V2_0::AITensorHandle>&,
+                            const hidl_vec<V2_0::AITensorHandle>&, int32_t) override {
+        return 0;
+    }
+    Return<int32_t> SetListener(int32_t, const sp<V2_0::IAIServiceListener>&) override { return 0; }
+    Return<void> UnInit(int32_t) override { return Void(); }
+};
+
+// An object of a process that has gone.
+struct DeadObject : RemoteObject {
+    status_t transact(uint32_t, const Parcel&, Parcel*, uint32_t) override {
+        return android::DEAD_OBJECT;
+    }
+};
+
+sp<IBinder> deadBinder() {
+    return new BpHwBinder(std::make_unique<DeadObject>());
+}
+
+sp<V2_0::IAIServiceListener> listenerBehind(const sp<IBinder>& binder) {
+    return fromBinder<V2_0::IAIServiceListener, V2_0::BpHwAIServiceListener,
+                      V2_0::BnHwAIServiceListener>(binder);
+}
+
+TEST(HidlBinder, AnObjectHasOneStubWhileThatLives) {
+    const sp<Listener> listener = new Listener();
+    sp<IBinder> stub = getOrCreateCachedBinder(listener.get());
+    ASSERT_NE(nullptr, stub.get());
+    EXPECT_EQ(stub, getOrCreateCachedBinder(listener.get()));
+    EXPECT_EQ(listener, listenerBehind(stub));
+
+    const wp<IBinder> gone = stub;
+    stub = nullptr;
+    EXPECT_EQ(nullptr, gone.promote().get());
+    EXPECT_NE(nullptr, getOrCreateCachedBinder(listener.get()).get());
+}
+
+TEST(HidlBinder, ANewerObjectIsFoundByItsOlderInterface) {
+    const sp<Service> service = new Service();
+    const sp<V2_0::IAIService> found =
+            fromBinder<V2_0::IAIService, V2_0::BpHwAIService, V2_0::BnHwAIService>(
+                    toBinder(sp<V2_1::IAIService>(service)));
+    ASSERT_NE(nullptr, found.get());
+    EXPECT_EQ(17, int32_t(found->Init(17, "", "", {})));
+}
+
+TEST(HidlBinder, AnotherInterfacesBinderIsNoListener) {
+    const sp<Service> service = new Service();
+    EXPECT_EQ(nullptr, listenerBehind(getOrCreateCachedBinder(service.get())).get());
+    EXPECT_EQ(nullptr, listenerBehind(nullptr).get());
+}
+
+TEST(HidlBinder, AnObjectOfUnknownInterfaceHasNoStub) {
+    struct Stranger : IBase {
+        Return<void> interfaceDescriptor(interfaceDescriptor_cb report) override {
+            report("vendor.selkat.hardware.ai@9.9::IStranger");
+            return Void();
+        }
+    };
+    const sp<IBase> stranger = new Stranger();
+    EXPECT_EQ(nullptr, getOrCreateCachedBinder(stranger.get()).get());
+    EXPECT_EQ(nullptr, getOrCreateCachedBinder(nullptr).get());
+    EXPECT_EQ(nullptr, details::wrapPassthroughInternal(stranger).get());
+}
+
+TEST(HidlBinder, CastsFollowTheChain) {
+    const sp<IBase> service = new Service();
+    EXPECT_EQ(service, sp<V2_1::IAIService>(V2_1::IAIService::castFrom(service)));
+    EXPECT_EQ(service, sp<V2_0::IAIService>(V2_0::IAIService::castFrom(service)));
+
+    const Return<sp<V2_0::IAIServiceListener>> other =
+            V2_0::IAIServiceListener::castFrom(service, true);
+    EXPECT_TRUE(other.isOk());
+    EXPECT_EQ(nullptr, sp<V2_0::IAIServiceListener>(other).get());
+
+    const Return<sp<V2_1::IAIService>> null = V2_1::IAIService::castFrom(sp<IBase>(), true);
+    EXPECT_TRUE(null.isOk());
+    EXPECT_EQ(nullptr, sp<V2_1::IAIService>(null).get());
+}
+
+TEST(HidlBinder, ADeadObjectFailsItsCallsAndCasts) {
+    const sp<IBase> dead = new BpHwBase(deadBinder());
+    EXPECT_TRUE(dead->ping().isDeadObject());
+    EXPECT_EQ(nullptr, V2_1::IAIService::castFrom(dead).withDefault(nullptr).get());
+    EXPECT_TRUE(V2_1::IAIService::castFrom(dead).isOk());
+    EXPECT_TRUE(V2_1::IAIService::castFrom(dead, true).isDeadObject());
+
+    bool called = false;
+    EXPECT_FALSE(dead->interfaceChain([&](const auto&) { called = true; }).isOk());
+    EXPECT_FALSE(called);
+}
+
+TEST(HidlBinder, ProxiesAreEqualByWhatTheyReach) {
+    const sp<IBinder> binder = deadBinder();
+    const sp<IBase> proxy = new BpHwBase(binder);
+    const sp<IBase> same = new V2_1::BpHwAIService(binder);
+    const sp<IBase> other = new BpHwBase(deadBinder());
+    const sp<IBase> local = new Service();
+    EXPECT_EQ(binder, toBinder(proxy));
+    EXPECT_EQ(binder, toBinder(same));
+    EXPECT_TRUE(interfacesEqual(proxy, same));
+    EXPECT_FALSE(interfacesEqual(proxy, other));
+    EXPECT_FALSE(interfacesEqual(proxy, local));
+    EXPECT_FALSE(interfacesEqual(proxy, nullptr));
+    EXPECT_TRUE(interfacesEqual(local, local));
+    EXPECT_TRUE(interfacesEqual(nullptr, nullptr));
+}
+
+TEST(HidlBinder, APassthroughWrapperCallsItsObject) {
+    const sp<V2_1::IAIService> service = new Service();
+    const sp<V2_1::IAIService> wrapped = details::wrapPassthrough(service);
+    ASSERT_NE(nullptr, wrapped.get());
+    EXPECT_NE(service, wrapped);
+    EXPECT_EQ(17, int32_t(wrapped->Init(17, "", "", {})));
+    const sp<IBase> remote = new BpHwBase(deadBinder());
+    EXPECT_EQ(remote, details::wrapPassthrough(remote));
+}
+
+TEST(HidlBinder, TellsTheFrozenHashesOfItsChain) {
+    std::map<std::string, std::string> frozen;  // By interface.
+    for (const char* path : {INTERFACE_HASHES, PLATFORM_HASHES}) {
+        std::ifstream lines(path);
+        for (std::string hash, interface; lines >> hash;) {
+            if (hash == "#") {
+                std::getline(lines, hash);
+            } else if (lines >> interface) {
+                frozen[interface] = hash;
+            }
+        }
+    }
+    const sp<IBase> service = new Service();
+    std::vector<std::string> expected;
+    ASSERT_TRUE(service->interfaceChain([&](const hidl_vec<hidl_string>& chain) {
+                           for (const hidl_string& interface : chain) {
+                               expected.push_back(frozen.at(interface));
+                           }
+                       })
+                        .isOk());
+    ASSERT_EQ(3u, expected.size());
+    std::vector<std::string> told;
+    ASSERT_TRUE(service->getHashChain([&](const hidl_vec<hidl_array<uint8_t, 32>>& hashes) {
+                           for (const auto& hash : hashes) {
+                               std::string text;
+                               for (size_t i = 0; i < hash.size(); ++i) {
+                                   text += details::toHexString(0x100u + hash[i], false).substr(1);
+                               }
+                               told.push_back(text);
+                           }
+                       })
+                        .isOk());
+    EXPECT_EQ(expected, told);
+}
+
+TEST(HidlBinder, KeepsTheSchedulingOfLocalServicesOnly) {
+    const sp<IBase> service = new Service();
+    EXPECT_TRUE(setMinSchedulerPolicy(service, SCHED_FIFO, 1));
+    EXPECT_FALSE(setMinSchedulerPolicy(service, SCHED_FIFO, 100));
+    EXPECT_FALSE(setMinSchedulerPolicy(service, SCHED_NORMAL, 20));
+    EXPECT_FALSE(setMinSchedulerPolicy(service, SCHED_IDLE, 0));
+    EXPECT_FALSE(setMinSchedulerPolicy(nullptr, SCHED_NORMAL, 0));
+    EXPECT_FALSE(setMinSchedulerPolicy(new BpHwBase(deadBinder()), SCHED_NORMAL, 0));
+    const sp<IBinder> binder = getOrCreateCachedBinder(service.get());
+    BHwBinder* const stub = binder->localBinder();
+    EXPECT_EQ(SCHED_FIFO, stub->getMinSchedulingPolicy());
+    EXPECT_EQ(1, stub->getMinSchedulingPriority());
+}
+
+class StatusOnTheWire : public testing::Test {
+protected:
+    Status roundTrip(const Status& status) {
+        EXPECT_EQ(android::OK, writeToParcel(status, &mParcel));
+        mParcel.setDataPosition(0);
+        Status read;
+        EXPECT_EQ(android::OK, readFromParcel(&read, mParcel));
+        return read;
+    }
+
+    Parcel mParcel;
+};
+
+TEST_F(StatusOnTheWire, SuccessIsFourBytes) {
+    EXPECT_TRUE(roundTrip(Status::ok()).isOk());
+    EXPECT_EQ(4u, mParcel.dataSize());
+}
+
+TEST_F(StatusOnTheWire, AnExceptionKeepsItsMessage) {
+    const Status sent = Status::fromExceptionCode(Status::EX_NULL_POINTER, "kein Zuhörer");
+    EXPECT_EQ(sent.description(), roundTrip(sent).description());
+}
+
+TEST_F(StatusOnTheWire, ATransportErrorDoesNotTravel) {
+    EXPECT_EQ(android::DEAD_OBJECT,
+              writeToParcel(Status::fromStatusT(android::DEAD_OBJECT), &mParcel));
+    EXPECT_EQ(0u, mParcel.dataSize());
+}
+
+TEST_F(StatusOnTheWire, WhatCannotBeReadIsATransportError) {
+    Status read;
+    EXPECT_EQ(android::NOT_ENOUGH_DATA, readFromParcel(&read, mParcel));
+    EXPECT_EQ(android::NOT_ENOUGH_DATA, read.transactionError());
+
+    mParcel.writeInt32(Status::EX_SECURITY);
+    mParcel.writeInt32(-1);  // The message's length.
+    mParcel.setDataPosition(0);
+    EXPECT_EQ(android::BAD_VALUE, readFromParcel(&read, mParcel));
+    EXPECT_EQ(android::BAD_VALUE, read.transactionError());
+}
+
+}  // namespace
