@@ -1,0 +1,66 @@
+/*
+ * Copyright (C) 2026 The orva project
+ * SPDX-License-Identifier: Apache-2.0
+ */
+#include <orva/AIModelManagerFactory.h>
+
+#include <exception>
+#include <utility>
+
+#include <orva/reference/ModelManagerRegistry.h>
+
+#include "base/Log.h"
+#include "base/Mutex.h"
+
+namespace orva {
+
+namespace reference {
+
+namespace {
+
+struct Registry {
+    Mutex mutex;
+    ModelManagerCreator creator ORVA_GUARDED_BY(mutex);
+};
+
+Registry& TheRegistry() {
+    // Never destroyed: calls may come while the process exits.
+    static auto& registry = *new Registry;
+    return registry;
+}
+
+}  // namespace
+
+void SetModelManagerCreator(ModelManagerCreator creator) {
+    Registry& registry = TheRegistry();
+    MutexLock lock(registry.mutex);
+    registry.creator.swap(creator);
+}
+
+}  // namespace reference
+
+AIModelManagerFactory* AIModelManagerFactory::Instance() {
+    static AIModelManagerFactory factory;
+    return &factory;
+}
+
+AIModelManager* AIModelManagerFactory::createModelManager() {
+    reference::ModelManagerCreator creator;
+    {
+        reference::Registry& registry = reference::TheRegistry();
+        reference::MutexLock lock(registry.mutex);
+        creator = registry.creator;
+    }
+    if (!creator) {
+        ORVA_LOGE("no model manager to be had");
+        return nullptr;
+    }
+    try {
+        return creator();
+    } catch (const std::exception& error) {
+        ORVA_LOGE("cannot make a model manager: %s", error.what());
+        return nullptr;
+    }
+}
+
+}  // namespace orva
