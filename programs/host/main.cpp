@@ -6,10 +6,11 @@
 
 #include <csignal>
 #include <cstdio>
-#include <cstdlib>
 #include <exception>
+#include <map>
 #include <string>
 
+#include <android/log.h>
 #include <hidl/HidlTransportSupport.h>
 #include <hidl/ServiceManagement.h>
 #include <log/log.h>
@@ -34,7 +35,7 @@ struct Options {
     unsigned maxClients = 512;
     double idleTimeout = 600;
     double callbackTimeout = 30;
-    bool verbose = false;
+    int logLevel = ANDROID_LOG_WARN;
 };
 
 void addOptions(CLI::App* app, Options* options) {
@@ -60,14 +61,15 @@ void addOptions(CLI::App* app, Options* options) {
                     "0 waits for ever")
             ->check(CLI::NonNegativeNumber)
             ->capture_default_str();
-    app->add_flag("-v,--verbose", options->verbose, "Log what the services do, not only faults");
+    app->add_option("--log-level", options->logLevel, "What to log, on stderr")
+            ->transform(CLI::CheckedTransformer(std::map<std::string, int>{
+                    {"verbose", ANDROID_LOG_VERBOSE},
+                    {"info", ANDROID_LOG_INFO},
+                    {"warn", ANDROID_LOG_WARN},
+                    {"error", ANDROID_LOG_ERROR},
+            }))
+            ->default_str("warn");
     app->set_version_flag("--version", ORVA_VERSION);
-}
-
-// A person's own settings come first; without any, faults show and progress does when asked for.
-void setUpLog(bool verbose) {
-    setenv("ANDROID_PRINTF_LOG", "threadtime", 0);
-    setenv("ANDROID_LOG_TAGS", verbose ? "*:V" : "*:W", 0);
 }
 
 // Each client costs a few descriptors, and each tensor of a request under way two more.
@@ -134,7 +136,8 @@ int main(int argc, char** argv) {
     } catch (const CLI::ParseError& error) {
         return app.exit(error) == 0 ? 0 : kUsage;
     }
-    setUpLog(options.verbose);
+    // A message below the level costs nothing: it is not even formatted.
+    __android_log_set_minimum_priority(options.logLevel);
     raiseDescriptorLimit();
     orva_platform::surviveShrunkenRegions();
     for (const int signal : {SIGTERM, SIGINT}) {
