@@ -1,0 +1,45 @@
+/*
+ * Copyright (C) 2026 The orva project
+ * SPDX-License-Identifier: Apache-2.0
+ */
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+
+#include <android-base/unique_fd.h>
+#include <cutils/native_handle.h>
+#include <hidl/HidlSupport.h>
+
+namespace orva::client {
+
+// A shared-memory region of this process: its descriptor, its mapping and the handle it travels in,
+// each given up with it.
+class SharedRegion {
+public:
+    // `size` bytes, all zero. Throws std::system_error when the region cannot be had.
+    SharedRegion(const std::string& name, size_t size);
+    // Maps what a service sent, whose descriptor is duplicated. Throws std::runtime_error when it
+    // is no memory of at least the announced size.
+    explicit SharedRegion(const android::hardware::hidl_memory& memory);
+    ~SharedRegion();
+    SharedRegion(SharedRegion&& other) noexcept;
+    SharedRegion& operator=(SharedRegion&&) = delete;
+
+    uint8_t* data() const { return static_cast<uint8_t*>(mAddress); }
+    size_t size() const { return mSize; }
+
+    // The region as it travels in a call; lends its descriptor, so valid as long as the region.
+    android::hardware::hidl_memory memory() const;
+    android::hardware::hidl_handle handle() const;
+
+private:
+    void map(int fd);
+
+    size_t mSize;
+    void* mAddress = nullptr;
+    native_handle_t* mHandle = nullptr;
+};
+
+}  // namespace orva::client
