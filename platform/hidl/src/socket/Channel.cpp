@@ -68,14 +68,21 @@ void Channel::lost(Io why) {
 }
 
 Io Channel::receive(std::unique_ptr<ReceivedMessage>* message) {
-    if (mRole == Role::kServer) {
-        // The peer made this socket and may still share it: it must not decide how long we wait.
+    if (mRole == Role::kCaller) {
+        return ReceivedMessage::receive(mSocket, Wait::kInKernel, message);
+    }
+    // The peer made this socket and may still share it: it must not decide how long we wait, nor
+    // take away what we were told is there.
+    for (;;) {
         const Io ready = waitReadable(mSocket, mLink.replyLimit());
         if (ready != Io::kDone) {
             return ready;
         }
+        const Io io = ReceivedMessage::receive(mSocket, Wait::kNo, message);
+        if (io != Io::kEmpty) {
+            return io;
+        }
     }
-    return ReceivedMessage::receive(mSocket, Wait::kInKernel, message);
 }
 
 status_t Channel::transact(uint64_t target, uint32_t code, const Parcel& data, Parcel* reply,

@@ -29,11 +29,14 @@ namespace {
 // What one peer may make this process hold. A client uses a handful of each.
 constexpr size_t kMaxServerChannels = 64;
 constexpr size_t kMaxProxies = 4096;
+constexpr size_t kMaxLinks = 64;
 // As many calls of this process as may wait in one peer at once; further ones wait their turn.
 constexpr size_t kMaxChannels = 32;
 
 // The peer need not be waited for: what goes over a link is small and it is always read.
 constexpr TimeLimit kLinkSendLimit{1000};
+
+constexpr int kMessagesAtOnce = 32;
 
 // Every link of the process. Never destroyed: links may outlive the program's static objects.
 class AllLinks {
@@ -43,14 +46,28 @@ public:
         return *all;
     }
 
-    void add(const std::shared_ptr<Link>& link) {
+    // False when the peer has as many already as one process may.
+    bool add(const std::shared_ptr<Link>& link) {
         Mutex::Autolock lock(mLock);
+        size_t& held = mHeld[link->peer().pid];
+        if (held >= kMaxLinks) {
+            ALOGE("process %d connects more than %zu times", link->peer().pid, kMaxLinks);
+            return false;
+        }
+        ++held;
         mLinks.emplace(link.get(), link);
+        return true;
     }
 
     void remove(const Link* link) {
         Mutex::Autolock lock(mLock);
-        mLinks.erase(link);
+        if (mLinks.erase(link) == 0) {
+            return;
+        }
+        const auto held = mHeld.find(link->peer().pid);
+        if (--held->second == 0) {
+            mHeld.erase(held);
+        }
     }
 
     std::vector<std::shared_ptr<Link>> living() {
@@ -67,6 +84,7 @@ public:
 private:
     Mutex mLock;
     std::unordered_map<const Link*, std::weak_ptr<Link>> mLinks GUARDED_BY(mLock);
+    std::unordered_map<pid_t, size_t> mHeld GUARDED_BY(mLock);
 };
 
 bool isChannelOf(const base::unique_fd& socket, const Link::Peer& peer) {
@@ -117,7 +135,9 @@ std::shared_ptr<Link> Link::connect(base::unique_fd socket, Peer peer) {
 }
 
 bool Link::start() {
-    AllLinks::instance().add(shared_from_this());
+    if (!AllLinks::instance().add(shared_from_this())) {
+        return false;
+    }
     mToken = Reactor::instance().add(shared_from_this());
     if (!Reactor::instance().arm(mToken, mSocket)) {
         Reactor::instance().remove(mToken, mSocket);
@@ -129,12 +149,12 @@ bool Link::start() {
 // --- The link's own socket --------------------------------------------------------------------
 
 void Link::ready() {
-    for (;;) {
+    // Not until there is nothing left: a peer that keeps sending must not keep the thread.
+    for (int i = 0; i < kMessagesAtOnce; ++i) {
         std::unique_ptr<ReceivedMessage> message;
         const Io io = ReceivedMessage::receive(mSocket, Wait::kNo, &message);
         if (io == Io::kEmpty) {
-            Reactor::instance().rearm(mToken, mSocket);
-            return;
+            break;
         }
         if (io == Io::kClosed) {
             end(End::kPeerDied);
@@ -145,6 +165,7 @@ void Link::ready() {
             return;
         }
     }
+    Reactor::instance().rearm(mToken, mSocket);
 }
 
 bool Link::handle(std::unique_ptr<ReceivedMessage> message) {
