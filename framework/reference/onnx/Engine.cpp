@@ -4,13 +4,14 @@
  */
 #include "onnx/Engine.h"
 
-#include <climits>
+#include <algorithm>
 #include <cstring>
 #include <stdexcept>
 
 #include <orva/AINeuralNetworkBuffer.h>
 #include <opencv2/core/utils/logger.hpp>
 
+#include "onnx/CloseShapes.h"
 #include "onnx/OnnxModel.h"
 
 namespace orva::reference {
@@ -33,6 +34,10 @@ void SetUpEngine() {
     static_cast<void>(done);
 }
 
+bool IsOpen(const OnnxValue& value) {
+    return !value.hasShape || std::count(value.dims.begin(), value.dims.end(), -1) != 0;
+}
+
 EngineTensor MakeTensor(const OnnxValue& value) {
     EngineTensor tensor;
     tensor.name = value.name;
@@ -43,11 +48,11 @@ EngineTensor MakeTensor(const OnnxValue& value) {
     } else {
         Refuse("the element type of " + value.name + " is neither float nor uint8");
     }
-    // A tensor's bytes must be countable by an int, with the widest elements that it can have.
-    constexpr int64_t kMaxElements = INT_MAX / 4;
+    // A small file must not make the server allocate and compute without bounds.
+    constexpr int64_t kMaxElements = int64_t{1} << 26;
     int64_t elements = 1;
     for (const int64_t dim : value.dims) {
-        const int64_t size = dim < 0 ? 1 : dim;
+        const int64_t size = dim < 0 ? kOpenDimension : dim;
         if (size == 0 || size > kMaxElements / elements) {
             Refuse("the shape of " + value.name + " is out of range");
         }
@@ -112,6 +117,11 @@ Engine::Engine(ByteRange file) {
         Refuse("the model has no output");
     }
     SetUpEngine();
+    std::vector<uint8_t> closed;
+    if (std::any_of(model.inputs.begin(), model.inputs.end(), IsOpen)) {
+        closed = CloseShapes(file, model);
+        file = {closed.data(), closed.size()};
+    }
     net_ = cv::dnn::readNetFromONNX(reinterpret_cast<const char*>(file.data), file.size);
     net_.setPreferableBackend(cv::dnn::DNN_BACKEND_OPENCV);
     net_.setPreferableTarget(cv::dnn::DNN_TARGET_CPU);
@@ -123,11 +133,7 @@ Engine::Engine(ByteRange file) {
     Forward(results);
     for (size_t i = 0; i < outputs_.size(); ++i) {
         // What the model leaves open, the engine knows.
-        bool open = !model.outputs[i].hasShape;
-        for (const int64_t dim : model.outputs[i].dims) {
-            open = open || dim < 0;
-        }
-        if (open) {
+        if (IsOpen(model.outputs[i])) {
             outputs_[i].dims.assign(results[i].size.p, results[i].size.p + results[i].dims);
             outputs_[i].elements = results[i].total();
         } else if (results[i].total() != outputs_[i].elements) {

@@ -4,9 +4,9 @@
  */
 #include "onnx/OnnxModel.h"
 
-#include <set>
 #include <utility>
 
+#include "onnx/NodeCheck.h"
 #include "onnx/TensorCheck.h"
 
 namespace orva::reference {
@@ -56,7 +56,7 @@ private:
     // Nodes may come before what they use in the file, so names are collected first.
     bool ReadGraph(ByteRange graph) {
         std::vector<ByteRange> nodes;
-        std::set<std::string> initializers;
+        KnownValues initializers;
         WireReader reader(graph);
         while (reader.Next()) {
             const uint32_t field = reader.field();
@@ -71,10 +71,11 @@ private:
             if (field == 1) {
                 nodes.push_back(reader.bytes());
             } else if (field == 5) {
-                if (!CheckTensor(reader.bytes(), name, reason_)) {
+                int rank = 0;
+                if (!CheckTensor(reader.bytes(), name, rank, reason_)) {
                     return false;
                 }
-                initializers.insert(std::move(name));
+                initializers[name] = {rank, true, false};
             } else if (!ReadValue(reader.bytes(), value)) {
                 return false;
             } else {
@@ -87,7 +88,7 @@ private:
         return CollectInputs(std::move(initializers)) && CheckNodes(nodes) && CheckOutputs();
     }
 
-    bool CollectInputs(std::set<std::string> initializers) {
+    bool CollectInputs(KnownValues initializers) {
         std::vector<OnnxValue> inputs;
         for (OnnxValue& input : model_.inputs) {
             if (initializers.count(input.name) == 0) {
@@ -97,8 +98,11 @@ private:
         model_.inputs = std::move(inputs);
         values_ = std::move(initializers);
         for (const OnnxValue& input : model_.inputs) {
-            if (input.name.empty() || !values_.insert(input.name).second) {
-                return Refuse("input " + input.name + " is there twice or has no name");
+            // The engine guesses at what has no shape, and does not guess well.
+            const int rank = static_cast<int>(input.dims.size());
+            if (!input.hasShape || input.name.empty() ||
+                !values_.emplace(input.name, ValueFacts{rank, false, false}).second) {
+                return Refuse("input " + input.name + " has no shape or no name of its own");
             }
         }
         return true;
@@ -106,71 +110,18 @@ private:
 
     bool CheckNodes(const std::vector<ByteRange>& nodes) {
         for (const ByteRange& node : nodes) {
-            if (!CheckNode(node)) {
+            if (!CheckNode(node, values_, reason_)) {
                 return Refuse("a node is malformed");
             }
         }
         return true;
     }
 
-    bool CheckNode(ByteRange node) {
-        std::vector<std::string> outputs;
-        std::string type;
-        size_t inputs = 0;
-        WireReader reader(node);
-        while (reader.Next()) {
-            const uint32_t field = reader.field();
-            if (field < 1 || field > 5) {
-                continue;
-            }
-            if (reader.type() != WireReader::kBytes) {
-                return false;
-            }
-            if (field == 1) {
-                ++inputs;
-                const std::string input = reader.bytes().ToString();
-                if (!input.empty() && values_.count(input) == 0) {
-                    return Refuse("a node uses " + input + ", which nothing before it makes");
-                }
-            } else if (field == 2) {
-                outputs.push_back(reader.bytes().ToString());
-            } else if (field == 4) {
-                type = reader.bytes().ToString();
-            } else if (field == 5 && !CheckAttribute(reader.bytes())) {
-                return false;
-            }
-        }
-        if (!reader.ok() || outputs.empty() || outputs[0].empty()) {
-            return false;
-        }
-        for (std::string& output : outputs) {
-            if (!output.empty() && !values_.insert(std::move(output)).second) {
-                return Refuse("a value is made twice");
-            }
-        }
-        return true;
-    }
-
-    bool CheckAttribute(ByteRange attribute) {
-        WireReader reader(attribute);
-        std::string name;
-        while (reader.Next()) {
-            if (reader.field() == 6 || reader.field() == 11) {
-                return Refuse("nodes with graphs of their own are not supported");
-            }
-            if ((reader.field() == 5 || reader.field() == 10) &&
-                (reader.type() != WireReader::kBytes ||
-                 !CheckTensor(reader.bytes(), name, reason_))) {
-                return false;
-            }
-        }
-        return reader.ok();
-    }
-
     bool CheckOutputs() {
         for (const OnnxValue& output : model_.outputs) {
-            if (values_.count(output.name) == 0) {
-                return Refuse("nothing makes output " + output.name);
+            const auto value = values_.find(output.name);
+            if (value == values_.end() || !value->second.computed) {
+                return Refuse("no node makes output " + output.name);
             }
         }
         return true;
@@ -220,16 +171,17 @@ private:
                 continue;
             }
             int64_t size = -1;
+            bool inRange = reader.type() == WireReader::kBytes;
             WireReader dimension(reader.bytes());
             while (dimension.Next()) {
                 if (dimension.field() == 1) {
                     size = static_cast<int64_t>(dimension.value());
+                    inRange = inRange && dimension.type() == WireReader::kVarint && size >= 0;
                 } else if (dimension.field() == 2) {
                     size = -1;
                 }
             }
-            if (reader.type() != WireReader::kBytes || !dimension.ok() || size < -1 ||
-                value.dims.size() == kMaxRank) {
+            if (!inRange || !dimension.ok() || value.dims.size() == kMaxRank) {
                 return Refuse("the shape of " + value.name + " is out of range");
             }
             value.dims.push_back(size);
@@ -240,7 +192,7 @@ private:
     OnnxModel& model_;
     std::string& reason_;
     // The names of the values that nodes may use so far.
-    std::set<std::string> values_;
+    KnownValues values_;
 };
 
 }  // namespace

@@ -64,6 +64,7 @@ public:
     }
 
     std::string name;
+    size_t rank = 0;
 
 private:
     bool ReadField(const WireReader& reader) {
@@ -100,7 +101,7 @@ private:
     }
 
     bool AddDim(uint64_t dim) {
-        if (++rank_ > kMaxRank || dim > kMaxElements || elements_ * dim > kMaxElements) {
+        if (++rank > kMaxRank || dim > kMaxElements || elements_ * dim > kMaxElements) {
             return false;
         }
         elements_ *= dim;
@@ -143,7 +144,6 @@ private:
 
     uint64_t elementType_ = 0;
     uint64_t elements_ = 1;
-    size_t rank_ = 0;
     uint64_t rawBytes_ = 0;
     uint64_t floats_ = 0;
     uint64_t int32s_ = 0;
@@ -154,13 +154,14 @@ private:
 
 }  // namespace
 
-bool CheckTensor(ByteRange tensor, std::string& name, std::string& reason) {
+bool CheckTensor(ByteRange tensor, std::string& name, int& rank, std::string& reason) {
     TensorReader reader;
     if (!reader.Read(tensor) || !reader.ElementsFit()) {
         reason = "tensor " + reader.name + " does not have the elements that its shape says";
         return false;
     }
     name = reader.name;
+    rank = static_cast<int>(reader.rank);
     return true;
 }
 

@@ -15,7 +15,8 @@ namespace orva::reference {
 constexpr size_t kMaxRank = 32;
 
 // Checks that a tensor inside a model file has as many elements as its shape says, in whichever of
-// the format's fields they stand. Gives the tensor's name, or the reason for which it is refused.
-bool CheckTensor(ByteRange tensor, std::string& name, std::string& reason);
+// the format's fields they stand. Gives the tensor's name and number of
+// dimensions, or the reason for which it is refused.
+bool CheckTensor(ByteRange tensor, std::string& name, int& rank, std::string& reason);
 
 }  // namespace orva::reference
