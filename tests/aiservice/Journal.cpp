@@ -1,0 +1,183 @@
+/*
+ * Copyright (C) 2026 The orva project
+ * SPDX-License-Identifier: Apache-2.0
+ */
+#include "aiservice/Journal.h"
+
+#include <orva/AIServiceBase.h>
+#include <orva/AIServiceConnectManager.h>
+#include <pthread.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <atomic>
+#include <cstdlib>
+#include <iterator>
+#include <mutex>
+#include <utility>
+
+#include "common/ServiceId.h"
+
+namespace orva::hidl::test {
+
+namespace {
+
+// The mutexes that this thread holds, of all that objects of this program lock. Plain memory,
+// because static objects still lock when a thread's own objects are gone.
+struct HeldMutexes {
+    const void* mutexes[16];
+    size_t count;
+};
+thread_local HeldMutexes held;
+
+// The first mutex that this thread locks in a range of memory.
+struct Watch {
+    const char* begin;
+    const char* end;
+    const void* first;
+};
+thread_local Watch watch;
+
+std::atomic<Journal*> current{nullptr};
+std::mutex entriesMutex;
+std::vector<std::string> entries;
+const void* serviceMutex = nullptr;
+const void* listenerMutex = nullptr;
+
+// The one of the service's mutexes that an operation locks first.
+template <typename Operation>
+const void* FirstLocked(AIServiceHIDL* service, Operation operation) {
+    const auto* const begin = reinterpret_cast<const char*>(service);
+    watch = {begin, begin + sizeof(AIServiceHIDL), nullptr};
+    operation();
+    return std::exchange(watch, {}).first;
+}
+
+bool Holds(const void* mutex) {
+    return std::find(held.mutexes, held.mutexes + held.count, mutex) != held.mutexes + held.count;
+}
+
+}  // namespace
+
+Admission admission;
+thread_local int callerPid = 0;
+
+std::string IdOf(int32_t clientId) {
+    return std::to_string(callerPid != 0 ? callerPid : getpid()) + ":" + std::to_string(clientId);
+}
+
+Journal::Journal(android::sp<AIServiceHIDL> service) : service_(std::move(service)) {
+    serviceMutex = FirstLocked(service_.get(), [&] { service_->RemoveService("none"); });
+    listenerMutex =
+            FirstLocked(service_.get(), [&] { service_->OnProcessDone("none", {}, 0, {}); });
+    if (serviceMutex == nullptr || listenerMutex == nullptr || serviceMutex == listenerMutex) {
+        abort();
+    }
+    Take();
+    admission = Admission();
+    current = this;
+}
+
+Journal::~Journal() {
+    current = nullptr;
+}
+
+std::vector<std::string> Journal::Take() {
+    std::lock_guard<std::mutex> lock(entriesMutex);
+    return std::exchange(entries, {});
+}
+
+void Journal::Note(const std::string& what) {
+    if (current == nullptr) {
+        return;
+    }
+    std::string locks = Holds(serviceMutex) ? "S" : "";
+    locks += Holds(listenerMutex) ? "L" : "";
+    const std::string entry = (locks.empty() ? "-" : locks) + " " + what;
+    std::lock_guard<std::mutex> lock(entriesMutex);
+    entries.push_back(entry);
+}
+
+}  // namespace orva::hidl::test
+
+// The linker sends each call of NAME to __wrap_NAME (see CMakeLists.txt); __real_NAME is the
+// original.
+#define STAND_IN(name) __asm__("__wrap_" name)
+#define ORIGINAL(name) __asm__("__real_" name)
+#define MANAGER "_ZN4orva23AIServiceConnectManager"
+#define TEXT "NSt7__cxx1112basic_stringIcSt11char_traitsIcESaIcEEE"
+
+namespace orva::hidl::test {
+
+int RealLock(pthread_mutex_t*) ORIGINAL("pthread_mutex_lock");
+int Lock(pthread_mutex_t*) STAND_IN("pthread_mutex_lock");
+int Lock(pthread_mutex_t* mutex) {
+    const int status = RealLock(mutex);
+    if (held.count == std::size(held.mutexes)) {
+        abort();
+    }
+    held.mutexes[held.count++] = mutex;
+    const auto* const address = reinterpret_cast<const char*>(mutex);
+    if (watch.first == nullptr && address >= watch.begin && address < watch.end) {
+        watch.first = mutex;
+    }
+    return status;
+}
+
+int RealUnlock(pthread_mutex_t*) ORIGINAL("pthread_mutex_unlock");
+int Unlock(pthread_mutex_t*) STAND_IN("pthread_mutex_unlock");
+int Unlock(pthread_mutex_t* mutex) {
+    const void** const end = held.mutexes + held.count;
+    const void** const found = std::find(held.mutexes, end, mutex);
+    if (found != end) {
+        std::copy(found + 1, end, found);
+        --held.count;
+    }
+    return RealUnlock(mutex);
+}
+
+std::string Id(int32_t) STAND_IN("_ZN4orva4hidl13MakeServiceIdB5cxx11Ei");
+std::string RealId(int32_t) ORIGINAL("_ZN4orva4hidl13MakeServiceIdB5cxx11Ei");
+std::string Id(int32_t clientId) {
+    return callerPid != 0 ? IdOf(clientId) : RealId(clientId);
+}
+
+void RealCreateIdleTimer(AIServiceBase*) ORIGINAL("_ZN4orva13AIServiceBase15CreateIdleTimerEv");
+void CreateIdleTimer(AIServiceBase*) STAND_IN("_ZN4orva13AIServiceBase15CreateIdleTimerEv");
+void CreateIdleTimer(AIServiceBase* node) {
+    Journal::Note("CreateIdleTimer");
+    RealCreateIdleTimer(node);
+}
+
+bool RealCheck(AIServiceConnectManager*) ORIGINAL(MANAGER "15CheckServiceNumEv");
+bool Check(AIServiceConnectManager*) STAND_IN(MANAGER "15CheckServiceNumEv");
+bool Check(AIServiceConnectManager* manager) {
+    Journal::Note("CheckServiceNum");
+    return current != nullptr ? admission.room : RealCheck(manager);
+}
+
+std::string RealTimedOut(AIServiceConnectManager*)
+        ORIGINAL(MANAGER "19GetTimeoutServiceIdB5cxx11Ev");
+std::string TimedOut(AIServiceConnectManager*) STAND_IN(MANAGER "19GetTimeoutServiceIdB5cxx11Ev");
+std::string TimedOut(AIServiceConnectManager* manager) {
+    Journal::Note("GetTimeoutServiceId");
+    return current != nullptr ? admission.timedOut : RealTimedOut(manager);
+}
+
+void RealUpdate(AIServiceConnectManager*, std::string)
+        ORIGINAL(MANAGER "17UpdateServiceTimeE" TEXT);
+void Update(AIServiceConnectManager*, std::string) STAND_IN(MANAGER "17UpdateServiceTimeE" TEXT);
+void Update(AIServiceConnectManager* manager, std::string id) {
+    Journal::Note("UpdateServiceTime " + id);
+    RealUpdate(manager, id);
+}
+
+void RealRemove(AIServiceConnectManager*, std::string)
+        ORIGINAL(MANAGER "17RemoveServiceTimeE" TEXT);
+void Remove(AIServiceConnectManager*, std::string) STAND_IN(MANAGER "17RemoveServiceTimeE" TEXT);
+void Remove(AIServiceConnectManager* manager, std::string id) {
+    Journal::Note("RemoveServiceTime " + id);
+    RealRemove(manager, id);
+}
+
+}  // namespace orva::hidl::test
