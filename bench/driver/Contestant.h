@@ -1,0 +1,52 @@
+/*
+ * Copyright (C) 2026 The orva project
+ * SPDX-License-Identifier: Apache-2.0
+ */
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "driver/ChildProcess.h"
+
+namespace orva_bench {
+
+// What a contestant is asked to do.
+struct Load {
+    size_t inputSize;
+    size_t clients;
+};
+
+// A server and its clients, all on one core, asleep but for their rounds.
+class Contestant {
+public:
+    enum class Log {
+        kWarnings,           // the host logs what is wrong, and so nothing
+        kProgressToNowhere,  // it logs each step of each request, to /dev/null
+    };
+
+    // The system calls without which a request cannot be had. Throws when it cannot be started,
+    // as does the next.
+    static Contestant floor(const Load& load, std::optional<int> core, const std::string& folder);
+    // The services in a host of their own, with sessions on nodes of the type.
+    static Contestant services(const Load& load, std::optional<int> core, const std::string& folder,
+                               const std::string& nodeType, Log log);
+
+    // Has the clients send `requests` in all, at once, and tells how long a request took on
+    // average, in microseconds. Throws std::runtime_error when one failed.
+    double round(uint32_t requests) const;
+
+private:
+    Contestant(std::optional<int> core, const ChildProcess::Main& server,
+               const ChildProcess::Main& client, size_t clients);
+
+    // The server ends first, or it would see its clients die.
+    std::vector<std::unique_ptr<ChildProcess>> clients_;
+    std::unique_ptr<ChildProcess> server_;
+};
+
+}  // namespace orva_bench

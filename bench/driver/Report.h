@@ -1,0 +1,30 @@
+/*
+ * Copyright (C) 2026 The orva project
+ * SPDX-License-Identifier: Apache-2.0
+ */
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "driver/RequestBench.h"
+
+namespace orva_bench {
+
+// Prints results, as a table row by row or as one JSON document at the end.
+class Report {
+public:
+    Report(const RequestSettings& settings, bool json);
+
+    // Tells where and how the figures came about.
+    void begin() const;
+    void add(const RequestRow& row);
+    void end() const;
+
+private:
+    const RequestSettings settings_;
+    const bool json_;
+    std::vector<RequestRow> rows_;
+};
+
+}  // namespace orva_bench

@@ -1,0 +1,82 @@
+/*
+ * Copyright (C) 2026 The orva project
+ * SPDX-License-Identifier: Apache-2.0
+ */
+#include "driver/RequestBench.h"
+
+#include <algorithm>
+
+#include "Payload.h"
+#include "request/BenchNode.h"
+
+namespace orva_bench {
+
+namespace {
+
+struct Case {
+    const char* variant;
+    Load load;
+    const char* nodeType;
+    Contestant::Log log;
+};
+
+constexpr size_t operator""_MiB(unsigned long long count) {
+    return count * 1024 * 1024;
+}
+
+constexpr Case kCases[] = {
+        {"", {4096, 1}, kPooledNode, Contestant::Log::kWarnings},
+        {"", {kPictureSize, 1}, kPooledNode, Contestant::Log::kWarnings},
+        {"", {1_MiB, 1}, kPooledNode, Contestant::Log::kWarnings},
+        {"", {16_MiB, 1}, kPooledNode, Contestant::Log::kWarnings},
+        {"", {64_MiB, 1}, kPooledNode, Contestant::Log::kWarnings},
+        {"", {kPictureSize, 8}, kPooledNode, Contestant::Log::kWarnings},
+        {"", {kPictureSize, 64}, kPooledNode, Contestant::Log::kWarnings},
+        {"node without threads", {kPictureSize, 1}, kInlineNode, Contestant::Log::kWarnings},
+        {"log of each step", {kPictureSize, 1}, kPooledNode, Contestant::Log::kProgressToNowhere},
+};
+
+double median(std::vector<double> values) {
+    const auto middle = values.begin() + static_cast<ptrdiff_t>(values.size() / 2);
+    std::nth_element(values.begin(), middle, values.end());
+    return *middle;
+}
+
+RequestRow measure(const RequestSettings& settings, const Case& which) {
+    const Contestant floor = Contestant::floor(which.load, settings.core, settings.folder);
+    const Contestant ours = Contestant::services(which.load, settings.core, settings.folder,
+                                                 which.nodeType, which.log);
+    // A round that does not count, until what is made once has been made.
+    floor.round(settings.requests);
+    ours.round(settings.requests);
+    std::vector<double> floorUs;
+    std::vector<double> oursUs;
+    for (uint32_t round = 0; round < settings.rounds; ++round) {
+        floorUs.push_back(floor.round(settings.requests));
+        oursUs.push_back(ours.round(settings.requests));
+    }
+    return {which.variant, which.load, median(floorUs), median(oursUs)};
+}
+
+}  // namespace
+
+void runRequestBench(const RequestSettings& settings,
+                     const std::function<void(const RequestRow&)>& report) {
+    for (const Case& each : kCases) {
+        report(measure(settings, each));
+    }
+}
+
+double runAlone(const RequestSettings& settings, bool floor, const Load& load) {
+    const Contestant contestant =
+            floor ? Contestant::floor(load, settings.core, settings.folder)
+                  : Contestant::services(load, settings.core, settings.folder, kPooledNode,
+                                         Contestant::Log::kWarnings);
+    std::vector<double> us;
+    for (uint32_t round = 0; round < settings.rounds; ++round) {
+        us.push_back(contestant.round(settings.requests));
+    }
+    return median(us);
+}
+
+}  // namespace orva_bench

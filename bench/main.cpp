@@ -1,0 +1,102 @@
+/*
+ * Copyright (C) 2026 The orva project
+ * SPDX-License-Identifier: Apache-2.0
+ */
+#include <sched.h>
+#include <unistd.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <exception>
+#include <filesystem>
+
+#include <CLI/CLI.hpp>
+
+#include "Payload.h"
+#include "driver/Report.h"
+#include "driver/RequestBench.h"
+
+namespace {
+
+using namespace orva_bench;
+
+// A folder of this run for its sockets.
+class Folder {
+public:
+    Folder() {
+        if (mkdtemp(path_) == nullptr) {
+            throw std::system_error(errno, std::generic_category(), "mkdtemp");
+        }
+    }
+    ~Folder() {
+        std::error_code ignored;
+        std::filesystem::remove_all(path_, ignored);
+    }
+    Folder(const Folder&) = delete;
+    Folder& operator=(const Folder&) = delete;
+
+    std::string path() const { return path_; }
+
+private:
+    char path_[32] = "/tmp/orva-bench-XXXXXX";
+};
+
+int lastAllowedCore() {
+    cpu_set_t cores;
+    CPU_ZERO(&cores);
+    sched_getaffinity(0, sizeof cores, &cores);
+    int core = CPU_SETSIZE - 1;
+    while (core > 0 && !CPU_ISSET(core, &cores)) {
+        --core;
+    }
+    return core;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    CLI::App app(
+            "Measures what a request through the services costs, beside a floor: a bare pair "
+            "of programs that makes only the system calls that a request cannot do without.");
+    RequestSettings settings = {lastAllowedCore(), 9, 2000, ""};
+    bool quick = false;
+    bool json = false;
+    std::string alone;
+    Load load = {kPictureSize, 1};
+    app.add_option("--core", settings.core, "The core that every process runs on");
+    app.add_option("--rounds", settings.rounds, "Rounds of which the median counts")
+            ->check(CLI::Range(1, 1000))
+            ->capture_default_str();
+    app.add_option("--requests", settings.requests, "Requests in a round, of all clients together")
+            ->check(CLI::Range(1, 10'000'000))
+            ->capture_default_str();
+    app.add_flag("--quick", quick, "One round of one request each: only shows that it runs");
+    app.add_flag("--json", json, "Prints one JSON document");
+    auto* const only = app.add_option("--only", alone, "Runs one contestant alone, for profilers")
+                               ->check(CLI::IsMember({"floor", "services"}));
+    app.add_option("--input-bytes", load.inputSize, "The input of --only")->needs(only);
+    app.add_option("--sessions", load.clients, "The clients of --only")
+            ->check(CLI::Range(1, 1000))
+            ->needs(only);
+    CLI11_PARSE(app, argc, argv);
+    if (quick) {
+        settings.rounds = 1;
+        settings.requests = 1;
+    }
+    try {
+        const Folder folder;
+        settings.folder = folder.path();
+        if (*only) {
+            printf("%.1f us\n", runAlone(settings, alone == "floor", load));
+            return 0;
+        }
+        Report report(settings, json);
+        report.begin();
+        runRequestBench(settings, [&](const RequestRow& row) { report.add(row); });
+        report.end();
+    } catch (const std::exception& error) {
+        fprintf(stderr, "orva-bench: %s\n", error.what());
+        return 1;
+    }
+    return 0;
+}
