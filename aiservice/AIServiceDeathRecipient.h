@@ -4,23 +4,12 @@
  */
 #pragma once
 
-#include <cstdint>
-#include <string>
-
-#include <hidl/HidlSupport.h>
+#include "common/ClientDeathRecipient.h"
 
 namespace orva::hidl {
 
-// Ends a session when the process behind its listener dies. Called on a binder thread.
-class AIServiceDeathRecipient : public android::hardware::hidl_death_recipient {
-public:
-    explicit AIServiceDeathRecipient(std::string id) : serviceId(std::move(id)) {}
+class AIServiceHIDL;
 
-    void serviceDied(uint64_t cookie,
-                     const android::wp<android::hidl::base::V1_0::IBase>& who) override;
-
-private:
-    const std::string serviceId;
-};
+using AIServiceDeathRecipient = ClientDeathRecipient<AIServiceHIDL>;
 
 }  // namespace orva::hidl

@@ -10,7 +10,6 @@
 #include <orva/AINNNodeFactory.h>
 #include <orva/AIServiceConnectManager.h>
 
-#include "aiservice/LogTag.h"
 #include "common/Log.h"
 #include "common/ModelBuffers.h"
 #include "common/ServiceId.h"
@@ -112,19 +111,7 @@ void AIServiceHIDL::RemoveService(std::string serviceId) {
     }
     {
         MutexLock lock(listenerMutex);
-        const auto listener = clientListeners.find(serviceId);
-        const auto recipient = deathRecipients.find(serviceId);
-        if (listener != clientListeners.end() && recipient != deathRecipients.end() &&
-            listener->second != nullptr) {
-            // The client may be dead already, so the answer means nothing.
-            (void)listener->second->unlinkToDeath(recipient->second).isOk();
-        }
-        if (recipient != deathRecipients.end()) {
-            deathRecipients.erase(recipient);
-        }
-        if (listener != clientListeners.end()) {
-            clientListeners.erase(listener);
-        }
+        ForgetClient(serviceId, clientListeners, deathRecipients);
     }
     ORVA_LOGI(kServiceTag, "AIServiceHIDL RemoveService %s Complete", serviceId.c_str());
 }

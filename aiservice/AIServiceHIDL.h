@@ -15,6 +15,7 @@
 #include <orva/IAITensor.h>
 
 #include "aiservice/AIServiceDeathRecipient.h"
+#include "aiservice/LogTag.h"
 #include "common/Interfaces.h"
 #include "common/Mutex.h"
 
@@ -28,6 +29,8 @@ namespace orva::hidl {
 // with neither held.
 class AIServiceHIDL : public IAIService_hidl {
 public:
+    static constexpr const char* kLogTag = kServiceTag;
+
     // The service that the process offers, made by the first call. It lives until the process
     // exits, or as long as somebody holds a reference beyond that.
     static AIServiceHIDL* GetInstance();

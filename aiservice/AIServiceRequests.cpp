@@ -11,11 +11,10 @@
 
 #include "aiservice/AIServiceClientListener.h"
 #include "aiservice/AIServiceHIDL.h"
-#include "aiservice/LogTag.h"
 #include "common/Log.h"
 #include "common/ServiceId.h"
 #include "common/StatusCodes.h"
-#include "transport/AITensorSerializerRegistry.h"
+#include "transport/TensorPacking.h"
 #include "transport/TensorUnpacking.h"
 
 namespace orva::hidl {
@@ -135,11 +134,7 @@ void AIServiceHIDL::OnProcessDone(std::string serviceId, const AIContext& contex
     std::vector<AITensorHandle> delivered;
     delivered.reserve(outputs.size());
     for (const std::shared_ptr<IAITensor>& tensor : outputs) {
-        AITensorHandle& handle = delivered.emplace_back();
-        // No type name can be asked of a tensor that is not there.
-        if (tensor == nullptr || AITensorSerializerRegistry::GetInstance()->SerializeTo(
-                                         handle, tensor) != kTransportSuccess) {
-            delivered.pop_back();
+        if (!PackTensor(tensor, delivered)) {
             // Not the position but whether the tensor was there: readers of the log look for it.
             ORVA_LOGE(kServiceTag, "Process output tensor SerializeTo failed, tensor[%d]",
                       tensor == nullptr ? 1 : 0);

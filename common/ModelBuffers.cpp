@@ -11,6 +11,18 @@
 
 namespace orva::hidl {
 
+bool ReadModel(const ModelBuffer& buffer, AIModelDescription& description) {
+    description.ParseFromString(buffer.description);
+    if (const native_handle_t* handle = buffer.modelHandle.getNativeHandle()) {
+        const SharedMapping mapping = SharedMapping::MapReceived(handle, buffer.size);
+        if (!mapping) {
+            return false;
+        }
+        description.set_data(mapping.Address(), mapping.Length());
+    }
+    return true;
+}
+
 bool ReadModels(const android::hardware::hidl_vec<ModelBuffer>& buffers,
                 std::vector<AIModelDescription>& models) {
     // A count beyond the signed range counts as none.
@@ -19,14 +31,8 @@ bool ReadModels(const android::hardware::hidl_vec<ModelBuffer>& buffers,
     // region, are those of the model before it.
     AIModelDescription description;
     for (int32_t i = 0; i < count; ++i) {
-        const ModelBuffer& buffer = buffers[static_cast<size_t>(i)];
-        description.ParseFromString(buffer.description);
-        if (const native_handle_t* handle = buffer.modelHandle.getNativeHandle()) {
-            const SharedMapping mapping = SharedMapping::MapReceived(handle, buffer.size);
-            if (!mapping) {
-                return false;
-            }
-            description.set_data(mapping.Address(), mapping.Length());
+        if (!ReadModel(buffers[static_cast<size_t>(i)], description)) {
+            return false;
         }
         models.push_back(description);
     }

@@ -12,8 +12,12 @@
 
 namespace orva::hidl {
 
-// Reads model descriptions, and the bytes of those that come with a region, in order. The regions
-// are mapped only meanwhile. False at the first region that cannot be mapped.
+// Reads a model's description, and its bytes when it comes with a region, which is mapped only
+// meanwhile. What neither says stays as it was. False when the region cannot be mapped.
+bool ReadModel(const ModelBuffer& buffer, AIModelDescription& description);
+
+// Reads model descriptions, as ReadModel does, in order. False at the first region that cannot be
+// mapped.
 bool ReadModels(const android::hardware::hidl_vec<ModelBuffer>& buffers,
                 std::vector<AIModelDescription>& models);
 

@@ -5,6 +5,8 @@
 
 #include "transport/TensorUnpacking.h"
 
+#include <utility>
+
 #include <orva/AITensorFactory.h>
 
 #include "common/StatusCodes.h"
@@ -12,16 +14,26 @@
 
 namespace orva::hidl {
 
+std::shared_ptr<IAITensor> CreateTensor(const AITensorHandle& handle) {
+    return AITensorFactory::GetInstance()->CreateTensor(handle.type);
+}
+
+bool FillTensor(std::shared_ptr<IAITensor> tensor, const AITensorHandle& handle,
+                std::vector<std::shared_ptr<IAITensor>>& tensors) {
+    if (AITensorSerializerRegistry::GetInstance()->DeserializeFrom(tensor, handle) !=
+        kTransportSuccess) {
+        return false;
+    }
+    tensors.push_back(std::move(tensor));
+    return true;
+}
+
 bool UnpackTensors(const android::hardware::hidl_vec<AITensorHandle>& handles,
                    std::vector<std::shared_ptr<IAITensor>>& tensors) {
-    AITensorSerializerRegistry* const registry = AITensorSerializerRegistry::GetInstance();
     for (const AITensorHandle& handle : handles) {
-        std::shared_ptr<IAITensor> tensor =
-                AITensorFactory::GetInstance()->CreateTensor(handle.type);
-        if (registry->DeserializeFrom(tensor, handle) != kTransportSuccess) {
+        if (!FillTensor(CreateTensor(handle), handle, tensors)) {
             return false;
         }
-        tensors.push_back(std::move(tensor));
     }
     return true;
 }

@@ -1,0 +1,53 @@
+/*
+ * Copyright (C) 2026 The orva project
+ * SPDX-License-Identifier: Apache-2.0
+ */
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <utility>
+
+#include <hidl/HidlSupport.h>
+
+#include "common/Log.h"
+
+namespace orva::hidl {
+
+// Ends a session of a service when the process behind its listener dies. Called on a binder
+// thread. The service is asked for only then, so that it may have come to its end before.
+template <typename Service>
+class ClientDeathRecipient : public android::hardware::hidl_death_recipient {
+public:
+    explicit ClientDeathRecipient(std::string id) : serviceId(std::move(id)) {}
+
+    void serviceDied(uint64_t /*cookie*/,
+                     const android::wp<android::hidl::base::V1_0::IBase>& /*who*/) override {
+        ORVA_LOGI(Service::kLogTag, "AIClient %s is inactive", serviceId.c_str());
+        Service::GetInstance()->RemoveService(serviceId);
+    }
+
+private:
+    const std::string serviceId;
+};
+
+// Takes a client's listener and its recipient out of a service's tables, whichever are there, and
+// the link between them.
+template <typename Listeners, typename Recipients>
+void ForgetClient(const std::string& serviceId, Listeners& listeners, Recipients& recipients) {
+    const auto listener = listeners.find(serviceId);
+    const auto recipient = recipients.find(serviceId);
+    if (listener != listeners.end() && recipient != recipients.end() &&
+        listener->second != nullptr) {
+        // The client may be dead already, so the answer means nothing.
+        (void)listener->second->unlinkToDeath(recipient->second).isOk();
+    }
+    if (recipient != recipients.end()) {
+        recipients.erase(recipient);
+    }
+    if (listener != listeners.end()) {
+        listeners.erase(listener);
+    }
+}
+
+}  // namespace orva::hidl

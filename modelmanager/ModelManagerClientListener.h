@@ -1,0 +1,38 @@
+/*
+ * Copyright (C) 2026 The orva project
+ * SPDX-License-Identifier: Apache-2.0
+ */
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include <orva/AIModelManagerListener.h>
+
+namespace orva::hidl {
+
+class ModelManagerServiceHIDL;
+
+// What a model manager reports to: passes completions on to the service, with the session they
+// belong to. The model manager keeps it; the service outlives it. Called on threads of the model
+// manager's choosing.
+class ModelManagerClientListener : public AIModelManagerListener {
+public:
+    ModelManagerClientListener(std::string id, ModelManagerServiceHIDL* owner)
+            : serviceId(std::move(id)), service(owner) {}
+    ~ModelManagerClientListener() override { service = nullptr; }
+
+    void OnProcessDone(const AIContext& context, int32_t result,
+                       const std::vector<std::shared_ptr<IAITensor>>& outputs) override;
+    // Only logged: a client learns of its session's end by its next request.
+    void OnServiceDied() override;
+
+private:
+    const std::string serviceId;
+    ModelManagerServiceHIDL* service;
+};
+
+}  // namespace orva::hidl

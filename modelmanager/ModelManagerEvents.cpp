@@ -1,0 +1,138 @@
+/*
+ * Copyright (C) 2026 The orva project
+ * SPDX-License-Identifier: Apache-2.0
+ */
+
+// How results get back to clients: listeners and events.
+
+#include <new>
+
+#include <orva/AIServiceConnectManager.h>
+
+#include "common/Log.h"
+#include "common/ServiceId.h"
+#include "common/StatusCodes.h"
+#include "modelmanager/ModelManagerServiceHIDL.h"
+#include "transport/TensorPacking.h"
+
+namespace orva::hidl {
+
+using android::sp;
+using android::hardware::hidl_string;
+using android::hardware::hidl_vec;
+using android::hardware::Return;
+
+namespace {
+
+// Tells the platform's traces apart; the recipient does not look at it.
+constexpr uint64_t kDeathCookie = 0x5678;
+
+}  // namespace
+
+Return<int32_t> ModelManagerServiceHIDL::SetListener(int32_t clientId,
+                                                     const sp<IModelManagerListener>& listener) {
+    ORVA_LOGI(kManagerTag, "ModelManagerServiceHIDL SetListener");
+    if (clientId < 0) {
+        CallbackLock lock(listenerMutex);
+        const std::string serviceId = MakeServiceId(ListenerClientId(clientId));
+        if (clientListeners.count(serviceId) != 0) {
+            ORVA_LOGE(kManagerTag, "SetListener service %s is already set", serviceId.c_str());
+            return kStatusFailure;
+        }
+        const sp<ModelManagerServiceDeathRecipient> recipient =
+                new (std::nothrow) ModelManagerServiceDeathRecipient(serviceId);
+        if (recipient == nullptr) {
+            ORVA_LOGE(kManagerTag, "service_recipient is nullptr.");
+            return kStatusFailure;
+        }
+        deathRecipients[serviceId] = recipient;
+        // A client may register no listener at all: its results are dropped without a word.
+        if (listener != nullptr) {
+            // One that is dead already fails here; its session is left to the idle time-out.
+            (void)listener->linkToDeath(recipient, kDeathCookie).isOk();
+        }
+        clientListeners[serviceId] = listener;
+        return kStatusSuccess;
+    }
+
+    std::string serviceId;
+    std::shared_ptr<AIModelManager> manager;
+    {
+        MutexLock lock(managerMutex);
+        serviceId = MakeServiceId(clientId);
+        manager = FindManager(serviceId);
+        if (manager == nullptr) {
+            ORVA_LOGE(kManagerTag, "SetListener service %s is not create", serviceId.c_str());
+            return kStatusNoSession;
+        }
+    }
+    {
+        // The model manager is called with the lock held, so that of two listeners set at once the
+        // later one stays.
+        CallbackLock lock(listenerMutex);
+        std::shared_ptr<ModelManagerClientListener> managerListener;
+        const auto found = frameworkListeners.find(serviceId);
+        if (found != frameworkListeners.end()) {
+            managerListener = found->second;
+        } else {
+            managerListener.reset(new (std::nothrow) ModelManagerClientListener(serviceId, this));
+        }
+        if (managerListener == nullptr) {
+            ORVA_LOGE(kManagerTag, "client_listener is nullptr.");
+            return kStatusFailure;
+        }
+        const int32_t status = manager->RegisterListener(managerListener);
+        if (status != kStatusSuccess) {
+            return status;
+        }
+    }
+    AIServiceConnectManager::GetInstance()->UpdateServiceTime(serviceId);
+    return kStatusSuccess;
+}
+
+void ModelManagerServiceHIDL::OnProcessDone(
+        const std::string& serviceId, const AIContext& context, int32_t result,
+        const std::vector<std::shared_ptr<IAITensor>>& outputs) {
+    // Released after the lock: the last reference may end the connection to the client.
+    sp<IModelManagerListener> listener;
+    // Held until the client has answered: its results come one at a time, in their order, and
+    // none comes once UnInit has returned.
+    CallbackLock lock(listenerMutex);
+    const auto found = clientListeners.find(serviceId);
+    if (found == clientListeners.end()) {
+        ORVA_LOGE(kManagerTag, "ModelManagerServiceHIDL OnProcessDone not find the listener %s",
+                  serviceId.c_str());
+        return;
+    }
+    listener = found->second;
+    if (listener == nullptr) {
+        return;
+    }
+
+    std::vector<AITensorHandle> delivered;
+    delivered.reserve(outputs.size());
+    for (const std::shared_ptr<IAITensor>& tensor : outputs) {
+        if (!PackTensor(tensor, delivered)) {
+            // Not the position but whether the tensor was there: readers of the log look for it.
+            ORVA_LOGE(kManagerTag, "Process output tensor SerializeTo failed, tensor[%d]",
+                      tensor == nullptr ? 1 : 0);
+            // A shorter list never turns a success into a failure.
+            result = result != 0 ? kStatusFailure : kStatusSuccess;
+        }
+    }
+
+    ORVA_LOGI(kManagerTag, "ModelManagerServiceHIDL OnAIEvent %s call the listener",
+              serviceId.c_str());
+    // The list stays here: a hidl_vec of its own would duplicate every descriptor.
+    hidl_vec<AITensorHandle> handles;
+    handles.setToExternal(delivered.data(), delivered.size());
+    const hidl_string contextText = context.Serialize();
+    ORVA_LOGI(kManagerTag, "OnProcessDone context: %s", contextText.c_str());
+    if (!listener->OnProcessDone(result, contextText, handles).isOk()) {
+        ORVA_LOGE(kManagerTag, "ModelManagerServiceHIDL call OnProcessDone isOk error");
+    }
+    ORVA_LOGI(kManagerTag, "ModelManagerServiceHIDL OnAIEvent Complete %s call the listener",
+              serviceId.c_str());
+}
+
+}  // namespace orva::hidl

@@ -1,0 +1,127 @@
+/*
+ * Copyright (C) 2026 The orva project
+ * SPDX-License-Identifier: Apache-2.0
+ */
+
+// Requests: in one call, or bound first and started later.
+
+#include <orva/AIServiceConnectManager.h>
+
+#include "common/Log.h"
+#include "common/ServiceId.h"
+#include "common/StatusCodes.h"
+#include "modelmanager/ModelManagerServiceHIDL.h"
+#include "transport/TensorUnpacking.h"
+
+namespace orva::hidl {
+
+using android::hardware::hidl_string;
+using android::hardware::hidl_vec;
+using android::hardware::Return;
+
+Return<int32_t> ModelManagerServiceHIDL::Process(int32_t clientId, const hidl_string& context,
+                                                 const hidl_vec<AITensorHandle>& inputs,
+                                                 const hidl_vec<AITensorHandle>& outputs,
+                                                 int32_t processArg) {
+    ORVA_LOGI(kManagerTag, "ModelManagerServiceHIDL Process");
+    const std::string serviceId = MakeServiceId(clientId);
+    std::shared_ptr<AIModelManager> manager;
+    {
+        MutexLock lock(managerMutex);
+        manager = FindManager(serviceId);
+        if (manager == nullptr) {
+            ORVA_LOGE(kManagerTag, "Process service %s is not create", serviceId.c_str());
+            return kStatusNoSession;
+        }
+    }
+
+    std::vector<std::shared_ptr<IAITensor>> inputTensors;
+    for (const AITensorHandle& handle : inputs) {
+        ORVA_LOGI(kManagerTag, "Process tensorstype %s", handle.type.c_str());
+        if (!FillTensor(CreateTensor(handle), handle, inputTensors)) {
+            ORVA_LOGE(kManagerTag, "Process input data DeserializeFrom failed");
+            return kStatusFailure;
+        }
+    }
+    // The model manager writes its results straight into the client's buffers.
+    std::vector<std::shared_ptr<IAITensor>> outputTensors;
+    for (const AITensorHandle& handle : outputs) {
+        std::shared_ptr<IAITensor> tensor = CreateTensor(handle);
+        if (tensor == nullptr) {
+            ORVA_LOGE(kManagerTag, "Process output tensor create failed");
+            return kStatusFailure;
+        }
+        if (!FillTensor(std::move(tensor), handle, outputTensors)) {
+            ORVA_LOGE(kManagerTag, "Process output data DeserializeFrom failed");
+            return kStatusFailure;
+        }
+    }
+
+    AIContext managerContext;
+    managerContext.Deserialize(context);
+    ORVA_LOGI(kManagerTag, "Process context: %s", context.c_str());
+    AIServiceConnectManager::GetInstance()->UpdateServiceTime(serviceId);
+    return manager->Process(managerContext, inputTensors, outputTensors, processArg);
+}
+
+Return<int32_t> ModelManagerServiceHIDL::SetInputsAndOutputs(
+        int32_t clientId, const hidl_string& context, const hidl_vec<AITensorHandle>& inputs,
+        const hidl_vec<AITensorHandle>& outputs) {
+    ORVA_LOGI(kManagerTag, "ModelManagerServiceHIDL SetInputsAndOutputs");
+    const std::string serviceId = MakeServiceId(clientId);
+    std::shared_ptr<AIModelManager> manager;
+    {
+        MutexLock lock(managerMutex);
+        manager = FindManager(serviceId);
+        if (manager == nullptr) {
+            ORVA_LOGE(kManagerTag, "SetInputsAndOutputs service %s is not create",
+                      serviceId.c_str());
+            return kStatusNoSession;
+        }
+    }
+
+    std::vector<std::shared_ptr<IAITensor>> inputTensors;
+    for (const AITensorHandle& handle : inputs) {
+        ORVA_LOGI(kManagerTag, "SetInputsAndOutputs tensorstype %s", handle.type.c_str());
+        if (!FillTensor(CreateTensor(handle), handle, inputTensors)) {
+            ORVA_LOGE(kManagerTag, "SetInputsAndOutputs input tensor DeserializeFrom failed");
+            return kStatusFailure;
+        }
+    }
+    std::vector<std::shared_ptr<IAITensor>> outputTensors;
+    if (!UnpackTensors(outputs, outputTensors)) {
+        ORVA_LOGE(kManagerTag, "SetInputsAndOutputs output tensor DeserializeFrom failed");
+        return kStatusFailure;
+    }
+
+    AIContext managerContext;
+    managerContext.Deserialize(context);
+    ORVA_LOGI(kManagerTag, "SetInputsAndOutputs context: %s", context.c_str());
+    AIServiceConnectManager::GetInstance()->UpdateServiceTime(serviceId);
+    return manager->SetInputsAndOutputs(managerContext, inputTensors, outputTensors);
+}
+
+Return<int32_t> ModelManagerServiceHIDL::StartCompute(int32_t clientId,
+                                                      const hidl_string& context) {
+    ORVA_LOGI(kManagerTag, "ModelManagerServiceHIDL StartCompute");
+    const std::string serviceId = MakeServiceId(clientId);
+    std::shared_ptr<AIModelManager> manager;
+    {
+        MutexLock lock(managerMutex);
+        manager = FindManager(serviceId);
+        if (manager == nullptr) {
+            ORVA_LOGE(kManagerTag, "StartCompute service %s is not create", serviceId.c_str());
+            // Clients know of no other failure of this method than 1.
+            return kStatusFailure;
+        }
+    }
+
+    AIContext managerContext;
+    managerContext.Deserialize(context);
+    ORVA_LOGI(kManagerTag, "StartCompute context: %s", context.c_str());
+    AIServiceConnectManager::GetInstance()->UpdateServiceTime(serviceId);
+    return manager->StartCompute(managerContext) == kStatusSuccess ? kStatusSuccess
+                                                                   : kStatusFailure;
+}
+
+}  // namespace orva::hidl
