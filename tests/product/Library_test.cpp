@@ -44,7 +44,10 @@ TEST(Library, RegistersItsTensorsAtLoadAndServesOneObject) {
     const auto fetchModels =
             reinterpret_cast<Fetch>(dlsym(library, "HIDL_FETCH_IModelManagerService"));
     ASSERT_NE(nullptr, fetchModels);
-    EXPECT_EQ(nullptr, fetchModels("default"));
+    void* const models = fetchModels("default");
+    EXPECT_NE(nullptr, models);
+    EXPECT_EQ(models, fetchModels("another"));
+    EXPECT_EQ(models, fetchModels(nullptr));
     EXPECT_EQ(0, dlclose(library));
 }
 
