@@ -4,7 +4,20 @@
  */
 #pragma once
 
+#include <algorithm>
+#include <string>
+
 #include <android/log.h>
+
+namespace orva::reference {
+
+// For reasons that others have worded.
+inline std::string OneLine(std::string text) {
+    std::replace(text.begin(), text.end(), '\n', ' ');
+    return text;
+}
+
+}  // namespace orva::reference
 
 // One line in the system's log form: where it was written, then the message in quotes.
 #define ORVA_LOG(level, format, ...) \

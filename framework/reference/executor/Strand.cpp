@@ -11,6 +11,9 @@ namespace orva::reference {
 bool Strand::Post(Executor::Task task) {
     {
         MutexLock lock(mutex_);
+        if (draining_) {
+            return false;
+        }
         tasks_.push_back(std::move(task));
         if (scheduled_) {
             return true;
@@ -32,8 +35,7 @@ bool Strand::Post(Executor::Task task) {
             return false;
         }
     }
-    while (RunFirst()) {
-    }
+    Drain();
     return false;
 }
 
@@ -41,11 +43,24 @@ bool Strand::Schedule() {
     return executor_->Post([self = shared_from_this()] { self->Turn(); });
 }
 
-// One task a turn, so that strands with much to do take turns with the others. An executor that is
-// being shut down takes no more turns; the rest then runs in this one.
+// One task a turn, so that strands with much to do take turns with the others.
 void Strand::Turn() {
-    while (RunFirst() && !Schedule()) {
+    if (RunFirst() && !Schedule()) {
+        Drain();
     }
+}
+
+// Runs what is left here and now, since the executor takes no more turns. Nobody may add to it
+// meanwhile, or it might never end.
+void Strand::Drain() {
+    {
+        MutexLock lock(mutex_);
+        draining_ = true;
+    }
+    while (RunFirst()) {
+    }
+    MutexLock lock(mutex_);
+    draining_ = false;
 }
 
 // Runs the first task; true when another one waits.

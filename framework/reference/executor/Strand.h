@@ -26,6 +26,7 @@ public:
 private:
     bool Schedule();
     void Turn();
+    void Drain();
     bool RunFirst();
 
     const std::shared_ptr<Executor> executor_;
@@ -33,6 +34,7 @@ private:
     std::deque<Executor::Task> tasks_ ORVA_GUARDED_BY(mutex_);
     // A turn is due or under way.
     bool scheduled_ ORVA_GUARDED_BY(mutex_) = false;
+    bool draining_ ORVA_GUARDED_BY(mutex_) = false;
 };
 
 }  // namespace orva::reference

@@ -56,7 +56,7 @@ int32_t OnnxNode::Load(const AIConfig& config, std::vector<AIModelDescription>& 
     try {
         engine_ = std::make_unique<Engine>(ByteRange{models[0].data(), models[0].data_size()});
     } catch (const std::exception& error) {
-        ORVA_LOGE("model %s: %s", models[0].name().c_str(), error.what());
+        ORVA_LOGE("model %s: %s", models[0].name().c_str(), OneLine(error.what()).c_str());
         return kNodeBadModel;
     }
     return kNodeOk;

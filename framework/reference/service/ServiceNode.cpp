@@ -46,7 +46,7 @@ int32_t ServiceNode::Core::Run(Request& request) const {
     try {
         return handler->Run(request);
     } catch (const std::exception& error) {
-        ORVA_LOGE("request failed: %s", error.what());
+        ORVA_LOGE("request failed: %s", OneLine(error.what()).c_str());
     } catch (...) {
         ORVA_LOGE("request failed");
     }
@@ -86,7 +86,7 @@ int32_t ServiceNode::Init(const AIConfig& config, std::vector<AIModelDescription
     try {
         status = core_->handler->Load(config, models);
     } catch (const std::exception& error) {
-        ORVA_LOGE("initialisation failed: %s", error.what());
+        ORVA_LOGE("initialisation failed: %s", OneLine(error.what()).c_str());
     } catch (...) {
         ORVA_LOGE("initialisation failed");
     }
@@ -127,7 +127,7 @@ int32_t ServiceNode::Process(AIContext& context,
             return status;
         }
     } catch (const std::exception& error) {
-        ORVA_LOGE("request refused: %s", error.what());
+        ORVA_LOGE("request refused: %s", OneLine(error.what()).c_str());
         return kNodeFailed;
     }
     core_->timer->RequestBegins();

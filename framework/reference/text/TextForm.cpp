@@ -85,6 +85,11 @@ private:
     int depth_ = 0;
 };
 
+// The parser would take a NUL for the end of the text.
+bool Read(const std::string& text, TextReader& reader) {
+    return text.find('\0') == std::string::npos && Json::sax_parse(text, &reader);
+}
+
 std::string Dump(const Json& json) {
     return json.dump(-1, ' ', false, Json::error_handler_t::replace);
 }
@@ -97,7 +102,7 @@ bool ParseTextMap(const std::string& text, TextMap& map) {
         return true;
     }
     MapReader reader;
-    if (!Json::sax_parse(text, &reader)) {
+    if (!Read(text, reader)) {
         return false;
     }
     map = std::move(reader.map);
@@ -114,7 +119,7 @@ bool ParseModelText(const std::string& text, ModelText& model) {
         return true;
     }
     ModelReader reader;
-    if (!Json::sax_parse(text, &reader)) {
+    if (!Read(text, reader)) {
         return false;
     }
     model = std::move(reader.model);

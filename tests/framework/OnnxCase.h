@@ -1,0 +1,39 @@
+/*
+ * Copyright (C) 2026 The orva project
+ * SPDX-License-Identifier: Apache-2.0
+ */
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+namespace orva::test {
+
+// A tensor of a test case, its elements as they stand in memory.
+struct CaseTensor {
+    // ONNX's type number: 1 float, 2 uint8.
+    int elementType = 0;
+    std::vector<int64_t> dims;
+    std::vector<uint8_t> bytes;
+};
+
+// A folder of ONNX's own one-operator test cases: a model, and what it is to make of what.
+struct OnnxCase {
+    std::vector<uint8_t> model;
+    std::vector<CaseTensor> inputs;
+    std::vector<CaseTensor> outputs;
+};
+
+// Where Debian's libonnx-testdata puts the cases.
+extern const char* const kOnnxCases;
+
+// False when the folder lacks a model or holds something other than tensors.
+bool LoadOnnxCase(const std::string& folder, OnnxCase& result);
+
+std::vector<uint8_t> ReadFile(const std::string& path);
+
+// The names in a list file: one a line, without blank lines and those that start with '#'.
+std::vector<std::string> ReadNames(const std::string& path);
+
+}  // namespace orva::test
