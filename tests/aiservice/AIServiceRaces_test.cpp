@@ -5,72 +5,17 @@
 #include <orva/reference/Settings.h>
 
 #include <atomic>
-#include <condition_variable>
-#include <deque>
 #include <mutex>
 #include <thread>
 
 #include "aiservice/Fakes.h"
-#include "support/Region.h"
+#include "support/services/Racing.h"
 
 namespace orva::hidl::test {
 namespace {
 
 using android::sp;
-using android::hardware::hidl_memory;
 using android::hardware::hidl_vec;
-using android::hardware::Return;
-using android::hardware::Void;
-
-// Threads that complete requests whenever they get to it, as a framework's do.
-class Completer {
-public:
-    explicit Completer(size_t count) {
-        while (threads_.size() < count) {
-            threads_.emplace_back([this] { Run(); });
-        }
-    }
-    ~Completer() {
-        {
-            std::lock_guard<std::mutex> lock(mutex_);
-            ending_ = true;
-        }
-        changed_.notify_all();
-        for (std::thread& thread : threads_) {
-            thread.join();
-        }
-    }
-
-    void Post(std::function<void()> completion) {
-        {
-            std::lock_guard<std::mutex> lock(mutex_);
-            pending_.push_back(std::move(completion));
-        }
-        changed_.notify_one();
-    }
-
-private:
-    void Run() {
-        std::unique_lock<std::mutex> lock(mutex_);
-        for (;;) {
-            changed_.wait(lock, [this] { return ending_ || !pending_.empty(); });
-            if (pending_.empty()) {
-                return;
-            }
-            const std::function<void()> completion = std::move(pending_.front());
-            pending_.pop_front();
-            lock.unlock();
-            completion();
-            lock.lock();
-        }
-    }
-
-    std::mutex mutex_;
-    std::condition_variable changed_;
-    std::deque<std::function<void()>> pending_;
-    bool ending_ = false;
-    std::vector<std::thread> threads_;
-};
 
 class RacingNode : public AIServiceBase {
 public:
@@ -99,26 +44,7 @@ private:
     std::shared_ptr<AIServiceListener> listener_;
 };
 
-class CountingListener : public IAIServiceListener {
-public:
-    Return<void> OnProcessDone(int32_t, const android::hardware::hidl_string&,
-                               const hidl_vec<AITensorHandle>& outputs) override {
-        delivered += outputs.size() == 1 ? 1 : 0;
-        return Void();
-    }
-    Return<bool> linkToDeath(const sp<android::hardware::hidl_death_recipient>& newRecipient,
-                             uint64_t) override {
-        recipient = newRecipient;
-        return true;
-    }
-    Return<bool> unlinkToDeath(const sp<android::hardware::hidl_death_recipient>&) override {
-        return true;
-    }
-
-    std::atomic<size_t> delivered{0};
-    sp<android::hardware::hidl_death_recipient> recipient;
-};
-
+using CountingListener = CountingListenerOf<IAIServiceListener>;
 using AIServiceRaces = ::orva::test::ResourceTest;
 
 // Clients that open, ask and go in every way there is, while their results arrive and others evict
@@ -144,9 +70,7 @@ TEST_F(AIServiceRaces, CompletionsMeetTheEndOfTheirSession) {
                 callerPid = 1000 + static_cast<int>(client);
                 const int32_t number = 1 + static_cast<int32_t>(client / 2);
                 ::orva::test::Region region(100);
-                AITensorHandle handle{};
-                handle.data = hidl_memory("ashmem", region.Get(), 100);
-                handle.type = "AINeuralNetworkBuffer";
+                AITensorHandle handle = TensorIn(region);
                 hidl_vec<AITensorHandle> tensors;
                 tensors.setToExternal(&handle, 1);
                 for (size_t round = 0; round < kRounds; ++round) {

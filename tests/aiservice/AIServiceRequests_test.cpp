@@ -6,9 +6,7 @@
 
 #include "aiservice/AIServiceClientListener.h"
 #include "aiservice/Fakes.h"
-#include "support/Region.h"
 #include "support/Seam.h"
-#include "transport/AINeuralNetworkBufferHIDL.h"
 
 namespace orva::hidl::test {
 namespace {
@@ -22,27 +20,6 @@ using ::orva::test::Region;
 
 class AIServiceRequests : public AIServiceTest {
 protected:
-    // The handle of a tensor of 100 bytes in the region; copies of it are the test's own.
-    static AITensorHandle TensorIn(Region& region, const char* type = "AINeuralNetworkBuffer") {
-        AITensorHandle handle{};
-        handle.data = hidl_memory("ashmem", region.Get(), 100);
-        handle.type = type;
-        return handle;
-    }
-
-    static std::shared_ptr<IAITensor> TensorOn(Region& region) {
-        auto tensor = std::make_shared<AINeuralNetworkBufferHIDL>();
-        EXPECT_TRUE(tensor->Receive(region.Memory(100), hidl_memory()));
-        EXPECT_TRUE(tensor->Init(AITensorDescription()));
-        return tensor;
-    }
-
-    AIContext Context(const char* value) {
-        AIContext context;
-        context.SetPara("k", value);
-        return context;
-    }
-
     Region first_{100}, second_{100};
 };
 
@@ -108,13 +85,7 @@ TEST_F(AIServiceRequests, ProcessAnswersWhatWentWrong) {
         node_->processStatus = each.nodeStatus;
         EXPECT_EQ(each.result, service_->Process(each.client, "", each.inputs, each.outputs, 0));
         EXPECT_EQ(each.entries, journal_.Take());
-        Lines errors;
-        for (LogLine& line : log_.Take(ANDROID_LOG_ERROR)) {
-            if (line.tag == kTag) {
-                errors.push_back(std::move(line));
-            }
-        }
-        EXPECT_EQ(each.errors, errors);
+        EXPECT_EQ(each.errors, TakeErrors(log_));
     }
     EXPECT_TRUE(node_->inputs.empty());
 }
@@ -238,15 +209,10 @@ TEST_F(AIServiceRequests, CompletionReachesTheClient) {
 }
 
 TEST_F(AIServiceRequests, UnserializableOutputsAreLeftOut) {
-    class Foreign : public IAITensor {
-        bool Init(const AITensorDescription&) override { return true; }
-        const char* GetTypeName() override { return "X"; }
-        uint32_t GetSerializeSize() override { return 0; }
-    };
     ASSERT_EQ(0, Init(5));
     const sp<FakeListener> listener = new FakeListener;
     ASSERT_EQ(0, service_->SetListener(-5, listener));
-    const auto good = TensorOn(first_), foreign = std::shared_ptr<IAITensor>(new Foreign);
+    const auto good = TensorOn(first_), foreign = std::shared_ptr<IAITensor>(new ForeignTensor);
     const auto failed = [](int number) {
         return Error("OnProcessDone", "Process output tensor SerializeTo failed, tensor[" +
                                               std::to_string(number) + "]");
@@ -272,13 +238,7 @@ TEST_F(AIServiceRequests, UnserializableOutputsAreLeftOut) {
         log_.Take();
         service_->OnProcessDone(IdOf(5), Context("v"), each.result, each.outputs);
         EXPECT_EQ((Entries{std::string("- listener OnProcessDone ") + each.call}), journal_.Take());
-        Lines errors;
-        for (LogLine& line : log_.Take(ANDROID_LOG_ERROR)) {
-            if (line.tag == kTag) {
-                errors.push_back(std::move(line));
-            }
-        }
-        EXPECT_EQ(each.errors, errors);
+        EXPECT_EQ(each.errors, TakeErrors(log_));
     }
 }
 

@@ -8,10 +8,12 @@
 
 #include "aiservice/Fakes.h"
 #include "common/ServiceId.h"
-#include "support/Region.h"
 #include "support/Seam.h"
 
 namespace orva::hidl::test {
+
+const char kTag[] = "AIServiceHIDL";
+
 namespace {
 
 using android::sp;
@@ -205,19 +207,7 @@ TEST(ServiceId, NegatedNumbersAlwaysHaveAMeaning) {
     EXPECT_EQ(std::to_string(getpid()) + ":-2147483648", MakeServiceId(INT32_MIN));
 }
 
-class AIServiceModels : public AIServiceTest {
-protected:
-    // A model whose region holds `bytes`, or that has none.
-    static ModelBuffer Model(const std::string& name, Region* region, uint64_t size) {
-        ModelBuffer model{};
-        model.description = "{\"name\":\"" + name + "\"}";
-        if (region != nullptr) {
-            model.modelHandle = region->Get();
-        }
-        model.size = size;
-        return model;
-    }
-};
+using AIServiceModels = AIServiceTest;
 
 TEST_F(AIServiceModels, AreReadInOrder) {
     Region first(4096), third(4096);

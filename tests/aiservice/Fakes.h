@@ -4,58 +4,20 @@
  */
 #pragma once
 
-#include <gtest/gtest.h>
 #include <orva/AIServiceBase.h>
 #include <orva/AIServiceConnectManager.h>
 #include <orva/reference/NodeRegistry.h>
 
 #include <functional>
-#include <future>
 #include <memory>
 #include <string>
-#include <thread>
-#include <utility>
 #include <vector>
 
 #include "aiservice/AIServiceHIDL.h"
-#include "aiservice/Journal.h"
-#include "support/LogCapture.h"
 #include "support/ResourceTest.h"
+#include "support/services/ServiceFakes.h"
 
 namespace orva::hidl::test {
-
-using ::orva::test::LogCapture;
-using ::orva::test::LogLine;
-using Lines = std::vector<LogLine>;
-using Entries = std::vector<std::string>;
-
-constexpr char kTag[] = "AIServiceHIDL";
-
-inline LogLine Info(const char* function, const std::string& message) {
-    return {ANDROID_LOG_INFO, kTag, function, message};
-}
-inline LogLine Error(const char* function, const std::string& message) {
-    return {ANDROID_LOG_ERROR, kTag, function, message};
-}
-
-// Whether another thread gets through an operation while this one waits for it; that fails only
-// when the operation needs a lock that this thread holds.
-inline bool AnotherThreadCan(std::function<void()> operation) {
-    auto done = std::make_shared<std::promise<void>>();
-    auto future = done->get_future();
-    std::thread thread([done, operation = std::move(operation), pid = callerPid] {
-        callerPid = pid;
-        operation();
-        done->set_value();
-    });
-    const bool finished = future.wait_for(std::chrono::seconds(20)) == std::future_status::ready;
-    if (!finished) {
-        ADD_FAILURE() << "a lock is held";
-        abort();  // the thread cannot be ended
-    }
-    thread.join();
-    return true;
-}
 
 // A node that does what a test says.
 class FakeNode : public AIServiceBase {
@@ -100,39 +62,7 @@ public:
     }
 };
 
-// A client's listener in this process.
-class FakeListener : public IAIServiceListener {
-public:
-    android::hardware::Return<void> OnProcessDone(
-            int32_t result, const android::hardware::hidl_string& context,
-            const android::hardware::hidl_vec<AITensorHandle>& outputs) override {
-        Journal::Note("listener OnProcessDone " + std::to_string(result) + " " +
-                      std::string(context) + " " + std::to_string(outputs.size()));
-        if (during) {
-            during(outputs);
-        }
-        return android::hardware::Status::fromStatusT(transport);
-    }
-
-    android::hardware::Return<bool> linkToDeath(
-            const android::sp<android::hardware::hidl_death_recipient>& newRecipient,
-            uint64_t cookie) override {
-        Journal::Note("listener linkToDeath " + std::to_string(cookie));
-        recipient = newRecipient;
-        return android::hardware::Status::fromStatusT(transport);
-    }
-
-    android::hardware::Return<bool> unlinkToDeath(
-            const android::sp<android::hardware::hidl_death_recipient>& oldRecipient) override {
-        Journal::Note(oldRecipient == recipient ? "listener unlinkToDeath" : "wrong recipient");
-        recipient = nullptr;
-        return android::hardware::Status::fromStatusT(transport);
-    }
-
-    android::status_t transport = android::OK;
-    std::function<void(const android::hardware::hidl_vec<AITensorHandle>&)> during;
-    android::sp<android::hardware::hidl_death_recipient> recipient;
-};
+using FakeListener = FakeListenerOf<IAIServiceListener>;
 
 // A service of its own with the node type "fake", whose next node is node_.
 class AIServiceTest : public ::orva::test::ResourceTest {

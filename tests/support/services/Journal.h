@@ -4,23 +4,27 @@
  */
 #pragma once
 
-#include <hidl/HidlSupport.h>
-#include <utils/StrongPointer.h>
+#include <utils/RefBase.h>
 
+#include <cstddef>
+#include <functional>
 #include <string>
 #include <vector>
-
-#include "aiservice/AIServiceHIDL.h"
 
 namespace orva::hidl::test {
 
 // Writes down what a service calls, in order, and which of its two locks the calling thread holds
-// meanwhile: each entry begins with "S " (serviceMutex), "L " (listenerMutex), "- " (neither) or
-// "SL " (both, which must not be). The connection manager's calls arrive by themselves; nodes and
-// listeners of tests use Note(). One at a time.
+// meanwhile: each entry begins with "S " (the one of its sessions), "L " (the one of its
+// listeners), "- " (neither) or "SL " (both, which must not be). The connection manager's calls
+// arrive by themselves; fakes use Note(). One at a time.
 class Journal {
 public:
-    explicit Journal(android::sp<AIServiceHIDL> service);
+    template <typename Service>
+    explicit Journal(const android::sp<Service>& service) : service_(service) {
+        Begin(FirstLocked(service.get(), sizeof(Service), [&] { service->RemoveService("none"); }),
+              FirstLocked(service.get(), sizeof(Service),
+                          [&] { service->OnProcessDone("none", {}, 0, {}); }));
+    }
     ~Journal();
     Journal(const Journal&) = delete;
     Journal& operator=(const Journal&) = delete;
@@ -32,7 +36,12 @@ public:
     static void Note(const std::string& what);
 
 private:
-    const android::sp<AIServiceHIDL> service_;
+    // The mutex inside an object that an operation locks first.
+    static const void* FirstLocked(const void* object, size_t size,
+                                   const std::function<void()>& operation);
+    void Begin(const void* sessionMutex, const void* listenerMutex);
+
+    const android::sp<android::RefBase> service_;
 };
 
 // What the connection manager answers while a Journal lives; the reference's own answers otherwise.

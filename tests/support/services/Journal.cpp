@@ -2,7 +2,7 @@
  * Copyright (C) 2026 The orva project
  * SPDX-License-Identifier: Apache-2.0
  */
-#include "aiservice/Journal.h"
+#include "support/services/Journal.h"
 
 #include <orva/AIServiceBase.h>
 #include <orva/AIServiceConnectManager.h>
@@ -41,17 +41,8 @@ thread_local Watch watch;
 std::atomic<Journal*> current{nullptr};
 std::mutex entriesMutex;
 std::vector<std::string> entries;
-const void* serviceMutex = nullptr;
+const void* sessionMutex = nullptr;
 const void* listenerMutex = nullptr;
-
-// The one of the service's mutexes that an operation locks first.
-template <typename Operation>
-const void* FirstLocked(AIServiceHIDL* service, Operation operation) {
-    const auto* const begin = reinterpret_cast<const char*>(service);
-    watch = {begin, begin + sizeof(AIServiceHIDL), nullptr};
-    operation();
-    return std::exchange(watch, {}).first;
-}
 
 bool Holds(const void* mutex) {
     return std::find(held.mutexes, held.mutexes + held.count, mutex) != held.mutexes + held.count;
@@ -66,13 +57,20 @@ std::string IdOf(int32_t clientId) {
     return std::to_string(callerPid != 0 ? callerPid : getpid()) + ":" + std::to_string(clientId);
 }
 
-Journal::Journal(android::sp<AIServiceHIDL> service) : service_(std::move(service)) {
-    serviceMutex = FirstLocked(service_.get(), [&] { service_->RemoveService("none"); });
-    listenerMutex =
-            FirstLocked(service_.get(), [&] { service_->OnProcessDone("none", {}, 0, {}); });
-    if (serviceMutex == nullptr || listenerMutex == nullptr || serviceMutex == listenerMutex) {
+const void* Journal::FirstLocked(const void* object, size_t size,
+                                 const std::function<void()>& operation) {
+    const auto* const begin = static_cast<const char*>(object);
+    watch = {begin, begin + size, nullptr};
+    operation();
+    return std::exchange(watch, {}).first;
+}
+
+void Journal::Begin(const void* sessions, const void* listeners) {
+    if (sessions == nullptr || listeners == nullptr || sessions == listeners) {
         abort();
     }
+    sessionMutex = sessions;
+    listenerMutex = listeners;
     Take();
     admission = Admission();
     current = this;
@@ -91,7 +89,7 @@ void Journal::Note(const std::string& what) {
     if (current == nullptr) {
         return;
     }
-    std::string locks = Holds(serviceMutex) ? "S" : "";
+    std::string locks = Holds(sessionMutex) ? "S" : "";
     locks += Holds(listenerMutex) ? "L" : "";
     const std::string entry = (locks.empty() ? "-" : locks) + " " + what;
     std::lock_guard<std::mutex> lock(entriesMutex);

@@ -1,0 +1,152 @@
+/*
+ * Copyright (C) 2026 The orva project
+ * SPDX-License-Identifier: Apache-2.0
+ */
+#pragma once
+
+#include <gtest/gtest.h>
+#include <orva/AIContext.h>
+#include <orva/AITensorDescription.h>
+#include <orva/IAITensor.h>
+
+#include <chrono>
+#include <functional>
+#include <future>
+#include <memory>
+#include <string>
+#include <thread>
+#include <utility>
+#include <vector>
+
+#include "common/Interfaces.h"
+#include "support/LogCapture.h"
+#include "support/Region.h"
+#include "support/services/Journal.h"
+#include "transport/AINeuralNetworkBufferHIDL.h"
+
+// What the tests of both services put at the service's edges.
+namespace orva::hidl::test {
+
+using ::orva::test::LogCapture;
+using ::orva::test::LogLine;
+using Lines = std::vector<LogLine>;
+using Entries = std::vector<std::string>;
+
+// The tag of the service that the program tests, which defines it.
+extern const char kTag[];
+
+inline LogLine Info(const char* function, const std::string& message) {
+    return {ANDROID_LOG_INFO, kTag, function, message};
+}
+inline LogLine Error(const char* function, const std::string& message) {
+    return {ANDROID_LOG_ERROR, kTag, function, message};
+}
+
+// The error lines of that service, without those of the layers below it.
+inline Lines TakeErrors(LogCapture& log) {
+    Lines errors;
+    for (LogLine& line : log.Take(ANDROID_LOG_ERROR)) {
+        if (line.tag == kTag) {
+            errors.push_back(std::move(line));
+        }
+    }
+    return errors;
+}
+
+// Whether another thread gets through an operation while this one waits for it; that fails only
+// when the operation needs a lock that this thread holds.
+inline bool AnotherThreadCan(std::function<void()> operation) {
+    auto done = std::make_shared<std::promise<void>>();
+    auto future = done->get_future();
+    std::thread thread([done, operation = std::move(operation), pid = callerPid] {
+        callerPid = pid;
+        operation();
+        done->set_value();
+    });
+    const bool finished = future.wait_for(std::chrono::seconds(20)) == std::future_status::ready;
+    if (!finished) {
+        ADD_FAILURE() << "a lock is held";
+        abort();  // the thread cannot be ended
+    }
+    thread.join();
+    return true;
+}
+
+// A client's listener in this process.
+template <typename Interface>
+class FakeListenerOf : public Interface {
+public:
+    android::hardware::Return<void> OnProcessDone(
+            int32_t result, const android::hardware::hidl_string& context,
+            const android::hardware::hidl_vec<AITensorHandle>& outputs) override {
+        Journal::Note("listener OnProcessDone " + std::to_string(result) + " " +
+                      std::string(context) + " " + std::to_string(outputs.size()));
+        if (during) {
+            during(outputs);
+        }
+        return android::hardware::Status::fromStatusT(transport);
+    }
+
+    android::hardware::Return<bool> linkToDeath(
+            const android::sp<android::hardware::hidl_death_recipient>& newRecipient,
+            uint64_t cookie) override {
+        Journal::Note("listener linkToDeath " + std::to_string(cookie));
+        recipient = newRecipient;
+        return android::hardware::Status::fromStatusT(transport);
+    }
+
+    android::hardware::Return<bool> unlinkToDeath(
+            const android::sp<android::hardware::hidl_death_recipient>& oldRecipient) override {
+        Journal::Note(oldRecipient == recipient ? "listener unlinkToDeath" : "wrong recipient");
+        recipient = nullptr;
+        return android::hardware::Status::fromStatusT(transport);
+    }
+
+    android::status_t transport = android::OK;
+    std::function<void(const android::hardware::hidl_vec<AITensorHandle>&)> during;
+    android::sp<android::hardware::hidl_death_recipient> recipient;
+};
+
+// The handle of a tensor of 100 bytes in a region; copies of it are the test's own.
+inline AITensorHandle TensorIn(::orva::test::Region& region,
+                               const char* type = "AINeuralNetworkBuffer") {
+    AITensorHandle handle{};
+    handle.data = android::hardware::hidl_memory("ashmem", region.Get(), 100);
+    handle.type = type;
+    return handle;
+}
+
+// Such a tensor as the framework has it.
+inline std::shared_ptr<IAITensor> TensorOn(::orva::test::Region& region) {
+    auto tensor = std::make_shared<AINeuralNetworkBufferHIDL>();
+    EXPECT_TRUE(tensor->Receive(region.Memory(100), android::hardware::hidl_memory()));
+    EXPECT_TRUE(tensor->Init(AITensorDescription()));
+    return tensor;
+}
+
+// A tensor that has no serializer.
+class ForeignTensor : public IAITensor {
+public:
+    bool Init(const AITensorDescription&) override { return true; }
+    const char* GetTypeName() override { return "X"; }
+    uint32_t GetSerializeSize() override { return 0; }
+};
+
+inline AIContext Context(const char* value) {
+    AIContext context;
+    context.SetPara("k", value);
+    return context;
+}
+
+// A model whose bytes lie in a region, or that has none.
+inline ModelBuffer Model(const std::string& name, ::orva::test::Handle* region, uint64_t size) {
+    ModelBuffer model{};
+    model.description = "{\"name\":\"" + name + "\"}";
+    if (region != nullptr) {
+        model.modelHandle = region->Get();
+    }
+    model.size = size;
+    return model;
+}
+
+}  // namespace orva::hidl::test
