@@ -34,8 +34,9 @@ struct ServiceEntry {
 // Every instance that a living process serves, sorted by name.
 std::vector<ServiceEntry> listServices();
 
-// Takes this process's services out of the directory, ends its connections, waits for calls under
-// way, joins the pool's threads and makes joinRpcThreadpool return. Safe to call again; not to be
+// Takes this process's services out of the directory, waits for calls under way, ends all
+// connections, joins the pool's threads and makes joinRpcThreadpool return. A call that takes
+// longer than two seconds loses its connections, but is waited for. Safe to call again; not to be
 // called from a thread of the pool. The runtime can be used again afterwards.
 void stop();
 

@@ -116,10 +116,18 @@ void Reactor::growIfBusy() {
         return;
     }
     try {
-        mThreads.emplace_back([this] { loop(); });
+        mThreads.emplace_back([this] { run(); });
+        ++mRunning;
     } catch (const std::system_error& error) {
         ALOGE("the pool stays at %zu threads: %s", mThreads.size(), error.what());
     }
+}
+
+void Reactor::run() {
+    loop();
+    Mutex::Autolock lock(mPoolLock);
+    --mRunning;
+    mThreadLeft.broadcast();
 }
 
 void Reactor::configure(size_t maxThreads, bool callerJoins) {
@@ -135,7 +143,7 @@ size_t Reactor::maxThreads() {
 
 size_t Reactor::threadCount() {
     Mutex::Autolock lock(mPoolLock);
-    return mThreads.size() + mJoiners;
+    return mRunning;
 }
 
 void Reactor::start() {
@@ -152,18 +160,29 @@ void Reactor::start() {
 void Reactor::join() {
     {
         Mutex::Autolock lock(mPoolLock);
-        ++mJoiners;
+        ++mRunning;
         mStarted = true;
     }
-    loop();
-    Mutex::Autolock lock(mPoolLock);
-    --mJoiners;
-    mJoinersLeft.broadcast();
+    run();
 }
 
 void Reactor::requestStop() {
     mStopping = true;
     eventfd_write(mWakeUp, 1);
+}
+
+bool Reactor::quiesce(std::chrono::milliseconds patience) {
+    requestStop();
+    const auto deadline = std::chrono::steady_clock::now() + patience;
+    Mutex::Autolock lock(mPoolLock);
+    while (mRunning > 0) {
+        const std::chrono::nanoseconds left = deadline - std::chrono::steady_clock::now();
+        if (left.count() <= 0) {
+            return false;
+        }
+        mThreadLeft.waitRelative(mPoolLock, left.count());
+    }
+    return true;
 }
 
 void Reactor::stop() {
@@ -172,15 +191,15 @@ void Reactor::stop() {
     {
         Mutex::Autolock lock(mPoolLock);
         threads.swap(mThreads);
-        mStarted = false;
     }
     for (std::thread& thread : threads) {
         thread.join();
     }
     Mutex::Autolock lock(mPoolLock);
-    while (mJoiners > 0) {
-        mJoinersLeft.wait(mPoolLock);
+    while (mRunning > 0) {
+        mThreadLeft.wait(mPoolLock);
     }
+    mStarted = false;
     eventfd_t ignored;
     eventfd_read(mWakeUp, &ignored);
     mStopping = false;

@@ -5,6 +5,7 @@
 #pragma once
 
 #include <atomic>
+#include <chrono>
 #include <cstddef>
 #include <cstdint>
 #include <memory>
@@ -51,8 +52,9 @@ public:
     void join();
     // Makes join() return. Safe in a signal handler.
     void requestStop();
-    // Takes no more events, waits for those under way and joins the threads; the pool can be
-    // started again afterwards.
+    // Takes no more events and waits for those under way; false when that takes longer.
+    bool quiesce(std::chrono::milliseconds patience);
+    // The same with all patience, and joins the threads; the pool can be started again afterwards.
     void stop();
 
     size_t threadCount();
@@ -61,6 +63,7 @@ private:
     Reactor();
 
     std::shared_ptr<ReactorItem> find(uint64_t token);
+    void run();
     void loop();
     void growIfBusy();
 
@@ -76,11 +79,11 @@ private:
     std::unordered_map<uint64_t, std::shared_ptr<ReactorItem>> mItems GUARDED_BY(mItemsLock);
 
     Mutex mPoolLock;
-    Condition mJoinersLeft;
+    Condition mThreadLeft;
     size_t mMaxThreads GUARDED_BY(mPoolLock) = 1;
     bool mCallerJoins GUARDED_BY(mPoolLock) = false;
     bool mStarted GUARDED_BY(mPoolLock) = false;
-    size_t mJoiners GUARDED_BY(mPoolLock) = 0;
+    size_t mRunning GUARDED_BY(mPoolLock) = 0;  // Threads in loop(), joined ones included.
     std::vector<std::thread> mThreads GUARDED_BY(mPoolLock);
 };
 

@@ -18,6 +18,13 @@ using android::hardware::socket::Reactor;
 using android::hardware::socket::runtimeCounts;
 using android::hardware::socket::transportSettings;
 
+namespace {
+
+// How long calls under way have for their answers when the runtime stops.
+constexpr std::chrono::milliseconds kStopPatience{2000};
+
+}  // namespace
+
 void setServiceDirectory(const std::string& path) {
     transportSettings().setDirectory(path);
 }
@@ -36,6 +43,9 @@ std::vector<ServiceEntry> listServices() {
 
 void stop() {
     ServiceDirectory::instance().clear();
+    if (!Reactor::instance().quiesce(kStopPatience)) {
+        Link::closeAll();  // A call that waits for a peer of its own ends with that.
+    }
     Reactor::instance().stop();
     Link::closeAll();
 }

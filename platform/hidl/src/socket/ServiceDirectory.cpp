@@ -84,7 +84,9 @@ sp<IBinder> ServiceDirectory::get(const std::string& interface, const std::strin
     if (served != mServed.end()) {
         return served->second.binder;
     }
-    if (const auto known = mLinks[key].lock(); known != nullptr && known->connected()) {
+    const auto linked = mLinks.find(key);
+    const auto known = linked == mLinks.end() ? nullptr : linked->second.lock();
+    if (known != nullptr && known->connected()) {
         if (sp<IBinder> root = known->root()) {
             return root;
         }

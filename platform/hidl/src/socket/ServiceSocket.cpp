@@ -10,6 +10,7 @@
 #include <cstring>
 
 #include <fcntl.h>
+#include <poll.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
@@ -22,6 +23,7 @@ namespace socket {
 namespace {
 
 constexpr int kBacklog = 128;
+constexpr int kPauseMs = 10;
 
 base::unique_fd openReserve() {
     return base::unique_fd(::open("/dev/null", O_RDONLY | O_CLOEXEC));
@@ -59,25 +61,26 @@ void ServiceSocket::close() {
 }
 
 void ServiceSocket::ready() {
-    for (;;) {
-        base::unique_fd connection(accept4(mSocket, nullptr, nullptr, SOCK_CLOEXEC));
-        if (connection >= 0) {
-            acceptOne(std::move(connection));
-            continue;
-        }
-        if (errno == EMFILE || errno == ENFILE) {
-            ALOGE("a client is refused: %s", strerror(errno));
-            mReserve.reset();
-            base::unique_fd refused(accept4(mSocket, nullptr, nullptr, SOCK_CLOEXEC));
-            refused.reset();
-            mReserve = openReserve();
-            continue;
-        }
-        if (errno != EINTR && errno != ECONNABORTED) {
-            break;
-        }
+    // One at a time, so that no crowd of clients keeps the thread from the others' calls.
+    base::unique_fd connection(accept4(mSocket, nullptr, nullptr, SOCK_CLOEXEC));
+    if (connection >= 0) {
+        acceptOne(std::move(connection));
+    } else if (errno != EAGAIN && errno != EINTR && errno != ECONNABORTED) {
+        refuseOne(strerror(errno));
     }
     Reactor::instance().rearm(mToken, mSocket);
+}
+
+void ServiceSocket::refuseOne(const char* reason) {
+    mReserve.reset();
+    if (base::unique_fd(accept4(mSocket, nullptr, nullptr, SOCK_CLOEXEC)) >= 0) {
+        ALOGE("a client is refused: %s", reason);
+    } else {
+        // Another thread had a use for the reserve. The client is still there: without a pause the
+        // pool would do nothing but find that out.
+        poll(nullptr, 0, kPauseMs);
+    }
+    mReserve = openReserve();
 }
 
 void ServiceSocket::acceptOne(base::unique_fd connection) {

@@ -34,6 +34,7 @@ public:
 
 private:
     void acceptOne(base::unique_fd connection);
+    void refuseOne(const char* reason);
 
     const base::unique_fd mSocket;
     const sp<BHwBinder> mBinder;
