@@ -52,6 +52,7 @@ struct NoObjects : ObjectNumbers {
     uint64_t numberOfLocal(const sp<IBinder>&) override { return 0; }
     void takeBack(uint64_t) override {}
     bool numberOfRemote(const sp<IBinder>&, uint64_t*) override { return false; }
+    void takeBackMention(const sp<IBinder>&) override {}
 };
 
 native_handle_t* makeHandle(int descriptors) {

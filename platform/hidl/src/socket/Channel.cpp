@@ -30,6 +30,9 @@ constexpr int kMaxNesting = 32;
 // start.
 constexpr TimeLimit kOnewaySendLimit{1000};
 
+// How long an answer may wait for room: its caller waits for it, and so takes it at once.
+constexpr TimeLimit kReplySendLimit{2000};
+
 }  // namespace
 
 Channel::Channel(base::unique_fd socket, Link& link, Role role)
@@ -57,7 +60,7 @@ void Channel::lost(Io why) {
     mUsable = false;
     switch (why) {
     case Io::kTimeout:
-        mLink.cut("it took too long to answer");
+        mLink.cut("it took too long to answer or to read");
         break;
     case Io::kBroken:
         mLink.cut("it does not keep to the protocol");
@@ -152,7 +155,7 @@ void Channel::dispatch(std::unique_ptr<ReceivedMessage> call) {
         sendStatus(FAILED_TRANSACTION);
         return;
     }
-    const sp<BHwBinder> target = mLink.findTarget(header.target);
+    const sp<BHwBinder> target = mLink.findTarget(header.target, oneway);
     Parcel data;
     Parcel reply;
     data.setIncoming(std::move(call));
@@ -190,7 +193,7 @@ status_t Channel::sendReply(const Parcel& reply) {
     if (packed != NO_ERROR) {
         return packed;
     }
-    const Io sent = message.send(mSocket, mLink.replyLimit());
+    const Io sent = message.send(mSocket, kReplySendLimit);
     if (sent == Io::kBroken) {
         return FAILED_TRANSACTION;
     }
@@ -203,7 +206,7 @@ status_t Channel::sendReply(const Parcel& reply) {
 void Channel::sendStatus(status_t status) {
     OutgoingMessage message(MessageKind::kReply, mLink);
     message.header.status = status;
-    const Io sent = message.send(mSocket, mLink.replyLimit());
+    const Io sent = message.send(mSocket, kReplySendLimit);
     if (sent != Io::kDone) {
         lost(sent);
     }
@@ -214,7 +217,11 @@ ServerChannel::ServerChannel(base::unique_fd socket, std::shared_ptr<Link> link)
 
 bool ServerChannel::open() {
     mToken = Reactor::instance().add(shared_from_this());
-    return Reactor::instance().arm(mToken, mChannel.socket());
+    if (!Reactor::instance().arm(mToken, mChannel.socket())) {
+        Reactor::instance().remove(mToken, mChannel.socket());
+        return false;
+    }
+    return true;
 }
 
 void ServerChannel::close() {

@@ -21,30 +21,48 @@ uint64_t ExportTable::add(const sp<BHwBinder>& binder) {
         return known->second;
     }
     const uint64_t number = mNext++;
-    mEntries.emplace(number, Entry{binder, 1});
+    mEntries.emplace(number, Entry{binder, 1, 0});
     mNumbers.emplace(binder.get(), number);
     ++runtimeCounts().exports;
     return number;
 }
 
-bool ExportTable::release(uint64_t number, uint32_t count, sp<BHwBinder>* last) {
+bool ExportTable::release(uint64_t number, uint32_t count, uint32_t mentions, sp<BHwBinder>* last) {
     const auto it = mEntries.find(number);
     if (it == mEntries.end() || it->second.count < count) {
         return false;
     }
     it->second.count -= count;
-    if (it->second.count == 0) {
-        *last = std::move(it->second.binder);
-        mNumbers.erase(last->get());
-        mEntries.erase(it);
-        --runtimeCounts().exports;
-    }
+    it->second.mentions += mentions;
+    *last = dropIfUnused(it);
     return true;
 }
 
 sp<BHwBinder> ExportTable::find(uint64_t number) const {
     const auto it = mEntries.find(number);
     return it == mEntries.end() ? nullptr : it->second.binder;
+}
+
+sp<BHwBinder> ExportTable::mentioned(uint64_t number) {
+    const auto it = mEntries.find(number);
+    if (it == mEntries.end()) {
+        return nullptr;
+    }
+    const sp<BHwBinder> binder = it->second.binder;
+    --it->second.mentions;
+    dropIfUnused(it);
+    return binder;
+}
+
+sp<BHwBinder> ExportTable::dropIfUnused(Entries::iterator entry) {
+    if (entry->second.count > 0 || entry->second.mentions > 0) {
+        return nullptr;
+    }
+    sp<BHwBinder> binder = std::move(entry->second.binder);
+    mNumbers.erase(binder.get());
+    mEntries.erase(entry);
+    --runtimeCounts().exports;
+    return binder;
 }
 
 std::vector<sp<BHwBinder>> ExportTable::takeAll() {

@@ -25,9 +25,12 @@ public:
     // Counts one more reception; a new object gets a new number, never used before on this link.
     uint64_t add(const sp<BHwBinder>& binder);
     // Takes receptions back. False when there are not as many. `last` takes the object when that
-    // was all of them, so that the caller can let go of it outside its lock.
-    bool release(uint64_t number, uint32_t count, sp<BHwBinder>* last);
+    // was all of them and all messages that mention it have come, so that the caller can let go of
+    // it outside its lock.
+    bool release(uint64_t number, uint32_t count, uint32_t mentions, sp<BHwBinder>* last);
     sp<BHwBinder> find(uint64_t number) const;
+    // Finds an object for one such message.
+    sp<BHwBinder> mentioned(uint64_t number);
     std::vector<sp<BHwBinder>> takeAll();
     bool empty() const { return mEntries.empty(); }
 
@@ -35,10 +38,17 @@ private:
     struct Entry {
         sp<BHwBinder> binder;
         uint64_t count;
+        // Messages mentioning it that have yet to come; below zero, the peer has yet to tell of
+        // those that came.
+        int64_t mentions;
     };
 
+    using Entries = std::unordered_map<uint64_t, Entry>;
+
+    sp<BHwBinder> dropIfUnused(Entries::iterator entry);
+
     uint64_t mNext = 1;
-    std::unordered_map<uint64_t, Entry> mEntries;
+    Entries mEntries;
     std::unordered_map<const BHwBinder*, uint64_t> mNumbers;
 };
 

@@ -36,8 +36,6 @@ constexpr size_t kMaxChannels = 32;
 // The peer need not be waited for: what goes over a link is small and it is always read.
 constexpr TimeLimit kLinkSendLimit{1000};
 
-constexpr int kMessagesAtOnce = 32;
-
 // Every link of the process. Never destroyed: links may outlive the program's static objects.
 class AllLinks {
 public:
@@ -149,23 +147,17 @@ bool Link::start() {
 // --- The link's own socket --------------------------------------------------------------------
 
 void Link::ready() {
-    // Not until there is nothing left: a peer that keeps sending must not keep the thread.
-    for (int i = 0; i < kMessagesAtOnce; ++i) {
-        std::unique_ptr<ReceivedMessage> message;
-        const Io io = ReceivedMessage::receive(mSocket, Wait::kNo, &message);
-        if (io == Io::kEmpty) {
-            break;
-        }
-        if (io == Io::kClosed) {
-            end(End::kPeerDied);
-            return;
-        }
-        if (io != Io::kDone || !handle(std::move(message))) {
-            cut("it does not keep to the protocol");
-            return;
-        }
+    // One message at a time, so that no peer keeps the thread from the others.
+    std::unique_ptr<ReceivedMessage> message;
+    const Io io = ReceivedMessage::receive(mSocket, Wait::kNo, &message);
+    if (io == Io::kEmpty || (io == Io::kDone && handle(std::move(message)))) {
+        Reactor::instance().rearm(mToken, mSocket);
+        return;
     }
-    Reactor::instance().rearm(mToken, mSocket);
+    if (io != Io::kClosed) {
+        cut("it does not keep to the protocol");
+    }
+    end(End::kPeerDied);
 }
 
 bool Link::handle(std::unique_ptr<ReceivedMessage> message) {
@@ -177,7 +169,8 @@ bool Link::handle(std::unique_ptr<ReceivedMessage> message) {
         bool held;
         {
             Mutex::Autolock lock(mLock);
-            held = mExports.release(message->header().target, message->header().code, &last);
+            held = mExports.release(message->header().target, message->header().code,
+                                    message->header().flags, &last);
         }
         last.clear();
         end(End::kClosedIfIdle);
@@ -331,6 +324,7 @@ void Link::release(PeerObject& object) {
         OutgoingMessage message(MessageKind::kRelease, *this);
         message.header.target = object.number();
         message.header.code = object.receptions;
+        message.header.flags = object.mentions;
         if (message.send(mSocket, kLinkSendLimit) == Io::kTimeout) {
             cut("it does not read what it is sent");
         }
@@ -339,18 +333,21 @@ void Link::release(PeerObject& object) {
 }
 
 sp<IBinder> Link::local(uint64_t number) {
-    return findTarget(number);
+    return findTarget(number, true);
 }
 
-sp<BHwBinder> Link::findTarget(uint64_t number) {
+sp<BHwBinder> Link::findTarget(uint64_t number, bool mentioned) {
     if (number == kRoot) {
         return mRoot;
     }
     Mutex::Autolock lock(mLock);
-    return mExports.find(number);
+    return mentioned ? mExports.mentioned(number) : mExports.find(number);
 }
 
 uint64_t Link::numberOfLocal(const sp<IBinder>& binder) {
+    if (binder == mRoot) {
+        return kRoot;  // One object, one number; and this one lasts as long as the link.
+    }
     Mutex::Autolock lock(mLock);
     return mExports.add(binder->localBinder());
 }
@@ -358,13 +355,21 @@ uint64_t Link::numberOfLocal(const sp<IBinder>& binder) {
 void Link::takeBack(uint64_t number) {
     sp<BHwBinder> last;
     Mutex::Autolock lock(mLock);
-    mExports.release(number, 1, &last);
+    mExports.release(number, 1, 0, &last);
 }
 
 bool Link::numberOfRemote(const sp<IBinder>& binder, uint64_t* number) {
-    const auto& object = static_cast<const PeerObject&>(binder->remoteBinder()->object());
-    *number = object.number();
-    return object.link() == this;
+    auto* object = dynamic_cast<PeerObject*>(&binder->remoteBinder()->object());
+    if (object == nullptr || object->link() != this) {
+        return false;
+    }
+    *number = object->number();
+    ++object->mentions;
+    return true;
+}
+
+void Link::takeBackMention(const sp<IBinder>& binder) {
+    --static_cast<PeerObject&>(binder->remoteBinder()->object()).mentions;
 }
 
 // --- Calls ------------------------------------------------------------------------------------
@@ -407,11 +412,7 @@ std::unique_ptr<Channel> Link::acquireChannel() {
     std::unique_ptr<Channel> channel = openChannel();
     Mutex::Autolock lock(mLock);
     --mOpening;
-    if (channel == nullptr || !mAlive) {
-        mChannelReturned.signal();
-        return nullptr;
-    }
-    mChannels.push_back(channel.get());
+    mChannelReturned.signal();
     return channel;
 }
 
@@ -438,7 +439,13 @@ std::unique_ptr<Channel> Link::openChannel() {
     if (message.send(mSocket, kLinkSendLimit) != Io::kDone) {
         return nullptr;
     }
-    return std::make_unique<Channel>(std::move(ours), *this, Channel::Role::kCaller);
+    auto channel = std::make_unique<Channel>(std::move(ours), *this, Channel::Role::kCaller);
+    Mutex::Autolock lock(mLock);
+    if (!mAlive) {
+        return nullptr;
+    }
+    mChannels.push_back(channel.get());
+    return channel;
 }
 
 status_t Link::transactOneway(uint64_t target, uint32_t code, const Parcel& data, uint32_t flags) {

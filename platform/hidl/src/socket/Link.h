@@ -65,8 +65,9 @@ public:
     // Calls one of the peer's objects; see IBinder::transact.
     status_t transact(uint64_t target, uint32_t code, const Parcel& data, Parcel* reply,
                       uint32_t flags);
-    // One of this process's objects that the peer holds; null when it does not.
-    sp<BHwBinder> findTarget(uint64_t number);
+    // One of this process's objects that the peer holds; null when it does not. `mentioned`: the
+    // message that names it is one that its release waits for.
+    sp<BHwBinder> findTarget(uint64_t number, bool mentioned);
     // A proxy has gone.
     void release(PeerObject& object);
 
@@ -82,6 +83,7 @@ public:
     uint64_t numberOfLocal(const sp<IBinder>& binder) override;
     void takeBack(uint64_t number) override;
     bool numberOfRemote(const sp<IBinder>& binder, uint64_t* number) override;
+    void takeBackMention(const sp<IBinder>& binder) override;
     sp<IBinder> remote(uint64_t number) override;
     sp<IBinder> local(uint64_t number) override;
 
@@ -115,7 +117,8 @@ private:
     ExportTable mExports GUARDED_BY(mLock);
     std::unordered_map<uint64_t, Proxy> mProxies GUARDED_BY(mLock);
     std::vector<std::shared_ptr<ServerChannel>> mServerChannels GUARDED_BY(mLock);
-    // Channels that this side calls on: all that are open, and of those the ones not in use.
+    // Channels that this side calls on: all that are open, and of those the ones that are not in
+    // use, the one for oneway calls apart.
     std::vector<Channel*> mChannels GUARDED_BY(mLock);
     std::vector<std::unique_ptr<Channel>> mIdleChannels GUARDED_BY(mLock);
     size_t mOpening GUARDED_BY(mLock) = 0;

@@ -8,10 +8,13 @@
 
 #include <algorithm>
 #include <cstring>
+#include <vector>
 
 #include <cutils/native_handle.h>
 #include <linux/android/binder.h>
 #include <log/log.h>
+
+#include "ThreadSpare.h"
 
 namespace android {
 namespace hardware {
@@ -21,38 +24,38 @@ struct OutgoingMessage::Scratch {
     std::vector<uint8_t> bytes;
     std::vector<int> descriptors;
     std::vector<uint64_t> positions;  // Where each buffer object's bytes went; 0 for others.
-    std::vector<uint64_t> exported;   // Objects counted for the peer, until it has them.
+    // What is counted for the peer until it has the message: objects that it receives, and ones of
+    // its own.
+    std::vector<uint64_t> exported;
+    std::vector<IBinder*> mentioned;
 };
 
-OutgoingMessage::Scratch& OutgoingMessage::scratch() {
-    thread_local Scratch scratch;
-    return scratch;
-}
-
 OutgoingMessage::OutgoingMessage(MessageKind kind, ObjectNumbers& numbers)
-        : header(), mNumbers(numbers), mScratch(scratch()) {
+        : header(), mNumbers(numbers), mScratch(ThreadSpare<Scratch>::take()) {
     header.magic = kMagic;
     header.kind = kind;
-    mScratch.bytes.assign(sizeof header, 0);
-    mScratch.descriptors.clear();
-    mScratch.exported.clear();
+    mScratch->bytes.assign(sizeof header, 0);
+    mScratch->descriptors.clear();
+    mScratch->exported.clear();
+    mScratch->mentioned.clear();
 }
 
 OutgoingMessage::~OutgoingMessage() {
-    // Taking back may release the object, whose destructor may send messages of its own.
-    std::vector<uint64_t> exported;
-    exported.swap(mScratch.exported);
-    for (uint64_t number : exported) {
+    for (uint64_t number : mScratch->exported) {
         mNumbers.takeBack(number);
     }
-    if (mScratch.bytes.capacity() > kPacketSize) {
-        std::vector<uint8_t>().swap(mScratch.bytes);  // A large message is rare; its memory goes.
+    for (IBinder* binder : mScratch->mentioned) {
+        mNumbers.takeBackMention(binder);
     }
+    if (mScratch->bytes.capacity() > kPacketSize) {
+        std::vector<uint8_t>().swap(mScratch->bytes);  // A large message is rare; its memory goes.
+    }
+    ThreadSpare<Scratch>::give(std::move(mScratch));
 }
 
 void OutgoingMessage::lend(int descriptor) {
-    mScratch.descriptors.push_back(descriptor);
-    header.descriptors = static_cast<uint32_t>(mScratch.descriptors.size());
+    mScratch->descriptors.push_back(descriptor);
+    header.descriptors = static_cast<uint32_t>(mScratch->descriptors.size());
 }
 
 namespace {
@@ -102,18 +105,18 @@ status_t OutgoingMessage::measure(const Parcel& parcel, uint64_t* total) {
 status_t OutgoingMessage::placeObject(const Parcel& parcel, size_t index, uint8_t* data,
                                       uint64_t* next) {
     const uint64_t offset = parcel.objects()[index];
-    uint8_t* bytes = mScratch.bytes.data();
+    uint8_t* bytes = mScratch->bytes.data();
     switch (typeAt(parcel.data(), offset)) {
     case BINDER_TYPE_PTR: {
         auto buffer = objectAt<binder_buffer_object>(parcel.data(), offset);
         std::memcpy(bytes + *next, reinterpret_cast<const void*>(buffer.buffer), buffer.length);
-        mScratch.positions[index] = *next;
+        mScratch->positions[index] = *next;
         *next += pad8(buffer.length);
         if ((buffer.flags & BINDER_BUFFER_FLAG_HAS_PARENT) != 0) {
-            if (buffer.parent >= index || mScratch.positions[buffer.parent] == 0) {
+            if (buffer.parent >= index || mScratch->positions[buffer.parent] == 0) {
                 return BAD_VALUE;
             }
-            std::memset(bytes + mScratch.positions[buffer.parent] + buffer.parent_offset, 0,
+            std::memset(bytes + mScratch->positions[buffer.parent] + buffer.parent_offset, 0,
                         sizeof(void*));
         }
         buffer.buffer = 0;
@@ -122,17 +125,17 @@ status_t OutgoingMessage::placeObject(const Parcel& parcel, size_t index, uint8_
     }
     case BINDER_TYPE_FDA: {
         const auto array = objectAt<binder_fd_array_object>(parcel.data(), offset);
-        if (array.parent >= index || mScratch.positions[array.parent] == 0) {
+        if (array.parent >= index || mScratch->positions[array.parent] == 0) {
             return BAD_VALUE;
         }
-        uint8_t* at = bytes + mScratch.positions[array.parent] + array.parent_offset;
-        const size_t before = mScratch.descriptors.size();
+        uint8_t* at = bytes + mScratch->positions[array.parent] + array.parent_offset;
+        const size_t before = mScratch->descriptors.size();
         if (array.num_fds > kMaxDescriptors - before) {
             ALOGE("cannot send more than %zu descriptors at once", kMaxDescriptors);
             return FAILED_TRANSACTION;
         }
-        mScratch.descriptors.resize(before + array.num_fds);
-        std::memcpy(mScratch.descriptors.data() + before, at, array.num_fds * sizeof(int));
+        mScratch->descriptors.resize(before + array.num_fds);
+        std::memcpy(mScratch->descriptors.data() + before, at, array.num_fds * sizeof(int));
         std::memset(at, 0, array.num_fds * sizeof(int));
         return NO_ERROR;
     }
@@ -143,8 +146,10 @@ status_t OutgoingMessage::placeObject(const Parcel& parcel, size_t index, uint8_
         uint64_t number;
         if (object.hdr.type == BINDER_TYPE_BINDER) {
             number = mNumbers.numberOfLocal(binder);
-            mScratch.exported.push_back(number);
-        } else if (!mNumbers.numberOfRemote(binder, &number)) {
+            mScratch->exported.push_back(number);
+        } else if (mNumbers.numberOfRemote(binder, &number)) {
+            mScratch->mentioned.push_back(binder.get());
+        } else {
             ALOGE("cannot pass on an object of a third process");
             return FAILED_TRANSACTION;
         }
@@ -165,9 +170,9 @@ status_t OutgoingMessage::pack(const Parcel& parcel) {
         return status;
     }
     const size_t count = parcel.objectsCount();
-    mScratch.bytes.resize(total);  // New bytes, and so all padding, are zero.
-    mScratch.positions.assign(count, 0);
-    uint8_t* data = mScratch.bytes.data() + sizeof header;
+    mScratch->bytes.resize(total);  // New bytes, and so all padding, are zero.
+    mScratch->positions.assign(count, 0);
+    uint8_t* data = mScratch->bytes.data() + sizeof header;
     uint8_t* offsets = data + pad8(parcel.dataSize());
     std::memcpy(data, parcel.data(), parcel.dataSize());
     if (count > 0) {
@@ -180,17 +185,17 @@ status_t OutgoingMessage::pack(const Parcel& parcel) {
             return placed;
         }
     }
-    header.descriptors = static_cast<uint32_t>(mScratch.descriptors.size());
+    header.descriptors = static_cast<uint32_t>(mScratch->descriptors.size());
     return NO_ERROR;
 }
 
 Io OutgoingMessage::send(int socket, TimeLimit limit) {
-    std::vector<uint8_t>& bytes = mScratch.bytes;
+    std::vector<uint8_t>& bytes = mScratch->bytes;
     std::memcpy(bytes.data(), &header, sizeof header);
-    size_t descriptors = mScratch.descriptors.size();
+    size_t descriptors = mScratch->descriptors.size();
     for (size_t sent = 0; sent < bytes.size();) {
         const size_t part = std::min(kPacketSize, bytes.size() - sent);
-        const Io io = sendPacket(socket, bytes.data() + sent, part, mScratch.descriptors.data(),
+        const Io io = sendPacket(socket, bytes.data() + sent, part, mScratch->descriptors.data(),
                                  descriptors, limit);
         if (io != Io::kDone) {
             // A message that ends in its middle leaves nothing to go on with.
@@ -199,7 +204,8 @@ Io OutgoingMessage::send(int socket, TimeLimit limit) {
         sent += part;
         descriptors = 0;
     }
-    mScratch.exported.clear();
+    mScratch->exported.clear();
+    mScratch->mentioned.clear();
     return Io::kDone;
 }
 

@@ -6,7 +6,7 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <vector>
+#include <memory>
 
 #include <hwbinder/IBinder.h>
 #include <hwbinder/Parcel.h>
@@ -28,12 +28,14 @@ public:
     virtual uint64_t numberOfLocal(const sp<IBinder>& binder) = 0;
     // Takes back one such reception of an object that was not sent after all.
     virtual void takeBack(uint64_t number) = 0;
-    // The number of one of the peer's own objects; false when it is a third process's.
+    // The number of one of the peer's own objects, which the message mentions; false when it is a
+    // third process's.
     virtual bool numberOfRemote(const sp<IBinder>& binder, uint64_t* number) = 0;
+    // Takes back such a mention in a message that was not sent after all.
+    virtual void takeBackMention(const sp<IBinder>& binder) = 0;
 };
 
-// One message as it goes out: a parcel laid out flat, and the descriptors it lends. The buffers
-// are a thread's own and used again, so only one message of a thread lives at a time.
+// One message as it goes out: a parcel laid out flat, and the descriptors it lends.
 class OutgoingMessage {
 public:
     // `numbers` outlives the message.
@@ -44,8 +46,8 @@ public:
 
     MessageHeader header;
 
-    // Lays out a parcel. NO_ERROR, or FAILED_TRANSACTION, with a logged reason, when it is too
-    // large, is malformed or holds what cannot be passed on.
+    // Lays out a parcel, which must outlive the message. NO_ERROR, or FAILED_TRANSACTION, with a
+    // logged reason, when it is too large, is malformed or holds what cannot be passed on.
     status_t pack(const Parcel& parcel);
 
     // Lends one descriptor.
@@ -56,13 +58,12 @@ public:
 
 private:
     struct Scratch;
-    static Scratch& scratch();
 
     status_t measure(const Parcel& parcel, uint64_t* total);
     status_t placeObject(const Parcel& parcel, size_t index, uint8_t* data, uint64_t* next);
 
     ObjectNumbers& mNumbers;
-    Scratch& mScratch;
+    std::unique_ptr<Scratch> mScratch;
 };
 
 }  // namespace socket

@@ -22,7 +22,15 @@ PeerObject::~PeerObject() {
 }
 
 status_t PeerObject::transact(uint32_t code, const Parcel& data, Parcel* reply, uint32_t flags) {
-    return mLink->transact(mNumber, code, data, reply, flags);
+    if ((flags & IBinder::FLAG_ONEWAY) == 0) {
+        return mLink->transact(mNumber, code, data, reply, flags);
+    }
+    ++mentions;
+    const status_t status = mLink->transact(mNumber, code, data, reply, flags);
+    if (status != NO_ERROR) {
+        --mentions;
+    }
+    return status;
 }
 
 }  // namespace socket

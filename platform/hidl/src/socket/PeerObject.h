@@ -4,6 +4,7 @@
  */
 #pragma once
 
+#include <atomic>
 #include <cstdint>
 #include <memory>
 
@@ -28,6 +29,8 @@ public:
 
     // How often the peer sent it; guarded by the link's lock.
     uint32_t receptions = 0;
+    // How many messages to the peer name it that may arrive after its release.
+    std::atomic<uint32_t> mentions{0};
 
 private:
     const std::shared_ptr<Link> mLink;

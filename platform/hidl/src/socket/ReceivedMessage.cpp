@@ -12,6 +12,8 @@
 #include <linux/android/binder.h>
 #include <log/log.h>
 
+#include "ThreadSpare.h"
+
 namespace android {
 namespace hardware {
 namespace socket {
@@ -20,12 +22,6 @@ namespace {
 
 // How long the rest of a message may take that has begun.
 constexpr TimeLimit kRestLimit{2000};
-
-// The thread's spare packet-sized block: nearly every message of a thread uses the same one.
-std::unique_ptr<uint8_t[]>& spareBlock() {
-    thread_local std::unique_ptr<uint8_t[]> block;
-    return block;
-}
 
 template <typename T>
 T objectAt(const uint8_t* data, uint64_t offset) {
@@ -50,20 +46,16 @@ size_t objectSize(uint32_t type) {
 
 }  // namespace
 
-ReceivedMessage::ReceivedMessage() : mBytes(std::move(spareBlock())), mBlock(true) {
-    if (mBytes == nullptr) {
-        mBytes.reset(new uint8_t[kPacketSize]);
-    }
-}
+ReceivedMessage::ReceivedMessage() : mBlock(ThreadSpare<Block>::take()), mBytes(mBlock->bytes) {}
 
 ReceivedMessage::~ReceivedMessage() {
-    if (mBlock && spareBlock() == nullptr) {
-        spareBlock() = std::move(mBytes);
+    if (mBlock != nullptr) {
+        ThreadSpare<Block>::give(std::move(mBlock));
     }
 }
 
 const uint8_t* ReceivedMessage::data() const {
-    return mBytes.get() + sizeof mHeader;
+    return mBytes + sizeof mHeader;
 }
 
 const uint64_t* ReceivedMessage::objects() const {
@@ -74,7 +66,7 @@ const uint64_t* ReceivedMessage::objects() const {
 Io ReceivedMessage::receive(int socket, Wait wait, std::unique_ptr<ReceivedMessage>* message) {
     std::unique_ptr<ReceivedMessage> incoming(new ReceivedMessage);
     size_t received;
-    const Io io = receivePacket(socket, incoming->mBytes.get(), kPacketSize, &received,
+    const Io io = receivePacket(socket, incoming->mBytes, kPacketSize, &received,
                                 &incoming->mDescriptors, wait);
     if (io != Io::kDone) {
         return io;
@@ -101,7 +93,7 @@ Io ReceivedMessage::check(const uint8_t* bytes, size_t size,
                           std::vector<base::unique_fd> descriptors,
                           std::unique_ptr<ReceivedMessage>* message) {
     std::unique_ptr<ReceivedMessage> incoming(new ReceivedMessage);
-    std::memcpy(incoming->mBytes.get(), bytes, size);
+    std::memcpy(incoming->mBytes, bytes, size);
     incoming->mDescriptors = std::move(descriptors);
     if (incoming->checkHeader(size) != nullptr || incoming->mTotal > size ||
         incoming->fixObjects() != nullptr) {
@@ -112,11 +104,10 @@ Io ReceivedMessage::check(const uint8_t* bytes, size_t size,
 }
 
 Io ReceivedMessage::receiveRest(int socket, size_t received) {
-    std::unique_ptr<uint8_t[]> whole(new uint8_t[mTotal]);
-    std::memcpy(whole.get(), mBytes.get(), received);
-    spareBlock() = std::move(mBytes);
-    mBytes = std::move(whole);
-    mBlock = false;
+    mWhole.reset(new uint8_t[mTotal]);
+    mBytes = mWhole.get();
+    std::memcpy(mBytes, mBlock->bytes, received);
+    ThreadSpare<Block>::give(std::move(mBlock));
     const auto deadline = std::chrono::steady_clock::now() + kRestLimit;
     while (received < mTotal) {
         const auto left = std::chrono::ceil<TimeLimit>(deadline - std::chrono::steady_clock::now());
@@ -128,8 +119,8 @@ Io ReceivedMessage::receiveRest(int socket, size_t received) {
         std::vector<base::unique_fd> stray;
         size_t part;
         const Io io =
-                receivePacket(socket, mBytes.get() + received,
-                              std::min(kPacketSize, mTotal - received), &part, &stray, Wait::kNo);
+                receivePacket(socket, mBytes + received, std::min(kPacketSize, mTotal - received),
+                              &part, &stray, Wait::kNo);
         if (io == Io::kEmpty) {
             continue;
         }
@@ -149,7 +140,7 @@ const char* ReceivedMessage::checkHeader(size_t received) {
     if (received < sizeof mHeader) {
         return "shorter than its header";
     }
-    std::memcpy(&mHeader, mBytes.get(), sizeof mHeader);
+    std::memcpy(&mHeader, mBytes, sizeof mHeader);
     if (mHeader.magic != kMagic) {
         return "not of this protocol";
     }
@@ -225,12 +216,12 @@ const char* ReceivedMessage::fixObjects() {
 }
 
 const char* ReceivedMessage::fixBuffer(size_t index, uint64_t* next) {
-    uint8_t* at = mBytes.get() + sizeof mHeader + objects()[index];
+    uint8_t* at = mBytes + sizeof mHeader + objects()[index];
     auto object = objectAt<binder_buffer_object>(at, 0);
     if (object.length > kMaxMessageSize || !inRange(*next, pad8(object.length), mTotal)) {
         return "buffer longer than the message";
     }
-    uint8_t* start = mBytes.get() + *next;
+    uint8_t* start = mBytes + *next;
     *next += pad8(object.length);
     mBuffers[index].start = start;
     mBuffers[index].length = object.length;

@@ -4,6 +4,7 @@
  */
 #pragma once
 
+#include <cstddef>
 #include <memory>
 #include <utility>
 #include <vector>
@@ -79,8 +80,12 @@ private:
 
     MessageHeader mHeader = {};
     size_t mTotal = 0;
-    std::unique_ptr<uint8_t[]> mBytes;
-    bool mBlock;  // Whether mBytes is a packet-sized block, to be used again.
+    struct Block {
+        alignas(std::max_align_t) uint8_t bytes[kPacketSize];
+    };
+    std::unique_ptr<Block> mBlock;
+    std::unique_ptr<uint8_t[]> mWhole;  // Of a message that is larger than a block.
+    uint8_t* mBytes;                    // In whichever of them the message is.
     std::vector<base::unique_fd> mDescriptors;
     std::vector<Buffer> mBuffers;
     std::vector<std::pair<size_t, sp<IBinder>>> mBinders;

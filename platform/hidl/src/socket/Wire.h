@@ -23,9 +23,14 @@ enum class MessageKind : uint32_t {
     kCall = 1,         // target, code, flags, and a parcel.
     kReply = 2,        // status, and a parcel if it is 0.
     kOpenChannel = 3,  // One descriptor: the receiver's end of a new channel. Links only.
-    kRelease = 4,      // target, and in code how many receptions of it are given up. Links only.
+    kRelease = 4,      // target; in code how many receptions of it are given up, and in flags how
+                       // many messages mention it, which may yet arrive. Links only.
 };
 
+// An object that a message mentions is one of the receiver's own: in its data, or as the target of
+// a oneway call. (Who makes any other call holds its target until the reply.) Messages travel on
+// several connections, so that a release can overtake them; the receiver keeps the object until
+// both have come.
 struct MessageHeader {
     uint32_t magic;
     MessageKind kind;
