@@ -1,0 +1,116 @@
+/*
+ * Copyright (C) 2026 The orva project
+ * SPDX-License-Identifier: Apache-2.0
+ */
+#include <cstdio>
+#include <memory>
+
+#include <CLI/CLI.hpp>
+#include <nlohmann/json.hpp>
+
+#include "client/commands/Commands.h"
+#include "client/commands/Requests.h"
+#include "client/commands/RunTensors.h"
+
+namespace orva::client {
+
+namespace {
+
+struct Options {
+    RunSources sources;
+    std::string node = "onnx";
+    std::string scale;
+    std::string bias;
+    std::string outputFolder;
+    size_t repeat = 1;
+    bool json = false;
+};
+
+std::string configOf(const Options& options) {
+    nlohmann::json config = nlohmann::json::object();
+    if (!options.scale.empty()) {
+        config["scale"] = options.scale;
+    }
+    if (!options.bias.empty()) {
+        config["bias"] = options.bias;
+    }
+    return config.dump();
+}
+
+void print(const RunTensors& tensors, const Latency& latency, std::chrono::nanoseconds opening,
+           const Options& options) {
+    const std::vector<OutputSummary> summaries = tensors.summaries();
+    if (options.json) {
+        nlohmann::json outputs = nlohmann::json::array();
+        for (const OutputSummary& summary : summaries) {
+            outputs.push_back(summary.json());
+        }
+        const nlohmann::json json = {{"outputs", outputs}, {"latency", latency.json()}};
+        puts(json.dump(2, ' ', true, nlohmann::json::error_handler_t::replace).c_str());
+        return;
+    }
+    for (const OutputSummary& summary : summaries) {
+        puts(summary.text().c_str());
+    }
+    printf("%s; the session opened in %s\n", latency.text().c_str(), milliseconds(opening).c_str());
+}
+
+void run(const Connection& connection, const Options& options) {
+    RunTensors tensors(options.sources);
+    const auto service = findService(connection.instance);
+    const Stopwatch opening;
+    Session session(service, 1, options.node, configOf(options), tensors.models());
+    const std::chrono::nanoseconds opened = opening.elapsed();
+    const Latency latency = request(&session, tensors.inputs(), tensors.outputs(), options.repeat);
+    print(tensors, latency, opened, options);
+    if (!options.outputFolder.empty()) {
+        for (const std::string& path : tensors.save(options.outputFolder)) {
+            if (!options.json) {
+                printf("saved %s\n", path.c_str());
+            }
+        }
+    }
+}
+
+}  // namespace
+
+void addRun(CLI::App* app, const Connection* connection) {
+    CLI::App* command = app->add_subcommand("run", "Run a model on a picture or on raw tensors");
+    const auto options = std::make_shared<Options>();
+    RunSources& sources = options->sources;
+    command->add_option("--model", sources.model, "The model (ONNX)");
+    CLI::Option* image = command->add_option(
+            "--image", sources.image, "A picture, stretched to the size of the model's input");
+    command->add_option("--input", sources.inputs,
+                        "A file with the bytes of an input; once for each input, in order")
+            ->excludes(image);
+    command->add_option("--output-shape", sources.outputShapes,
+                        "The shape of an output, as 1x512x1; once for each output, in order, where "
+                        "the model does not say");
+    command->add_option("--node", options->node, "Type of the service node that runs it")
+            ->capture_default_str();
+    const CLI::Validator number = CLI::Validator(CLI::Number);
+    command->add_option("--scale", options->scale,
+                        "With --image: the node makes byte * scale + bias of each byte")
+            ->check(number);
+    command->add_option("--bias", options->bias, "See --scale")->check(number);
+    command->add_option("--output", options->outputFolder,
+                        "Folder to save the bytes of each output in");
+    command->add_option("--repeat", options->repeat, "How often to run it, for the latency")
+            ->check(CLI::Range(1, 1'000'000))
+            ->capture_default_str();
+    command->add_flag("--json", options->json, "Print JSON");
+    command->callback([connection, options] {
+        if (options->sources.image.empty() && options->sources.inputs.empty()) {
+            throw CLI::RequiredError("--image or --input");
+        }
+        if (options->sources.model.empty() && !options->sources.image.empty()) {
+            throw CLI::RequiredError(
+                    "--image needs a --model, which says how large it must be; "
+                    "--model");
+        }
+        run(*connection, *options);
+    });
+}
+
+}  // namespace orva::client

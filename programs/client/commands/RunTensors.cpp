@@ -1,0 +1,189 @@
+/*
+ * Copyright (C) 2026 The orva project
+ * SPDX-License-Identifier: Apache-2.0
+ */
+#include "client/commands/RunTensors.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <cstring>
+#include <filesystem>
+#include <stdexcept>
+
+#include <nlohmann/json.hpp>
+
+#include "client/io/File.h"
+#include "client/io/Picture.h"
+#include "client/model/ModelFile.h"
+
+namespace orva::client {
+
+namespace {
+
+constexpr size_t kFirstValues = 5;
+
+std::vector<TensorShape> shapesOf(const std::vector<std::string>& texts,
+                                  std::vector<TensorShape> declared) {
+    if (!declared.empty() && texts.size() != declared.size()) {
+        throw std::runtime_error("the model has " + std::to_string(declared.size()) +
+                                 " outputs, but --output-shape was given " +
+                                 std::to_string(texts.size()) + " times");
+    }
+    declared.resize(texts.size());
+    for (size_t i = 0; i < texts.size(); ++i) {
+        declared[i].dims = parseDims(texts[i]);
+    }
+    return declared;
+}
+
+double valueAt(const TensorShape& shape, const Tensor& tensor, size_t i) {
+    if (shape.type == ElementType::kUint8) {
+        return tensor.data()[i];
+    }
+    float value = 0;
+    std::memcpy(&value, tensor.data() + i * sizeof value, sizeof value);
+    return static_cast<double>(value);
+}
+
+// A tensor's name may hold any character, a file's may not.
+std::string fileName(size_t number, const std::string& name) {
+    std::string safe = std::to_string(number) + (name.empty() ? "" : "-" + name);
+    std::replace_if(
+            safe.begin(), safe.end(),
+            [](unsigned char c) { return std::isalnum(c) == 0 && c != '-' && c != '.'; }, '_');
+    return safe + ".bin";
+}
+
+}  // namespace
+
+RunTensors::RunTensors(const RunSources& sources) {
+    if (sources.model.empty()) {
+        std::vector<TensorShape> shapes;
+        for (const std::string& path : sources.inputs) {
+            addFile(path, nullptr);
+            shapes.push_back(
+                    {"", ElementType::kUint8, {static_cast<int64_t>(mInputs.back().size())}});
+        }
+        addOutputs(sources.outputShapes.empty() ? shapes : shapesOf(sources.outputShapes, {}));
+        return;
+    }
+    ModelFile model(sources.model);
+    if (!sources.image.empty()) {
+        if (model.inputs().size() != 1) {
+            throw std::runtime_error("the model has " + std::to_string(model.inputs().size()) +
+                                     " inputs; give each one with --input");
+        }
+        addImage(sources.image, model.inputs()[0]);
+    } else {
+        if (model.inputs().size() != sources.inputs.size()) {
+            throw std::runtime_error("the model has " + std::to_string(model.inputs().size()) +
+                                     " inputs, but --input was given " +
+                                     std::to_string(sources.inputs.size()) + " times");
+        }
+        for (size_t i = 0; i < sources.inputs.size(); ++i) {
+            addFile(sources.inputs[i], &model.inputs()[i]);
+        }
+    }
+    addOutputs(sources.outputShapes.empty() ? model.outputs()
+                                            : shapesOf(sources.outputShapes, model.outputs()));
+    mModels.push_back(std::move(model).take());
+}
+
+void RunTensors::addImage(const std::string& path, TensorShape shape) {
+    const PictureLayout layout = pictureLayout(shape.dims);
+    if (layout == PictureLayout::kNone) {
+        throw std::runtime_error("the model's input is " + shape.text() +
+                                 ", which is no picture; give its bytes with --input");
+    }
+    const bool planes = layout == PictureLayout::kChannelsFirst;
+    const int64_t channels = shape.dims[planes ? 1 : 3];
+    const auto height = static_cast<int>(shape.dims[planes ? 2 : 1]);
+    const auto width = static_cast<int>(shape.dims[planes ? 3 : 2]);
+    const Picture picture(path);
+    const std::vector<uint8_t> bytes =
+            channels == 1 ? picture.grey(width, height) : picture.stretched(width, height, planes);
+    // The node makes floats of bytes where the model wants floats.
+    shape.type = ElementType::kUint8;
+    mInputs.emplace_back(shape.attributes(), bytes.size());
+    std::memcpy(mInputs.back().data(), bytes.data(), bytes.size());
+}
+
+void RunTensors::addFile(const std::string& path, const TensorShape* shape) {
+    const SharedRegion bytes = readIntoRegion(path, "orva input file");
+    TensorShape taken = {"", ElementType::kUint8, {static_cast<int64_t>(bytes.size())}};
+    if (shape != nullptr) {
+        if (bytes.size() != shape->bytes()) {
+            throw std::runtime_error(path + " has " + std::to_string(bytes.size()) +
+                                     " bytes, but the model's input '" + shape->name + "' (" +
+                                     nameOf(shape->type) + " " + shape->text() + ") takes " +
+                                     std::to_string(shape->bytes()));
+        }
+        taken = *shape;
+    }
+    mInputs.emplace_back(taken.attributes(), bytes.size());
+    std::memcpy(mInputs.back().data(), bytes.data(), bytes.size());
+}
+
+void RunTensors::addOutputs(std::vector<TensorShape> shapes) {
+    mOutputShapes = std::move(shapes);
+    for (const TensorShape& shape : mOutputShapes) {
+        mOutputs.emplace_back(shape.attributes(), shape.bytes());
+    }
+}
+
+std::vector<OutputSummary> RunTensors::summaries() const {
+    std::vector<OutputSummary> summaries;
+    for (size_t i = 0; i < mOutputs.size(); ++i) {
+        summaries.push_back(OutputSummary::of(mOutputShapes[i], mOutputs[i]));
+    }
+    return summaries;
+}
+
+std::vector<std::string> RunTensors::save(const std::string& folder) const {
+    std::filesystem::create_directories(folder);
+    std::vector<std::string> paths;
+    for (size_t i = 0; i < mOutputs.size(); ++i) {
+        paths.push_back(std::filesystem::path(folder) / fileName(i, mOutputShapes[i].name));
+        writeFile(paths.back(), mOutputs[i].data(), mOutputs[i].size());
+    }
+    return paths;
+}
+
+OutputSummary OutputSummary::of(const TensorShape& shape, const Tensor& tensor) {
+    OutputSummary summary;
+    summary.shape = shape;
+    const size_t count = shape.elements();
+    double sum = 0;
+    for (size_t i = 0; i < count; ++i) {
+        const double value = valueAt(shape, tensor, i);
+        summary.min = i == 0 ? value : std::min(summary.min, value);
+        summary.max = i == 0 ? value : std::max(summary.max, value);
+        sum += value;
+        if (i < kFirstValues) {
+            summary.first.push_back(value);
+        }
+    }
+    summary.mean = sum / static_cast<double>(count);
+    return summary;
+}
+
+std::string OutputSummary::text() const {
+    char numbers[128];
+    snprintf(numbers, sizeof numbers, ": min %.6g, max %.6g, mean %.6g, first", min, max, mean);
+    std::string text = (shape.name.empty() ? "output" : shape.name) + " " + nameOf(shape.type) +
+                       " " + shape.text() + numbers;
+    for (const double value : first) {
+        snprintf(numbers, sizeof numbers, " %.6g", value);
+        text += numbers;
+    }
+    return text + (shape.elements() > first.size() ? " …" : "");
+}
+
+nlohmann::json OutputSummary::json() const {
+    return {{"name", shape.name},  {"type", nameOf(shape.type)},
+            {"shape", shape.dims}, {"min", min},
+            {"max", max},          {"mean", mean},
+            {"first", first}};
+}
+
+}  // namespace orva::client

@@ -1,0 +1,20 @@
+/*
+ * Copyright (C) 2026 The orva project
+ * SPDX-License-Identifier: Apache-2.0
+ */
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "client/lib/SharedRegion.h"
+
+namespace orva::client {
+
+// Both throw std::system_error that names the file. An empty file counts as an error of the caller:
+// nothing here has a use for one.
+SharedRegion readIntoRegion(const std::string& path, const std::string& regionName);
+void writeFile(const std::string& path, const uint8_t* data, size_t size);
+
+}  // namespace orva::client

@@ -1,0 +1,100 @@
+/*
+ * Copyright (C) 2026 The orva project
+ * SPDX-License-Identifier: Apache-2.0
+ */
+#include "client/model/TensorShape.h"
+
+#include <limits>
+#include <stdexcept>
+
+namespace orva::client {
+
+namespace {
+
+// A tensor's size travels as a signed 32-bit number on the service's side.
+constexpr int64_t kMostElements = std::numeric_limits<int32_t>::max() / 4;
+
+bool isChannelCount(int64_t dim) {
+    return dim == 1 || dim == 3;
+}
+
+}  // namespace
+
+const char* nameOf(ElementType type) {
+    return type == ElementType::kFloat32 ? "float32" : "uint8";
+}
+
+size_t sizeOf(ElementType type) {
+    return type == ElementType::kFloat32 ? sizeof(float) : sizeof(uint8_t);
+}
+
+size_t TensorShape::elements() const {
+    size_t count = 1;
+    for (const int64_t dim : dims) {
+        count *= static_cast<size_t>(dim);
+    }
+    return count;
+}
+
+std::string TensorShape::text() const {
+    std::string text;
+    for (const int64_t dim : dims) {
+        text += (text.empty() ? "" : "x") + std::to_string(dim);
+    }
+    return text.empty() ? "scalar" : text;
+}
+
+TensorAttributes TensorShape::attributes() const {
+    const auto dim = [this](size_t i) {
+        return i < dims.size() ? static_cast<int32_t>(dims[i]) : 1;
+    };
+    TensorAttributes attributes;
+    attributes.dataType = static_cast<int32_t>(type);
+    attributes.number = dim(0);
+    if (pictureLayout(dims) == PictureLayout::kChannelsLast) {
+        attributes.height = dim(1);
+        attributes.width = dim(2);
+        attributes.channel = dim(3);
+        return attributes;
+    }
+    attributes.channel = dim(1);
+    attributes.height = dim(2);
+    attributes.width = dim(3);
+    for (size_t i = 4; i < dims.size(); ++i) {
+        attributes.width *= dim(i);
+    }
+    return attributes;
+}
+
+PictureLayout pictureLayout(const std::vector<int64_t>& dims) {
+    if (dims.size() != 4 || dims[0] != 1) {
+        return PictureLayout::kNone;
+    }
+    if (isChannelCount(dims[1])) {
+        return PictureLayout::kChannelsFirst;
+    }
+    return isChannelCount(dims[3]) ? PictureLayout::kChannelsLast : PictureLayout::kNone;
+}
+
+std::vector<int64_t> parseDims(const std::string& text) {
+    std::vector<int64_t> dims;
+    int64_t elements = 1;
+    size_t begin = 0;
+    while (begin <= text.size()) {
+        const size_t end = std::min(text.find('x', begin), text.size());
+        const std::string part = text.substr(begin, end - begin);
+        if (part.empty() || part.size() > 10 ||
+            part.find_first_not_of("0123456789") != std::string::npos || std::stoll(part) == 0) {
+            throw std::invalid_argument("'" + text + "' is no shape; write it as 1x128x128x3");
+        }
+        dims.push_back(std::stoll(part));
+        if (dims.back() > kMostElements / elements) {
+            throw std::invalid_argument("the shape " + text + " is too large for one tensor");
+        }
+        elements *= dims.back();
+        begin = end + 1;
+    }
+    return dims;
+}
+
+}  // namespace orva::client

@@ -1,0 +1,46 @@
+/*
+ * Copyright (C) 2026 The orva project
+ * SPDX-License-Identifier: Apache-2.0
+ */
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "client/lib/Tensor.h"
+
+namespace orva::client {
+
+// Element types, by the numbers of the attribute record.
+enum class ElementType : int32_t { kUint8 = 0, kFloat32 = 1 };
+
+const char* nameOf(ElementType type);
+size_t sizeOf(ElementType type);
+
+// What a tensor looks like: its name, where the model gives one, its elements and its dimensions.
+struct TensorShape {
+    std::string name;
+    ElementType type = ElementType::kUint8;
+    std::vector<int64_t> dims;
+
+    size_t elements() const;
+    size_t bytes() const { return elements() * sizeOf(type); }
+    // "1x128x128x3"
+    std::string text() const;
+    // The record that says so. The fields are named after a batch of pictures, so the dimensions go
+    // where they fit: number, height, width, channel when the channels come last, number, channel,
+    // height and the rest as the width otherwise.
+    TensorAttributes attributes() const;
+};
+
+// How a tensor with these dimensions holds a picture.
+enum class PictureLayout { kNone, kChannelsFirst, kChannelsLast };
+PictureLayout pictureLayout(const std::vector<int64_t>& dims);
+
+// Parses "1x128x128x3". Throws std::invalid_argument when it is something else, or names more bytes
+// than one tensor can have.
+std::vector<int64_t> parseDims(const std::string& text);
+
+}  // namespace orva::client

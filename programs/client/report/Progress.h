@@ -1,0 +1,33 @@
+/*
+ * Copyright (C) 2026 The orva project
+ * SPDX-License-Identifier: Apache-2.0
+ */
+#pragma once
+
+#include <cstddef>
+#include <string>
+
+#include "client/report/Latency.h"
+
+namespace orva::client {
+
+// A bar on stderr for work that takes long, when that is a terminal. Gone when the work is done.
+class Progress {
+public:
+    Progress(std::string what, size_t total);
+    ~Progress();
+    Progress(const Progress&) = delete;
+    Progress& operator=(const Progress&) = delete;
+
+    void update(size_t done);
+
+private:
+    const std::string mWhat;
+    const size_t mTotal;
+    const bool mTerminal;
+    const Stopwatch mSinceBegin;
+    std::chrono::nanoseconds mDrawnAt{0};
+    bool mDrawn = false;
+};
+
+}  // namespace orva::client
