@@ -1,0 +1,275 @@
+/*
+ * Copyright (C) 2026 The orva project
+ * SPDX-License-Identifier: Apache-2.0
+ */
+#include <ion/ion.h>
+#include <orva_platform/Ion.h>
+
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <linux/dma-buf.h>
+#include <linux/dma-heap.h>
+#include <sys/ioctl.h>
+#include <sys/mman.h>
+#include <sys/syscall.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdarg>
+#include <cstdint>
+#include <set>
+#include <thread>
+#include <utility>
+#include <vector>
+
+#include "platform/ion/src/Backend.h"
+#include "support/Descriptors.h"
+
+namespace {
+
+using orva_platform::ionCounts;
+using orva_platform::ion::DmaHeapBackend;
+using orva_platform::ion::MemoryFileBackend;
+using orva_platform::ion::unique_fd;
+using orva_test::isCloseOnExec;
+using orva_test::isOpen;
+using orva_test::openDescriptors;
+
+// Stands in for a heap of the kernel: what it was asked, and what it answers.
+struct Heap {
+    int device = -1;
+    dma_heap_allocation_data request = {};
+    int error = 0;
+} heap;
+
+}  // namespace
+
+// In place of the C library's, for libion as well.
+extern "C" int ioctl(int fd, unsigned long request, ...) noexcept {
+    va_list arguments;
+    va_start(arguments, request);
+    void* const argument = va_arg(arguments, void*);
+    va_end(arguments);
+    if (fd != heap.device || request != DMA_HEAP_IOCTL_ALLOC) {
+        return static_cast<int>(syscall(SYS_ioctl, fd, request, argument));
+    }
+    auto* const allocation = static_cast<dma_heap_allocation_data*>(argument);
+    heap.request = *allocation;
+    if (heap.error != 0) {
+        errno = heap.error;
+        return -1;
+    }
+    allocation->fd = static_cast<uint32_t>(memfd_create("dma-buf", MFD_CLOEXEC));
+    return 0;
+}
+
+namespace {
+
+constexpr size_t kPage = 4096;
+constexpr unsigned int kHeap = 1;
+constexpr unsigned int kFlags = 0x100;
+
+size_t sizeOf(int buffer) {
+    return static_cast<size_t>(lseek(buffer, 0, SEEK_END));
+}
+
+class IonTest : public testing::Test {
+protected:
+    void SetUp() override {
+        mBefore = openDescriptors();
+        mDevice = ion_open();
+        ASSERT_GE(mDevice, 0);
+    }
+    void TearDown() override {
+        if (isOpen(mDevice)) {
+            EXPECT_EQ(ion_close(mDevice), 0);
+        }
+        EXPECT_EQ(openDescriptors(), mBefore);
+        EXPECT_EQ(ionCounts().clients, 0U);
+        EXPECT_EQ(ionCounts().handles, 0U);
+    }
+
+    std::set<int> mBefore;
+    int mDevice = -1;
+};
+
+TEST_F(IonTest, BufferIsZeroedMemoryInWholePages) {
+    EXPECT_TRUE(isCloseOnExec(mDevice));
+    for (size_t length : {size_t{1}, kPage, kPage + 1, 100 * kPage}) {
+        int descriptor = -1;
+        ASSERT_EQ(ion_alloc_fd(mDevice, length, 0, kHeap, kFlags, &descriptor), 0);
+        const unique_fd buffer(descriptor);
+        EXPECT_TRUE(isCloseOnExec(buffer.get()));
+        const size_t whole = (length + kPage - 1) / kPage * kPage;
+        EXPECT_EQ(sizeOf(buffer.get()), whole);
+        auto* const bytes = static_cast<char*>(
+                mmap(nullptr, whole, PROT_READ | PROT_WRITE, MAP_SHARED, buffer.get(), 0));
+        ASSERT_NE(bytes, MAP_FAILED);
+        EXPECT_EQ(std::vector<char>(bytes, bytes + whole), std::vector<char>(whole));
+        munmap(bytes, whole);
+        // A buffer keeps its size, whoever holds it.
+        EXPECT_NE(ftruncate(buffer.get(), 0), 0);
+        EXPECT_NE(ftruncate(buffer.get(), 1000 * kPage), 0);
+    }
+}
+
+TEST_F(IonTest, UserHandlesAreCheckedCountedAndFreed) {
+    ion_user_handle_t first = 0, second = 0;
+    ASSERT_EQ(ion_alloc(mDevice, kPage, 0, kHeap, kFlags, &first), 0);
+    ASSERT_EQ(ion_alloc(mDevice, kPage, kPage, 3, 0, &second), 0);
+    EXPECT_GT(first, 0);
+    EXPECT_NE(first, second);
+    EXPECT_EQ(ionCounts().handles, 2U);
+
+    // Two descriptors of the one buffer; they outlive the handle.
+    int one = -1, two = -1;
+    ASSERT_EQ(ion_share(mDevice, first, &one), 0);
+    ASSERT_EQ(ion_share(mDevice, first, &two), 0);
+    const unique_fd left(one), right(two);
+    EXPECT_TRUE(isCloseOnExec(one));
+    EXPECT_EQ(ion_free(mDevice, first), 0);
+    EXPECT_EQ(ionCounts().handles, 1U);
+    ASSERT_EQ(pwrite(one, "x", 1, 5), 1);
+    char read = 0;
+    EXPECT_EQ(pread(two, &read, 1, 5), 1);
+    EXPECT_EQ(read, 'x');
+
+    // Freed, never given, and another client's.
+    const int other = ion_open();
+    ASSERT_GE(other, 0);
+    EXPECT_EQ(ion_free(mDevice, first), -EINVAL);
+    for (const auto& [device, handle] : {std::pair(mDevice, first), std::pair(mDevice, 0),
+                                         std::pair(mDevice, -1), std::pair(other, second)}) {
+        int buffer = -1;
+        EXPECT_EQ(ion_share(device, handle, &buffer), -EINVAL);
+        EXPECT_EQ(ion_free(device, handle), -EINVAL);
+        EXPECT_EQ(buffer, -1);
+    }
+    EXPECT_EQ(ion_close(other), 0);
+    // What is left of a client goes with it; see TearDown.
+    EXPECT_EQ(ionCounts().handles, 1U);
+}
+
+TEST_F(IonTest, RefusesWhatCannotBe) {
+    const struct {
+        const char* what;
+        size_t length;
+        size_t align;
+        unsigned int mask;
+        int result;
+    } cases[] = {
+            {"no bytes", 0, 0, kHeap, -EINVAL},
+            {"rounds up to nothing", SIZE_MAX, 0, kHeap, -EINVAL},
+            {"more than a page's alignment", kPage, 2 * kPage, kHeap, -EINVAL},
+            {"no heap", kPage, 0, 0, -ENODEV},
+            {"other heaps", kPage, 0, ~1U, -ENODEV},
+            {"more memory than there is", SIZE_MAX - kPage, 0, kHeap, -ENOMEM},
+    };
+    for (const auto& each : cases) {
+        SCOPED_TRACE(each.what);
+        int buffer = -1;
+        ion_user_handle_t handle = -1;
+        EXPECT_EQ(ion_alloc_fd(mDevice, each.length, each.align, each.mask, 0, &buffer),
+                  each.result);
+        EXPECT_EQ(ion_alloc(mDevice, each.length, each.align, each.mask, 0, &handle), each.result);
+        EXPECT_EQ(buffer, -1);
+        EXPECT_EQ(handle, -1);
+    }
+    EXPECT_EQ(ion_alloc(mDevice, kPage, 0, kHeap, 0, nullptr), -EINVAL);
+    EXPECT_EQ(ion_alloc_fd(mDevice, kPage, 0, kHeap, 0, nullptr), -EINVAL);
+    EXPECT_EQ(ion_share(mDevice, 1, nullptr), -EINVAL);
+}
+
+TEST_F(IonTest, OnlyAnOpenDeviceWillDo) {
+    const unique_fd null(open("/dev/null", O_RDWR | O_CLOEXEC));
+    // One that was closed without libion's knowing does not come back to life.
+    const int closed = ion_open();
+    ion_user_handle_t handle = 0;
+    ASSERT_EQ(ion_alloc(closed, kPage, 0, kHeap, 0, &handle), 0);
+    close(closed);
+    int buffer = -1;
+    for (const auto& [device, result] :
+         {std::pair(null.get(), -ENOTTY), std::pair(closed, -EBADF), std::pair(-1, -EBADF)}) {
+        EXPECT_EQ(ion_alloc(device, kPage, 0, kHeap, 0, &handle), result);
+        EXPECT_EQ(ion_alloc_fd(device, kPage, 0, kHeap, 0, &buffer), result);
+        EXPECT_EQ(ion_share(device, handle, &buffer), result);
+        EXPECT_EQ(ion_free(device, handle), result);
+    }
+    EXPECT_EQ(ion_close(-1), -EBADF);
+    const int next = ion_open();
+    ASSERT_EQ(next, closed);
+    EXPECT_EQ(ionCounts().handles, 0U);
+    EXPECT_EQ(ion_close(next), 0);
+}
+
+TEST_F(IonTest, ClientsOfManyThreads) {
+    std::vector<std::thread> threads;
+    for (int i = 0; i < 4; ++i) {
+        threads.emplace_back([shared = mDevice] {
+            for (int round = 0; round < 100; ++round) {
+                const int own = ion_open();
+                for (int device : {shared, own}) {
+                    ion_user_handle_t handle = 0;
+                    int buffer = -1;
+                    EXPECT_EQ(ion_alloc(device, kPage, 0, kHeap, 0, &handle), 0);
+                    EXPECT_EQ(ion_share(device, handle, &buffer), 0);
+                    EXPECT_EQ(ion_free(device, handle), 0);
+                    close(buffer);
+                }
+                EXPECT_EQ(ion_close(own), 0);
+            }
+        });
+    }
+    for (std::thread& thread : threads) {
+        thread.join();
+    }
+}
+
+// A real dma-buf is synchronised by the kernel, a memory file refused by it; nothing in between.
+TEST_F(IonTest, SynchronisingIsTheKernelsOwn) {
+    int descriptor = -1;
+    ASSERT_EQ(ion_alloc_fd(mDevice, kPage, 0, kHeap, kFlags, &descriptor), 0);
+    const unique_fd buffer(descriptor);
+    dma_buf_sync sync = {DMA_BUF_SYNC_READ};
+    const bool realHeap = access("/dev/dma_heap/system", R_OK) == 0;
+    EXPECT_EQ(ioctl(buffer.get(), DMA_BUF_IOCTL_SYNC, &sync), realHeap ? 0 : -1);
+    if (!realHeap) {
+        EXPECT_EQ(errno, ENOTTY);
+    }
+}
+
+TEST(DmaHeapBackend, AsksTheKernelsHeap) {
+    const DmaHeapBackend backend("/dev/null");
+    const unique_fd device = backend.openClient();
+    ASSERT_GE(device.get(), 0);
+    EXPECT_TRUE(isCloseOnExec(device.get()));
+    unique_fd buffer;
+    EXPECT_EQ(backend.allocate(device.get(), 3 * kPage, &buffer), -ENOTTY);
+
+    heap.device = device.get();
+    ASSERT_EQ(backend.allocate(device.get(), 3 * kPage, &buffer), 0);
+    EXPECT_EQ(heap.request.len, 3 * kPage);
+    EXPECT_EQ(heap.request.fd_flags, static_cast<uint32_t>(O_RDWR | O_CLOEXEC));
+    EXPECT_EQ(heap.request.heap_flags, 0U);
+    EXPECT_TRUE(isOpen(buffer.get()));
+
+    heap.error = ENOMEM;
+    unique_fd none;
+    EXPECT_EQ(backend.allocate(device.get(), kPage, &none), -ENOMEM);
+    EXPECT_LT(none.get(), 0);
+    heap = {};
+}
+
+TEST(DmaHeapBackend, IsNotThereWithoutItsDevice) {
+    EXPECT_LT(DmaHeapBackend("/dev/no such heap").openClient().get(), 0);
+    EXPECT_EQ(errno, ENOENT);
+}
+
+TEST(MemoryFileBackend, TakesNoMoreThanHalfTheMemory) {
+    const MemoryFileBackend backend;
+    unique_fd buffer;
+    EXPECT_EQ(backend.allocate(-1, size_t{1} << 62, &buffer), -ENOMEM);
+    EXPECT_LT(buffer.get(), 0);
+}
+
+}  // namespace
