@@ -22,7 +22,6 @@ using android::hardware::hidl_memory;
 namespace {
 
 constexpr char kRegionName[] = "AshmemAllocator_hidl_orva";
-constexpr char kMemoryName[] = "ashmem";
 constexpr uint32_t kFieldSize = 4;
 // Data type, height, width, number, channel. The size is not among them: it travels as the size of
 // the data memory.

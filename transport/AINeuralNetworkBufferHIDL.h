@@ -50,7 +50,10 @@ public:
     // until the next Receive or SerializeToHidlMemory.
     const android::hardware::hidl_memory& serializeMemory() const { return serializeMemory_; }
 
-private:
+protected:
+    // The name of every memory that a tensor makes.
+    static constexpr char kMemoryName[] = "ashmem";
+
     android::hardware::hidl_memory serializeMemory_;
     android::hardware::hidl_memory memory_;
     NativeHandle handle_;            // of a region that Init made

@@ -3,10 +3,9 @@
  * SPDX-License-Identifier: Apache-2.0
  */
 
-// What the shared-memory tensor registers while the library is loaded. These run before the ION
-// tensor's registrations, which then take precedence for the ION name.
+// What the shared-memory tensor registers while the library is loaded.
 
-#include <new>
+#include "transport/BufferTensorRegistrations.h"
 
 #include "transport/AINeuralNetworkBufferHIDL.h"
 #include "transport/BufferTensorSerializer.h"
@@ -19,12 +18,6 @@ namespace {
 constexpr char kBufferType[] = "AINeuralNetworkBuffer";
 constexpr char kIonBufferType[] = "AINeuralNetworkIonBuffer";
 
-template <typename Tensor>
-std::shared_ptr<IAITensor> CreateTensor() {
-    Tensor* const tensor = new (std::nothrow) Tensor;
-    return tensor != nullptr ? std::shared_ptr<IAITensor>(tensor) : nullptr;
-}
-
 std::shared_ptr<IAITensor> CreateNeuralNetworkBufferTensor(const AITensorDescription&) {
     return CreateTensor<AINeuralNetworkBufferHIDL>();
 }
@@ -33,13 +26,22 @@ std::shared_ptr<IAITensor> CreateIonBufferFallbackTensor(const AITensorDescripti
     return CreateTensor<AINeuralNetworkIonBufferFallback>();
 }
 
-const AITensorRegistrar bufferCreator(kBufferType, CreateNeuralNetworkBufferTensor);
-const AITensorSerializerRegistrar bufferSerializer(kBufferType, SerializeBufferTensor,
-                                                   DeserializeBufferTensor);
-const AITensorRegistrar ionBufferCreator(kIonBufferType, CreateIonBufferFallbackTensor);
-const AITensorSerializerRegistrar ionBufferSerializer(kIonBufferType, SerializeBufferTensor,
-                                                      DeserializeBufferTensor);
+// In the order of the registrations.
+struct Registrations {
+    AITensorRegistrar bufferCreator{kBufferType, CreateNeuralNetworkBufferTensor};
+    AITensorSerializerRegistrar bufferSerializer{kBufferType, SerializeBufferTensor,
+                                                 DeserializeBufferTensor};
+    AITensorRegistrar ionBufferCreator{kIonBufferType, CreateIonBufferFallbackTensor};
+    AITensorSerializerRegistrar ionBufferSerializer{kIonBufferType, SerializeBufferTensor,
+                                                    DeserializeBufferTensor};
+};
+
+const bool registered = (RegisterBufferTensors(), true);
 
 }  // namespace
+
+void RegisterBufferTensors() {
+    static const Registrations registrations;
+}
 
 }  // namespace orva::hidl

@@ -4,6 +4,8 @@
  */
 #pragma once
 
+#include <memory>
+#include <new>
 #include <string>
 
 #include <orva/AITensorDescription.h>
@@ -12,6 +14,13 @@
 #include "transport/AITensorSerializerRegistry.h"
 
 namespace orva::hidl {
+
+// A new tensor of a class; null when memory ran out.
+template <typename Tensor>
+std::shared_ptr<IAITensor> CreateTensor() {
+    Tensor* const tensor = new (std::nothrow) Tensor;
+    return tensor != nullptr ? std::shared_ptr<IAITensor>(tensor) : nullptr;
+}
 
 // Keeps a tensor creator registered with the framework's factory for as long as it lives. Meant
 // for static objects: from the library's load to its unload.

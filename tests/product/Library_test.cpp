@@ -31,6 +31,7 @@ TEST(Library, RegistersItsTensorsAtLoadAndServesOneObject) {
         }
     }
     EXPECT_EQ((std::vector<LogLine>{registered("AINeuralNetworkBuffer"),
+                                    registered("AINeuralNetworkIonBuffer"),
                                     registered("AINeuralNetworkIonBuffer")}),
               lines);
 

@@ -13,7 +13,9 @@
 #include <atomic>
 #include <cerrno>
 #include <cstdlib>
+#include <mutex>
 #include <new>
+#include <utility>
 
 namespace orva::test {
 
@@ -30,6 +32,13 @@ State& StateOf(Call call) {
     return states[static_cast<size_t>(call)];
 }
 
+// Not noted by default, and then without a lock: the mappings of many threads pass here.
+std::atomic<bool> tracing{false};
+std::mutex traceMutex;
+std::vector<std::string> trace;
+
+}  // namespace
+
 bool Fails(Call call) {
     State& state = StateOf(call);
     if (++state.calls != state.failAt) {
@@ -39,9 +48,30 @@ bool Fails(Call call) {
     return true;
 }
 
-}  // namespace
+void Note(const std::string& call) {
+    if (tracing) {
+        std::lock_guard<std::mutex> lock(traceMutex);
+        trace.push_back(call);
+    }
+}
 
-size_t CallCount(Call call) { return StateOf(call).calls; }
+CallTrace::CallTrace() {
+    Take();
+    tracing = true;
+}
+
+CallTrace::~CallTrace() {
+    tracing = false;
+}
+
+std::vector<std::string> CallTrace::Take() {
+    std::lock_guard<std::mutex> lock(traceMutex);
+    return std::exchange(trace, {});
+}
+
+size_t CallCount(Call call) {
+    return StateOf(call).calls;
+}
 
 Fault::Fault(Call call, size_t nth) : call_(call) {
     State& state = StateOf(call);
@@ -52,14 +82,19 @@ Fault::Fault(Call call, size_t nth) : call_(call) {
     state.failAt = state.calls + nth;
 }
 
-Fault::~Fault() { StateOf(call_).failAt = 0; }
+Fault::~Fault() {
+    StateOf(call_).failAt = 0;
+}
 
-bool Fault::Happened() const { return StateOf(call_).happened; }
+bool Fault::Happened() const {
+    return StateOf(call_).happened;
+}
 
 }  // namespace orva::test
 
 using orva::test::Call;
 using orva::test::Fails;
+using orva::test::Note;
 
 // The linker sends each call of NAME to __wrap_NAME (see CMakeLists.txt); __real_NAME is the
 // platform's own.
@@ -74,6 +109,7 @@ int __real__memcpy_s_chk(void* dest, size_t destMax, const void* src, size_t cou
                          size_t destObject, size_t srcObject);
 
 void* __wrap_mmap(void* address, size_t length, int protection, int flags, int fd, off_t offset) {
+    Note("mmap " + std::to_string(length));
     if (Fails(Call::Mmap)) {
         errno = ENOMEM;
         return MAP_FAILED;
@@ -82,6 +118,7 @@ void* __wrap_mmap(void* address, size_t length, int protection, int flags, int f
 }
 
 int __wrap_munmap(void* address, size_t length) {
+    Note("munmap " + std::to_string(length));
     Fails(Call::Munmap);
     return __real_munmap(address, length);
 }

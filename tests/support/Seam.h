@@ -5,6 +5,8 @@
 #pragma once
 
 #include <cstddef>
+#include <string>
+#include <vector>
 
 namespace orva::test {
 
@@ -18,6 +20,14 @@ enum class Call {
     EmptyHandle,   // native_handle_create(): a handle without descriptors
     NothrowNew,    // operator new(size_t, nothrow): null
     CopyMemory,    // memcpy_s(): nonzero
+    // Those of the ION tensor, where IonSeam.h is linked.
+    ClearMemory,  // memset_s(): nonzero
+    Uname,        // uname(): -1 with EFAULT
+    IonOpen,      // ion_open(): -1 with ENODEV
+    IonAlloc,     // ion_alloc(): -ENOMEM
+    IonAllocFd,   // ion_alloc_fd(): -ENOMEM
+    IonShare,     // ion_share(): -EMFILE
+    DmaBufSync,   // ioctl(DMA_BUF_IOCTL_SYNC): -1 with ENOTTY
     Count_,
 };
 
@@ -39,5 +49,22 @@ public:
 private:
     const Call call_;
 };
+
+// While it lives, mappings, the end of native handles and the calls of the ION tensor are noted in
+// order, each with the arguments that matter: "mmap 4096". One at a time.
+class CallTrace {
+public:
+    CallTrace();
+    ~CallTrace();
+    CallTrace(const CallTrace&) = delete;
+    CallTrace& operator=(const CallTrace&) = delete;
+
+    // Takes out what has been noted so far.
+    std::vector<std::string> Take();
+};
+
+// For the stand-ins themselves.
+bool Fails(Call call);
+void Note(const std::string& call);
 
 }  // namespace orva::test

@@ -1,0 +1,193 @@
+/*
+ * Copyright (C) 2026 The orva project
+ * SPDX-License-Identifier: Apache-2.0
+ */
+
+#include "transport/AINeuralNetworkIonBufferHIDL.h"
+
+#include <cstring>
+
+#include <ion/ion.h>
+#include <linux/dma-buf.h>
+#include <sys/ioctl.h>
+#include <sys/utsname.h>
+
+#include "common/BoundedMemory.h"
+#include "common/Log.h"
+#include "transport/IonMapLength.h"
+#include "transport/LogTag.h"
+#include "transport/TensorParameters.h"
+
+namespace orva::hidl {
+
+using android::hardware::hidl_memory;
+
+namespace {
+
+constexpr size_t kAlignment = 0;
+constexpr unsigned int kHeapMask = 1;
+constexpr unsigned int kFlags = 0x100;
+
+}  // namespace
+
+AINeuralNetworkIonBufferHIDL::~AINeuralNetworkIonBufferHIDL() {
+    if (GetBuffer() != nullptr) {
+        mapping_.Reset();
+        SetBuffer(nullptr, 0, false);
+    }
+    handle_.Reset();
+    serialize_handle_.Reset();
+    if (ionFd_ >= 0) {
+        IonRelease(ionFd_, ionHandle_);
+    }
+}
+
+bool AINeuralNetworkIonBufferHIDL::Init(const AITensorDescription& description) {
+    if (!InitFromDescription(*this, description)) {
+        return false;
+    }
+
+    if (memory_.handle() != nullptr) {
+        // A handle without descriptors is refused in silence.
+        if (memory_.handle()->numFds <= 0) {
+            return false;
+        }
+        SharedMapping mapping =
+                SharedMapping::MapReceived(memory_.handle(), IonMapLength(memory_.size()));
+        if (!mapping) {
+            // "fail" for a received region, "failed" for a new one: the log tells them apart.
+            ORVA_LOGE(kIonBufferTag, "mmap fail");
+            return false;
+        }
+        mapping_ = std::move(mapping);
+        // A tensor's size has 32 bits; of a larger region it shows the low ones.
+        SetBufferAttr(mapping_.Address(), static_cast<int>(memory_.size()), false, true);
+        return true;
+    }
+
+    if (ionFd_ >= 0) {
+        Release();  // of an earlier Init, whose buffer an empty received memory has replaced
+    }
+    ionFd_ = ion_open();
+    if (ionFd_ < 0) {
+        ORVA_LOGE(kIonBufferTag, "ion_open fail");
+        return false;
+    }
+    const auto size = static_cast<uint64_t>(GetSize());
+    const uint64_t length = IonMapLength(size);
+    UniqueFd fd;
+    switch (Allocate(length, fd)) {
+    case Allocation::kDone:
+        break;
+    case Allocation::kNotAllocated:
+        ion_close(ionFd_);
+        ionFd_ = -1;
+        ORVA_LOGE(kIonBufferTag, "ion_alloc fail");
+        return false;
+    case Allocation::kNotShared:
+        Release();
+        ORVA_LOGE(kIonBufferTag, "ion_share fail");
+        // A buffer that could not be synchronised is left open, deliberately: nothing closes it.
+        fd.Release();
+        return false;
+    }
+    const int buffer = fd.Get();
+    if (!handle_.Adopt(std::move(fd))) {
+        Release();
+        ORVA_LOGE(kIonBufferTag, "handle_ is nullptr");
+        return false;
+    }
+    hidl_memory memory(kMemoryName, handle_.Get(), size);
+    if (memory.handle()->numFds == 0) {
+        Release();
+        ORVA_LOGE(kIonBufferTag, "numFds is zero");
+        return false;
+    }
+    SharedMapping mapping = SharedMapping::MapOwn(buffer, length);
+    if (!mapping) {
+        Release();
+        ORVA_LOGE(kIonBufferTag, "mmap failed");
+        return false;
+    }
+    mapping_ = std::move(mapping);
+    SetBufferAttr(mapping_.Address(), GetSize(), false, true);
+    memory_ = std::move(memory);
+    return true;
+}
+
+const char* AINeuralNetworkIonBufferHIDL::GetTypeName() {
+    return "AINeuralNetworkIonBuffer";
+}
+
+KernelGeneration AINeuralNetworkIonBufferHIDL::GetLinuxKernelVersion() {
+    utsname record;
+    if (memset_s(&record, sizeof(record), 0, sizeof(record)) != 0) {
+        return KernelGeneration::KernelUnknown;
+    }
+    if (uname(&record) == 0) {
+        // In this order, and anywhere in the text: a release such as 4.14.98 counts as 4.9.
+        if (std::strstr(record.release, "4.9") != nullptr) {
+            return KernelGeneration::Kernel49;
+        }
+        if (std::strstr(record.release, "4.14") != nullptr) {
+            return KernelGeneration::Kernel414;
+        }
+    }
+    ORVA_LOGW(kIonBufferTag, "get kernel version failed!");
+    return KernelGeneration::KernelUnknown;
+}
+
+void AINeuralNetworkIonBufferHIDL::IonRelease(int ionFd, uint32_t ionHandle) {
+    if (ionFd < 0) {
+        ORVA_LOGE(kIonBufferTag, "Invalid fd!");
+        return;
+    }
+    if (GetLinuxKernelVersion() == KernelGeneration::Kernel49) {
+        ion_free(ionFd, static_cast<ion_user_handle_t>(ionHandle));
+    }
+    ion_close(ionFd);
+}
+
+AINeuralNetworkIonBufferHIDL::Allocation AINeuralNetworkIonBufferHIDL::Allocate(uint64_t length,
+                                                                                UniqueFd& buffer) {
+    int fd = -1;
+    switch (GetLinuxKernelVersion()) {
+    case KernelGeneration::Kernel49: {
+        ion_user_handle_t handle = 0;
+        if (ion_alloc(ionFd_, length, kAlignment, kHeapMask, kFlags, &handle) != 0) {
+            return Allocation::kNotAllocated;
+        }
+        ionHandle_ = static_cast<uint32_t>(handle);
+        if (ion_share(ionFd_, handle, &fd) != 0) {
+            return Allocation::kNotShared;
+        }
+        break;
+    }
+    case KernelGeneration::Kernel414: {
+        if (ion_alloc_fd(ionFd_, length, kAlignment, kHeapMask, kFlags, &fd) != 0) {
+            return Allocation::kNotAllocated;
+        }
+        buffer = UniqueFd(fd);
+        // Begins the processor's reading access. Nothing ends it: the buffer is open to it for as
+        // long as it lives.
+        dma_buf_sync sync = {};
+        sync.flags = DMA_BUF_SYNC_READ;
+        if (ioctl(fd, DMA_BUF_IOCTL_SYNC, &sync) != 0) {
+            return Allocation::kNotShared;
+        }
+        return Allocation::kDone;
+    }
+    case KernelGeneration::KernelUnknown:
+        return Allocation::kNotAllocated;
+    }
+    buffer = UniqueFd(fd);
+    return Allocation::kDone;
+}
+
+void AINeuralNetworkIonBufferHIDL::Release() {
+    IonRelease(ionFd_, ionHandle_);
+    ionFd_ = -1;
+    ionHandle_ = 0;
+}
+
+}  // namespace orva::hidl
