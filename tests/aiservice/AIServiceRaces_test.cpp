@@ -66,8 +66,8 @@ TEST_F(AIServiceRaces, CompletionsMeetTheEndOfTheirSession) {
         std::vector<std::thread> clients;
         for (size_t client = 0; client < kClients; ++client) {
             clients.emplace_back([&, client] {
-                // Two of the processes' clients share a number each.
-                callerPid = 1000 + static_cast<int>(client);
+                // Two processes with clients of the same numbers.
+                callerPid = 1000 + static_cast<int>(client % 2);
                 const int32_t number = 1 + static_cast<int32_t>(client / 2);
                 ::orva::test::Region region(100);
                 AITensorHandle handle = TensorIn(region);
@@ -94,10 +94,6 @@ TEST_F(AIServiceRaces, CompletionsMeetTheEndOfTheirSession) {
                     std::lock_guard<std::mutex> lock(listenersMutex);
                     listeners.push_back(listener);
                 }
-                // An eviction between Init and SetListener leaves a listener behind, which goes
-                // with the next session.
-                service->Init(number, "racing", "", {});
-                service->UnInit(number);
             });
         }
         for (std::thread& client : clients) {
@@ -106,6 +102,14 @@ TEST_F(AIServiceRaces, CompletionsMeetTheEndOfTheirSession) {
         reference::UnregisterNode("racing");
         reference::SetClientLimit(512);
         reference::SetIdleTimeout(std::chrono::minutes(10));
+        // An eviction between Init and SetListener leaves a listener behind, which goes with the
+        // next session.
+        for (size_t client = 0; client < kClients; ++client) {
+            callerPid = 1000 + static_cast<int>(client % 2);
+            service->Init(1 + static_cast<int32_t>(client / 2), "echo", "", {});
+            service->UnInit(1 + static_cast<int32_t>(client / 2));
+        }
+        callerPid = 0;
         // The completer's end waits for the completions that are still to come.
     }
     size_t delivered = 0;

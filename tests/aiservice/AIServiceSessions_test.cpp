@@ -32,7 +32,8 @@ std::string Removal(int32_t client) {
 }
 
 TEST_F(AIServiceSessions, InitOpensASession) {
-    hidl_string config("{\"a\":\"b\"}\0{\"never\":\"read\"}", 29);
+    constexpr char text[] = "{\"a\":\"b\"}\0never read";
+    const hidl_string config(text, sizeof(text) - 1);
     EXPECT_EQ(0, service_->Init(5, "fake", config, {}));
     EXPECT_EQ((Entries{"- CheckServiceNum", "S CreateNNNode", "S CreateIdleTimer", "- node Init",
                        "- UpdateServiceTime " + IdOf(5)}),

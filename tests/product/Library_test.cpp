@@ -10,6 +10,7 @@
 #include <string>
 #include <vector>
 
+#include "common/Interfaces.h"
 #include "support/LogCapture.h"
 
 namespace orva::test {
@@ -35,15 +36,15 @@ TEST(Library, RegistersItsTensorsAtLoadAndServesOneObject) {
                                     registered("AINeuralNetworkIonBuffer")}),
               lines);
 
-    using Fetch = void* (*)(const char*);
-    const auto fetchAi = reinterpret_cast<Fetch>(dlsym(library, "HIDL_FETCH_IAIService"));
+    const auto fetchAi = reinterpret_cast<hidl::IAIService_hidl* (*)(const char*)>(
+            dlsym(library, "HIDL_FETCH_IAIService"));
     ASSERT_NE(nullptr, fetchAi);
-    void* const service = fetchAi("default");
+    const auto* const service = fetchAi("default");
     EXPECT_NE(nullptr, service);
     EXPECT_EQ(service, fetchAi("another"));
     EXPECT_EQ(service, fetchAi(nullptr));
-    const auto fetchModels =
-            reinterpret_cast<Fetch>(dlsym(library, "HIDL_FETCH_IModelManagerService"));
+    const auto fetchModels = reinterpret_cast<hidl::IModelManagerService_hidl* (*)(const char*)>(
+            dlsym(library, "HIDL_FETCH_IModelManagerService"));
     ASSERT_NE(nullptr, fetchModels);
     void* const models = fetchModels("default");
     EXPECT_NE(nullptr, models);
