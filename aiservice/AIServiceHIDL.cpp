@@ -81,7 +81,7 @@ Return<int32_t> AIServiceHIDL::Init(int32_t clientId, const hidl_string& type,
     }
     const int32_t status = node->Init(nodeConfig, descriptions);
     if (status == kStatusSuccess) {
-        connections->UpdateServiceTime(serviceId);
+        UpdateServiceTime(serviceId);
         return kStatusSuccess;
     }
 
@@ -96,6 +96,15 @@ Return<void> AIServiceHIDL::UnInit(int32_t clientId) {
     ORVA_LOGI(kServiceTag, "AIServiceHIDL UnInit");
     RemoveService(MakeServiceId(clientId));
     return Void();
+}
+
+void AIServiceHIDL::UpdateServiceTime(const std::string& serviceId) {
+    AIServiceConnectManager* const connections = AIServiceConnectManager::GetInstance();
+    connections->UpdateServiceTime(serviceId);
+    MutexLock lock(serviceMutex);
+    if (FindNode(serviceId) == nullptr) {
+        connections->RemoveServiceTime(serviceId);
+    }
 }
 
 void AIServiceHIDL::RemoveService(std::string serviceId) {

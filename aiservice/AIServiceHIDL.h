@@ -64,6 +64,9 @@ private:
     // The session's node; null when there is no such session.
     std::shared_ptr<AIServiceBase> FindNode(const std::string& serviceId)
             ORVA_REQUIRES(serviceMutex);
+    // Tells the connection manager that a session is in use; of one that has been removed since it
+    // was looked up nothing stays there, because nobody would be left to remove it.
+    void UpdateServiceTime(const std::string& serviceId) ORVA_EXCLUDES(serviceMutex);
 
     std::map<std::string, android::sp<IAIServiceListener>> clientListeners
             ORVA_GUARDED_BY(listenerMutex);

@@ -62,7 +62,7 @@ Return<int32_t> AIServiceHIDL::Process(int32_t clientId, const hidl_string& cont
     AIContext nodeContext;
     nodeContext.Deserialize(context);
     ORVA_LOGI(kServiceTag, "Process context: %s", context.c_str());
-    AIServiceConnectManager::GetInstance()->UpdateServiceTime(serviceId);
+    UpdateServiceTime(serviceId);
     return node->Process(nodeContext, inputTensors, outputTensors, param);
 }
 

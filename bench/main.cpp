@@ -15,6 +15,7 @@
 #include "Payload.h"
 #include "driver/Report.h"
 #include "driver/RequestBench.h"
+#include "sessions/SessionBench.h"
 
 namespace {
 
@@ -52,6 +53,20 @@ int lastAllowedCore() {
     return core;
 }
 
+int benchRequests(const RequestSettings& settings, bool json) {
+    Report report(settings, json);
+    report.begin();
+    runRequestBench(settings, [&](const RequestRow& row) { report.add(row); });
+    report.end();
+    return 0;
+}
+
+int benchSessions(const SessionSettings& settings, bool json) {
+    const SessionResult result = runSessionBench(settings);
+    reportSessions(settings, result, json);
+    return result.nothingLeft() ? 0 : 1;
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -70,7 +85,7 @@ int main(int argc, char** argv) {
     app.add_option("--requests", settings.requests, "Requests in a round, of all clients together")
             ->check(CLI::Range(1, 10'000'000))
             ->capture_default_str();
-    app.add_flag("--quick", quick, "One round of one request each: only shows that it runs");
+    app.add_flag("--quick", quick, "As little as shows that it runs");
     app.add_flag("--json", json, "Prints one JSON document");
     auto* const only = app.add_option("--only", alone, "Runs one contestant alone, for profilers")
                                ->check(CLI::IsMember({"floor", "services"}));
@@ -78,25 +93,39 @@ int main(int argc, char** argv) {
     app.add_option("--sessions", load.clients, "The clients of --only")
             ->check(CLI::Range(1, 1000))
             ->needs(only);
+
+    SessionSettings sessions = {1000, 10, 1000, 200, ""};
+    auto* const sessionBench = app.add_subcommand(
+            "sessions",
+            "Measures what idle sessions cost the host, and checks that it is left as "
+            "it was when sessions end and when clients die.");
+    sessionBench->fallthrough();
+    sessionBench->add_option("--idle", sessions.idleSessions, "Idle sessions")
+            ->check(CLI::Range(1, 8000))
+            ->capture_default_str();
+    sessionBench->add_option("--clients", sessions.idleClients, "Processes that hold them")
+            ->check(CLI::Range(1, 1000))
+            ->capture_default_str();
+    sessionBench->add_option("--cycles", sessions.cycles, "Sessions to open, use and close")
+            ->capture_default_str();
+    sessionBench->add_option("--kills", sessions.kills, "Clients to kill amid their requests")
+            ->capture_default_str();
     CLI11_PARSE(app, argc, argv);
     if (quick) {
         settings.rounds = 1;
         settings.requests = 1;
+        sessions = {20, 2, 10, 4, ""};
     }
     try {
         const Folder folder;
-        settings.folder = folder.path();
+        settings.folder = sessions.folder = folder.path();
         if (*only) {
             printf("%.1f us\n", runAlone(settings, alone == "floor", load));
             return 0;
         }
-        Report report(settings, json);
-        report.begin();
-        runRequestBench(settings, [&](const RequestRow& row) { report.add(row); });
-        report.end();
+        return *sessionBench ? benchSessions(sessions, json) : benchRequests(settings, json);
     } catch (const std::exception& error) {
         fprintf(stderr, "orva-bench: %s\n", error.what());
         return 1;
     }
-    return 0;
 }

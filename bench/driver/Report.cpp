@@ -91,4 +91,47 @@ void Report::end() const {
     printf("%s\n", document.dump(2).c_str());
 }
 
+namespace {
+
+nlohmann::json toJson(const HostState& state) {
+    return {{"residentKib", state.residentKib}, {"threads", state.threads},
+            {"descriptors", state.descriptors}, {"mappings", state.mappings},
+            {"sessions", state.sessions},       {"clients", state.links},
+            {"objects", state.objects}};
+}
+
+}  // namespace
+
+void reportSessions(const SessionSettings& settings, const SessionResult& result, bool json) {
+    if (json) {
+        const nlohmann::json document = {{"kibPerIdleSession", result.kibPerSession(settings)},
+                                         {"nothingLeft", result.nothingLeft()},
+                                         {"before", toJson(result.before)},
+                                         {"idle", toJson(result.idle)},
+                                         {"closed", toJson(result.closed)},
+                                         {"cycled", toJson(result.cycled)},
+                                         {"killed", toJson(result.killed)}};
+        printf("%s\n", document.dump(2).c_str());
+        return;
+    }
+    const std::string idle = std::to_string(settings.idleSessions) + " idle sessions of " +
+                             std::to_string(settings.idleClients) + " clients";
+    const std::pair<std::string, HostState> rows[] = {
+            {"before any client", result.before},
+            {idle, result.idle},
+            {"after those", result.closed},
+            {"after " + std::to_string(settings.cycles) + " sessions used once", result.cycled},
+            {"after " + std::to_string(settings.kills) + " clients killed", result.killed},
+    };
+    printf("%-36s %9s %8s %12s %9s %9s %8s %8s\n", "the host", "KiB", "threads", "descriptors",
+           "mappings", "sessions", "clients", "objects");
+    for (const auto& [when, state] : rows) {
+        printf("%-36s %9zu %8zu %12zu %9zu %9zu %8zu %8zu\n", when.c_str(), state.residentKib,
+               state.threads, state.descriptors, state.mappings, state.sessions, state.links,
+               state.objects);
+    }
+    printf("\nAn idle session: %.1f KiB of the host's memory. %s\n", result.kibPerSession(settings),
+           result.nothingLeft() ? "Nothing was left behind." : "Something was left behind.");
+}
+
 }  // namespace orva_bench

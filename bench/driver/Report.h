@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "driver/RequestBench.h"
+#include "sessions/SessionBench.h"
 
 namespace orva_bench {
 
@@ -26,5 +27,8 @@ private:
     const bool json_;
     std::vector<RequestRow> rows_;
 };
+
+// The session benchmark's only report.
+void reportSessions(const SessionSettings& settings, const SessionResult& result, bool json);
 
 }  // namespace orva_bench

@@ -9,10 +9,13 @@
 #include <cstdio>
 
 #include <hidl/HidlTransportSupport.h>
+#include <hwbinder/ProcessState.h>
+#include <orva/reference/Settings.h>
 #include <orva_platform/Runtime.h>
 
 #include "common/Interfaces.h"
 #include "request/BenchNode.h"
+#include "request/HostState.h"
 
 namespace orva_bench {
 
@@ -20,8 +23,7 @@ using orva::hidl::IAIService_hidl;
 
 namespace {
 
-// As many as the service host has.
-constexpr size_t kThreads = 4;
+constexpr size_t kMostClients = 10'000;
 
 bool serve() {
     // The library stays loaded: its services live as long as the process.
@@ -30,9 +32,14 @@ bool serve() {
         return false;
     }
     registerBenchNodes();
-    android::hardware::configureRpcThreadpool(kThreads, true);
+    orva::reference::SetClientLimit(kMostClients);
+    android::hardware::configureRpcThreadpool(kHostThreads, false);
     const auto service = IAIService_hidl::getService("default", true);
-    return service != nullptr && service->registerAsService() == android::OK;
+    if (service == nullptr || service->registerAsService() != android::OK) {
+        return false;
+    }
+    android::hardware::ProcessState::self()->startThreadPool();
+    return true;
 }
 
 }  // namespace
@@ -43,7 +50,10 @@ int runBenchHost(const Control& control, const std::string& directory) {
     if (!control.send(Ready{ok}) || !ok) {
         return 1;
     }
-    android::hardware::joinRpcThreadpool();
+    // The pool's threads serve; this one only tells what they hold.
+    StateOrder order;
+    while (control.receive(&order) && control.send(HostState::ofThisProcess())) {
+    }
     return 0;
 }
 
