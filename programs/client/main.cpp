@@ -6,6 +6,7 @@
 #include <cstdio>
 #include <exception>
 #include <string>
+#include <vector>
 
 #include <orva_platform/Runtime.h>
 #include <CLI/CLI.hpp>
@@ -16,6 +17,22 @@ namespace {
 
 constexpr int kFailure = 1;
 constexpr int kUsage = 2;
+
+// What CLI11 says of a word that is no command is only that one is missing.
+int explain(const CLI::App& app, const CLI::ParseError& error) {
+    const std::vector<std::string> rest = app.remaining();
+    const bool noCommand = app.get_subcommands().empty();
+    if (error.get_exit_code() == 0 || !noCommand || rest.empty()) {
+        return app.exit(error) == 0 ? 0 : kUsage;
+    }
+    fprintf(stderr, "orva: there is no %s '%s'; the commands are",
+            rest.front()[0] == '-' ? "option" : "command", rest.front().c_str());
+    for (const CLI::App* command : app.get_subcommands([](const CLI::App*) { return true; })) {
+        fprintf(stderr, " %s", command->get_name().c_str());
+    }
+    fputs(" (see orva --help)\n", stderr);
+    return kUsage;
+}
 
 int runCommandLine(int argc, char** argv) {
     CLI::App app("Talks to the AI services that orva-host serves.", "orva");
@@ -39,7 +56,7 @@ int runCommandLine(int argc, char** argv) {
         app.parse(argc, argv);
         return 0;
     } catch (const CLI::ParseError& error) {
-        return app.exit(error) == 0 ? 0 : kUsage;
+        return explain(app, error);
     } catch (const std::exception& error) {
         fprintf(stderr, "orva: %s\n", error.what());
         return kFailure;
