@@ -10,7 +10,7 @@
 #include <vector>
 
 #include <cutils/native_handle.h>
-#include <hwbinder/IBinder.h>
+#include <hwbinder/Binder.h>
 #include <utils/Errors.h>
 #include <utils/RefBase.h>
 #include <utils/String16.h>

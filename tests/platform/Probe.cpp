@@ -1,0 +1,305 @@
+/*
+ * Copyright (C) 2026 The orva project
+ * SPDX-License-Identifier: Apache-2.0
+ */
+#include "Probe.h"
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <condition_variable>
+#include <mutex>
+#include <thread>
+#include <vector>
+
+#include <cutils/ashmem.h>
+#include <hwbinder/IPCThreadState.h>
+#include <orva_platform/Runtime.h>
+
+#include "support/Descriptors.h"
+#include "support/ResourceTest.h"
+
+namespace orva_test {
+
+using android::hardware::hidl_death_recipient;
+using android::hardware::IPCThreadState;
+using android::hardware::Void;
+using android::hidl::base::V1_0::IBase;
+
+namespace {
+
+struct State {
+    std::mutex lock;
+    std::condition_variable gateOpened;
+    bool gateShut = true;
+    int32_t staying = 0;
+    int32_t mostStaying = 0;
+    sp<IProbe> held;
+    sp<hidl_death_recipient> watcher;
+    std::vector<uint64_t> deaths;
+    std::vector<int32_t> notes;
+    int32_t noteCaller = -1;
+};
+
+// Never destroyed, as a server's own state may not be.
+State& state() {
+    static State* const state = new State;
+    return *state;
+}
+
+struct Watcher : hidl_death_recipient {
+    void serviceDied(uint64_t cookie, const wp<IBase>&) override {
+        std::lock_guard<std::mutex> guard(state().lock);
+        state().deaths.push_back(cookie);
+    }
+};
+
+sp<IProbe> heldObject() {
+    std::lock_guard<std::mutex> guard(state().lock);
+    return state().held;
+}
+
+uint64_t threadNumber() {
+    return static_cast<uint64_t>(gettid());
+}
+
+// A proxy's Return that failed, as its status; 0 for one that did not.
+template <typename T>
+int32_t statusOf(const Return<T>& result) {
+    if (result.isOk()) {
+        return 0;
+    }
+    return result.isDeadObject() ? android::DEAD_OBJECT : android::FAILED_TRANSACTION;
+}
+
+}  // namespace
+
+std::atomic<size_t> Probe::sAlive{0};
+
+Probe::Probe() {
+    ++sAlive;
+}
+Probe::~Probe() {
+    --sAlive;
+}
+
+void Probe::reset() {
+    sp<IProbe> held;
+    std::lock_guard<std::mutex> guard(state().lock);
+    held = std::move(state().held);
+    state().watcher = nullptr;
+    state().deaths.clear();
+    state().notes.clear();
+    state().gateShut = true;
+    state().mostStaying = 0;
+}
+
+Return<void> Probe::scalars(bool flag, int8_t tiny, uint16_t small, int32_t number, int64_t large,
+                            float single, double precise, scalars_cb answer) {
+    answer(flag, tiny, small, number, large, single, precise);
+    return Void();
+}
+
+Return<void> Probe::echo(const Everything& value, echo_cb answer) {
+    answer(value);
+    return Void();
+}
+
+Return<void> Probe::text(const hidl_string& value, text_cb answer) {
+    answer(value);
+    return Void();
+}
+
+Return<void> Probe::caller(const sp<IProbe>& inner, caller_cb answer) {
+    const IPCThreadState* thread = IPCThreadState::self();
+    const pid_t before = thread->getCallingPid();
+    if (inner != nullptr) {
+        inner->caller(nullptr, [](int32_t, int32_t, uint32_t) {}).isOk();
+    }
+    answer(before, thread->getCallingPid(), thread->getCallingUid());
+    return Void();
+}
+
+Return<void> Probe::nest(const sp<IProbe>& other, int32_t depth, nest_cb answer) {
+    int32_t reached = 1;
+    int32_t status = 0;
+    if (depth > 1) {
+        status = statusOf(other->nest(this, depth - 1,
+                                      [&](int32_t deeper, int32_t why) {
+                                          reached += deeper;
+                                          status = why;
+                                      }))
+                         ?: status;
+    }
+    answer(reached, status);
+    return Void();
+}
+
+Return<void> Probe::thread(const sp<IProbe>& other, thread_cb answer) {
+    uint64_t others = 0;
+    if (other != nullptr) {
+        other->thread(nullptr, [&](uint64_t own, uint64_t) { others = own; }).isOk();
+    }
+    answer(threadNumber(), others);
+    return Void();
+}
+
+Return<void> Probe::hold(const sp<IProbe>& object) {
+    sp<IProbe> before = object;
+    std::lock_guard<std::mutex> guard(state().lock);
+    std::swap(before, state().held);
+    return Void();
+}
+
+Return<sp<IProbe>> Probe::held() {
+    return heldObject();
+}
+
+Return<sp<IProbe>> Probe::handBack() {
+    std::lock_guard<std::mutex> guard(state().lock);
+    return std::move(state().held);
+}
+
+Return<void> Probe::letGo() {
+    return hold(nullptr);
+}
+
+Return<int32_t> Probe::callHeld() {
+    int32_t status = android::NAME_NOT_FOUND;
+    if (const sp<IProbe> object = heldObject()) {
+        std::thread([&] { status = statusOf(object->ping()); }).join();
+    }
+    return status;
+}
+
+Return<sp<IProbe>> Probe::make() {
+    return sp<IProbe>(new Probe);
+}
+
+Return<bool> Probe::watch(uint64_t cookie) {
+    const sp<IProbe> object = heldObject();
+    const sp<Watcher> watcher = new Watcher;
+    const bool linked = object != nullptr && object->linkToDeath(watcher, cookie);
+    std::lock_guard<std::mutex> guard(state().lock);
+    state().watcher = watcher;
+    return linked;
+}
+
+Return<bool> Probe::unwatch() {
+    const sp<IProbe> object = heldObject();
+    sp<hidl_death_recipient> watcher;
+    {
+        std::lock_guard<std::mutex> guard(state().lock);
+        watcher = std::move(state().watcher);
+    }
+    return object != nullptr && object->unlinkToDeath(watcher);
+}
+
+Return<void> Probe::deaths(deaths_cb answer) {
+    std::lock_guard<std::mutex> guard(state().lock);
+    answer(state().deaths);
+    return Void();
+}
+
+Return<void> Probe::note(int32_t value) {
+    std::lock_guard<std::mutex> guard(state().lock);
+    state().notes.push_back(value);
+    state().noteCaller = IPCThreadState::self()->getCallingPid();
+    return Void();
+}
+
+Return<void> Probe::notes(notes_cb answer) {
+    std::lock_guard<std::mutex> guard(state().lock);
+    answer(state().notes, state().noteCaller);
+    return Void();
+}
+
+Return<void> Probe::stay() {
+    State& s = state();
+    std::unique_lock<std::mutex> guard(s.lock);
+    s.mostStaying = std::max(s.mostStaying, ++s.staying);
+    s.gateOpened.wait(guard, [&] { return !s.gateShut; });
+    --s.staying;
+    return Void();
+}
+
+Return<void> Probe::staying(staying_cb answer) {
+    std::lock_guard<std::mutex> guard(state().lock);
+    answer(state().staying, state().mostStaying);
+    return Void();
+}
+
+Return<void> Probe::openGate() {
+    std::lock_guard<std::mutex> guard(state().lock);
+    state().gateShut = false;
+    state().gateOpened.notify_all();
+    return Void();
+}
+
+Return<void> Probe::shutGate() {
+    std::lock_guard<std::mutex> guard(state().lock);
+    state().gateShut = true;
+    return Void();
+}
+
+Return<void> Probe::receive(const hidl_handle& descriptors, const hidl_memory& region,
+                            receive_cb answer) {
+    int32_t count = 0;
+    bool sound = true;
+    for (const native_handle_t* handle : {descriptors.getNativeHandle(), region.handle()}) {
+        for (int i = 0; handle != nullptr && i < handle->numFds; ++i) {
+            ++count;
+            sound = sound && isCloseOnExec(handle->data[i]);
+        }
+    }
+    answer(count, sound);
+    return Void();
+}
+
+Return<void> Probe::give(uint32_t descriptors, give_cb answer) {
+    answer(nullDevices(static_cast<int>(descriptors)));
+    return Void();
+}
+
+Return<void> Probe::giveText(uint32_t size, giveText_cb answer) {
+    answer(std::string(size, 'x'));
+    return Void();
+}
+
+Return<void> Probe::resources(resources_cb answer) {
+    answer(resourcesHere());
+    return Void();
+}
+
+Held resourcesHere() {
+    const orva_platform::Counts counts = orva_platform::counts();
+    const orva::test::Resources resources = orva::test::Resources::OfThisProcess();
+    Held held;
+    held.links = counts.links;
+    held.channels = counts.channels;
+    held.threads = counts.threads;
+    held.exports = counts.exports;
+    held.proxies = counts.proxies;
+    held.descriptors = resources.descriptors.size();
+    held.mappings = resources.mappings.size();
+    held.probes = Probe::alive();
+    return held;
+}
+
+Held resourcesOf(const sp<IProbe>& probe) {
+    Held held = {};
+    probe->resources([&](const Held& told) { held = told; }).isOk();
+    return held;
+}
+
+hidl_handle nullDevices(int count) {
+    native_handle_t* native = native_handle_create(count, 0);
+    for (int i = 0; i < count; ++i) {
+        native->data[i] = open("/dev/null", O_RDWR | O_CLOEXEC);
+    }
+    hidl_handle handle;
+    handle.setTo(native, true);
+    return handle;
+}
+
+}  // namespace orva_test

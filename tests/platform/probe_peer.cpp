@@ -1,0 +1,98 @@
+/*
+ * Copyright (C) 2026 The orva project
+ * SPDX-License-Identifier: Apache-2.0
+ */
+// The other process of the transport's tests:
+//
+//   probe_peer serve INSTANCE THREADS [REPLY-LIMIT-MS]   serves a probe until SIGTERM
+//   probe_peer hold INSTANCE [watch]                     has the server hold a probe of its own
+//   probe_peer connect FILE UID                          connects to a socket as another user, and
+//                                                        prints what happens
+#include <signal.h>
+#include <sys/socket.h>
+#include <sys/un.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <string>
+
+#include <hidl/HidlTransportSupport.h>
+#include <orva_platform/Runtime.h>
+
+#include "Probe.h"
+
+using namespace orva_test;
+
+namespace {
+
+void ready() {
+    puts("ready");
+    fflush(stdout);
+}
+
+int serve(int count, char** words) {
+    if (count > 2) {
+        orva_platform::setReplyLimit(std::chrono::milliseconds(atoi(words[2])));
+    }
+    android::hardware::configureRpcThreadpool(static_cast<size_t>(atoi(words[1])), true);
+    signal(SIGTERM, [](int) { orva_platform::requestStop(); });
+    const sp<Probe> probe = new Probe;
+    if (probe->registerAsService(words[0]) != android::OK) {
+        return 1;
+    }
+    ready();
+    android::hardware::joinRpcThreadpool();
+    orva_platform::stop();
+    return 0;
+}
+
+int hold(int count, char** words) {
+    const sp<IProbe> server = IProbe::getService(words[0]);
+    if (server == nullptr || !server->hold(new Probe).isOk()) {
+        return 1;
+    }
+    if (count > 1 && !server->watch(static_cast<uint64_t>(getpid())).withDefault(false)) {
+        return 1;
+    }
+    ready();
+    android::hardware::joinRpcThreadpool();
+    return 0;
+}
+
+int connectAs(char** words) {
+    const int connection = socket(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0);
+    sockaddr_un address = {};
+    address.sun_family = AF_UNIX;
+    strncpy(address.sun_path, words[0], sizeof address.sun_path - 1);
+    if (setuid(static_cast<uid_t>(atoi(words[1]))) != 0) {
+        return 1;
+    }
+    ready();
+    char byte;
+    if (connect(connection, reinterpret_cast<sockaddr*>(&address), sizeof address) != 0) {
+        puts(errno == EACCES ? "denied" : strerror(errno));
+    } else {
+        // Whom the server will not have, it closes without a word.
+        puts(recv(connection, &byte, 1, 0) == 0 ? "closed" : "answered");
+    }
+    return 0;
+}
+
+}  // namespace
+
+int main(int count, char** words) {
+    const std::string role = count > 1 ? words[1] : "";
+    if (role == "serve" && count > 3) {
+        return serve(count - 2, words + 2);
+    }
+    if (role == "hold" && count > 2) {
+        return hold(count - 2, words + 2);
+    }
+    if (role == "connect" && count > 3) {
+        return connectAs(words + 2);
+    }
+    return 2;
+}
