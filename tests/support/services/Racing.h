@@ -76,6 +76,9 @@ public:
             int32_t, const android::hardware::hidl_string&,
             const android::hardware::hidl_vec<AITensorHandle>& outputs) override {
         delivered += outputs.size() == 1 ? 1 : 0;
+        if (during) {
+            during();
+        }
         return android::hardware::Void();
     }
     android::hardware::Return<bool> linkToDeath(
@@ -89,6 +92,7 @@ public:
         return true;
     }
 
+    std::function<void()> during;
     std::atomic<size_t> delivered{0};
     android::sp<android::hardware::hidl_death_recipient> recipient;
 };
