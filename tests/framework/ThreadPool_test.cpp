@@ -129,7 +129,7 @@ TEST(Strand, RunsOneTaskAtATimeInOrder) {
     };
     std::deque<Lane> lanes(kStrands);
     for (Lane& lane : lanes) {
-        lane.strand = std::make_shared<Strand>(pool);
+        lane.strand = std::make_shared<Strand>(*pool);
     }
     for (int i = 0; i < kTasks; ++i) {
         for (Lane& lane : lanes) {
@@ -149,8 +149,8 @@ TEST(Strand, RunsOneTaskAtATimeInOrder) {
 
 TEST(Strand, OccupiesOneThreadAtMost) {
     const auto pool = std::make_shared<ThreadPool>(2, 2);
-    const auto stuck = std::make_shared<Strand>(pool);
-    const auto other = std::make_shared<Strand>(pool);
+    const auto stuck = std::make_shared<Strand>(*pool);
+    const auto other = std::make_shared<Strand>(*pool);
     Holders holders(1);
     ASSERT_TRUE(stuck->Post(holders.Hold(0)));
     for (int i = 0; i < 10; ++i) {
@@ -167,7 +167,7 @@ TEST(Strand, KeepsItsWordThroughAShutdown) {
     // Posts race the shutdown; what a post accepted runs, what it refused does not.
     for (int round = 0; round < 30; ++round) {
         const auto pool = std::make_shared<ThreadPool>(2, 2);
-        const auto strand = std::make_shared<Strand>(pool);
+        const auto strand = std::make_shared<Strand>(*pool);
         std::atomic<int> accepted{0};
         std::atomic<int> ran{0};
         std::vector<std::thread> posters;
@@ -190,7 +190,8 @@ TEST(Strand, KeepsItsWordThroughAShutdown) {
 }
 
 TEST(Strand, TasksThatPostToItRunAfterwardsInline) {
-    const auto strand = std::make_shared<Strand>(std::make_shared<InlineExecutor>());
+    InlineExecutor executor;
+    const auto strand = std::make_shared<Strand>(executor);
     std::string order;
     EXPECT_TRUE(strand->Post([&] {
         EXPECT_TRUE(strand->Post([&] { order += "b"; }));

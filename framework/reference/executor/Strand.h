@@ -17,11 +17,12 @@ namespace orva::reference {
 // through one strand occupies one of the executor's threads at most.
 class Strand : public std::enable_shared_from_this<Strand> {
 public:
-    explicit Strand(std::shared_ptr<Executor> executor) : executor_(std::move(executor)) {}
+    // The executor must outlive the posts; it does outlive the tasks, since it runs them.
+    explicit Strand(Executor& executor) : executor_(executor) {}
 
     // As Executor::Post.
     bool Post(Executor::Task task);
-    Executor& executor() { return *executor_; }
+    Executor& executor() { return executor_; }
 
 private:
     bool Schedule();
@@ -29,7 +30,7 @@ private:
     void Drain();
     bool RunFirst();
 
-    const std::shared_ptr<Executor> executor_;
+    Executor& executor_;
     Mutex mutex_;
     std::deque<Executor::Task> tasks_ ORVA_GUARDED_BY(mutex_);
     // A turn is due or under way.

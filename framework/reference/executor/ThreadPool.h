@@ -24,6 +24,7 @@ namespace orva::reference {
 class ThreadPool : public Executor {
 public:
     ThreadPool(size_t count, size_t most);
+    // Shuts down, so it must not run on one of the pool's own threads.
     ~ThreadPool() override;
 
     bool Post(Task task) override;

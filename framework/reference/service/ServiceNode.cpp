@@ -20,10 +20,10 @@ namespace orva::reference {
 struct ServiceNode::Core {
     enum class Stage { kNew, kLoading, kReady };
 
-    Core(std::unique_ptr<RequestHandler> handler, std::shared_ptr<Executor> executor,
+    Core(std::unique_ptr<RequestHandler> handler, Executor& executor,
          std::shared_ptr<IdleTimer> timer)
             : handler(std::move(handler)),
-              strand(std::make_shared<Strand>(std::move(executor))),
+              strand(std::make_shared<Strand>(executor)),
               timer(std::move(timer)) {}
 
     int32_t Run(Request& request) const;
@@ -67,7 +67,8 @@ void ServiceNode::Core::Complete(Request& request) {
 
 ServiceNode::ServiceNode(std::unique_ptr<RequestHandler> handler,
                          std::shared_ptr<Executor> executor)
-        : core_(std::make_shared<Core>(std::move(handler), std::move(executor), idleTimer())) {}
+        : executor_(std::move(executor)),
+          core_(std::make_shared<Core>(std::move(handler), *executor_, idleTimer())) {}
 
 ServiceNode::~ServiceNode() {
     core_->closed = true;

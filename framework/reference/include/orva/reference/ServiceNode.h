@@ -35,7 +35,9 @@ public:
 private:
     // What requests in flight need, shared with them.
     struct Core;
-    std::shared_ptr<Core> core_;
+    // Not shared with them: it ends only after they have, and never on a thread of its own.
+    const std::shared_ptr<Executor> executor_;
+    const std::shared_ptr<Core> core_;
 };
 
 }  // namespace orva::reference
