@@ -29,6 +29,7 @@ struct Options {
     std::string image;
     std::string output;
     float threshold = 0.75F;
+    std::string tensorType = Tensor::kBuffer;
     size_t repeat = 1;
     bool json = false;
 };
@@ -138,11 +139,11 @@ void faces(const Connection& connection, const Options& options) {
     TensorShape inputShape = model.inputs()[0];
     inputShape.type = ElementType::kUint8;
     std::vector<Tensor> inputs;
-    inputs.emplace_back(inputShape.attributes(), inputShape.bytes());
+    inputs.emplace_back(inputShape.attributes(), inputShape.bytes(), options.tensorType);
     std::memcpy(inputs[0].data(), pixels.data(), pixels.size());
     std::vector<Tensor> outputs;
     for (const TensorShape& shape : model.outputs()) {
-        outputs.emplace_back(shape.attributes(), shape.bytes());
+        outputs.emplace_back(shape.attributes(), shape.bytes(), options.tensorType);
     }
 
     const auto service = findService(connection.instance);
@@ -177,6 +178,7 @@ void addFaces(CLI::App* app, const Connection* connection) {
     command->add_option("--threshold", options->threshold, "The least score of a face")
             ->check(CLI::Range(0.0, 1.0))
             ->capture_default_str();
+    addTensorOption(command, &options->tensorType);
     command->add_option("--repeat", options->repeat, "How often to run it, for the latency")
             ->check(CLI::Range(1, 1'000'000))
             ->capture_default_str();

@@ -4,9 +4,23 @@
  */
 #include "client/commands/Requests.h"
 
+#include <CLI/CLI.hpp>
+
 #include "client/report/Progress.h"
 
 namespace orva::client {
+
+void addTensorOption(CLI::App* command, std::string* type) {
+    command->add_option_function<std::string>(
+                   "--tensor",
+                   [type](const std::string& memory) {
+                       *type = memory == "ion" ? Tensor::kIonBuffer : Tensor::kBuffer;
+                   },
+                   "The memory that the tensors lie in: shared memory, or ION buffers, which "
+                   "accelerators use in place")
+            ->check(CLI::IsMember({"shm", "ion"}))
+            ->default_str("shm");
+}
 
 Latency request(Session* session, const std::vector<Tensor>& inputs,
                 const std::vector<Tensor>& outputs, size_t count) {

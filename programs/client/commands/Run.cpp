@@ -87,6 +87,7 @@ void addRun(CLI::App* app, const Connection* connection) {
     command->add_option("--output-shape", sources.outputShapes,
                         "The shape of an output, as 1x512x1; once for each output, in order, where "
                         "the model does not say");
+    addTensorOption(command, &sources.tensorType);
     command->add_option("--node", options->node, "Type of the service node that runs it")
             ->capture_default_str();
     const CLI::Validator number = CLI::Validator(CLI::Number);

@@ -56,7 +56,7 @@ std::string fileName(size_t number, const std::string& name) {
 
 }  // namespace
 
-RunTensors::RunTensors(const RunSources& sources) {
+RunTensors::RunTensors(const RunSources& sources) : mTensorType(sources.tensorType) {
     if (sources.model.empty()) {
         std::vector<TensorShape> shapes;
         for (const std::string& path : sources.inputs) {
@@ -104,7 +104,7 @@ void RunTensors::addImage(const std::string& path, TensorShape shape) {
             channels == 1 ? picture.grey(width, height) : picture.stretched(width, height, planes);
     // The node makes floats of bytes where the model wants floats.
     shape.type = ElementType::kUint8;
-    mInputs.emplace_back(shape.attributes(), bytes.size());
+    mInputs.emplace_back(shape.attributes(), bytes.size(), mTensorType);
     std::memcpy(mInputs.back().data(), bytes.data(), bytes.size());
 }
 
@@ -120,14 +120,14 @@ void RunTensors::addFile(const std::string& path, const TensorShape* shape) {
         }
         taken = *shape;
     }
-    mInputs.emplace_back(taken.attributes(), bytes.size());
+    mInputs.emplace_back(taken.attributes(), bytes.size(), mTensorType);
     std::memcpy(mInputs.back().data(), bytes.data(), bytes.size());
 }
 
 void RunTensors::addOutputs(std::vector<TensorShape> shapes) {
     mOutputShapes = std::move(shapes);
     for (const TensorShape& shape : mOutputShapes) {
-        mOutputs.emplace_back(shape.attributes(), shape.bytes());
+        mOutputs.emplace_back(shape.attributes(), shape.bytes(), mTensorType);
     }
 }
 

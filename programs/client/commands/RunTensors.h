@@ -21,6 +21,7 @@ struct RunSources {
     std::string image;
     std::vector<std::string> inputs;
     std::vector<std::string> outputShapes;
+    std::string tensorType = Tensor::kBuffer;
 };
 
 // What an output tensor holds, in short.
@@ -57,6 +58,7 @@ private:
     void addFile(const std::string& path, const TensorShape* shape);
     void addOutputs(std::vector<TensorShape> shapes);
 
+    const std::string mTensorType;
     std::vector<Model> mModels;
     std::vector<Tensor> mInputs;
     std::vector<Tensor> mOutputs;

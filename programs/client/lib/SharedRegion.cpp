@@ -11,8 +11,11 @@
 
 #include <cutils/ashmem.h>
 #include <fcntl.h>
+#include <ion/ion.h>
 #include <sys/mman.h>
-#include <sys/stat.h>
+#include <unistd.h>
+
+#include "transport/IonMapLength.h"
 
 namespace orva::client {
 
@@ -23,38 +26,71 @@ using android::hardware::hidl_memory;
 namespace {
 
 constexpr char kMemoryName[] = "ashmem";
+constexpr unsigned int kIonHeaps = 1;
+constexpr unsigned int kIonFlags = 0;
 
-}  // namespace
-
-SharedRegion::SharedRegion(const std::string& name, size_t size) : mSize(size) {
+unique_fd makeRegion(const std::string& name, size_t size) {
     unique_fd fd(ashmem_create_region(name.c_str(), size));
     if (fd < 0) {
         throw std::system_error(errno, std::generic_category(), "cannot make a shared region");
     }
-    map(fd);
-    mHandle = native_handle_create(1, 0);
-    mHandle->data[0] = fd.release();
+    return fd;
 }
 
-SharedRegion::SharedRegion(const hidl_memory& memory) : mSize(memory.size()) {
+unique_fd makeIonBuffer(size_t length) {
+    const int device = ion_open();
+    if (device < 0) {
+        throw std::system_error(errno, std::generic_category(), "cannot open ION");
+    }
+    int buffer = -1;
+    const int error = ion_alloc_fd(device, length, 0, kIonHeaps, kIonFlags, &buffer);
+    ion_close(device);
+    if (error != 0) {
+        throw std::system_error(-error, std::generic_category(), "cannot make an ION buffer");
+    }
+    return unique_fd(buffer);
+}
+
+unique_fd duplicate(const hidl_memory& memory) {
     const native_handle_t* received = memory.handle();
     if (received == nullptr || received->numFds < 1) {
         throw std::runtime_error("the service sent a tensor without memory");
     }
-    struct stat info;
-    if (fstat(received->data[0], &info) != 0 ||
-        static_cast<uint64_t>(info.st_size) < memory.size()) {
+    // A memory file and a dma-buf alike end where they end; only the first has a size in fstat().
+    const off64_t length = lseek64(received->data[0], 0, SEEK_END);
+    if (length < 0 || static_cast<uint64_t>(length) < memory.size()) {
         throw std::runtime_error("the service sent a tensor that is shorter than it says");
     }
-    unique_fd fd(fcntl(received->data[0], F_DUPFD_CLOEXEC, 0));
-    map(fd);
+    return unique_fd(fcntl(received->data[0], F_DUPFD_CLOEXEC, 0));
+}
+
+}  // namespace
+
+SharedRegion::SharedRegion(unique_fd fd, size_t size, size_t length)
+        : mSize(size), mLength(length) {
+    void* address = mmap(nullptr, length, PROT_READ | PROT_WRITE, MAP_SHARED, fd, 0);
+    if (address == MAP_FAILED) {
+        throw std::system_error(errno, std::generic_category(), "cannot map a shared region");
+    }
+    mAddress = address;
     mHandle = native_handle_create(1, 0);
     mHandle->data[0] = fd.release();
 }
 
+SharedRegion::SharedRegion(const std::string& name, size_t size)
+        : SharedRegion(makeRegion(name, size), size, size) {}
+
+SharedRegion SharedRegion::ofIon(size_t size) {
+    const uint64_t length = hidl::IonMapLength(size);
+    return SharedRegion(makeIonBuffer(length), size, length);
+}
+
+SharedRegion::SharedRegion(const hidl_memory& memory)
+        : SharedRegion(duplicate(memory), memory.size(), memory.size()) {}
+
 SharedRegion::~SharedRegion() {
     if (mAddress != nullptr) {
-        munmap(mAddress, mSize);
+        munmap(mAddress, mLength);
     }
     if (mHandle != nullptr) {
         native_handle_close(mHandle);
@@ -64,16 +100,9 @@ SharedRegion::~SharedRegion() {
 
 SharedRegion::SharedRegion(SharedRegion&& other) noexcept
         : mSize(other.mSize),
+          mLength(other.mLength),
           mAddress(std::exchange(other.mAddress, nullptr)),
           mHandle(std::exchange(other.mHandle, nullptr)) {}
-
-void SharedRegion::map(int fd) {
-    void* address = mmap(nullptr, mSize, PROT_READ | PROT_WRITE, MAP_SHARED, fd, 0);
-    if (address == MAP_FAILED) {
-        throw std::system_error(errno, std::generic_category(), "cannot map a shared region");
-    }
-    mAddress = address;
-}
 
 hidl_memory SharedRegion::memory() const {
     return hidl_memory(kMemoryName, mHandle, mSize);

@@ -20,6 +20,8 @@ class SharedRegion {
 public:
     // `size` bytes, all zero. Throws std::system_error when the region cannot be had.
     SharedRegion(const std::string& name, size_t size);
+    // The same in an ION buffer, which is as much longer as an ION tensor's must be.
+    static SharedRegion ofIon(size_t size);
     // Maps what a service sent, whose descriptor is duplicated. Throws std::runtime_error when it
     // is no memory of at least the announced size.
     explicit SharedRegion(const android::hardware::hidl_memory& memory);
@@ -35,9 +37,11 @@ public:
     android::hardware::hidl_handle handle() const;
 
 private:
-    void map(int fd);
+    // Takes over the descriptor of a region and maps the region's first `length` bytes.
+    SharedRegion(android::base::unique_fd fd, size_t size, size_t length);
 
     size_t mSize;
+    size_t mLength;  // Of the mapping.
     void* mAddress = nullptr;
     native_handle_t* mHandle = nullptr;
 };

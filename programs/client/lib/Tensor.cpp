@@ -13,7 +13,8 @@ using vendor::selkat::hardware::ai::V2_0::AITensorHandle;
 
 Tensor::Tensor(const TensorAttributes& attributes, size_t bytes, const std::string& type)
         : mAttributes("orva tensor attributes", sizeof attributes),
-          mData("orva tensor", bytes),
+          mData(type == kIonBuffer ? SharedRegion::ofIon(bytes)
+                                   : SharedRegion("orva tensor", bytes)),
           mType(type) {
     std::memcpy(mAttributes.data(), &attributes, sizeof attributes);
 }

@@ -27,6 +27,8 @@ static_assert(sizeof(TensorAttributes) == 20, "the record is part of the wire");
 class Tensor {
 public:
     static constexpr char kBuffer[] = "AINeuralNetworkBuffer";
+    // In an ION buffer, which accelerators use in place.
+    static constexpr char kIonBuffer[] = "AINeuralNetworkIonBuffer";
 
     // `bytes` bytes of data, all zero.
     Tensor(const TensorAttributes& attributes, size_t bytes, const std::string& type = kBuffer);
