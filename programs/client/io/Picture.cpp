@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
+#include <filesystem>
 #include <stdexcept>
 
 #include <opencv2/imgcodecs.hpp>
@@ -41,14 +42,17 @@ std::vector<uint8_t> bytesOf(const cv::Mat& pixels) {
 }  // namespace
 
 Picture::Picture(const std::string& path) {
+    // The library would answer with a line of its own.
+    if (!std::filesystem::is_regular_file(path)) {
+        throw std::runtime_error("cannot read the picture " + path + ": there is no such file");
+    }
     try {
         mPixels = cv::imread(path, cv::IMREAD_COLOR);
     } catch (const cv::Exception& error) {
         throw std::runtime_error("cannot read the picture " + path + ": " + error.err);
     }
     if (mPixels.empty()) {
-        throw std::runtime_error("cannot read the picture " + path +
-                                 ": it is missing or no picture");
+        throw std::runtime_error("cannot read the picture " + path + ": it is no picture");
     }
 }
 
