@@ -7,7 +7,8 @@
 #include <fcntl.h>
 #include <unistd.h>
 
-#include <condition_variable>
+#include <algorithm>
+#include <cstdio>
 #include <mutex>
 #include <thread>
 #include <vector>
@@ -16,6 +17,7 @@
 #include <hwbinder/IPCThreadState.h>
 #include <orva_platform/Runtime.h>
 
+#include "Eventually.h"
 #include "support/Descriptors.h"
 #include "support/ResourceTest.h"
 
@@ -30,8 +32,7 @@ namespace {
 
 struct State {
     std::mutex lock;
-    std::condition_variable gateOpened;
-    bool gateShut = true;
+    std::atomic<bool> gateShut{true};
     int32_t staying = 0;
     int32_t mostStaying = 0;
     sp<IProbe> held;
@@ -77,6 +78,7 @@ int32_t statusOf(const Return<T>& result) {
 std::atomic<size_t> Probe::sAlive{0};
 
 Probe::Probe() {
+    state();
     ++sAlive;
 }
 Probe::~Probe() {
@@ -215,11 +217,15 @@ Return<void> Probe::notes(notes_cb answer) {
 }
 
 Return<void> Probe::stay() {
-    State& s = state();
-    std::unique_lock<std::mutex> guard(s.lock);
-    s.mostStaying = std::max(s.mostStaying, ++s.staying);
-    s.gateOpened.wait(guard, [&] { return !s.gateShut; });
-    --s.staying;
+    {
+        std::lock_guard<std::mutex> guard(state().lock);
+        state().mostStaying = std::max(state().mostStaying, ++state().staying);
+        puts("in");  // Whoever started the process can wait for it when no thread is left to ask.
+        fflush(stdout);
+    }
+    eventually([] { return !state().gateShut; });
+    std::lock_guard<std::mutex> guard(state().lock);
+    --state().staying;
     return Void();
 }
 
@@ -229,15 +235,16 @@ Return<void> Probe::staying(staying_cb answer) {
     return Void();
 }
 
-Return<void> Probe::openGate() {
-    std::lock_guard<std::mutex> guard(state().lock);
+void Probe::openTheGate() {
     state().gateShut = false;
-    state().gateOpened.notify_all();
+}
+
+Return<void> Probe::openGate() {
+    openTheGate();
     return Void();
 }
 
 Return<void> Probe::shutGate() {
-    std::lock_guard<std::mutex> guard(state().lock);
     state().gateShut = true;
     return Void();
 }

@@ -56,6 +56,8 @@ public:
     Return<void> resources(resources_cb answer) override;
 
     static size_t alive() { return sAlive; }
+    // Safe in a signal handler, once a probe has been made.
+    static void openTheGate();
     // Forgets what this process's probes hold and noted.
     static void reset();
 

@@ -4,7 +4,9 @@
  */
 // The other process of the transport's tests:
 //
-//   probe_peer serve INSTANCE THREADS [REPLY-LIMIT-MS]   serves a probe until SIGTERM
+//   probe_peer serve INSTANCE THREADS [REPLY-LIMIT-MS]   serves a probe until SIGTERM; SIGUSR1
+//   opens
+//                                                        its gate
 //   probe_peer hold INSTANCE [watch]                     has the server hold a probe of its own
 //   probe_peer connect FILE UID                          connects to a socket as another user, and
 //                                                        prints what happens
@@ -39,6 +41,7 @@ int serve(int count, char** words) {
     }
     android::hardware::configureRpcThreadpool(static_cast<size_t>(atoi(words[1])), true);
     signal(SIGTERM, [](int) { orva_platform::requestStop(); });
+    signal(SIGUSR1, [](int) { Probe::openTheGate(); });
     const sp<Probe> probe = new Probe;
     if (probe->registerAsService(words[0]) != android::OK) {
         return 1;

@@ -134,9 +134,12 @@ status_t OutgoingMessage::placeObject(const Parcel& parcel, size_t index, uint8_
             ALOGE("cannot send more than %zu descriptors at once", kMaxDescriptors);
             return FAILED_TRANSACTION;
         }
-        mScratch->descriptors.resize(before + array.num_fds);
-        std::memcpy(mScratch->descriptors.data() + before, at, array.num_fds * sizeof(int));
-        std::memset(at, 0, array.num_fds * sizeof(int));
+        if (array.num_fds > 0) {
+            const size_t size = array.num_fds * sizeof(int);
+            mScratch->descriptors.resize(before + array.num_fds);
+            std::memcpy(mScratch->descriptors.data() + before, at, size);
+            std::memset(at, 0, size);
+        }
         return NO_ERROR;
     }
     case BINDER_TYPE_BINDER:
