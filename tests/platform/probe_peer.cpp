@@ -8,6 +8,9 @@
 //   opens
 //                                                        its gate
 //   probe_peer hold INSTANCE [watch]                     has the server hold a probe of its own
+//   probe_peer call INSTANCE                             has the server call what it holds, and
+//   prints
+//                                                        how its own call fared
 //   probe_peer connect FILE UID                          connects to a socket as another user, and
 //                                                        prints what happens
 #include <signal.h>
@@ -65,6 +68,17 @@ int hold(int count, char** words) {
     return 0;
 }
 
+int call(char** words) {
+    const sp<IProbe> server = IProbe::getService(words[0]);
+    if (server == nullptr) {
+        return 1;
+    }
+    ready();
+    const Return<int32_t> result = server->callHeld();
+    puts(result.isOk() ? "answered" : result.isDeadObject() ? "dead" : "failed");
+    return 0;
+}
+
 int connectAs(char** words) {
     const int connection = socket(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0);
     sockaddr_un address = {};
@@ -93,6 +107,9 @@ int main(int count, char** words) {
     }
     if (role == "hold" && count > 2) {
         return hold(count - 2, words + 2);
+    }
+    if (role == "call" && count > 2) {
+        return call(words + 2);
     }
     if (role == "connect" && count > 3) {
         return connectAs(words + 2);

@@ -40,8 +40,8 @@ std::vector<ServiceEntry> listServices();
 // called from a thread of the pool. The runtime can be used again afterwards.
 void stop();
 
-// Makes a joined pool return, so that the thread that joined can call stop(). Safe in a signal
-// handler.
+// Makes a joined pool return, so that the thread that joined can call stop(); if that thread is
+// serving a call, at its end. Safe in a signal handler.
 void requestStop();
 
 // What the runtime holds, for tests and dumps.
