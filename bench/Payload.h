@@ -15,4 +15,7 @@ constexpr size_t kPictureSize = 224 * 224 * 3;
 constexpr size_t kOutputSize = 4004;  // 1,001 scores of four bytes
 constexpr size_t kAttributeSize = 20;
 
+// Where the services' tensors lie. The floor knows shared memory only.
+enum class TensorMemory { kShared, kIon };
+
 }  // namespace orva_bench

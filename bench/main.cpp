@@ -90,6 +90,10 @@ int main(int argc, char** argv) {
     auto* const only = app.add_option("--only", alone, "Runs one contestant alone, for profilers")
                                ->check(CLI::IsMember({"floor", "services"}));
     app.add_option("--input-bytes", load.inputSize, "The input of --only")->needs(only);
+    app.add_flag_callback(
+               "--ion", [&load] { load.memory = TensorMemory::kIon; },
+               "The tensors of --only lie in ION buffers")
+            ->needs(only);
     app.add_option("--sessions", load.clients, "The clients of --only")
             ->check(CLI::Range(1, 1000))
             ->needs(only);

@@ -65,7 +65,7 @@ Contestant Contestant::services(const Load& load, std::optional<int> core,
             },
             [&](const Control& control) {
                 setLog(Log::kWarnings);
-                return runBenchClient(control, directory, nodeType, load.inputSize);
+                return runBenchClient(control, directory, nodeType, load.inputSize, load.memory);
             },
             load.clients);
 }

@@ -11,6 +11,7 @@
 #include <string>
 #include <vector>
 
+#include "Payload.h"
 #include "driver/ChildProcess.h"
 
 namespace orva_bench {
@@ -19,6 +20,7 @@ namespace orva_bench {
 struct Load {
     size_t inputSize;
     size_t clients;
+    TensorMemory memory = TensorMemory::kShared;
 };
 
 // A server and its clients, all on one core, asleep but for their rounds.

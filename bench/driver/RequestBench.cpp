@@ -32,6 +32,11 @@ constexpr Case kCases[] = {
         {"", {64_MiB, 1}, kPooledNode, Contestant::Log::kWarnings},
         {"", {kPictureSize, 8}, kPooledNode, Contestant::Log::kWarnings},
         {"", {kPictureSize, 64}, kPooledNode, Contestant::Log::kWarnings},
+        {"ION tensors",
+         {kPictureSize, 1, TensorMemory::kIon},
+         kPooledNode,
+         Contestant::Log::kWarnings},
+        {"ION tensors", {64_MiB, 1, TensorMemory::kIon}, kPooledNode, Contestant::Log::kWarnings},
         {"node without threads", {kPictureSize, 1}, kInlineNode, Contestant::Log::kWarnings},
         {"log of each step", {kPictureSize, 1}, kPooledNode, Contestant::Log::kProgressToNowhere},
 };

@@ -13,7 +13,7 @@ namespace orva_bench {
 using orva::hidl::IAIService_hidl;
 
 int runBenchClient(const Control& control, const std::string& directory,
-                   const std::string& nodeType, size_t inputSize) {
+                   const std::string& nodeType, size_t inputSize, TensorMemory memory) {
     orva_platform::setServiceDirectory(directory);
     const auto service = IAIService_hidl::getService();
     if (service == nullptr) {
@@ -21,7 +21,7 @@ int runBenchClient(const Control& control, const std::string& directory,
         return 1;
     }
     BenchSession session(service, 1);
-    const bool ok = session.open(nodeType) && session.prepare(inputSize);
+    const bool ok = session.open(nodeType) && session.prepare(inputSize, memory);
     if (!control.send(Ready{ok}) || !ok) {
         return 1;
     }

@@ -7,13 +7,14 @@
 #include <cstddef>
 #include <string>
 
+#include "Payload.h"
 #include "driver/Control.h"
 
 namespace orva_bench {
 
 // A client of the host in the service directory `directory` with one session on a node of the type.
-// Sends requests with inputs of `inputSize` bytes as it is ordered to.
+// Sends requests with inputs of `inputSize` bytes and tensors in that memory as it is ordered to.
 int runBenchClient(const Control& control, const std::string& directory,
-                   const std::string& nodeType, size_t inputSize);
+                   const std::string& nodeType, size_t inputSize, TensorMemory memory);
 
 }  // namespace orva_bench

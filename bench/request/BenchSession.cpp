@@ -12,8 +12,9 @@
 #include <utility>
 
 #include <cutils/ashmem.h>
+#include <ion/ion.h>
 
-#include "Payload.h"
+#include "transport/IonMapLength.h"
 
 namespace orva_bench {
 
@@ -53,9 +54,19 @@ private:
 
 namespace {
 
+UniqueFd makeIonBuffer(size_t length) {
+    const int device = ion_open();
+    int buffer = -1;
+    ion_alloc_fd(device, length, 0, 1, 0, &buffer);
+    ion_close(device);
+    return UniqueFd(buffer);
+}
+
 // A region whose pages exist, as after a client has written its data.
-bool makeRegion(size_t size, NativeHandle* handle) {
-    UniqueFd fd(ashmem_create_region("orva-bench", size));
+bool makeRegion(size_t size, TensorMemory memory, NativeHandle* handle) {
+    const bool ion = memory == TensorMemory::kIon;
+    UniqueFd fd = ion ? makeIonBuffer(orva::hidl::IonMapLength(size))
+                      : UniqueFd(ashmem_create_region("orva-bench", size));
     void* const bytes = mmap(nullptr, size, PROT_READ | PROT_WRITE, MAP_SHARED, fd.Get(), 0);
     if (bytes == MAP_FAILED) {
         return false;
@@ -87,19 +98,25 @@ void BenchSession::close() {
     }
 }
 
-bool BenchSession::prepare(size_t inputSize) {
+bool BenchSession::prepare(size_t inputSize, TensorMemory memory) {
+    constexpr TensorMemory kShared = TensorMemory::kShared;
+    if (!makeRegion(kAttributeSize, kShared, &regions_[0]) ||
+        !makeRegion(inputSize, memory, &regions_[1]) ||
+        !makeRegion(kAttributeSize, kShared, &regions_[2]) ||
+        !makeRegion(kOutputSize, memory, &regions_[3])) {
+        return false;
+    }
     const std::array<size_t, 4> sizes = {kAttributeSize, inputSize, kAttributeSize, kOutputSize};
     std::array<hidl_memory, 4> memories;
     for (size_t i = 0; i < sizes.size(); ++i) {
-        if (!makeRegion(sizes[i], &regions_[i])) {
-            return false;
-        }
         memories[i] = hidl_memory("ashmem", regions_[i].Get(), sizes[i]);
     }
+    const char* const type =
+            memory == TensorMemory::kIon ? "AINeuralNetworkIonBuffer" : "AINeuralNetworkBuffer";
     inputs_.resize(1);
-    inputs_[0] = {memories[0], memories[1], "AINeuralNetworkBuffer", 0};
+    inputs_[0] = {memories[0], memories[1], type, 0};
     outputs_.resize(1);
-    outputs_[0] = {memories[2], memories[3], "AINeuralNetworkBuffer", 0};
+    outputs_[0] = {memories[2], memories[3], type, 0};
     context_ = R"({"processName":"orva-bench"})";
     return true;
 }

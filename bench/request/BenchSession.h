@@ -11,6 +11,7 @@
 
 #include <utils/StrongPointer.h>
 
+#include "Payload.h"
 #include "common/Interfaces.h"
 #include "common/NativeHandle.h"
 
@@ -33,8 +34,9 @@ public:
     bool open(const std::string& nodeType);
     void close();
 
-    // Makes the regions for requests with inputs of so many bytes.
-    bool prepare(size_t inputSize);
+    // Makes the regions for requests with inputs of so many bytes, the tensors' data in that
+    // memory.
+    bool prepare(size_t inputSize, TensorMemory memory = TensorMemory::kShared);
     // Sends one request and waits for its completion; false when either failed.
     bool request();
     // Sends one request and waits for nothing but its acceptance.
