@@ -220,7 +220,8 @@ TEST(AINNNodeFactory, MakesTheTypesThatAreRegistered) {
     EXPECT_EQ(nullptr, factory.CreateNNNode(""));
     EXPECT_EQ(nullptr, factory.CreateNNNode("Echo"));
 
-    const auto mine = std::make_shared<ServiceNode>(std::make_unique<Scripted>(Behaviour()));
+    std::shared_ptr<AIServiceBase> mine =
+            std::make_shared<ServiceNode>(std::make_unique<Scripted>(Behaviour()));
     RegisterNode("mine", [&] { return mine; });
     EXPECT_EQ(mine, factory.CreateNNNode("mine"));
     RegisterNode("mine", []() -> std::shared_ptr<AIServiceBase> { throw std::bad_alloc(); });

@@ -97,7 +97,7 @@ TEST(ThreadPool, ShutdownRunsWhatWasAcceptedAndRefusesTheRest) {
     ThreadPool pool(3, 3);
     std::atomic<int> accepted{0};
     std::atomic<int> ran{0};
-    std::vector<std::thread> posters;
+    std::deque<std::thread> posters;
     for (int i = 0; i < 4; ++i) {
         posters.emplace_back([&] {
             while (pool.Post([&] { ++ran; })) {
@@ -170,7 +170,7 @@ TEST(Strand, KeepsItsWordThroughAShutdown) {
         const auto strand = std::make_shared<Strand>(*pool);
         std::atomic<int> accepted{0};
         std::atomic<int> ran{0};
-        std::vector<std::thread> posters;
+        std::deque<std::thread> posters;
         for (int i = 0; i < 2; ++i) {
             posters.emplace_back([&] {
                 while (strand->Post([&] { ++ran; })) {

@@ -14,6 +14,8 @@ namespace orva {
 class AIServiceConnectManager {
 public:
     static AIServiceConnectManager* GetInstance();
+    AIServiceConnectManager(const AIServiceConnectManager&) = delete;
+    AIServiceConnectManager& operator=(const AIServiceConnectManager&) = delete;
 
     // True while another client may be admitted.
     bool CheckServiceNum();
@@ -28,8 +30,6 @@ public:
 private:
     AIServiceConnectManager();
     ~AIServiceConnectManager();
-    AIServiceConnectManager(const AIServiceConnectManager&) = delete;
-    AIServiceConnectManager& operator=(const AIServiceConnectManager&) = delete;
 
     struct State;
     std::unique_ptr<State> state_;

@@ -15,7 +15,7 @@ class AITensorParaDescription {
 public:
     AITensorParaDescription() = default;
     AITensorParaDescription(std::string name, std::string value)
-        : name_(std::move(name)), value_(std::move(value)) {}
+            : name_(std::move(name)), value_(std::move(value)) {}
 
     const std::string& name() const { return name_; }
     const std::string& value() const { return value_; }

@@ -19,6 +19,8 @@ class AITensorFactory {
 public:
     // Null once the process is past the factory's own destruction.
     static AITensorFactory* GetInstance();
+    AITensorFactory(const AITensorFactory&) = delete;
+    AITensorFactory& operator=(const AITensorFactory&) = delete;
 
     // Registers a creator under the description's type name. A later registration of a name takes
     // precedence over the earlier ones, which come back as the later ones are taken away.
@@ -33,8 +35,6 @@ public:
 private:
     AITensorFactory();
     ~AITensorFactory();
-    AITensorFactory(const AITensorFactory&) = delete;
-    AITensorFactory& operator=(const AITensorFactory&) = delete;
 
     struct State;
     std::unique_ptr<State> state_;

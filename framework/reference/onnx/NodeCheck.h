@@ -26,6 +26,6 @@ using KnownValues = std::map<std::string, ValueFacts>;
 // operator, that the tensors inside it are whole, and that windows and strides are positive and of
 // the data's number of dimensions. Adds what the node makes to `values`, or gives the reason for
 // which it is refused.
-bool CheckNode(ByteRange node, KnownValues& values, std::string& reason);
+bool CheckNode(ByteRange bytes, KnownValues& values, std::string& reason);
 
 }  // namespace orva::reference

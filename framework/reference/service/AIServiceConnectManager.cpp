@@ -4,6 +4,8 @@
  */
 #include <orva/AIServiceConnectManager.h>
 
+#include <utility>
+
 #include <orva/reference/Settings.h>
 
 #include "service/ConnectionTable.h"
@@ -41,9 +43,10 @@ std::string AIServiceConnectManager::GetTimeoutServiceId() {
 }
 
 void AIServiceConnectManager::UpdateServiceTime(std::string serviceId) {
-    state_->table.Touch(serviceId);
+    state_->table.Touch(std::move(serviceId));
 }
 
+// The API has it by value. NOLINTNEXTLINE(performance-unnecessary-value-param)
 void AIServiceConnectManager::RemoveServiceTime(std::string serviceId) {
     state_->table.Remove(serviceId);
 }

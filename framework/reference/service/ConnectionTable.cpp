@@ -39,10 +39,10 @@ std::string ConnectionTable::TimedOut() const {
     return oldest->first;
 }
 
-void ConnectionTable::Touch(const std::string& id) {
+void ConnectionTable::Touch(std::string id) {
     const Clock::time_point now = now_();
     MutexLock lock(mutex_);
-    Clock::time_point& lastUse = lastUse_[id];
+    Clock::time_point& lastUse = lastUse_[std::move(id)];
     lastUse = std::max(lastUse, now);
 }
 

@@ -8,6 +8,7 @@
 #include <functional>
 #include <string>
 #include <unordered_map>
+#include <utility>
 
 #include "base/Mutex.h"
 
@@ -29,7 +30,7 @@ public:
     bool HasRoom() const;
     // The client that has been idle longest, when that is the time-out or more; else empty.
     std::string TimedOut() const;
-    void Touch(const std::string& id);
+    void Touch(std::string id);
     void Remove(const std::string& id);
 
 private:

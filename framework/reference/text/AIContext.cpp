@@ -8,6 +8,7 @@
 
 namespace orva {
 
+// The API has it by value. NOLINTNEXTLINE(performance-unnecessary-value-param)
 bool AIContext::Deserialize(std::string text) {
     return reference::ParseTextMap(text, paras_);
 }
