@@ -60,9 +60,13 @@ LogCapture::LogCapture() {
     capturing = true;
 }
 
-LogCapture::~LogCapture() { capturing = false; }
+LogCapture::~LogCapture() {
+    capturing = false;
+}
 
-std::vector<LogLine> LogCapture::Take() { return Take(ANDROID_LOG_VERBOSE); }
+std::vector<LogLine> LogCapture::Take() {
+    return Take(ANDROID_LOG_VERBOSE);
+}
 
 std::vector<LogLine> LogCapture::Take(int priority) {
     std::vector<RawLine> raw;

@@ -51,9 +51,13 @@ std::vector<std::string> SharedMappings() {
 
 }  // namespace
 
-Resources Resources::OfThisProcess() { return {OpenDescriptors(), SharedMappings()}; }
+Resources Resources::OfThisProcess() {
+    return {OpenDescriptors(), SharedMappings()};
+}
 
-void ResourceTest::SetUp() { before_ = Resources::OfThisProcess(); }
+void ResourceTest::SetUp() {
+    before_ = Resources::OfThisProcess();
+}
 
 void ResourceTest::TearDown() {
     const Resources after = Resources::OfThisProcess();
