@@ -13,7 +13,8 @@ void AIServiceClientListener::OnProcessDone(
         const AIContext& context, int32_t result,
         const std::vector<std::shared_ptr<IAITensor>>& outputs) {
     if (service != nullptr) {
-        service->OnProcessDone(serviceId, context, result, outputs);
+        // A copy: the client may end its session meanwhile, and this object with it.
+        service->OnProcessDone(std::string(serviceId), context, result, outputs);
     }
 }
 

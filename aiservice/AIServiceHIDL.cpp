@@ -107,7 +107,7 @@ void AIServiceHIDL::UpdateServiceTime(const std::string& serviceId) {
     }
 }
 
-void AIServiceHIDL::RemoveService(std::string serviceId) {
+void AIServiceHIDL::RemoveService(const std::string& serviceId) {
     ORVA_LOGI(kServiceTag, "AIServiceHIDL RemoveService %s", serviceId.c_str());
     {
         MutexLock lock(serviceMutex);

@@ -51,12 +51,12 @@ public:
 
     // Delivers one result to a session's listener; dropped when there is none. The outputs must
     // live until this returns.
-    void OnProcessDone(std::string serviceId, const AIContext& context, int32_t result,
+    void OnProcessDone(const std::string& serviceId, const AIContext& context, int32_t result,
                        const std::vector<std::shared_ptr<IAITensor>>& outputs)
             ORVA_EXCLUDES(serviceMutex, listenerMutex);
 
     // Ends a session: drops its node, its listener and its death recipient.
-    void RemoveService(std::string serviceId) ORVA_EXCLUDES(serviceMutex, listenerMutex);
+    void RemoveService(const std::string& serviceId) ORVA_EXCLUDES(serviceMutex, listenerMutex);
 
 private:
     ~AIServiceHIDL() override = default;

@@ -114,7 +114,8 @@ Return<int32_t> AIServiceHIDL::SetListener(int32_t clientId,
     return status;
 }
 
-void AIServiceHIDL::OnProcessDone(std::string serviceId, const AIContext& context, int32_t result,
+void AIServiceHIDL::OnProcessDone(const std::string& serviceId, const AIContext& context,
+                                  int32_t result,
                                   const std::vector<std::shared_ptr<IAITensor>>& outputs) {
     sp<IAIServiceListener> listener;
     {

@@ -24,7 +24,8 @@ public:
     void serviceDied(uint64_t /*cookie*/,
                      const android::wp<android::hidl::base::V1_0::IBase>& /*who*/) override {
         ORVA_LOGI(Service::kLogTag, "AIClient %s is inactive", serviceId.c_str());
-        Service::GetInstance()->RemoveService(serviceId);
+        // A copy: the service lets go of this object on the way.
+        Service::GetInstance()->RemoveService(std::string(serviceId));
     }
 
 private:

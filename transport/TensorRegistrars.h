@@ -18,8 +18,7 @@ namespace orva::hidl {
 // A new tensor of a class; null when memory ran out.
 template <typename Tensor>
 std::shared_ptr<IAITensor> CreateTensor() {
-    Tensor* const tensor = new (std::nothrow) Tensor;
-    return tensor != nullptr ? std::shared_ptr<IAITensor>(tensor) : nullptr;
+    return std::unique_ptr<IAITensor>(new (std::nothrow) Tensor);
 }
 
 // Keeps a tensor creator registered with the framework's factory for as long as it lives. Meant

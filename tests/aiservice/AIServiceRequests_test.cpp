@@ -12,7 +12,6 @@ namespace orva::hidl::test {
 namespace {
 
 using android::sp;
-using android::hardware::hidl_memory;
 using android::hardware::hidl_vec;
 using ::orva::test::Call;
 using ::orva::test::Fault;

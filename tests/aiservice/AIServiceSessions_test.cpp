@@ -17,7 +17,6 @@ const char kTag[] = "AIServiceHIDL";
 namespace {
 
 using android::sp;
-using android::hardware::hidl_handle;
 using android::hardware::hidl_string;
 using android::hardware::hidl_vec;
 using ::orva::test::Call;

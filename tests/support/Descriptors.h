@@ -19,7 +19,7 @@ inline std::set<int> openDescriptors() {
     const std::unique_ptr<DIR, int (*)(DIR*)> folder(opendir("/proc/self/fd"), closedir);
     std::set<int> descriptors;
     while (const dirent* entry = readdir(folder.get())) {
-        const int descriptor = atoi(entry->d_name);
+        const int descriptor = static_cast<int>(strtol(entry->d_name, nullptr, 10));
         if (entry->d_name[0] != '.' && descriptor != dirfd(folder.get())) {
             descriptors.insert(descriptor);
         }

@@ -86,21 +86,21 @@ std::vector<LogLine> LogCapture::Take(int priority) {
 }  // namespace orva::test
 
 // Stands in for the log library's own, for this program and the libraries that it loads.
-extern "C" int __android_log_print(int priority, const char* tag, const char* format, ...) {
+extern "C" int __android_log_print(int prio, const char* tag, const char* fmt, ...) {
     va_list arguments;
-    va_start(arguments, format);
+    va_start(arguments, fmt);
     va_list again;
     va_copy(again, arguments);
-    std::string text(static_cast<size_t>(vsnprintf(nullptr, 0, format, arguments)), '\0');
-    vsnprintf(text.data(), text.size() + 1, format, again);
+    std::string text(static_cast<size_t>(vsnprintf(nullptr, 0, fmt, arguments)), '\0');
+    vsnprintf(text.data(), text.size() + 1, fmt, again);
     va_end(again);
     va_end(arguments);
 
     if (!orva::test::capturing) {
-        return __android_log_write(priority, tag, text.c_str());
+        return __android_log_write(prio, tag, text.c_str());
     }
     auto& sink = orva::test::GetSink();
     std::lock_guard<std::mutex> lock(sink.mutex);
-    sink.lines.push_back({priority, tag, std::move(text)});
+    sink.lines.push_back({prio, tag, std::move(text)});
     return 1;
 }

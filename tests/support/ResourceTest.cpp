@@ -43,7 +43,7 @@ std::vector<std::string> SharedMappings() {
         std::string range, access, offset, device, inode, target;
         fields >> range >> access >> offset >> device >> inode >> target;
         if (access.size() == 4 && access[3] == 's') {
-            found.push_back(range + " " + target);
+            found.push_back(std::move(range.append(" ").append(target)));
         }
     }
     return found;

@@ -167,7 +167,7 @@ void RealUpdate(AIServiceConnectManager*, std::string)
 void Update(AIServiceConnectManager*, std::string) STAND_IN(MANAGER "17UpdateServiceTimeE" TEXT);
 void Update(AIServiceConnectManager* manager, std::string id) {
     Journal::Note("UpdateServiceTime " + id);
-    RealUpdate(manager, id);
+    RealUpdate(manager, std::move(id));
 }
 
 void RealRemove(AIServiceConnectManager*, std::string)
@@ -175,7 +175,7 @@ void RealRemove(AIServiceConnectManager*, std::string)
 void Remove(AIServiceConnectManager*, std::string) STAND_IN(MANAGER "17RemoveServiceTimeE" TEXT);
 void Remove(AIServiceConnectManager* manager, std::string id) {
     Journal::Note("RemoveServiceTime " + id);
-    RealRemove(manager, id);
+    RealRemove(manager, std::move(id));
 }
 
 }  // namespace orva::hidl::test

@@ -39,7 +39,7 @@ private:
     // The mutex inside an object that an operation locks first.
     static const void* FirstLocked(const void* object, size_t size,
                                    const std::function<void()>& operation);
-    void Begin(const void* sessionMutex, const void* listenerMutex);
+    void Begin(const void* sessions, const void* listeners);
 
     const android::sp<android::RefBase> service_;
 };
