@@ -12,4 +12,6 @@ endif()
 # Each fuzz target is a program NAME_fuzz; `fuzzers` builds them all.
 if(ORVA_FUZZ)
     add_custom_target(fuzzers)
+    add_compile_options(-fsanitize=fuzzer-no-link)
+    add_link_options(-fsanitize=fuzzer-no-link)
 endif()
