@@ -19,11 +19,10 @@ namespace {
 using namespace std::chrono_literals;
 using test::Flag;
 
-// Tasks that hold their threads until they are let go.
+// Tasks that hold their threads until they are let go. Declared before the pool, which ends first.
 class Holders {
 public:
     explicit Holders(size_t count) : started_(count) {}
-    ~Holders() { release_.Raise(); }
 
     Executor::Task Hold(size_t index, Executor* blocking = nullptr) {
         return [this, index, blocking] {
@@ -44,9 +43,9 @@ private:
 };
 
 TEST(ThreadPool, StartsThreadsAsTasksNeedThem) {
+    Holders holders(3);
     ThreadPool pool(2, 2);
     EXPECT_EQ(0u, pool.Threads());
-    Holders holders(3);
     ASSERT_TRUE(pool.Post(holders.Hold(0)));
     ASSERT_TRUE(holders.AwaitStart(0));
     EXPECT_EQ(1u, pool.Threads());
@@ -59,8 +58,8 @@ TEST(ThreadPool, StartsThreadsAsTasksNeedThem) {
 }
 
 TEST(ThreadPool, ThreadsStandInForBlockedOnesAndLeaveAgain) {
-    ThreadPool pool(1, 3);
     Holders holders(4);
+    ThreadPool pool(1, 3);
     for (size_t i = 0; i < 3; ++i) {
         ASSERT_TRUE(pool.Post(holders.Hold(i, &pool)));
         ASSERT_TRUE(holders.AwaitStart(i)) << i;
@@ -78,11 +77,11 @@ TEST(ThreadPool, ThreadsStandInForBlockedOnesAndLeaveAgain) {
 }
 
 TEST(ThreadPool, ThreadsAtWorkAreNotStoodInFor) {
-    ThreadPool pool(1, 3);
     Holders busy(1);
+    std::atomic<bool> ran{false};
+    ThreadPool pool(1, 3);
     ASSERT_TRUE(pool.Post(busy.Hold(0)));
     ASSERT_TRUE(busy.AwaitStart(0));
-    std::atomic<bool> ran{false};
     ASSERT_TRUE(pool.Post([&] { ran = true; }));
     // Five times as long as the pool lets tasks wait for blocked threads.
     EXPECT_FALSE(pool.Shutdown(50ms));
@@ -148,15 +147,15 @@ TEST(Strand, RunsOneTaskAtATimeInOrder) {
 }
 
 TEST(Strand, OccupiesOneThreadAtMost) {
+    Holders holders(1);
+    Flag ran;
     const auto pool = std::make_shared<ThreadPool>(2, 2);
     const auto stuck = std::make_shared<Strand>(*pool);
     const auto other = std::make_shared<Strand>(*pool);
-    Holders holders(1);
     ASSERT_TRUE(stuck->Post(holders.Hold(0)));
     for (int i = 0; i < 10; ++i) {
         ASSERT_TRUE(stuck->Post([] {}));
     }
-    Flag ran;
     ASSERT_TRUE(other->Post([&] { ran.Raise(); }));
     EXPECT_TRUE(ran.Await());
     holders.Release();
