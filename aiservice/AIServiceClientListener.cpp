@@ -16,6 +16,9 @@ void AIServiceClientListener::OnProcessDone(
         // A copy: the client may end its session meanwhile, and this object with it.
         service->OnProcessDone(std::string(serviceId), context, result, outputs);
     }
+    if (activity != nullptr) {
+        activity->RequestIsDone();
+    }
 }
 
 }  // namespace orva::hidl

@@ -11,6 +11,8 @@
 
 #include <orva/AIServiceListener.h>
 
+#include "debug/ServiceActivity.h"
+
 namespace orva::hidl {
 
 class AIServiceHIDL;
@@ -19,8 +21,10 @@ class AIServiceHIDL;
 // The node keeps it; the service outlives it. Called on threads of the node's choosing.
 class AIServiceClientListener : public AIServiceListener {
 public:
-    AIServiceClientListener(std::string id, AIServiceHIDL* owner)
-            : serviceId(std::move(id)), service(owner) {}
+    // `counted` is the session that completions are counted for; null where they are not.
+    AIServiceClientListener(std::string id, AIServiceHIDL* owner,
+                            std::shared_ptr<SessionActivity> counted = nullptr)
+            : serviceId(std::move(id)), service(owner), activity(std::move(counted)) {}
 
     void OnProcessDone(const AIContext& context, int32_t result,
                        const std::vector<std::shared_ptr<IAITensor>>& outputs) override;
@@ -30,6 +34,7 @@ public:
 private:
     const std::string serviceId;
     AIServiceHIDL* const service;
+    const std::shared_ptr<SessionActivity> activity;
 };
 
 }  // namespace orva::hidl

@@ -30,9 +30,12 @@ AIServiceHIDL* AIServiceHIDL::GetInstance() {
     return service.get();
 }
 
-std::shared_ptr<AIServiceBase> AIServiceHIDL::FindNode(const std::string& serviceId) {
+AIServiceHIDL::Session AIServiceHIDL::FindSession(const std::string& serviceId) {
     const auto found = serviceNodes.find(serviceId);
-    return found != serviceNodes.end() ? found->second : nullptr;
+    if (found == serviceNodes.end()) {
+        return {};
+    }
+    return {found->second, sessionActivities[serviceId]};
 }
 
 Return<int32_t> AIServiceHIDL::Init(int32_t clientId, const hidl_string& type,
@@ -44,6 +47,7 @@ Return<int32_t> AIServiceHIDL::Init(int32_t clientId, const hidl_string& type,
         const std::string idle = connections->GetTimeoutServiceId();
         if (idle.empty()) {
             ORVA_LOGE(kServiceTag, "The number of service is more than limit, init failed.");
+            activity.Refuse(Refusal::kClientLimit);
             return kStatusFailure;
         }
         // Whoever it is; the count is not looked at again.
@@ -64,10 +68,13 @@ Return<int32_t> AIServiceHIDL::Init(int32_t clientId, const hidl_string& type,
         node = AINNNodeFactory::GetInstance()->CreateNNNode(nodeType);
         if (node == nullptr) {
             ORVA_LOGE(kServiceTag, "create AIService type %s error", nodeType.c_str());
+            activity.Refuse(Refusal::kUnknownType);
             return kStatusFailure;
         }
         node->CreateIdleTimer();
         serviceNodes[serviceId] = node;
+        sessionActivities[serviceId] =
+                std::make_shared<SessionActivity>(activity, nodeType.c_str());
     }
 
     // The session exists from here on, but a slow initialisation must not hold up other clients.
@@ -77,6 +84,7 @@ Return<int32_t> AIServiceHIDL::Init(int32_t clientId, const hidl_string& type,
     if (!ReadModels(models, descriptions)) {
         // The session stays as it is, until the client ends it or its time runs out.
         ORVA_LOGE(kServiceTag, "mmap fail");
+        activity.Refuse(Refusal::kModelRegion);
         return kStatusFailure;
     }
     const int32_t status = node->Init(nodeConfig, descriptions);
@@ -86,8 +94,10 @@ Return<int32_t> AIServiceHIDL::Init(int32_t clientId, const hidl_string& type,
     }
 
     ORVA_LOGE(kServiceTag, "Service init failed");
+    activity.Refuse(Refusal::kInit);
     MutexLock lock(serviceMutex);
     serviceNodes.erase(serviceId);
+    sessionActivities.erase(serviceId);
     connections->RemoveServiceTime(serviceId);
     return status;
 }
@@ -102,8 +112,11 @@ void AIServiceHIDL::UpdateServiceTime(const std::string& serviceId) {
     AIServiceConnectManager* const connections = AIServiceConnectManager::GetInstance();
     connections->UpdateServiceTime(serviceId);
     MutexLock lock(serviceMutex);
-    if (FindNode(serviceId) == nullptr) {
+    const auto found = sessionActivities.find(serviceId);
+    if (found == sessionActivities.end()) {
         connections->RemoveServiceTime(serviceId);
+    } else {
+        found->second->Use();
     }
 }
 
@@ -117,6 +130,7 @@ void AIServiceHIDL::RemoveService(const std::string& serviceId) {
             ORVA_LOGE(kServiceTag, "RemoveService service %s is not create", serviceId.c_str());
             return;
         }
+        sessionActivities.erase(serviceId);
     }
     {
         MutexLock lock(listenerMutex);

@@ -7,6 +7,7 @@
 #include <cstdint>
 #include <map>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -18,6 +19,8 @@
 #include "aiservice/LogTag.h"
 #include "common/Interfaces.h"
 #include "common/Mutex.h"
+#include "debug/ServiceActivity.h"
+#include "debug/StateDump.h"
 
 namespace orva::hidl {
 
@@ -58,12 +61,24 @@ public:
     // Ends a session: drops its node, its listener and its death recipient.
     void RemoveService(const std::string& serviceId) ORVA_EXCLUDES(serviceMutex, listenerMutex);
 
+    // Writes the service's state to a client's descriptor; see DumpState.
+    android::hardware::Return<void> debug(
+            const android::hardware::hidl_handle& handle,
+            const android::hardware::hidl_vec<android::hardware::hidl_string>& options) override;
+
 private:
+    // What a call takes with it of its session.
+    struct Session {
+        std::shared_ptr<AIServiceBase> node;
+        std::shared_ptr<SessionActivity> activity;
+    };
+
     ~AIServiceHIDL() override = default;
 
-    // The session's node; null when there is no such session.
-    std::shared_ptr<AIServiceBase> FindNode(const std::string& serviceId)
-            ORVA_REQUIRES(serviceMutex);
+    // Both null when there is no such session.
+    Session FindSession(const std::string& serviceId) ORVA_REQUIRES(serviceMutex);
+    // Nothing while the sessions are locked.
+    std::optional<std::vector<SessionState>> SessionStates();
     // Tells the connection manager that a session is in use; of one that has been removed since it
     // was looked up nothing stays there, because nobody would be left to remove it.
     void UpdateServiceTime(const std::string& serviceId) ORVA_EXCLUDES(serviceMutex);
@@ -76,6 +91,11 @@ private:
             ORVA_GUARDED_BY(listenerMutex);
     Mutex serviceMutex;
     Mutex listenerMutex;
+
+    // What the state dump shows of each session; the same keys as serviceNodes.
+    std::map<std::string, std::shared_ptr<SessionActivity>> sessionActivities
+            ORVA_GUARDED_BY(serviceMutex);
+    ServiceActivity activity;
 };
 
 }  // namespace orva::hidl

@@ -36,12 +36,13 @@ Return<int32_t> AIServiceHIDL::Process(int32_t clientId, const hidl_string& cont
                                        const hidl_vec<AITensorHandle>& outputs, int32_t param) {
     ORVA_LOGI(kServiceTag, "AIServiceHIDL Process");
     std::string serviceId;
-    std::shared_ptr<AIServiceBase> node;
+    Session session;
     {
         MutexLock lock(serviceMutex);
         serviceId = MakeServiceId(clientId);
-        node = FindNode(serviceId);
-        if (node == nullptr) {
+        session = FindSession(serviceId);
+        if (session.node == nullptr) {
+            activity.Refuse(Refusal::kNoSession);
             ORVA_LOGE(kServiceTag, "Process service %s is not create", serviceId.c_str());
             return kStatusNoSession;
         }
@@ -50,12 +51,14 @@ Return<int32_t> AIServiceHIDL::Process(int32_t clientId, const hidl_string& cont
     std::vector<std::shared_ptr<IAITensor>> inputTensors;
     if (!UnpackTensors(inputs, inputTensors)) {
         ORVA_LOGE(kServiceTag, "Process input tensor DeserializeFrom failed");
+        activity.Refuse(Refusal::kInputTensor);
         return kStatusFailure;
     }
     // The node writes its results straight into the client's buffers.
     std::vector<std::shared_ptr<IAITensor>> outputTensors;
     if (!UnpackTensors(outputs, outputTensors)) {
         ORVA_LOGE(kServiceTag, "Process output tensor DeserializeFrom failed");
+        activity.Refuse(Refusal::kOutputTensor);
         return kStatusFailure;
     }
 
@@ -63,7 +66,12 @@ Return<int32_t> AIServiceHIDL::Process(int32_t clientId, const hidl_string& cont
     nodeContext.Deserialize(context);
     ORVA_LOGI(kServiceTag, "Process context: %s", context.c_str());
     UpdateServiceTime(serviceId);
-    return node->Process(nodeContext, inputTensors, outputTensors, param);
+    session.activity->RequestStarts();
+    const int32_t status = session.node->Process(nodeContext, inputTensors, outputTensors, param);
+    if (status != kStatusSuccess) {
+        session.activity->RequestIsRefused(Refusal::kRequest);
+    }
+    return status;
 }
 
 Return<int32_t> AIServiceHIDL::SetListener(int32_t clientId,
@@ -73,11 +81,13 @@ Return<int32_t> AIServiceHIDL::SetListener(int32_t clientId,
         MutexLock lock(listenerMutex);
         if (clientListeners.count(serviceId) != 0) {
             ORVA_LOGE(kServiceTag, "SetListener service %s is already set", serviceId.c_str());
+            activity.Refuse(Refusal::kListenerSet);
             return kStatusFailure;
         }
         const sp<AIServiceDeathRecipient> recipient =
                 new (std::nothrow) AIServiceDeathRecipient(serviceId);
         if (recipient == nullptr) {
+            activity.Refuse(Refusal::kMemory);
             return kStatusFailure;
         }
         deathRecipients[serviceId] = recipient;
@@ -92,24 +102,29 @@ Return<int32_t> AIServiceHIDL::SetListener(int32_t clientId,
     }
 
     const std::string serviceId = MakeServiceId(clientId);
-    std::shared_ptr<AIServiceBase> node;
+    Session session;
     {
         MutexLock lock(serviceMutex);
-        node = FindNode(serviceId);
-        if (node == nullptr) {
+        session = FindSession(serviceId);
+        if (session.node == nullptr) {
+            activity.Refuse(Refusal::kNoSession);
             ORVA_LOGE(kServiceTag, "SetListener service %s is not create", serviceId.c_str());
             return kStatusNoSession;
         }
     }
     // A new one each time; the node knows what to do with the one before.
     const std::shared_ptr<AIServiceListener> nodeListener(
-            new (std::nothrow) AIServiceClientListener(serviceId, this));
+            new (std::nothrow) AIServiceClientListener(serviceId, this, session.activity));
     if (nodeListener == nullptr) {
+        activity.Refuse(Refusal::kMemory);
         ORVA_LOGE(kServiceTag, "SetListener create client listener for service id: %s failed",
                   serviceId.c_str());
         return kStatusFailure;
     }
-    const int32_t status = node->RegisterListener(nodeListener);
+    const int32_t status = session.node->RegisterListener(nodeListener);
+    if (status != kStatusSuccess) {
+        activity.Refuse(Refusal::kRequest);
+    }
     ORVA_LOGI(kServiceTag, "AIServiceHIDL SetListener service %s set complete", serviceId.c_str());
     return status;
 }
@@ -124,6 +139,7 @@ void AIServiceHIDL::OnProcessDone(const std::string& serviceId, const AIContext&
         if (found == clientListeners.end()) {
             ORVA_LOGE(kServiceTag, "AIServiceHIDL OnProcessDone not find the listener %s",
                       serviceId.c_str());
+            activity.Refuse(Refusal::kNoListener);
             return;
         }
         listener = found->second;
@@ -139,6 +155,7 @@ void AIServiceHIDL::OnProcessDone(const std::string& serviceId, const AIContext&
             // Not the position but whether the tensor was there: readers of the log look for it.
             ORVA_LOGE(kServiceTag, "Process output tensor SerializeTo failed, tensor[%d]",
                       tensor == nullptr ? 1 : 0);
+            activity.Refuse(Refusal::kLostOutput);
             // A shorter list never turns a success into a failure.
             result = result != 0 ? kStatusFailure : kStatusSuccess;
         }
@@ -151,6 +168,7 @@ void AIServiceHIDL::OnProcessDone(const std::string& serviceId, const AIContext&
     const hidl_string contextText = context.Serialize();
     if (!listener->OnProcessDone(result, contextText, handles).isOk()) {
         ORVA_LOGE(kServiceTag, "AIServiceHIDL call OnProcessDone isOk error");
+        activity.Refuse(Refusal::kDelivery);
     }
     ORVA_LOGI(kServiceTag, "AIServiceHIDL OnProcessDone Complete %s call the listener",
               serviceId.c_str());

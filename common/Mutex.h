@@ -5,6 +5,7 @@
 #pragma once
 
 #include <pthread.h>
+#include <time.h>
 
 #include "common/ThreadAnnotations.h"
 
@@ -20,6 +21,19 @@ public:
 
     void Lock() ORVA_ACQUIRE() { pthread_mutex_lock(&mutex_); }
     void Unlock() ORVA_RELEASE() { pthread_mutex_unlock(&mutex_); }
+
+    // False when somebody else still holds it after that time.
+    bool TryLockFor(int milliseconds) ORVA_TRY_ACQUIRE(true) {
+        timespec deadline = {};
+        clock_gettime(CLOCK_REALTIME, &deadline);
+        deadline.tv_sec += milliseconds / 1000;
+        deadline.tv_nsec += milliseconds % 1000 * 1'000'000L;
+        if (deadline.tv_nsec >= 1'000'000'000L) {
+            ++deadline.tv_sec;
+            deadline.tv_nsec -= 1'000'000'000L;
+        }
+        return pthread_mutex_timedlock(&mutex_, &deadline) == 0;
+    }
 
 private:
     pthread_mutex_t mutex_;

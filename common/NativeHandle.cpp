@@ -9,6 +9,8 @@
 
 #include <algorithm>
 
+#include "debug/HeldResources.h"
+
 namespace orva::hidl {
 
 bool NativeHandle::Adopt(UniqueFd fd) {
@@ -19,6 +21,7 @@ bool NativeHandle::Adopt(UniqueFd fd) {
     }
     if (handle_->numFds > 0) {
         handle_->data[0] = fd.Release();
+        heldResources.descriptors.fetch_add(1, std::memory_order_relaxed);
     }
     return true;
 }
@@ -41,6 +44,7 @@ bool NativeHandle::Duplicate(const native_handle_t* other) {
             Reset();
             return false;
         }
+        heldResources.descriptors.fetch_add(1, std::memory_order_relaxed);
     }
     std::copy_n(other->data + other->numFds, other->numInts, copy->data + copy->numFds);
     return true;
@@ -48,6 +52,8 @@ bool NativeHandle::Duplicate(const native_handle_t* other) {
 
 void NativeHandle::Reset() {
     if (handle_ != nullptr) {
+        heldResources.descriptors.fetch_sub(static_cast<uint64_t>(handle_->numFds),
+                                            std::memory_order_relaxed);
         native_handle_close(handle_);
         native_handle_delete(handle_);
         handle_ = nullptr;

@@ -14,6 +14,8 @@
 
 #include <cutils/ashmem.h>
 
+#include "debug/HeldResources.h"
+
 namespace orva::hidl {
 
 namespace {
@@ -65,6 +67,8 @@ SharedMapping SharedMapping::MapOwn(int fd, uint64_t length) {
     if (address != MAP_FAILED) {
         mapping.address_ = address;
         mapping.length_ = length;
+        heldResources.mappings.fetch_add(1, std::memory_order_relaxed);
+        heldResources.mappedBytes.fetch_add(length, std::memory_order_relaxed);
     }
     return mapping;
 }
@@ -84,6 +88,8 @@ SharedMapping SharedMapping::MapReceived(const native_handle_t* handle, uint64_t
 void SharedMapping::Reset() {
     if (address_ != nullptr) {
         munmap(address_, length_);
+        heldResources.mappings.fetch_sub(1, std::memory_order_relaxed);
+        heldResources.mappedBytes.fetch_sub(length_, std::memory_order_relaxed);
         address_ = nullptr;
         length_ = 0;
     }

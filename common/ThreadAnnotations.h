@@ -16,6 +16,7 @@
 #define ORVA_SCOPED_CAPABILITY ORVA_THREAD_ATTRIBUTE(scoped_lockable)
 #define ORVA_GUARDED_BY(mutex) ORVA_THREAD_ATTRIBUTE(guarded_by(mutex))
 #define ORVA_ACQUIRE(...) ORVA_THREAD_ATTRIBUTE(acquire_capability(__VA_ARGS__))
+#define ORVA_TRY_ACQUIRE(...) ORVA_THREAD_ATTRIBUTE(try_acquire_capability(__VA_ARGS__))
 #define ORVA_RELEASE(...) ORVA_THREAD_ATTRIBUTE(release_capability(__VA_ARGS__))
 #define ORVA_REQUIRES(...) ORVA_THREAD_ATTRIBUTE(requires_capability(__VA_ARGS__))
 #define ORVA_EXCLUDES(...) ORVA_THREAD_ATTRIBUTE(locks_excluded(__VA_ARGS__))

@@ -28,6 +28,19 @@ public:
         owner_.store(pthread_self(), std::memory_order_relaxed);
     }
 
+    // False when another thread still holds it after that time.
+    bool TryLockFor(int milliseconds) ORVA_TRY_ACQUIRE(true) {
+        if (owner_.load(std::memory_order_relaxed) == pthread_self()) {
+            ++nested_;
+            return true;
+        }
+        if (!mutex_.TryLockFor(milliseconds)) {
+            return false;
+        }
+        owner_.store(pthread_self(), std::memory_order_relaxed);
+        return true;
+    }
+
     void Unlock() ORVA_RELEASE() {
         if (nested_ > 0) {
             --nested_;

@@ -7,7 +7,6 @@
 // mapped here as long as the model manager works on it.
 
 #include <hwbinder/IPCThreadState.h>
-#include <orva/AIServiceConnectManager.h>
 #include <orva/ai/AiStatsLogBuilder.h>
 
 #include "common/Log.h"
@@ -91,6 +90,7 @@ Return<void> ModelManagerServiceHIDL::BuildModel(int32_t clientId, const hidl_st
         ORVA_LOGE(kManagerTag,
                   "ModelManagerServiceHIDL::BuildModel input model size [%llu] exceed limit: [%d]",
                   static_cast<unsigned long long>(inputSize), kMaxModelSize);
+        activity.Refuse(Refusal::kBuildTooLarge);
         _hidl_cb(0, kStatusFailure);
         return Void();
     }
@@ -98,39 +98,44 @@ Return<void> ModelManagerServiceHIDL::BuildModel(int32_t clientId, const hidl_st
         ORVA_LOGE(kManagerTag,
                   "ModelManagerServiceHIDL::BuildModel output model size [%llu] exceed limit: [%d]",
                   static_cast<unsigned long long>(outputModel.size), kMaxModelSize);
+        activity.Refuse(Refusal::kBuildTooLarge);
         _hidl_cb(0, kStatusFailure);
         return Void();
     }
 
     const std::string serviceId = MakeServiceId(clientId);
-    std::shared_ptr<AIModelManager> manager;
+    Session session;
     {
         MutexLock lock(managerMutex);
-        manager = FindManager(serviceId);
-        if (manager == nullptr) {
+        session = FindSession(serviceId);
+        if (session.manager == nullptr) {
             ORVA_LOGE(kManagerTag,
                       "ModelManagerServiceHIDL::BuildModel Cannot find service instance with "
                       "pid:clientId[%s].",
                       serviceId.c_str());
         }
     }
-    if (manager == nullptr) {
+    if (session.manager == nullptr) {
+        activity.Refuse(Refusal::kNoSession);
         _hidl_cb(0, kStatusFailure);
         return Void();
     }
-    AIServiceConnectManager::GetInstance()->UpdateServiceTime(serviceId);
+    UpdateServiceTime(serviceId);
+    session.activity->RequestStarts();
 
     // What comes before the answer to the client and what after it differs from path to path, and
     // is meant: only a client that is told of a success may count on its regions being let go.
     std::vector<SharedMapping> inputs;
     if (!MapAll(inputModels, inputs)) {
         inputs.clear();
+        session.activity->RequestIsRefused(Refusal::kBuildRegion);
         _hidl_cb(0, kStatusFailure);
         ORVA_LOGE(kManagerTag, "ModelManagerServiceHIDL::BuildModel tiro input ashmem failed!");
         return Void();
     }
     SharedMapping output;
     if (!gMmapBuffer(outputModel, output)) {
+        session.activity->RequestIsRefused(Refusal::kBuildRegion);
         _hidl_cb(0, kStatusFailure);
         inputs.clear();
         ORVA_LOGE(kManagerTag, "ModelManagerServiceHIDL::BuildModel tiro output ashmem failed!");
@@ -143,9 +148,10 @@ Return<void> ModelManagerServiceHIDL::BuildModel(int32_t clientId, const hidl_st
         inputBuffers.push_back(ToBuffer(input));
     }
     uint32_t outputModelSize = kUntoldModelSize;
-    const int32_t status = manager->BuildModel(static_cast<int32_t>(buildParam), inputBuffers,
-                                               ToBuffer(output), outputModelSize);
+    const int32_t status = session.manager->BuildModel(
+            static_cast<int32_t>(buildParam), inputBuffers, ToBuffer(output), outputModelSize);
     if (status != kStatusSuccess) {
+        session.activity->RequestIsRefused(Refusal::kBuild);
         _hidl_cb(0, kStatusFailure);
         inputs.clear();
         output.Reset();
@@ -154,6 +160,7 @@ Return<void> ModelManagerServiceHIDL::BuildModel(int32_t clientId, const hidl_st
     }
     inputs.clear();
     output.Reset();
+    session.activity->RequestIsDone();
     _hidl_cb(outputModelSize, kStatusSuccess);
     ORVA_LOGI(kManagerTag, "Build model success.");
     return Void();

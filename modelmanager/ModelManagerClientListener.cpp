@@ -18,6 +18,9 @@ void ModelManagerClientListener::OnProcessDone(
     if (service != nullptr) {
         service->OnProcessDone(serviceId, context, result, outputs);
     }
+    if (activity != nullptr) {
+        activity->RequestIsDone();
+    }
 }
 
 void ModelManagerClientListener::OnServiceDied() {

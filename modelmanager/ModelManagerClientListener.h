@@ -12,6 +12,8 @@
 
 #include <orva/AIModelManagerListener.h>
 
+#include "debug/ServiceActivity.h"
+
 namespace orva::hidl {
 
 class ModelManagerServiceHIDL;
@@ -21,8 +23,10 @@ class ModelManagerServiceHIDL;
 // manager's choosing.
 class ModelManagerClientListener : public AIModelManagerListener {
 public:
-    ModelManagerClientListener(std::string id, ModelManagerServiceHIDL* owner)
-            : serviceId(std::move(id)), service(owner) {}
+    // `counted` is the session that completions are counted for; null where they are not.
+    ModelManagerClientListener(std::string id, ModelManagerServiceHIDL* owner,
+                               std::shared_ptr<SessionActivity> counted = nullptr)
+            : serviceId(std::move(id)), service(owner), activity(std::move(counted)) {}
     ~ModelManagerClientListener() override { service = nullptr; }
 
     void OnProcessDone(const AIContext& context, int32_t result,
@@ -33,6 +37,7 @@ public:
 private:
     const std::string serviceId;
     ModelManagerServiceHIDL* service;
+    const std::shared_ptr<SessionActivity> activity;
 };
 
 }  // namespace orva::hidl

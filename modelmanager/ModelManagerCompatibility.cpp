@@ -25,11 +25,13 @@ Return<int32_t> ModelManagerServiceHIDL::CheckModelCompatibility(int32_t /*clien
             AIModelManagerFactory::Instance()->createModelManager());
     if (manager == nullptr) {
         ORVA_LOGE(kManagerTag, "create AIModelManagerService error");
+        activity.Refuse(Refusal::kUnknownType);
         return kStatusFailure;
     }
     AIModelDescription description;
     if (!ReadModel(model, description)) {
         ORVA_LOGE(kManagerTag, "mmap fail");
+        activity.Refuse(Refusal::kModelRegion);
         return kStatusFailure;
     }
     return manager->CheckModelCompatibility(description);

@@ -7,8 +7,6 @@
 
 #include <new>
 
-#include <orva/AIServiceConnectManager.h>
-
 #include "common/Log.h"
 #include "common/ServiceId.h"
 #include "common/StatusCodes.h"
@@ -37,12 +35,14 @@ Return<int32_t> ModelManagerServiceHIDL::SetListener(int32_t clientId,
         const std::string serviceId = MakeServiceId(ListenerClientId(clientId));
         if (clientListeners.count(serviceId) != 0) {
             ORVA_LOGE(kManagerTag, "SetListener service %s is already set", serviceId.c_str());
+            activity.Refuse(Refusal::kListenerSet);
             return kStatusFailure;
         }
         const sp<ModelManagerServiceDeathRecipient> recipient =
                 new (std::nothrow) ModelManagerServiceDeathRecipient(serviceId);
         if (recipient == nullptr) {
             ORVA_LOGE(kManagerTag, "service_recipient is nullptr.");
+            activity.Refuse(Refusal::kMemory);
             return kStatusFailure;
         }
         deathRecipients[serviceId] = recipient;
@@ -56,13 +56,14 @@ Return<int32_t> ModelManagerServiceHIDL::SetListener(int32_t clientId,
     }
 
     std::string serviceId;
-    std::shared_ptr<AIModelManager> manager;
+    Session session;
     {
         MutexLock lock(managerMutex);
         serviceId = MakeServiceId(clientId);
-        manager = FindManager(serviceId);
-        if (manager == nullptr) {
+        session = FindSession(serviceId);
+        if (session.manager == nullptr) {
             ORVA_LOGE(kManagerTag, "SetListener service %s is not create", serviceId.c_str());
+            activity.Refuse(Refusal::kNoSession);
             return kStatusNoSession;
         }
     }
@@ -75,18 +76,21 @@ Return<int32_t> ModelManagerServiceHIDL::SetListener(int32_t clientId,
         if (found != frameworkListeners.end()) {
             managerListener = found->second;
         } else {
-            managerListener.reset(new (std::nothrow) ModelManagerClientListener(serviceId, this));
+            managerListener.reset(new (std::nothrow) ModelManagerClientListener(serviceId, this,
+                                                                                session.activity));
         }
         if (managerListener == nullptr) {
             ORVA_LOGE(kManagerTag, "client_listener is nullptr.");
+            activity.Refuse(Refusal::kMemory);
             return kStatusFailure;
         }
-        const int32_t status = manager->RegisterListener(managerListener);
+        const int32_t status = session.manager->RegisterListener(managerListener);
         if (status != kStatusSuccess) {
+            activity.Refuse(Refusal::kRequest);
             return status;
         }
     }
-    AIServiceConnectManager::GetInstance()->UpdateServiceTime(serviceId);
+    UpdateServiceTime(serviceId);
     return kStatusSuccess;
 }
 
@@ -102,6 +106,7 @@ void ModelManagerServiceHIDL::OnProcessDone(
     if (found == clientListeners.end()) {
         ORVA_LOGE(kManagerTag, "ModelManagerServiceHIDL OnProcessDone not find the listener %s",
                   serviceId.c_str());
+        activity.Refuse(Refusal::kNoListener);
         return;
     }
     listener = found->second;
@@ -116,6 +121,7 @@ void ModelManagerServiceHIDL::OnProcessDone(
             // Not the position but whether the tensor was there: readers of the log look for it.
             ORVA_LOGE(kManagerTag, "Process output tensor SerializeTo failed, tensor[%d]",
                       tensor == nullptr ? 1 : 0);
+            activity.Refuse(Refusal::kLostOutput);
             // A shorter list never turns a success into a failure.
             result = result != 0 ? kStatusFailure : kStatusSuccess;
         }
@@ -130,6 +136,7 @@ void ModelManagerServiceHIDL::OnProcessDone(
     ORVA_LOGI(kManagerTag, "OnProcessDone context: %s", contextText.c_str());
     if (!listener->OnProcessDone(result, contextText, handles).isOk()) {
         ORVA_LOGE(kManagerTag, "ModelManagerServiceHIDL call OnProcessDone isOk error");
+        activity.Refuse(Refusal::kDelivery);
     }
     ORVA_LOGI(kManagerTag, "ModelManagerServiceHIDL OnAIEvent Complete %s call the listener",
               serviceId.c_str());

@@ -5,8 +5,6 @@
 
 // Questions about a session's models. What the model manager answers is passed on as it is.
 
-#include <orva/AIServiceConnectManager.h>
-
 #include "common/Log.h"
 #include "common/ServiceId.h"
 #include "common/StatusCodes.h"
@@ -40,33 +38,35 @@ hidl_vec<TensorDimension> Dimensions(const std::vector<AIModelIOTensor>& tensors
 Return<int32_t> ModelManagerServiceHIDL::GetMaxUsedMemory(int32_t clientId) {
     ORVA_LOGI(kManagerTag, "ModelManagerServiceHIDL GetMaxUsedMemory");
     const std::string serviceId = MakeServiceId(clientId);
-    std::shared_ptr<AIModelManager> manager;
+    Session session;
     {
         MutexLock lock(managerMutex);
-        manager = FindManager(serviceId);
-        if (manager == nullptr) {
+        session = FindSession(serviceId);
+        if (session.manager == nullptr) {
+            activity.Refuse(Refusal::kNoSession);
             ORVA_LOGE(kManagerTag, "GetMaxUsedMemory service %s is not create", serviceId.c_str());
             return kStatusNoSession;
         }
     }
-    AIServiceConnectManager::GetInstance()->UpdateServiceTime(serviceId);
-    return manager->GetMaxUsedMemory();
+    UpdateServiceTime(serviceId);
+    return session.manager->GetMaxUsedMemory();
 }
 
 Return<int32_t> ModelManagerServiceHIDL::CheckModelValid(int32_t clientId) {
     ORVA_LOGI(kManagerTag, "ModelManagerServiceHIDL CheckModelValid");
     const std::string serviceId = MakeServiceId(clientId);
-    std::shared_ptr<AIModelManager> manager;
+    Session session;
     {
         MutexLock lock(managerMutex);
-        manager = FindManager(serviceId);
-        if (manager == nullptr) {
+        session = FindSession(serviceId);
+        if (session.manager == nullptr) {
+            activity.Refuse(Refusal::kNoSession);
             ORVA_LOGE(kManagerTag, "CheckModelValid service %s is not create", serviceId.c_str());
             return kStatusNoSession;
         }
     }
-    AIServiceConnectManager::GetInstance()->UpdateServiceTime(serviceId);
-    return manager->CheckModelValid();
+    UpdateServiceTime(serviceId);
+    return session.manager->CheckModelValid();
 }
 
 Return<void> ModelManagerServiceHIDL::GetModelIOTensorDim(int32_t clientId,
@@ -75,11 +75,12 @@ Return<void> ModelManagerServiceHIDL::GetModelIOTensorDim(int32_t clientId,
     // The second blank is meant: readers of the log look for it.
     ORVA_LOGI(kManagerTag, "ModelManagerServiceHIDL  GetModelIOTensorDim");
     const std::string serviceId = MakeServiceId(clientId);
-    std::shared_ptr<AIModelManager> manager;
+    Session session;
     {
         MutexLock lock(managerMutex);
-        manager = FindManager(serviceId);
-        if (manager == nullptr) {
+        session = FindSession(serviceId);
+        if (session.manager == nullptr) {
+            activity.Refuse(Refusal::kNoSession);
             ORVA_LOGE(kManagerTag, "GetModelIOTensorDim service %s is not create",
                       serviceId.c_str());
             // The answer goes out with the lock held, so no session can come up before it.
@@ -87,11 +88,11 @@ Return<void> ModelManagerServiceHIDL::GetModelIOTensorDim(int32_t clientId,
             return Void();
         }
     }
-    AIServiceConnectManager::GetInstance()->UpdateServiceTime(serviceId);
+    UpdateServiceTime(serviceId);
 
     std::vector<AIModelIOTensor> inputs;
     std::vector<AIModelIOTensor> outputs;
-    const int32_t status = manager->GetModelIOTensorDim(modelName, inputs, outputs);
+    const int32_t status = session.manager->GetModelIOTensorDim(modelName, inputs, outputs);
     if (status != kStatusSuccess) {
         _hidl_cb({}, {}, status);
         return Void();

@@ -5,8 +5,6 @@
 
 // Requests: in one call, or bound first and started later.
 
-#include <orva/AIServiceConnectManager.h>
-
 #include "common/Log.h"
 #include "common/ServiceId.h"
 #include "common/StatusCodes.h"
@@ -25,11 +23,12 @@ Return<int32_t> ModelManagerServiceHIDL::Process(int32_t clientId, const hidl_st
                                                  int32_t processArg) {
     ORVA_LOGI(kManagerTag, "ModelManagerServiceHIDL Process");
     const std::string serviceId = MakeServiceId(clientId);
-    std::shared_ptr<AIModelManager> manager;
+    Session session;
     {
         MutexLock lock(managerMutex);
-        manager = FindManager(serviceId);
-        if (manager == nullptr) {
+        session = FindSession(serviceId);
+        if (session.manager == nullptr) {
+            activity.Refuse(Refusal::kNoSession);
             ORVA_LOGE(kManagerTag, "Process service %s is not create", serviceId.c_str());
             return kStatusNoSession;
         }
@@ -40,6 +39,7 @@ Return<int32_t> ModelManagerServiceHIDL::Process(int32_t clientId, const hidl_st
         ORVA_LOGI(kManagerTag, "Process tensorstype %s", handle.type.c_str());
         if (!FillTensor(CreateTensor(handle), handle, inputTensors)) {
             ORVA_LOGE(kManagerTag, "Process input data DeserializeFrom failed");
+            activity.Refuse(Refusal::kInputTensor);
             return kStatusFailure;
         }
     }
@@ -49,10 +49,12 @@ Return<int32_t> ModelManagerServiceHIDL::Process(int32_t clientId, const hidl_st
         std::shared_ptr<IAITensor> tensor = CreateTensor(handle);
         if (tensor == nullptr) {
             ORVA_LOGE(kManagerTag, "Process output tensor create failed");
+            activity.Refuse(Refusal::kOutputTensor);
             return kStatusFailure;
         }
         if (!FillTensor(std::move(tensor), handle, outputTensors)) {
             ORVA_LOGE(kManagerTag, "Process output data DeserializeFrom failed");
+            activity.Refuse(Refusal::kOutputTensor);
             return kStatusFailure;
         }
     }
@@ -60,8 +62,14 @@ Return<int32_t> ModelManagerServiceHIDL::Process(int32_t clientId, const hidl_st
     AIContext managerContext;
     managerContext.Deserialize(context);
     ORVA_LOGI(kManagerTag, "Process context: %s", context.c_str());
-    AIServiceConnectManager::GetInstance()->UpdateServiceTime(serviceId);
-    return manager->Process(managerContext, inputTensors, outputTensors, processArg);
+    UpdateServiceTime(serviceId);
+    session.activity->RequestStarts();
+    const int32_t status =
+            session.manager->Process(managerContext, inputTensors, outputTensors, processArg);
+    if (status != kStatusSuccess) {
+        session.activity->RequestIsRefused(Refusal::kRequest);
+    }
+    return status;
 }
 
 Return<int32_t> ModelManagerServiceHIDL::SetInputsAndOutputs(
@@ -69,11 +77,12 @@ Return<int32_t> ModelManagerServiceHIDL::SetInputsAndOutputs(
         const hidl_vec<AITensorHandle>& outputs) {
     ORVA_LOGI(kManagerTag, "ModelManagerServiceHIDL SetInputsAndOutputs");
     const std::string serviceId = MakeServiceId(clientId);
-    std::shared_ptr<AIModelManager> manager;
+    Session session;
     {
         MutexLock lock(managerMutex);
-        manager = FindManager(serviceId);
-        if (manager == nullptr) {
+        session = FindSession(serviceId);
+        if (session.manager == nullptr) {
+            activity.Refuse(Refusal::kNoSession);
             ORVA_LOGE(kManagerTag, "SetInputsAndOutputs service %s is not create",
                       serviceId.c_str());
             return kStatusNoSession;
@@ -85,31 +94,39 @@ Return<int32_t> ModelManagerServiceHIDL::SetInputsAndOutputs(
         ORVA_LOGI(kManagerTag, "SetInputsAndOutputs tensorstype %s", handle.type.c_str());
         if (!FillTensor(CreateTensor(handle), handle, inputTensors)) {
             ORVA_LOGE(kManagerTag, "SetInputsAndOutputs input tensor DeserializeFrom failed");
+            activity.Refuse(Refusal::kInputTensor);
             return kStatusFailure;
         }
     }
     std::vector<std::shared_ptr<IAITensor>> outputTensors;
     if (!UnpackTensors(outputs, outputTensors)) {
         ORVA_LOGE(kManagerTag, "SetInputsAndOutputs output tensor DeserializeFrom failed");
+        activity.Refuse(Refusal::kOutputTensor);
         return kStatusFailure;
     }
 
     AIContext managerContext;
     managerContext.Deserialize(context);
     ORVA_LOGI(kManagerTag, "SetInputsAndOutputs context: %s", context.c_str());
-    AIServiceConnectManager::GetInstance()->UpdateServiceTime(serviceId);
-    return manager->SetInputsAndOutputs(managerContext, inputTensors, outputTensors);
+    UpdateServiceTime(serviceId);
+    const int32_t status =
+            session.manager->SetInputsAndOutputs(managerContext, inputTensors, outputTensors);
+    if (status != kStatusSuccess) {
+        activity.Refuse(Refusal::kRequest);
+    }
+    return status;
 }
 
 Return<int32_t> ModelManagerServiceHIDL::StartCompute(int32_t clientId,
                                                       const hidl_string& context) {
     ORVA_LOGI(kManagerTag, "ModelManagerServiceHIDL StartCompute");
     const std::string serviceId = MakeServiceId(clientId);
-    std::shared_ptr<AIModelManager> manager;
+    Session session;
     {
         MutexLock lock(managerMutex);
-        manager = FindManager(serviceId);
-        if (manager == nullptr) {
+        session = FindSession(serviceId);
+        if (session.manager == nullptr) {
+            activity.Refuse(Refusal::kNoSession);
             ORVA_LOGE(kManagerTag, "StartCompute service %s is not create", serviceId.c_str());
             // Clients know of no other failure of this method than 1.
             return kStatusFailure;
@@ -119,9 +136,13 @@ Return<int32_t> ModelManagerServiceHIDL::StartCompute(int32_t clientId,
     AIContext managerContext;
     managerContext.Deserialize(context);
     ORVA_LOGI(kManagerTag, "StartCompute context: %s", context.c_str());
-    AIServiceConnectManager::GetInstance()->UpdateServiceTime(serviceId);
-    return manager->StartCompute(managerContext) == kStatusSuccess ? kStatusSuccess
-                                                                   : kStatusFailure;
+    UpdateServiceTime(serviceId);
+    session.activity->RequestStarts();
+    if (session.manager->StartCompute(managerContext) != kStatusSuccess) {
+        session.activity->RequestIsRefused(Refusal::kRequest);
+        return kStatusFailure;
+    }
+    return kStatusSuccess;
 }
 
 }  // namespace orva::hidl

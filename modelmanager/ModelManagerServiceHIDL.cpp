@@ -42,15 +42,32 @@ ModelManagerServiceHIDL::~ModelManagerServiceHIDL() {
     {
         MutexLock lock(managerMutex);
         modelManagers.clear();
+        sessionActivities.clear();
     }
     CallbackLock lock(listenerMutex);
     clientListeners.clear();
     deathRecipients.clear();
 }
 
-std::shared_ptr<AIModelManager> ModelManagerServiceHIDL::FindManager(const std::string& serviceId) {
+ModelManagerServiceHIDL::Session ModelManagerServiceHIDL::FindSession(
+        const std::string& serviceId) {
     const auto found = modelManagers.find(serviceId);
-    return found != modelManagers.end() ? found->second : nullptr;
+    if (found == modelManagers.end()) {
+        return {};
+    }
+    return {found->second, sessionActivities[serviceId]};
+}
+
+void ModelManagerServiceHIDL::UpdateServiceTime(const std::string& serviceId) {
+    AIServiceConnectManager* const connections = AIServiceConnectManager::GetInstance();
+    connections->UpdateServiceTime(serviceId);
+    MutexLock lock(managerMutex);
+    const auto found = sessionActivities.find(serviceId);
+    if (found == sessionActivities.end()) {
+        connections->RemoveServiceTime(serviceId);
+    } else {
+        found->second->Use();
+    }
 }
 
 Return<int32_t> ModelManagerServiceHIDL::Init(int32_t clientId, const hidl_string& serviceType,
@@ -62,6 +79,7 @@ Return<int32_t> ModelManagerServiceHIDL::Init(int32_t clientId, const hidl_strin
         const std::string idle = connections->GetTimeoutServiceId();
         if (idle.empty()) {
             ORVA_LOGE(kManagerTag, "The number of service is more than limit, init failed.");
+            activity.Refuse(Refusal::kClientLimit);
             return kStatusFailure;
         }
         // Whoever it is, of either service; the count is not looked at again.
@@ -75,6 +93,7 @@ Return<int32_t> ModelManagerServiceHIDL::Init(int32_t clientId, const hidl_strin
         MutexLock lock(managerMutex);
         if (modelManagers.size() >= kMaxSessions) {
             ORVA_LOGI(kManagerTag, "AIModelManagerImpl count more than %d", kLoggedMaxSessions);
+            activity.Refuse(Refusal::kSessionLimit);
             return kStatusFailure;
         }
         ORVA_LOGI(kManagerTag, "create AIService type %s", serviceType.c_str());
@@ -87,9 +106,12 @@ Return<int32_t> ModelManagerServiceHIDL::Init(int32_t clientId, const hidl_strin
                 AIModelManagerFactory::Instance()->createModelManager());
         if (manager == nullptr) {
             ORVA_LOGE(kManagerTag, "create AIService type %s error", serviceType.c_str());
+            activity.Refuse(Refusal::kUnknownType);
             return kStatusFailure;
         }
         modelManagers[serviceId] = manager;
+        sessionActivities[serviceId] =
+                std::make_shared<SessionActivity>(activity, serviceType.c_str());
 
         // The session stays whatever happens from here on, until the client ends it or its time
         // runs out.
@@ -98,15 +120,17 @@ Return<int32_t> ModelManagerServiceHIDL::Init(int32_t clientId, const hidl_strin
         std::vector<AIModelDescription> descriptions;
         if (!ReadModels(models, descriptions)) {
             ORVA_LOGE(kManagerTag, "mmap fail");
+            activity.Refuse(Refusal::kModelRegion);
             return kStatusFailure;
         }
         const int32_t status = manager->Init(managerConfig, descriptions);
         if (status != kStatusSuccess) {
             ORVA_LOGE(kManagerTag, "Service init failed");
+            activity.Refuse(Refusal::kInit);
             return status;
         }
     }
-    connections->UpdateServiceTime(serviceId);
+    UpdateServiceTime(serviceId);
     return kStatusSuccess;
 }
 
@@ -130,6 +154,7 @@ void ModelManagerServiceHIDL::RemoveService(const std::string& serviceId) {
         }
         manager = std::move(found->second);
         modelManagers.erase(found);
+        sessionActivities.erase(serviceId);
     }
     manager.reset();
     {

@@ -7,6 +7,7 @@
 #include <cstdint>
 #include <map>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -16,6 +17,8 @@
 
 #include "common/Interfaces.h"
 #include "common/Mutex.h"
+#include "debug/ServiceActivity.h"
+#include "debug/StateDump.h"
 #include "modelmanager/CallbackMutex.h"
 #include "modelmanager/LogTag.h"
 #include "modelmanager/ModelManagerClientListener.h"
@@ -89,12 +92,27 @@ public:
             const android::hardware::hidl_vec<ModelBuffer>& inputModels,
             const ModelBuffer& outputModel, BuildModel_cb _hidl_cb) override;
 
+    // Writes the service's state to a client's descriptor; see DumpState.
+    android::hardware::Return<void> debug(
+            const android::hardware::hidl_handle& handle,
+            const android::hardware::hidl_vec<android::hardware::hidl_string>& options) override;
+
 private:
+    // What a call takes with it of its session.
+    struct Session {
+        std::shared_ptr<AIModelManager> manager;
+        std::shared_ptr<SessionActivity> activity;
+    };
+
     ~ModelManagerServiceHIDL() override;
 
-    // The session's model manager; null when there is no such session.
-    std::shared_ptr<AIModelManager> FindManager(const std::string& serviceId)
-            ORVA_REQUIRES(managerMutex);
+    // Both null when there is no such session.
+    Session FindSession(const std::string& serviceId) ORVA_REQUIRES(managerMutex);
+    // Tells the connection manager that a session is in use; of one that has been removed since it
+    // was looked up nothing stays there, because nobody would be left to remove it.
+    void UpdateServiceTime(const std::string& serviceId) ORVA_EXCLUDES(managerMutex);
+    // Nothing while the sessions are locked.
+    std::optional<std::vector<SessionState>> SessionStates();
 
     std::map<std::string, android::sp<IModelManagerListener>> clientListeners
             ORVA_GUARDED_BY(listenerMutex);
@@ -107,6 +125,11 @@ private:
     // Stays empty, so that each SetListener gives the model manager a fresh listener.
     std::map<std::string, std::shared_ptr<ModelManagerClientListener>> frameworkListeners
             ORVA_GUARDED_BY(listenerMutex);
+
+    // What the state dump shows of each session; the same keys as modelManagers.
+    std::map<std::string, std::shared_ptr<SessionActivity>> sessionActivities
+            ORVA_GUARDED_BY(managerMutex);
+    ServiceActivity activity;
 };
 
 }  // namespace orva::hidl

@@ -57,6 +57,7 @@ bool AINeuralNetworkBufferHIDL::Init(const AITensorDescription& description) {
             return false;
         }
         mapping_ = std::move(mapping);
+        mark_.Set(GetTypeName(), mapping_.Length());
         // A tensor's size has 32 bits; of a larger region it shows the low ones.
         SetBuffer(mapping_.Address(), static_cast<int>(memory_.size()), false);
         return true;
@@ -84,6 +85,7 @@ bool AINeuralNetworkBufferHIDL::Init(const AITensorDescription& description) {
         return false;
     }
     mapping_ = std::move(mapping);
+    mark_.Set(GetTypeName(), mapping_.Length());
     SetBuffer(mapping_.Address(), GetSize(), false);
     memory_ = std::move(memory);
     return true;

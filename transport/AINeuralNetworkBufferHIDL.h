@@ -9,6 +9,7 @@
 
 #include "common/NativeHandle.h"
 #include "common/SharedMapping.h"
+#include "debug/LiveTensors.h"
 
 namespace orva::hidl {
 
@@ -63,6 +64,7 @@ protected:
     NativeHandle receivedAttributes_;
     // The length lives here: GetSize() is 32 bits wide and can be set by others.
     SharedMapping mapping_;
+    TensorMark mark_;  // set while there is a mapping
 };
 
 // The same tensor under the name "AINeuralNetworkIonBuffer": what clients of that type get where

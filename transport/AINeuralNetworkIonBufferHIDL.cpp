@@ -60,6 +60,7 @@ bool AINeuralNetworkIonBufferHIDL::Init(const AITensorDescription& description) 
             return false;
         }
         mapping_ = std::move(mapping);
+        mark_.Set(GetTypeName(), mapping_.Length());
         // A tensor's size has 32 bits; of a larger region it shows the low ones.
         SetBufferAttr(mapping_.Address(), static_cast<int>(memory_.size()), false, true);
         return true;
@@ -110,6 +111,7 @@ bool AINeuralNetworkIonBufferHIDL::Init(const AITensorDescription& description) 
         return false;
     }
     mapping_ = std::move(mapping);
+    mark_.Set(GetTypeName(), mapping_.Length());
     SetBufferAttr(mapping_.Address(), GetSize(), false, true);
     memory_ = std::move(memory);
     return true;

@@ -2,6 +2,8 @@
  * Copyright (C) 2026 The orva project
  * SPDX-License-Identifier: Apache-2.0
  */
+#include <algorithm>
+
 #include "modelmanager/Fakes.h"
 #include "support/Seam.h"
 
@@ -183,6 +185,32 @@ TEST_F(ModelManagerSessions, UnInitEndsASession) {
             log_.Take());
     EXPECT_EQ(1, service_->SetListener(-5, listener));
     ASSERT_EQ(0, Init(5));
+}
+
+// What is under way when its session ends must not leave the client counted for good.
+TEST_F(ModelManagerSessions, EndsForTheConnectionManagerTooAmidACall) {
+    const std::function<void()> calls[] = {
+            [&] { service_->Process(5, "", {}, {}, 0); },
+            [&] { service_->SetInputsAndOutputs(5, "", {}, {}); },
+            [&] { service_->StartCompute(5, ""); },
+            [&] { service_->SetListener(5, nullptr); },
+            [&] { service_->CheckModelValid(5); },
+            [&] { service_->BuildModel(5, "", 0, {}, ModelBuffer{}, [](uint32_t, int32_t) {}); },
+    };
+    for (const auto& call : calls) {
+        ASSERT_EQ(0, Init(5));
+        admission.beforeUpdate = [&] { service_->UnInit(5); };
+        journal_.Take();
+        call();
+        Entries entries = journal_.Take();
+        const auto update =
+                std::find(entries.begin(), entries.end(), "- UpdateServiceTime " + IdOf(5));
+        ASSERT_NE(entries.end(), update);
+        EXPECT_EQ("S RemoveServiceTime " + IdOf(5), *(update + 1));
+    }
+    admission.beforeUpdate = [&] { service_->UnInit(5); };
+    EXPECT_EQ(0, Init(5));
+    EXPECT_EQ("S RemoveServiceTime " + IdOf(5), journal_.Take().back());
 }
 
 TEST_F(ModelManagerSessions, DeadClientLosesItsSession) {

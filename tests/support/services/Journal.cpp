@@ -166,6 +166,9 @@ void RealUpdate(AIServiceConnectManager*, std::string)
         ORIGINAL(MANAGER "17UpdateServiceTimeE" TEXT);
 void Update(AIServiceConnectManager*, std::string) STAND_IN(MANAGER "17UpdateServiceTimeE" TEXT);
 void Update(AIServiceConnectManager* manager, std::string id) {
+    if (const auto before = std::exchange(admission.beforeUpdate, nullptr)) {
+        before();
+    }
     Journal::Note("UpdateServiceTime " + id);
     RealUpdate(manager, std::move(id));
 }

@@ -48,6 +48,8 @@ private:
 struct Admission {
     bool room = true;
     std::string timedOut;
+    // What happens between a request and the note of it; once.
+    std::function<void()> beforeUpdate = nullptr;
 };
 extern Admission admission;
 

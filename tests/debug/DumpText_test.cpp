@@ -1,0 +1,28 @@
+/*
+ * Copyright (C) 2026 The orva project
+ * SPDX-License-Identifier: Apache-2.0
+ */
+#include "debug/DumpText.h"
+
+#include <gtest/gtest.h>
+
+namespace orva::hidl {
+namespace {
+
+TEST(DumpText, QuotesWhatClientsWrite) {
+    EXPECT_EQ("\"\"", Quoted(""));
+    EXPECT_EQ("\"face 1\"", Quoted("face 1"));
+    EXPECT_EQ("\"\\\"\\\\\\u000a\\u001b[2J\\u0000\\u007f??\"",
+              Quoted(std::string("\"\\\n\033[2J\0\x7f\xc3\xa4", 11)));
+}
+
+TEST(DumpText, AppendsTextsOfAnyLength) {
+    std::string text = "a";
+    Append(text, "%d %s", 1, std::string(5000, 'x').c_str());
+    EXPECT_EQ("a1 " + std::string(5000, 'x'), text);
+    Append(text, "%s", "");
+    EXPECT_EQ(5003U, text.size());
+}
+
+}  // namespace
+}  // namespace orva::hidl
