@@ -12,12 +12,13 @@ namespace orva::hidl {
 void AIServiceClientListener::OnProcessDone(
         const AIContext& context, int32_t result,
         const std::vector<std::shared_ptr<IAITensor>>& outputs) {
+    // Copies: the client may end its session meanwhile, and this object with it.
+    const std::shared_ptr<SessionActivity> counted = activity;
     if (service != nullptr) {
-        // A copy: the client may end its session meanwhile, and this object with it.
         service->OnProcessDone(std::string(serviceId), context, result, outputs);
     }
-    if (activity != nullptr) {
-        activity->RequestIsDone();
+    if (counted != nullptr) {
+        counted->RequestIsDone();
     }
 }
 

@@ -15,11 +15,13 @@ void ModelManagerClientListener::OnProcessDone(
         const AIContext& context, int32_t result,
         const std::vector<std::shared_ptr<IAITensor>>& outputs) {
     ORVA_LOGI(kManagerTag, "ModelManagerServiceHIDL OnAIEvent");
+    // Copies: the client may end its session meanwhile, and this object with it.
+    const std::shared_ptr<SessionActivity> counted = activity;
     if (service != nullptr) {
-        service->OnProcessDone(serviceId, context, result, outputs);
+        service->OnProcessDone(std::string(serviceId), context, result, outputs);
     }
-    if (activity != nullptr) {
-        activity->RequestIsDone();
+    if (counted != nullptr) {
+        counted->RequestIsDone();
     }
 }
 

@@ -147,8 +147,9 @@ TEST_F(ModelManagerEvents, ClientMayCallFromItsCallback) {
     const sp<FakeListener> listener = new FakeListener, later = new FakeListener;
     ASSERT_EQ(0, service_->SetListener(-5, listener));
     ASSERT_EQ(0, service_->SetListener(5, nullptr));
-    const auto managerListener = script_.listener;
+    AIModelManagerListener* const managerListener = script_.listener.get();
     listener->during = [&](const hidl_vec<AITensorHandle>&) {
+        // The model manager lets go of the listener that is reporting.
         EXPECT_EQ(0, service_->SetListener(5, nullptr));
         EXPECT_EQ(1, service_->SetListener(-5, later));
         service_->UnInit(5);
