@@ -8,6 +8,7 @@
 //   opens
 //                                                        its gate
 //   probe_peer hold INSTANCE [watch]                     has the server hold a probe of its own
+//   probe_peer roam INSTANCE SEED                        calls at random until it is killed
 //   probe_peer call INSTANCE                             has the server call what it holds, and
 //   prints
 //                                                        how its own call fared
@@ -22,7 +23,10 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <random>
 #include <string>
+#include <thread>
+#include <vector>
 
 #include <hidl/HidlTransportSupport.h>
 #include <orva_platform/Runtime.h>
@@ -68,6 +72,41 @@ int hold(int count, char** words) {
     return 0;
 }
 
+int roam(char** words) {
+    const sp<IProbe> server = IProbe::getService(words[0]);
+    if (server == nullptr) {
+        return 1;
+    }
+    ready();
+    std::vector<std::thread> threads;
+    for (unsigned i = 0; i < 3; ++i) {
+        threads.emplace_back([&, i] {
+            std::minstd_rand random(static_cast<unsigned>(atoi(words[1])) + i);
+            const sp<IProbe> local = new Probe;
+            for (;;) {
+                switch (random() % 4) {
+                case 0:
+                    server->hold(local).isOk();
+                    break;
+                case 1:
+                    server->callHeld().isOk();
+                    break;
+                case 2:
+                    server->nest(local, 5, [](int32_t, int32_t) {}).isOk();
+                    break;
+                default:
+                    server->receive(nullDevices(2), {}, [](int32_t, bool) {}).isOk();
+                    break;
+                }
+            }
+        });
+    }
+    for (std::thread& thread : threads) {
+        thread.join();
+    }
+    return 0;
+}
+
 int call(char** words) {
     const sp<IProbe> server = IProbe::getService(words[0]);
     if (server == nullptr) {
@@ -107,6 +146,9 @@ int main(int count, char** words) {
     }
     if (role == "hold" && count > 2) {
         return hold(count - 2, words + 2);
+    }
+    if (role == "roam" && count > 3) {
+        return roam(words + 2);
     }
     if (role == "call" && count > 2) {
         return call(words + 2);
