@@ -96,6 +96,17 @@ void configure(const Options& options) {
     android::hardware::configureRpcThreadpool(options.threads, true /* callerWillJoin */);
 }
 
+// Registering does not say why it failed; that somebody serves the name can be seen.
+std::string whyRefused(const std::string& service, const std::string& instance) {
+    for (const auto& entry : orva_platform::listServices()) {
+        if (entry.instance == instance &&
+            entry.interface.substr(entry.interface.rfind(':') + 1) == service) {
+            return "process " + std::to_string(entry.pid) + " serves it already";
+        }
+    }
+    return "see the log";
+}
+
 int serve(const Options& options) {
     const orva::host::ServiceLibrary library(options.library);
     const auto services = library.services();
@@ -109,8 +120,7 @@ int serve(const Options& options) {
         if (status != android::OK) {
             fprintf(stderr, "orva-host: cannot register %s/%s in %s: %s\n", service.name.c_str(),
                     options.instance.c_str(), orva_platform::serviceDirectory().c_str(),
-                    status == android::ALREADY_EXISTS ? "another process serves it already"
-                                                      : "see the log");
+                    whyRefused(service.name, options.instance).c_str());
             orva_platform::stop();
             return kFailure;
         }
