@@ -77,14 +77,15 @@ Session::Session(sp<IAIService> service, int32_t clientId, const std::string& no
         buffers[i].modelHandle = models[i].bytes.handle();
         buffers[i].size = models[i].bytes.size();
     }
-    require(mService->Init(mClientId, nodeType, config, buffers),
-            "opening a session on a node of type '" + nodeType + "'");
     try {
+        require(mService->Init(mClientId, nodeType, config, buffers),
+                "opening a session on a node of type '" + nodeType + "'");
         mDeath = new ServiceDeath(mCompletions);
         mService->linkToDeath(mDeath, 0).isOk();
         require(mService->SetListener(-mClientId, mCompletions), "registering the listener");
         require(mService->SetListener(mClientId, nullptr), "asking the node for its results");
     } catch (...) {
+        // Also when it was refused: the session of a model that could not be mapped is there.
         close();
         throw;
     }
@@ -96,7 +97,9 @@ Session::~Session() {
 
 // The service may have gone already; then there is nothing to close.
 void Session::close() {
-    mService->unlinkToDeath(mDeath).isOk();
+    if (mDeath != nullptr) {
+        mService->unlinkToDeath(mDeath).isOk();
+    }
     mService->UnInit(mClientId).isOk();
 }
 
