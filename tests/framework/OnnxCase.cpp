@@ -4,6 +4,8 @@
  */
 #include "OnnxCase.h"
 
+#include <cmath>
+#include <cstring>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
@@ -58,6 +60,23 @@ bool ReadTensors(const std::string& prefix, std::vector<CaseTensor>& tensors) {
 }  // namespace
 
 const char* const kOnnxCases = "/usr/share/libonnx-testdata/data/node";
+
+bool IsClose(const CaseTensor& expected, const uint8_t* result) {
+    if (expected.elementType != 1) {
+        return std::memcmp(expected.bytes.data(), result, expected.bytes.size()) == 0;
+    }
+    for (size_t i = 0; i < expected.bytes.size(); i += sizeof(float)) {
+        float wanted = 0;
+        float got = 0;
+        std::memcpy(&wanted, &expected.bytes[i], sizeof(wanted));
+        std::memcpy(&got, &result[i], sizeof(got));
+        const bool same = wanted == got || (std::isnan(wanted) && std::isnan(got));
+        if (!same && !(std::fabs(wanted - got) <= 1e-4 + 1e-3 * std::fabs(wanted))) {
+            return false;
+        }
+    }
+    return true;
+}
 
 bool LoadOnnxCase(const std::string& folder, OnnxCase& result) {
     result.model = ReadFile(folder + "/model.onnx");

@@ -18,6 +18,10 @@ struct CaseTensor {
     std::vector<uint8_t> bytes;
 };
 
+// Whether a result is what a case expects: floats nearly, by the measure that the list of supported
+// cases names.
+bool IsClose(const CaseTensor& expected, const uint8_t* result);
+
 // A folder of ONNX's own one-operator test cases: a model, and what it is to make of what.
 struct OnnxCase {
     std::vector<uint8_t> model;

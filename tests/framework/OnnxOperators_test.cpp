@@ -4,8 +4,6 @@
  */
 #include <gtest/gtest.h>
 
-#include <cmath>
-#include <cstring>
 #include <exception>
 
 #include "OnnxCase.h"
@@ -18,24 +16,6 @@ namespace {
 BufferView View(test::CaseTensor& tensor, std::vector<uint8_t>& bytes) {
     return {bytes.data(), bytes.size(),
             tensor.elementType == 1 ? AI_DATA_TYPE_FLOAT32 : AI_DATA_TYPE_UINT8};
-}
-
-bool IsClose(const std::vector<uint8_t>& expected, const std::vector<uint8_t>& actual,
-             int elementType) {
-    if (elementType != 1) {
-        return expected == actual;
-    }
-    for (size_t i = 0; i < expected.size(); i += sizeof(float)) {
-        float wanted = 0;
-        float got = 0;
-        std::memcpy(&wanted, &expected[i], sizeof(wanted));
-        std::memcpy(&got, &actual[i], sizeof(got));
-        const bool same = wanted == got || (std::isnan(wanted) && std::isnan(got));
-        if (!same && !(std::fabs(wanted - got) <= 1e-4 + 1e-3 * std::fabs(wanted))) {
-            return false;
-        }
-    }
-    return true;
 }
 
 void RunCase(const std::string& name) {
@@ -60,9 +40,7 @@ void RunCase(const std::string& name) {
     for (int run = 0; run < 2; ++run) {
         engine.Run(inputs, outputs, {});
         for (size_t i = 0; i < results.size(); ++i) {
-            EXPECT_TRUE(
-                    IsClose(testCase.outputs[i].bytes, results[i], testCase.outputs[i].elementType))
-                    << "output " << i;
+            EXPECT_TRUE(test::IsClose(testCase.outputs[i], results[i].data())) << "output " << i;
         }
     }
 }

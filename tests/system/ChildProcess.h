@@ -1,0 +1,56 @@
+/*
+ * Copyright (C) 2026 The orva project
+ * SPDX-License-Identifier: Apache-2.0
+ */
+#pragma once
+
+#include <memory>
+#include <string>
+#include <vector>
+
+#include <android-base/unique_fd.h>
+#include <sys/types.h>
+
+#include "system/LineReader.h"
+
+namespace orva::test {
+
+// A program run as a child of the test, with its standard streams in the test's hands. It does not
+// outlive the object, nor the test.
+class ChildProcess {
+public:
+    // `command` is the program's path and its arguments.
+    explicit ChildProcess(const std::vector<std::string>& command);
+    ~ChildProcess();
+    ChildProcess(const ChildProcess&) = delete;
+    ChildProcess& operator=(const ChildProcess&) = delete;
+
+    pid_t pid() const { return mPid; }
+    LineReader& output() { return *mOutput; }
+    LineReader& errors() { return *mErrors; }
+
+    // False when the child no longer reads.
+    bool write(const std::string& line);
+    void closeInput() { mInput.reset(); }
+
+    void signal(int number) const;
+    // SIGSTOP, and until nothing of the child runs any more.
+    void freeze() const;
+    void thaw() const;
+    // Whether its main thread waits in this system call.
+    bool waitsIn(long systemCall) const;
+
+    // Waits for its end: its exit code, 128 and the signal's number if one ended it, -1 if the
+    // watchdog barks. The same again once it has ended.
+    int await();
+
+private:
+    pid_t mPid = -1;
+    int mStatus = -1;
+    bool mEnded = false;
+    android::base::unique_fd mInput;
+    std::unique_ptr<LineReader> mOutput;
+    std::unique_ptr<LineReader> mErrors;
+};
+
+}  // namespace orva::test

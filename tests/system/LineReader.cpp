@@ -1,0 +1,100 @@
+/*
+ * Copyright (C) 2026 The orva project
+ * SPDX-License-Identifier: Apache-2.0
+ */
+#include "system/LineReader.h"
+
+#include <algorithm>
+#include <cerrno>
+
+#include <unistd.h>
+
+namespace orva::test {
+
+using android::Mutex;
+using Clock = std::chrono::steady_clock;
+
+LineReader::LineReader(android::base::unique_fd pipe)
+        : mPipe(std::move(pipe)), mThread([this] { read(); }) {}
+
+LineReader::~LineReader() {
+    mThread.join();
+}
+
+void LineReader::read() {
+    std::string held;
+    char buffer[4096];
+    for (;;) {
+        const ssize_t got = ::read(mPipe, buffer, sizeof buffer);
+        if (got < 0 && errno == EINTR) {
+            continue;
+        }
+        Mutex::Autolock lock(mLock);
+        if (got > 0) {
+            held.append(buffer, static_cast<size_t>(got));
+            size_t start = 0;
+            for (size_t end; (end = held.find('\n', start)) != std::string::npos; start = end + 1) {
+                mLines.push_back(held.substr(start, end - start));
+            }
+            held.erase(0, start);
+        } else {
+            if (!held.empty()) {
+                mLines.push_back(held);
+            }
+            mEnded = true;
+        }
+        mChanged.broadcast();
+        if (mEnded) {
+            return;
+        }
+    }
+}
+
+bool LineReader::waitForMore(Clock::time_point deadline) {
+    const auto left = std::chrono::nanoseconds(deadline - Clock::now()).count();
+    return !mEnded && left > 0 && mChanged.waitRelative(mLock, left) == android::NO_ERROR;
+}
+
+std::optional<std::string> LineReader::next() {
+    const auto deadline = Clock::now() + kWatchdog;
+    Mutex::Autolock lock(mLock);
+    while (mTaken == mLines.size()) {
+        if (!waitForMore(deadline)) {
+            return std::nullopt;
+        }
+    }
+    return mLines[mTaken++];
+}
+
+bool LineReader::await(const std::string& text, size_t times) {
+    const auto deadline = Clock::now() + kWatchdog;
+    Mutex::Autolock lock(mLock);
+    while (countLocked(text) < times) {
+        if (!waitForMore(deadline)) {
+            return false;
+        }
+    }
+    return true;
+}
+
+size_t LineReader::count(const std::string& text) {
+    Mutex::Autolock lock(mLock);
+    return countLocked(text);
+}
+
+size_t LineReader::countLocked(const std::string& text) {
+    return static_cast<size_t>(std::count_if(
+            mLines.begin(), mLines.end(),
+            [&](const std::string& line) { return line.find(text) != std::string::npos; }));
+}
+
+std::string LineReader::text() {
+    std::string all;
+    Mutex::Autolock lock(mLock);
+    for (const std::string& line : mLines) {
+        all += line + "\n";
+    }
+    return all;
+}
+
+}  // namespace orva::test
