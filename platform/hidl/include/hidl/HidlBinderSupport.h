@@ -84,7 +84,7 @@ Return<bool> canCastInterface(hidl::base::V1_0::IBase* interface, const char* ca
 
 struct ReceivedFields {
     static void set(const hidl_string& text, const void* buffer);
-    static void set(const hidl_handle& handle, const native_handle_t* received);
+    static void set(const hidl_handle& handle, const native_handle_t* native);
     template <typename T>
     static void set(const hidl_vec<T>& values, const void* buffer) {
         auto& received = const_cast<hidl_vec<T>&>(values);

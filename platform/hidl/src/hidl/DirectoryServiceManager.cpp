@@ -59,7 +59,7 @@ Return<DirectoryServiceManager::Transport> DirectoryServiceManager::getTransport
 Return<void> DirectoryServiceManager::list(list_cb report) {
     std::vector<hidl_string> names;
     for (const auto& entry : ServiceDirectory::instance().list()) {
-        names.push_back(entry.interface + "/" + entry.instance);
+        names.emplace_back(entry.interface + "/" + entry.instance);
     }
     report(names);
     return Void();
@@ -70,7 +70,7 @@ Return<void> DirectoryServiceManager::listByInterface(const hidl_string& fqName,
     std::vector<hidl_string> names;
     for (const auto& entry : ServiceDirectory::instance().list()) {
         if (entry.interface == fqName) {
-            names.push_back(entry.instance);
+            names.emplace_back(entry.instance);
         }
     }
     report(names);

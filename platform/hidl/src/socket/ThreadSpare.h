@@ -24,7 +24,7 @@ public:
     }
 
     static void give(std::unique_ptr<T> object) {
-        thread_local const Keeper keeper;
+        thread_local const Keeper keeper{};
         (void)keeper;
         if (kept == nullptr) {
             kept = object.release();
@@ -33,7 +33,7 @@ public:
 
 private:
     struct Keeper {
-        Keeper() {}
+        Keeper() = default;
         ~Keeper() { delete std::exchange(kept, nullptr); }
     };
 
