@@ -73,12 +73,15 @@ int main(int argc, char** argv) {
     CLI::App app(
             "Measures what a request through the services costs, beside a floor: a bare pair "
             "of programs that makes only the system calls that a request cannot do without.");
-    RequestSettings settings = {lastAllowedCore(), 9, 2000, ""};
+    RequestSettings settings = {{lastAllowedCore(), false}, 9, 2000, ""};
     bool quick = false;
     bool json = false;
     std::string alone;
     Load load = {kPictureSize, 1};
-    app.add_option("--core", settings.core, "The core that every process runs on");
+    app.add_option("--core", settings.placement.core, "The core that every process runs on");
+    app.add_flag("--realtime", settings.placement.realtime,
+                 "Runs ahead of all else on that core, where other work would disturb the figures; "
+                 "for root");
     app.add_option("--rounds", settings.rounds, "Rounds of which the median counts")
             ->check(CLI::Range(1, 1000))
             ->capture_default_str();

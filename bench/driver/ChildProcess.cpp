@@ -42,12 +42,19 @@ void pinTo(int core) {
     }
 }
 
+void runInRealtime() {
+    const sched_param lowest = {1};
+    if (sched_setscheduler(0, SCHED_FIFO, &lowest) != 0) {
+        throwErrno("sched_setscheduler");
+    }
+}
+
 }  // namespace
 
-ChildProcess::ChildProcess(std::optional<int> core, const Main& main)
-        : ChildProcess(core, main, socketPair()) {}
+ChildProcess::ChildProcess(const Placement& placement, const Main& main)
+        : ChildProcess(placement, main, socketPair()) {}
 
-ChildProcess::ChildProcess(std::optional<int> core, const Main& main,
+ChildProcess::ChildProcess(const Placement& placement, const Main& main,
                            std::pair<UniqueFd, UniqueFd> ends)
         : control_(std::move(ends.first)), pid_(fork()) {
     if (pid_ < 0) {
@@ -61,8 +68,11 @@ ChildProcess::ChildProcess(std::optional<int> core, const Main& main,
     int status = 1;
     try {
         prctl(PR_SET_PDEATHSIG, SIGKILL);
-        if (core) {
-            pinTo(*core);
+        if (placement.core) {
+            pinTo(*placement.core);
+        }
+        if (placement.realtime) {
+            runInRealtime();
         }
         status = main(Control(std::move(ends.second)));
     } catch (const std::exception& error) {

@@ -19,8 +19,14 @@ public:
     // What the child runs; its result is the exit status.
     using Main = std::function<int(const Control&)>;
 
-    // Pinned to `core` if there is one. Throws std::system_error when it cannot be started.
-    ChildProcess(std::optional<int> core, const Main& main);
+    // Where and how a child runs.
+    struct Placement {
+        std::optional<int> core;  // pinned to it if there is one
+        bool realtime = false;    // ahead of all else that the machine does, and in turn
+    };
+
+    // Throws std::system_error when it cannot be started.
+    ChildProcess(const Placement& placement, const Main& main);
     // Kills the child and reaps it.
     ~ChildProcess();
     ChildProcess(const ChildProcess&) = delete;
@@ -33,7 +39,7 @@ public:
     void awaitReady() const;
 
 private:
-    ChildProcess(std::optional<int> core, const Main& main,
+    ChildProcess(const Placement& placement, const Main& main,
                  std::pair<orva::hidl::UniqueFd, orva::hidl::UniqueFd> ends);
 
     Control control_;

@@ -35,30 +35,31 @@ void setLog(Contestant::Log log) {
 
 }  // namespace
 
-Contestant::Contestant(std::optional<int> core, const ChildProcess::Main& server,
+Contestant::Contestant(const ChildProcess::Placement& placement, const ChildProcess::Main& server,
                        const ChildProcess::Main& client, size_t clients)
-        : server_(std::make_unique<ChildProcess>(core, server)) {
+        : server_(std::make_unique<ChildProcess>(placement, server)) {
     server_->awaitReady();
     for (size_t i = 0; i < clients; ++i) {
-        clients_.push_back(std::make_unique<ChildProcess>(core, client));
+        clients_.push_back(std::make_unique<ChildProcess>(placement, client));
         clients_.back()->awaitReady();
     }
 }
 
-Contestant Contestant::floor(const Load& load, std::optional<int> core, const std::string& folder) {
+Contestant Contestant::floor(const Load& load, const ChildProcess::Placement& placement,
+                             const std::string& folder) {
     const std::string path = folder + "/floor";
     unlink(path.c_str());
     return Contestant(
-            core, [&](const Control& control) { return runFloorServer(control, path); },
+            placement, [&](const Control& control) { return runFloorServer(control, path); },
             [&](const Control& control) { return runFloorClient(control, path, load.inputSize); },
             load.clients);
 }
 
-Contestant Contestant::services(const Load& load, std::optional<int> core,
+Contestant Contestant::services(const Load& load, const ChildProcess::Placement& placement,
                                 const std::string& folder, const std::string& nodeType, Log log) {
     const std::string directory = folder + "/services";
     return Contestant(
-            core,
+            placement,
             [&](const Control& control) {
                 setLog(log);
                 return runBenchHost(control, directory);

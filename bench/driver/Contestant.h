@@ -7,7 +7,6 @@
 #include <cstddef>
 #include <cstdint>
 #include <memory>
-#include <optional>
 #include <string>
 #include <vector>
 
@@ -33,17 +32,18 @@ public:
 
     // The system calls without which a request cannot be had. Throws when it cannot be started,
     // as does the next.
-    static Contestant floor(const Load& load, std::optional<int> core, const std::string& folder);
+    static Contestant floor(const Load& load, const ChildProcess::Placement& placement,
+                            const std::string& folder);
     // The services in a host of their own, with sessions on nodes of the type.
-    static Contestant services(const Load& load, std::optional<int> core, const std::string& folder,
-                               const std::string& nodeType, Log log);
+    static Contestant services(const Load& load, const ChildProcess::Placement& placement,
+                               const std::string& folder, const std::string& nodeType, Log log);
 
     // Has the clients send `requests` in all, at once, and tells how long a request took on
     // average, in microseconds. Throws std::runtime_error when one failed.
     double round(uint32_t requests) const;
 
 private:
-    Contestant(std::optional<int> core, const ChildProcess::Main& server,
+    Contestant(const ChildProcess::Placement& placement, const ChildProcess::Main& server,
                const ChildProcess::Main& client, size_t clients);
 
     // The server ends first, or it would see its clients die.

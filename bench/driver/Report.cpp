@@ -39,8 +39,9 @@ double loadAverage() {
     return getloadavg(&average, 1) == 1 ? average : 0;
 }
 
-std::string placeOf(const RequestSettings& settings) {
-    return settings.core ? "core " + std::to_string(*settings.core) : "any core";
+std::string describe(const ChildProcess::Placement& placement) {
+    return (placement.core ? "core " + std::to_string(*placement.core) : "any core") +
+           (placement.realtime ? ", ahead of all else (SCHED_FIFO)" : "");
 }
 
 }  // namespace
@@ -56,7 +57,7 @@ void Report::begin() const {
     printf("All processes on %s; medians of %u rounds of %u requests, floor and services in turn; "
            "a request is 4 descriptors and its completion 2;\n"
            "the host logs warnings and errors only.\n\n",
-           placeOf(settings_).c_str(), settings_.rounds, settings_.requests);
+           describe(settings_.placement).c_str(), settings_.rounds, settings_.requests);
     printf("%12s %9s %11s %11s %7s\n", "input bytes", "sessions", "floor us", "ours us", "ratio");
     fflush(stdout);
 }
@@ -75,11 +76,14 @@ void Report::end() const {
     if (!json_) {
         return;
     }
-    nlohmann::json document = {
-            {"processor", processorName()}, {"kernel", kernelRelease()},
-            {"loadAverage", loadAverage()}, {"core", settings_.core.value_or(-1)},
-            {"rounds", settings_.rounds},   {"requests", settings_.requests},
-            {"hostLog", "warnings"}};
+    nlohmann::json document = {{"processor", processorName()},
+                               {"kernel", kernelRelease()},
+                               {"loadAverage", loadAverage()},
+                               {"core", settings_.placement.core.value_or(-1)},
+                               {"realtime", settings_.placement.realtime},
+                               {"rounds", settings_.rounds},
+                               {"requests", settings_.requests},
+                               {"hostLog", "warnings"}};
     for (const RequestRow& row : rows_) {
         document["rows"].push_back({{"variant", row.variant},
                                     {"inputBytes", row.load.inputSize},

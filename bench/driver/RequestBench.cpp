@@ -48,8 +48,8 @@ double median(std::vector<double> values) {
 }
 
 RequestRow measure(const RequestSettings& settings, const Case& which) {
-    const Contestant floor = Contestant::floor(which.load, settings.core, settings.folder);
-    const Contestant ours = Contestant::services(which.load, settings.core, settings.folder,
+    const Contestant floor = Contestant::floor(which.load, settings.placement, settings.folder);
+    const Contestant ours = Contestant::services(which.load, settings.placement, settings.folder,
                                                  which.nodeType, which.log);
     // A round that does not count, until what is made once has been made.
     floor.round(settings.requests);
@@ -74,8 +74,8 @@ void runRequestBench(const RequestSettings& settings,
 
 double runAlone(const RequestSettings& settings, bool floor, const Load& load) {
     const Contestant contestant =
-            floor ? Contestant::floor(load, settings.core, settings.folder)
-                  : Contestant::services(load, settings.core, settings.folder, kPooledNode,
+            floor ? Contestant::floor(load, settings.placement, settings.folder)
+                  : Contestant::services(load, settings.placement, settings.folder, kPooledNode,
                                          Contestant::Log::kWarnings);
     std::vector<double> us;
     for (uint32_t round = 0; round < settings.rounds; ++round) {

@@ -6,7 +6,6 @@
 
 #include <cstdint>
 #include <functional>
-#include <optional>
 #include <string>
 #include <vector>
 
@@ -15,7 +14,7 @@
 namespace orva_bench {
 
 struct RequestSettings {
-    std::optional<int> core;
+    ChildProcess::Placement placement;
     uint32_t rounds;
     uint32_t requests;  // in a round, by all clients together
     std::string folder;

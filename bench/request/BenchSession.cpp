@@ -117,7 +117,6 @@ bool BenchSession::prepare(size_t inputSize, TensorMemory memory) {
     inputs_[0] = {memories[0], memories[1], type, 0};
     outputs_.resize(1);
     outputs_[0] = {memories[2], memories[3], type, 0};
-    context_ = R"({"processName":"orva-bench"})";
     return true;
 }
 

@@ -49,7 +49,7 @@ private:
     bool open_ = false;
 
     std::array<orva::hidl::NativeHandle, 4> regions_;
-    android::hardware::hidl_string context_;
+    android::hardware::hidl_string context_;  // without parameters
     android::hardware::hidl_vec<orva::hidl::AITensorHandle> inputs_;
     android::hardware::hidl_vec<orva::hidl::AITensorHandle> outputs_;
 };

@@ -30,7 +30,8 @@ constexpr std::chrono::seconds kPatience{20};
 class Host {
 public:
     explicit Host(std::string directory)
-            : directory_(std::move(directory)), process_({}, [this](const Control& control) {
+            : directory_(std::move(directory)),
+              process_(ChildProcess::Placement{}, [this](const Control& control) {
                   // Clients that die amid requests are what this is about, not news.
                   __android_log_set_minimum_priority(ANDROID_LOG_FATAL);
                   return runBenchHost(control, directory_);
@@ -69,7 +70,7 @@ using Clients = std::vector<std::unique_ptr<ChildProcess>>;
 Clients startClients(uint32_t count, const ChildProcess::Main& main) {
     Clients clients;
     for (uint32_t i = 0; i < count; ++i) {
-        clients.push_back(std::make_unique<ChildProcess>(std::nullopt, main));
+        clients.push_back(std::make_unique<ChildProcess>(ChildProcess::Placement{}, main));
     }
     for (const auto& client : clients) {
         client->awaitReady();
@@ -78,7 +79,7 @@ Clients startClients(uint32_t count, const ChildProcess::Main& main) {
 }
 
 void cycle(const Host& host, uint32_t rounds) {
-    const ChildProcess client({}, [&](const Control& control) {
+    const ChildProcess client(ChildProcess::Placement{}, [&](const Control& control) {
         return runCyclingClient(control, host.directory());
     });
     client.awaitReady();
