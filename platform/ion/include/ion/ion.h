@@ -20,7 +20,7 @@
 
 __BEGIN_DECLS
 
-typedef int ion_user_handle_t;
+typedef int ion_user_handle_t;  // NOLINT(modernize-use-using): C includes this as well
 
 // A descriptor of the ION device, to be closed with ion_close; or -1, and errno says why.
 int ion_open();
