@@ -66,7 +66,7 @@ TEST_F(Deaths, OfAClientInTheMiddleOfItsCallReachTheServer) {
     const Held before = resourcesOf(probe);
     // Stopped, it neither answers nor dies, until it does.
     PeerProcess client({"hold", "default", "watch"});
-    client.signal(SIGSTOP);
+    client.halt();
     std::thread waiting([&] { EXPECT_EQ(android::DEAD_OBJECT, int32_t(probe->callHeld())); });
     EXPECT_TRUE(eventually([&] { return resourcesOf(probe).channels > before.channels + 1; }));
     client.kill();

@@ -66,6 +66,12 @@ void PeerProcess::signal(int number) const {
     EXPECT_EQ(0, ::kill(mPid, number));
 }
 
+void PeerProcess::halt() {
+    signal(SIGSTOP);
+    // The signal alone says nothing of when its threads come to a stop.
+    EXPECT_EQ(mPid, waitpid(mPid, nullptr, WUNTRACED));
+}
+
 int PeerProcess::wait() {
     int status = 0;
     const bool ended = eventually([&] { return waitpid(mPid, &status, WNOHANG) == mPid; });

@@ -27,6 +27,8 @@ public:
     // The next line of its output; empty when it ends without one.
     std::string readLine();
     void signal(int number) const;
+    // Stops all its threads, until it is killed.
+    void halt();
     // Waits for its end: its exit status, or minus the signal that ended it.
     int wait();
     // SIGKILL, and waits.

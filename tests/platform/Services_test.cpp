@@ -158,7 +158,7 @@ TEST_F(Services, EndThoughAClientNeverAnswers) {
     const sp<IProbe> probe = new Probe;
     ASSERT_EQ(android::OK, probe->registerAsService());
     PeerProcess stalled({"hold", "default"});
-    stalled.signal(SIGSTOP);
+    stalled.halt();
     const Held before = resourcesHere();
     PeerProcess caller({"call", "default"});
     // The caller's link and channel, and the one to the client that does not answer.

@@ -66,6 +66,7 @@ void Reactor::rearm(uint64_t token, int socket) {
     epoll_event event = {};
     event.events = kEvents;
     event.data.u64 = token;
+    mHandOvers.fetch_add(1, std::memory_order_release);
     // Fails when the item was removed meanwhile, and then there is nothing to wait for.
     epoll_ctl(mEpoll, EPOLL_CTL_MOD, socket, &event);
 }
@@ -103,6 +104,7 @@ void Reactor::loop() {
         if (lastToWait) {
             growIfBusy();
         }
+        mHandOvers.load(std::memory_order_acquire);
         if (const auto item = find(event.data.u64)) {
             item->ready();
         }

@@ -71,6 +71,9 @@ private:
     base::unique_fd mEpoll;
     base::unique_fd mWakeUp;
 
+    // Counts rearmings, so that what a thread did with an item comes before what the next does with
+    // it in the language's sense, too; the kernel has it in order anyway.
+    std::atomic<size_t> mHandOvers{0};
     std::atomic<bool> mStopping{false};
     std::atomic<int> mWaiting{0};
 
