@@ -7,11 +7,11 @@
 #include <stddef.h>
 #include <sys/cdefs.h>
 
-// Buffers for accelerators, shared as descriptors. `fd` is always an open ION device; whoever opened
-// it is a client of ION. A client gets a buffer either under a user handle, which means something
-// in that client only, or as a descriptor at once. The buffer lives as long as a user handle, a
-// descriptor or a mapping of it; its size is `len` rounded up to whole pages, its bytes begin as
-// zeros, and its descriptors are closed by exec().
+// Buffers for accelerators, shared as descriptors. `fd` is always an open ION device; whoever
+// opened it is a client of ION. A client gets a buffer either under a user handle, which means
+// something in that client only, or as a descriptor at once. The buffer lives as long as a user
+// handle, a descriptor or a mapping of it; its size is `len` rounded up to whole pages, its bytes
+// begin as zeros, and its descriptors are closed by exec().
 //
 // Every call may be made from any thread, and answers 0 or a negative errno value: -EINVAL for an
 // argument that cannot be, a user handle that the client does not have among them; -ENODEV when no
