@@ -170,6 +170,14 @@ private:
     mutable size_t mPosition = 0;
     mutable size_t mNextObject = 0;
     std::unique_ptr<IncomingData> mIncoming;
+    // What is in it, asked for once: reading a value looks here several times.
+    struct Received {
+        const uint8_t* data;
+        size_t dataSize;
+        const uint64_t* objects;
+        size_t objectsCount;
+    };
+    Received mReceived = {};
 };
 
 }  // namespace hardware

@@ -25,16 +25,16 @@ Parcel::Parcel() = default;
 Parcel::~Parcel() = default;
 
 const uint8_t* Parcel::data() const {
-    return mIncoming ? mIncoming->data() : mData.data();
+    return mIncoming ? mReceived.data : mData.data();
 }
 size_t Parcel::dataSize() const {
-    return mIncoming ? mIncoming->dataSize() : mData.size();
+    return mIncoming ? mReceived.dataSize : mData.size();
 }
 const uint64_t* Parcel::objects() const {
-    return mIncoming ? mIncoming->objects() : mObjects.data();
+    return mIncoming ? mReceived.objects : mObjects.data();
 }
 size_t Parcel::objectsCount() const {
-    return mIncoming ? mIncoming->objectsCount() : mObjects.size();
+    return mIncoming ? mReceived.objectsCount : mObjects.size();
 }
 
 void Parcel::setDataPosition(size_t position) const {
@@ -50,6 +50,8 @@ void Parcel::setIncoming(std::unique_ptr<IncomingData> incoming) {
     mError = NO_ERROR;
     mPosition = 0;
     mNextObject = 0;
+    mReceived = {incoming->data(), incoming->dataSize(), incoming->objects(),
+                 incoming->objectsCount()};
     mIncoming = std::move(incoming);
 }
 
