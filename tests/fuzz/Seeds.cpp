@@ -50,7 +50,8 @@ hidl_handle handle(int words = 0) {
 V2_0::AITensorHandle tensor(const char* type) {
     V2_0::AITensorHandle tensor;
     tensor.attr = hidl_memory("ashmem", handle(), 20);
-    tensor.data = hidl_memory("ashmem", handle(), 4096);
+    // In a region of 4096 bytes an ION tensor has room for so many.
+    tensor.data = hidl_memory("ashmem", handle(), 3840);
     tensor.type = type;
     return tensor;
 }
