@@ -13,18 +13,17 @@ namespace orva::hidl {
 void Append(std::string& text, const char* format, ...) {
     va_list arguments;
     va_start(arguments, format);
-    va_list again;
-    va_copy(again, arguments);
     const int length = vsnprintf(nullptr, 0, format, arguments);
+    va_end(arguments);
     if (length > 0) {
         const size_t before = text.size();
         // One more for the end, which printf writes, too.
         text.resize(before + static_cast<size_t>(length) + 1);
-        vsnprintf(&text[before], static_cast<size_t>(length) + 1, format, again);
+        va_start(arguments, format);
+        vsnprintf(&text[before], static_cast<size_t>(length) + 1, format, arguments);
+        va_end(arguments);
         text.pop_back();
     }
-    va_end(again);
-    va_end(arguments);
 }
 
 std::string Quoted(const std::string& text) {

@@ -132,9 +132,10 @@ bool WriteDump(int fd, const std::string& text) {
                 writePiece(fd, text.data() + done, std::min(kPiece, text.size() - done));
         if (written > 0) {
             done += static_cast<size_t>(written);
-        } else if (written < 0 && errno != EAGAIN && errno != EINTR) {
-            return false;
-        } else if (!WaitForRoom(fd, deadline)) {
+            continue;
+        }
+        const bool full = written == 0 || errno == EAGAIN || errno == EINTR;
+        if (!full || !WaitForRoom(fd, deadline)) {
             return false;
         }
     }

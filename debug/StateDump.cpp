@@ -32,7 +32,7 @@ struct Options {
             const std::string text = texts[i];
             if (text == "--json") {
                 json = true;
-            } else if (text == "--client" && i + 1 < texts.size() && texts[i + 1].size() > 0) {
+            } else if (text == "--client" && i + 1 < texts.size() && !texts[i + 1].empty()) {
                 client = texts[++i];
             } else {
                 return false;

@@ -40,6 +40,6 @@ constexpr int kDumpLockMilliseconds = 200;
 // of options. Without a descriptor, or where nothing can be written within a few seconds, nothing
 // happens.
 void DumpState(const ServiceState& state, const android::hardware::hidl_handle& handle,
-               const android::hardware::hidl_vec<android::hardware::hidl_string>& options);
+               const android::hardware::hidl_vec<android::hardware::hidl_string>& texts);
 
 }  // namespace orva::hidl

@@ -27,7 +27,7 @@ constexpr size_t kMostClients = 10'000;
 
 bool serve() {
     // The library stays loaded: its services live as long as the process.
-    if (dlopen("liborva_hidl_server.so", RTLD_NOW | RTLD_GLOBAL) == nullptr) {
+    if (dlopen(ORVA_HIDL_SERVER, RTLD_NOW | RTLD_GLOBAL) == nullptr) {
         fprintf(stderr, "orva-bench: %s\n", dlerror());
         return false;
     }

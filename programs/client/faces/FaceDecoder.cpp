@@ -77,8 +77,10 @@ void FaceDecoder::add(const Grid& grid, const float* scores, const float* boxes)
         }
         const size_t cell = i / grid.anchorsPerCell;
         const auto edge = static_cast<float>(grid.cells);
-        const Point anchor = {(static_cast<float>(cell % grid.cells) + 0.5F) / edge,
-                              (static_cast<float>(cell / grid.cells) + 0.5F) / edge};
+        const size_t column = cell % grid.cells;
+        const size_t row = cell / grid.cells;
+        const Point anchor = {(static_cast<float>(column) + 0.5F) / edge,
+                              (static_cast<float>(row) + 0.5F) / edge};
         mFound.push_back(decode(score, anchor, boxes + i * kNumbersPerAnchor));
     }
 }

@@ -50,6 +50,7 @@ TensorShape shapeOf(const reference::OnnxValue& value) {
 
 std::vector<TensorShape> shapesOf(const std::vector<reference::OnnxValue>& values) {
     std::vector<TensorShape> shapes;
+    shapes.reserve(values.size());
     for (const reference::OnnxValue& value : values) {
         shapes.push_back(shapeOf(value));
     }
