@@ -17,20 +17,18 @@ using orva_platform::ion::unique_fd;
 
 namespace {
 
-// Never destroyed: a client may give back its buffers from its own static objects.
-ClientTable& clients() {
-    static auto* const table = new ClientTable;
-    return *table;
-}
+// Made when this library is loaded, so before the static objects of every library that needs it, and
+// gone after them: those may still give buffers back.
+ClientTable gClients;
 
 }  // namespace
 
 int ion_open() {
-    return clients().open();
+    return gClients.open();
 }
 
 int ion_close(int fd) {
-    return clients().close(fd);
+    return gClients.close(fd);
 }
 
 // A host's heap knows none of the flags, and as on a device a flag that a heap does not know has no
@@ -42,7 +40,7 @@ int ion_alloc(int fd, size_t len, size_t align, unsigned int heap_mask, unsigned
     }
     std::shared_ptr<Client> client;
     unique_fd buffer;
-    int result = clients().find(fd, &client);
+    int result = gClients.find(fd, &client);
     if (result == 0) {
         result = client->allocate(len, align, heap_mask, &buffer);
     }
@@ -59,7 +57,7 @@ int ion_alloc_fd(int fd, size_t len, size_t align, unsigned int heap_mask, unsig
     }
     std::shared_ptr<Client> client;
     unique_fd buffer;
-    int result = clients().find(fd, &client);
+    int result = gClients.find(fd, &client);
     if (result == 0) {
         result = client->allocate(len, align, heap_mask, &buffer);
     }
@@ -75,7 +73,7 @@ int ion_share(int fd, ion_user_handle_t handle, int* share_fd) {
     }
     std::shared_ptr<Client> client;
     unique_fd buffer;
-    int result = clients().find(fd, &client);
+    int result = gClients.find(fd, &client);
     if (result == 0) {
         result = client->share(handle, &buffer);
     }
@@ -87,14 +85,14 @@ int ion_share(int fd, ion_user_handle_t handle, int* share_fd) {
 
 int ion_free(int fd, ion_user_handle_t handle) {
     std::shared_ptr<Client> client;
-    const int result = clients().find(fd, &client);
+    const int result = gClients.find(fd, &client);
     return result == 0 ? client->free(handle) : result;
 }
 
 namespace orva_platform {
 
 IonCounts ionCounts() {
-    return clients().counts();
+    return gClients.counts();
 }
 
 }  // namespace orva_platform
