@@ -10,6 +10,7 @@
 #include <orva/AINNNodeFactory.h>
 #include <orva/AIServiceConnectManager.h>
 
+#include "common/ClientAdmission.h"
 #include "common/Log.h"
 #include "common/ModelBuffers.h"
 #include "common/ServiceId.h"
@@ -32,26 +33,17 @@ AIServiceHIDL* AIServiceHIDL::GetInstance() {
 
 AIServiceHIDL::Session AIServiceHIDL::FindSession(const std::string& serviceId) {
     const auto found = serviceNodes.find(serviceId);
-    if (found == serviceNodes.end()) {
-        return {};
-    }
-    return {found->second, sessionActivities[serviceId]};
+    return found == serviceNodes.end() ? Session{}
+                                       : Session{found->second, sessionActivities[serviceId]};
 }
 
 Return<int32_t> AIServiceHIDL::Init(int32_t clientId, const hidl_string& type,
                                     const hidl_string& config,
                                     const hidl_vec<ModelBuffer>& models) {
     ORVA_LOGI(kServiceTag, "AIServiceHIDL Init");
-    AIServiceConnectManager* const connections = AIServiceConnectManager::GetInstance();
-    if (!connections->CheckServiceNum()) {
-        const std::string idle = connections->GetTimeoutServiceId();
-        if (idle.empty()) {
-            ORVA_LOGE(kServiceTag, "The number of service is more than limit, init failed.");
-            activity.Refuse(Refusal::kClientLimit);
-            return kStatusFailure;
-        }
-        // Whoever it is; the count is not looked at again.
-        RemoveService(idle);
+    if (!AdmitClient(*this, ORVA_HERE)) {
+        activity.Refuse(Refusal::kClientLimit);
+        return kStatusFailure;
     }
 
     std::string serviceId;
@@ -98,7 +90,7 @@ Return<int32_t> AIServiceHIDL::Init(int32_t clientId, const hidl_string& type,
     MutexLock lock(serviceMutex);
     serviceNodes.erase(serviceId);
     sessionActivities.erase(serviceId);
-    connections->RemoveServiceTime(serviceId);
+    AIServiceConnectManager::GetInstance()->RemoveServiceTime(serviceId);
     return status;
 }
 
@@ -112,11 +104,8 @@ void AIServiceHIDL::UpdateServiceTime(const std::string& serviceId) {
     AIServiceConnectManager* const connections = AIServiceConnectManager::GetInstance();
     connections->UpdateServiceTime(serviceId);
     MutexLock lock(serviceMutex);
-    const auto found = sessionActivities.find(serviceId);
-    if (found == sessionActivities.end()) {
+    if (!UseSession(sessionActivities, serviceId)) {
         connections->RemoveServiceTime(serviceId);
-    } else {
-        found->second->Use();
     }
 }
 

@@ -93,8 +93,7 @@ private:
     Mutex listenerMutex;
 
     // What the state dump shows of each session; the same keys as serviceNodes.
-    std::map<std::string, std::shared_ptr<SessionActivity>> sessionActivities
-            ORVA_GUARDED_BY(serviceMutex);
+    SessionActivities sessionActivities ORVA_GUARDED_BY(serviceMutex);
     ServiceActivity activity;
 };
 

@@ -6,11 +6,27 @@
 
 #include <android/log.h>
 
+namespace orva::hidl {
+
+// Where a line in the log says that it comes from.
+struct LogSource {
+    const char* function;
+    int line;
+};
+
+}  // namespace orva::hidl
+
+// Right here. Helpers that log in the name of their caller take it from there.
+#define ORVA_HERE (::orva::hidl::LogSource{__func__, __LINE__})
+
 // One line in the Android log: the function and source line it comes from, then the message in
-// double quotes. `format` must be a literal. Use it in the function whose name the line is to
-// carry: inside a lambda or a helper the name would be theirs.
-#define ORVA_LOG(priority, tag, format, ...) \
-    __android_log_print(priority, tag, "%s(%d)::\"" format "\"", __func__, __LINE__, ##__VA_ARGS__)
+// double quotes. `format` must be a literal.
+#define ORVA_LOG_FROM(source, priority, tag, format, ...)                                          \
+    __android_log_print(priority, tag, "%s(%d)::\"" format "\"", (source).function, (source).line, \
+                        ##__VA_ARGS__)
+
+// Inside a lambda the name would be the lambda's.
+#define ORVA_LOG(priority, tag, ...) ORVA_LOG_FROM(ORVA_HERE, priority, tag, __VA_ARGS__)
 
 #define ORVA_LOGI(tag, ...) ORVA_LOG(ANDROID_LOG_INFO, tag, __VA_ARGS__)
 #define ORVA_LOGW(tag, ...) ORVA_LOG(ANDROID_LOG_WARN, tag, __VA_ARGS__)

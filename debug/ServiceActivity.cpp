@@ -82,4 +82,13 @@ void SessionActivity::End() {
     ServiceActivity::Add(service_.ended_);
 }
 
+bool UseSession(const SessionActivities& sessions, const std::string& serviceId) {
+    const auto found = sessions.find(serviceId);
+    if (found == sessions.end()) {
+        return false;
+    }
+    found->second->Use();
+    return true;
+}
+
 }  // namespace orva::hidl

@@ -8,6 +8,8 @@
 #include <atomic>
 #include <cstddef>
 #include <cstdint>
+#include <map>
+#include <memory>
 #include <string>
 
 #include "debug/Clock.h"
@@ -102,5 +104,11 @@ private:
     ServiceActivity::Counter ended_{0};
     ServiceActivity::Counter done_{0};
 };
+
+// Of a service's sessions, by their service id.
+using SessionActivities = std::map<std::string, std::shared_ptr<SessionActivity>>;
+
+// Notes that a session is in use. False when there is none of that id.
+bool UseSession(const SessionActivities& sessions, const std::string& serviceId);
 
 }  // namespace orva::hidl

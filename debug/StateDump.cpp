@@ -203,6 +203,15 @@ std::string Json(const View& view) {
 
 }  // namespace
 
+std::vector<SessionState> StatesOf(const SessionActivities& activities) {
+    std::vector<SessionState> sessions;
+    sessions.reserve(activities.size());
+    for (const auto& [id, activity] : activities) {
+        sessions.push_back({id, activity, std::nullopt});
+    }
+    return sessions;
+}
+
 void DumpState(const ServiceState& state, const hidl_handle& handle,
                const hidl_vec<hidl_string>& texts) {
     const native_handle_t* const native = handle.getNativeHandle();

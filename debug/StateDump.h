@@ -23,6 +23,17 @@ struct SessionState {
     std::optional<bool> listener;  // nothing while the listeners are locked
 };
 
+// The sessions of a service, of whose listeners nothing is known yet.
+std::vector<SessionState> StatesOf(const SessionActivities& activities);
+
+// Adds which of them have an entry in a service's table of listeners.
+template <typename Listeners>
+void AddListeners(const Listeners& listeners, std::vector<SessionState>& sessions) {
+    for (SessionState& session : sessions) {
+        session.listener = listeners.count(session.id) != 0;
+    }
+}
+
 // A service at one moment.
 struct ServiceState {
     const char* name;

@@ -19,15 +19,10 @@ std::optional<std::vector<SessionState>> ModelManagerServiceHIDL::SessionStates(
     if (!managerMutex.TryLockFor(kDumpLockMilliseconds)) {
         return std::nullopt;
     }
-    std::vector<SessionState> sessions;
-    for (const auto& [id, sessionActivity] : sessionActivities) {
-        sessions.push_back({id, sessionActivity, std::nullopt});
-    }
+    std::vector<SessionState> sessions = StatesOf(sessionActivities);
     managerMutex.Unlock();
     if (listenerMutex.TryLockFor(kDumpLockMilliseconds)) {
-        for (SessionState& session : sessions) {
-            session.listener = clientListeners.count(session.id) != 0;
-        }
+        AddListeners(clientListeners, sessions);
         listenerMutex.Unlock();
     }
     return sessions;

@@ -114,19 +114,8 @@ void ModelManagerServiceHIDL::OnProcessDone(
         return;
     }
 
-    std::vector<AITensorHandle> delivered;
-    delivered.reserve(outputs.size());
-    for (const std::shared_ptr<IAITensor>& tensor : outputs) {
-        if (!PackTensor(tensor, delivered)) {
-            // Not the position but whether the tensor was there: readers of the log look for it.
-            ORVA_LOGE(kManagerTag, "Process output tensor SerializeTo failed, tensor[%d]",
-                      tensor == nullptr ? 1 : 0);
-            activity.Refuse(Refusal::kLostOutput);
-            // A shorter list never turns a success into a failure.
-            result = result != 0 ? kStatusFailure : kStatusSuccess;
-        }
-    }
-
+    std::vector<AITensorHandle> delivered =
+            PackOutputs(outputs, result, activity, ORVA_HERE, kManagerTag);
     ORVA_LOGI(kManagerTag, "ModelManagerServiceHIDL OnAIEvent %s call the listener",
               serviceId.c_str());
     // The list stays here: a hidl_vec of its own would duplicate every descriptor.

@@ -38,15 +38,9 @@ hidl_vec<TensorDimension> Dimensions(const std::vector<AIModelIOTensor>& tensors
 Return<int32_t> ModelManagerServiceHIDL::GetMaxUsedMemory(int32_t clientId) {
     ORVA_LOGI(kManagerTag, "ModelManagerServiceHIDL GetMaxUsedMemory");
     const std::string serviceId = MakeServiceId(clientId);
-    Session session;
-    {
-        MutexLock lock(managerMutex);
-        session = FindSession(serviceId);
-        if (session.manager == nullptr) {
-            activity.Refuse(Refusal::kNoSession);
-            ORVA_LOGE(kManagerTag, "GetMaxUsedMemory service %s is not create", serviceId.c_str());
-            return kStatusNoSession;
-        }
+    const Session session = TakeSession(serviceId, ORVA_HERE);
+    if (session.manager == nullptr) {
+        return kStatusNoSession;
     }
     UpdateServiceTime(serviceId);
     return session.manager->GetMaxUsedMemory();
@@ -55,15 +49,9 @@ Return<int32_t> ModelManagerServiceHIDL::GetMaxUsedMemory(int32_t clientId) {
 Return<int32_t> ModelManagerServiceHIDL::CheckModelValid(int32_t clientId) {
     ORVA_LOGI(kManagerTag, "ModelManagerServiceHIDL CheckModelValid");
     const std::string serviceId = MakeServiceId(clientId);
-    Session session;
-    {
-        MutexLock lock(managerMutex);
-        session = FindSession(serviceId);
-        if (session.manager == nullptr) {
-            activity.Refuse(Refusal::kNoSession);
-            ORVA_LOGE(kManagerTag, "CheckModelValid service %s is not create", serviceId.c_str());
-            return kStatusNoSession;
-        }
+    const Session session = TakeSession(serviceId, ORVA_HERE);
+    if (session.manager == nullptr) {
+        return kStatusNoSession;
     }
     UpdateServiceTime(serviceId);
     return session.manager->CheckModelValid();

@@ -23,15 +23,9 @@ Return<int32_t> ModelManagerServiceHIDL::Process(int32_t clientId, const hidl_st
                                                  int32_t processArg) {
     ORVA_LOGI(kManagerTag, "ModelManagerServiceHIDL Process");
     const std::string serviceId = MakeServiceId(clientId);
-    Session session;
-    {
-        MutexLock lock(managerMutex);
-        session = FindSession(serviceId);
-        if (session.manager == nullptr) {
-            activity.Refuse(Refusal::kNoSession);
-            ORVA_LOGE(kManagerTag, "Process service %s is not create", serviceId.c_str());
-            return kStatusNoSession;
-        }
+    const Session session = TakeSession(serviceId, ORVA_HERE);
+    if (session.manager == nullptr) {
+        return kStatusNoSession;
     }
 
     std::vector<std::shared_ptr<IAITensor>> inputTensors;
@@ -77,16 +71,9 @@ Return<int32_t> ModelManagerServiceHIDL::SetInputsAndOutputs(
         const hidl_vec<AITensorHandle>& outputs) {
     ORVA_LOGI(kManagerTag, "ModelManagerServiceHIDL SetInputsAndOutputs");
     const std::string serviceId = MakeServiceId(clientId);
-    Session session;
-    {
-        MutexLock lock(managerMutex);
-        session = FindSession(serviceId);
-        if (session.manager == nullptr) {
-            activity.Refuse(Refusal::kNoSession);
-            ORVA_LOGE(kManagerTag, "SetInputsAndOutputs service %s is not create",
-                      serviceId.c_str());
-            return kStatusNoSession;
-        }
+    const Session session = TakeSession(serviceId, ORVA_HERE);
+    if (session.manager == nullptr) {
+        return kStatusNoSession;
     }
 
     std::vector<std::shared_ptr<IAITensor>> inputTensors;
@@ -121,16 +108,10 @@ Return<int32_t> ModelManagerServiceHIDL::StartCompute(int32_t clientId,
                                                       const hidl_string& context) {
     ORVA_LOGI(kManagerTag, "ModelManagerServiceHIDL StartCompute");
     const std::string serviceId = MakeServiceId(clientId);
-    Session session;
-    {
-        MutexLock lock(managerMutex);
-        session = FindSession(serviceId);
-        if (session.manager == nullptr) {
-            activity.Refuse(Refusal::kNoSession);
-            ORVA_LOGE(kManagerTag, "StartCompute service %s is not create", serviceId.c_str());
-            // Clients know of no other failure of this method than 1.
-            return kStatusFailure;
-        }
+    const Session session = TakeSession(serviceId, ORVA_HERE);
+    if (session.manager == nullptr) {
+        // Clients know of no other failure of this method than 1.
+        return kStatusFailure;
     }
 
     AIContext managerContext;

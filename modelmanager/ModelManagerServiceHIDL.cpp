@@ -10,6 +10,7 @@
 #include <orva/AIModelManagerFactory.h>
 #include <orva/AIServiceConnectManager.h>
 
+#include "common/ClientAdmission.h"
 #include "common/Log.h"
 #include "common/ModelBuffers.h"
 #include "common/ServiceId.h"
@@ -52,21 +53,28 @@ ModelManagerServiceHIDL::~ModelManagerServiceHIDL() {
 ModelManagerServiceHIDL::Session ModelManagerServiceHIDL::FindSession(
         const std::string& serviceId) {
     const auto found = modelManagers.find(serviceId);
-    if (found == modelManagers.end()) {
-        return {};
+    return found == modelManagers.end() ? Session{}
+                                        : Session{found->second, sessionActivities[serviceId]};
+}
+
+ModelManagerServiceHIDL::Session ModelManagerServiceHIDL::TakeSession(const std::string& serviceId,
+                                                                      const LogSource& method) {
+    MutexLock lock(managerMutex);
+    Session session = FindSession(serviceId);
+    if (session.manager == nullptr) {
+        activity.Refuse(Refusal::kNoSession);
+        ORVA_LOG_FROM(method, ANDROID_LOG_ERROR, kManagerTag, "%s service %s is not create",
+                      method.function, serviceId.c_str());
     }
-    return {found->second, sessionActivities[serviceId]};
+    return session;
 }
 
 void ModelManagerServiceHIDL::UpdateServiceTime(const std::string& serviceId) {
     AIServiceConnectManager* const connections = AIServiceConnectManager::GetInstance();
     connections->UpdateServiceTime(serviceId);
     MutexLock lock(managerMutex);
-    const auto found = sessionActivities.find(serviceId);
-    if (found == sessionActivities.end()) {
+    if (!UseSession(sessionActivities, serviceId)) {
         connections->RemoveServiceTime(serviceId);
-    } else {
-        found->second->Use();
     }
 }
 
@@ -74,16 +82,9 @@ Return<int32_t> ModelManagerServiceHIDL::Init(int32_t clientId, const hidl_strin
                                               const hidl_string& config,
                                               const hidl_vec<ModelBuffer>& models) {
     ORVA_LOGI(kManagerTag, "ModelManagerServiceHIDL Init");
-    AIServiceConnectManager* const connections = AIServiceConnectManager::GetInstance();
-    if (!connections->CheckServiceNum()) {
-        const std::string idle = connections->GetTimeoutServiceId();
-        if (idle.empty()) {
-            ORVA_LOGE(kManagerTag, "The number of service is more than limit, init failed.");
-            activity.Refuse(Refusal::kClientLimit);
-            return kStatusFailure;
-        }
-        // Whoever it is, of either service; the count is not looked at again.
-        RemoveService(idle);
+    if (!AdmitClient(*this, ORVA_HERE)) {
+        activity.Refuse(Refusal::kClientLimit);
+        return kStatusFailure;
     }
 
     const std::string serviceId = MakeServiceId(clientId);

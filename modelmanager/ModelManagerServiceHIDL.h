@@ -16,6 +16,7 @@
 #include <orva/IAITensor.h>
 
 #include "common/Interfaces.h"
+#include "common/Log.h"
 #include "common/Mutex.h"
 #include "debug/ServiceActivity.h"
 #include "debug/StateDump.h"
@@ -106,6 +107,10 @@ private:
 
     ~ModelManagerServiceHIDL() override;
 
+    // The session that a method asks for; nothing, with a line in the log that names the method,
+    // when there is none.
+    Session TakeSession(const std::string& serviceId, const LogSource& method)
+            ORVA_EXCLUDES(managerMutex);
     // Both null when there is no such session.
     Session FindSession(const std::string& serviceId) ORVA_REQUIRES(managerMutex);
     // Tells the connection manager that a session is in use; of one that has been removed since it
@@ -127,8 +132,7 @@ private:
             ORVA_GUARDED_BY(listenerMutex);
 
     // What the state dump shows of each session; the same keys as modelManagers.
-    std::map<std::string, std::shared_ptr<SessionActivity>> sessionActivities
-            ORVA_GUARDED_BY(managerMutex);
+    SessionActivities sessionActivities ORVA_GUARDED_BY(managerMutex);
     ServiceActivity activity;
 };
 

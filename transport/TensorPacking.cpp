@@ -10,7 +10,10 @@
 
 namespace orva::hidl {
 
-bool PackTensor(const std::shared_ptr<IAITensor>& tensor, std::vector<AITensorHandle>& handles) {
+namespace {
+
+// False, and nothing appended, when the tensor cannot be serialized.
+bool Pack(const std::shared_ptr<IAITensor>& tensor, std::vector<AITensorHandle>& handles) {
     // No type name can be asked of a tensor that is not there.
     if (tensor == nullptr) {
         return false;
@@ -23,6 +26,26 @@ bool PackTensor(const std::shared_ptr<IAITensor>& tensor, std::vector<AITensorHa
         return false;
     }
     return true;
+}
+
+}  // namespace
+
+std::vector<AITensorHandle> PackOutputs(const std::vector<std::shared_ptr<IAITensor>>& outputs,
+                                        int32_t& result, ServiceActivity& activity,
+                                        const LogSource& source, const char* tag) {
+    std::vector<AITensorHandle> handles;
+    handles.reserve(outputs.size());
+    for (const std::shared_ptr<IAITensor>& tensor : outputs) {
+        if (!Pack(tensor, handles)) {
+            // Not the position but whether the tensor was there: readers of the log look for it.
+            ORVA_LOG_FROM(source, ANDROID_LOG_ERROR, tag,
+                          "Process output tensor SerializeTo failed, tensor[%d]",
+                          tensor == nullptr ? 1 : 0);
+            activity.Refuse(Refusal::kLostOutput);
+            result = result != 0 ? kStatusFailure : kStatusSuccess;
+        }
+    }
+    return handles;
 }
 
 }  // namespace orva::hidl

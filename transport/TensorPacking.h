@@ -10,11 +10,17 @@
 #include <orva/IAITensor.h>
 
 #include "common/Interfaces.h"
+#include "common/Log.h"
+#include "debug/ServiceActivity.h"
 
 namespace orva::hidl {
 
-// Appends the handle by which a tensor is sent to a peer; it is valid as long as the tensor. False,
-// and nothing appended, when the tensor is null or cannot be serialized.
-bool PackTensor(const std::shared_ptr<IAITensor>& tensor, std::vector<AITensorHandle>& handles);
+// Makes the handles by which a request's outputs are sent to its client, in order; they are valid
+// as long as the tensors. One that is null or cannot be serialized is left out, with a line in the
+// log, and then a `result` other than 0 becomes 1: a shorter list never turns a success into a
+// failure.
+std::vector<AITensorHandle> PackOutputs(const std::vector<std::shared_ptr<IAITensor>>& outputs,
+                                        int32_t& result, ServiceActivity& activity,
+                                        const LogSource& source, const char* tag);
 
 }  // namespace orva::hidl
