@@ -50,9 +50,7 @@ protected:
         return completions.back().result;
     }
 
-    static std::vector<uint8_t> Model(const std::string& name) {
-        return test::ReadFile(std::string(test::kOnnxCases) + "/" + name + "/model.onnx");
-    }
+    static std::vector<uint8_t> Model(const std::string& name) { return test::CaseModel(name); }
 
     std::shared_ptr<AIServiceBase> node_;
     std::shared_ptr<test::Recorder> recorder_ = std::make_shared<test::Recorder>();

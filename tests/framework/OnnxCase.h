@@ -37,6 +37,11 @@ bool LoadOnnxCase(const std::string& folder, OnnxCase& result);
 
 std::vector<uint8_t> ReadFile(const std::string& path);
 
+// The model of a case, by the case's name.
+inline std::vector<uint8_t> CaseModel(const std::string& name) {
+    return ReadFile(std::string(kOnnxCases) + "/" + name + "/model.onnx");
+}
+
 // The names in a list file: one a line, without blank lines and those that start with '#'.
 std::vector<std::string> ReadNames(const std::string& path);
 

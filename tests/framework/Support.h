@@ -74,8 +74,9 @@ inline std::shared_ptr<TestTensor> Floats(const std::vector<float>& values) {
     return std::make_shared<TestTensor>(AI_DATA_TYPE_FLOAT32, std::move(bytes));
 }
 
-// Keeps what a node reports.
-class Recorder : public AIServiceListener {
+// Keeps what a node or a model manager reports.
+template <class Listener>
+class RecorderOf : public Listener {
 public:
     struct Completion {
         std::string tag;  // the context's parameter of that name
@@ -102,5 +103,6 @@ private:
     std::condition_variable changed_;
     std::vector<Completion> completions_;
 };
+using Recorder = RecorderOf<AIServiceListener>;
 
 }  // namespace orva::test

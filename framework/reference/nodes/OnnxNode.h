@@ -8,14 +8,12 @@
 
 #include <orva/reference/RequestHandler.h>
 
-#include "onnx/Engine.h"
+#include "onnx/OnnxRunner.h"
 
 namespace orva::reference {
 
-// Runs the ONNX model given at Init, with the tensors in the order of its graph. Only the model's
-// own dimensions count: a tensor fits when its data type and its bytes do. Float tensors of the
-// model also take byte buffers: an input's bytes become byte * scale + bias, an output's values are
-// rounded and saturated. Configuration parameters: "scale" (1 when not given) and "bias" (0).
+// Runs the ONNX model given at Init, as OnnxRunner does. Configuration parameters:
+// ReadByteConversion's.
 class OnnxNode : public RequestHandler {
 public:
     int32_t Load(const AIConfig& config, std::vector<AIModelDescription>& models) override;
@@ -23,8 +21,7 @@ public:
     int32_t Run(Request& request) override;
 
 private:
-    std::unique_ptr<Engine> engine_;
-    ByteConversion conversion_;
+    std::unique_ptr<OnnxRunner> runner_;
 };
 
 }  // namespace orva::reference

@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <cstring>
 #include <stdexcept>
+#include <utility>
 
 #include <orva/AINeuralNetworkBuffer.h>
 #include <opencv2/core/utils/logger.hpp>
@@ -48,12 +49,10 @@ EngineTensor MakeTensor(const OnnxValue& value) {
     } else {
         Refuse("the element type of " + value.name + " is neither float nor uint8");
     }
-    // A small file must not make the server allocate and compute without bounds.
-    constexpr int64_t kMaxElements = int64_t{1} << 26;
     int64_t elements = 1;
     for (const int64_t dim : value.dims) {
         const int64_t size = dim < 0 ? kOpenDimension : dim;
-        if (size == 0 || size > kMaxElements / elements) {
+        if (size == 0 || size > kMostElements / elements) {
             Refuse("the shape of " + value.name + " is out of range");
         }
         elements *= size;
@@ -100,12 +99,17 @@ bool AllFit(const char* what, const std::vector<EngineTensor>& tensors,
 
 }  // namespace
 
-Engine::Engine(ByteRange file) {
+std::shared_ptr<EngineMemory> Engine::DefaultMemory() {
+    return std::make_shared<EngineMemory>(INT32_MAX);
+}
+
+Engine::Engine(ByteRange file, std::shared_ptr<EngineMemory> memory) : memory_(std::move(memory)) {
     OnnxModel model;
     std::string reason;
     if (!ReadOnnxModel(file, model, reason)) {
         Refuse(reason);
     }
+    name_ = model.name;
     for (const OnnxValue& input : model.inputs) {
         inputs_.push_back(MakeTensor(input));
     }
@@ -117,6 +121,7 @@ Engine::Engine(ByteRange file) {
         Refuse("the model has no output");
     }
     SetUpEngine();
+    const EngineMemoryScope scope(memory_);
     std::vector<uint8_t> closed;
     if (std::any_of(model.inputs.begin(), model.inputs.end(), IsOpen)) {
         closed = CloseShapes(file, model);
@@ -150,6 +155,7 @@ bool Engine::Accepts(const std::vector<BufferView>& inputs, const std::vector<Bu
 
 void Engine::Run(const std::vector<BufferView>& inputs, const std::vector<BufferView>& outputs,
                  const ByteConversion& conversion) {
+    const EngineMemoryScope scope(memory_);
     for (size_t i = 0; i < inputs.size(); ++i) {
         const bool bytes = inputs[i].dataType == AI_DATA_TYPE_UINT8;
         cv::Mat blob = Shape(inputs_[i], bytes ? CV_8U : CV_32F, inputs[i].data);

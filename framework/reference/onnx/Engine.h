@@ -4,25 +4,18 @@
  */
 #pragma once
 
-#include <cstddef>
+#include <memory>
 #include <string>
 #include <vector>
 
 #include <opencv2/dnn.hpp>
 
+#include "onnx/EngineMemory.h"
+#include "onnx/EngineTensor.h"
 #include "onnx/WireReader.h"
 #include "tensor/BufferView.h"
 
 namespace orva::reference {
-
-// An input or output of a loaded model.
-struct EngineTensor {
-    std::string name;
-    // AITensorDataType.
-    int dataType = 0;
-    std::vector<int> dims;
-    size_t elements = 0;
-};
 
 // What becomes of the bytes that a client gives for a float input: value * scale + bias.
 struct ByteConversion {
@@ -36,8 +29,14 @@ class Engine {
 public:
     // Reads a model file and runs it once on zeros, so that what the engine cannot do shows here.
     // Throws a std::exception that says why when the model is refused. Dimensions that the model
-    // leaves open are 1.
-    explicit Engine(ByteRange file);
+    // leaves open are 1. The engine's matrices count to `memory` from here on.
+    explicit Engine(ByteRange file, std::shared_ptr<EngineMemory> memory = DefaultMemory());
+
+    // Memory for the models of one session: less than 2 GiB.
+    static std::shared_ptr<EngineMemory> DefaultMemory();
+
+    // The name that the file gives the model; may be empty.
+    const std::string& name() const { return name_; }
 
     const std::vector<EngineTensor>& inputs() const { return inputs_; }
     const std::vector<EngineTensor>& outputs() const { return outputs_; }
@@ -55,6 +54,9 @@ public:
 private:
     void Forward(std::vector<cv::Mat>& results);
 
+    // Before the matrices that count to it.
+    const std::shared_ptr<EngineMemory> memory_;
+    std::string name_;
     std::vector<EngineTensor> inputs_;
     std::vector<EngineTensor> outputs_;
     std::vector<cv::String> outputNames_;

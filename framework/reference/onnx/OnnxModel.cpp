@@ -60,6 +60,10 @@ private:
         WireReader reader(graph);
         while (reader.Next()) {
             const uint32_t field = reader.field();
+            if (field == 2) {
+                model_.name = reader.bytes().ToString();
+                continue;
+            }
             if (field != 1 && field != 5 && field != 11 && field != 12) {
                 continue;
             }

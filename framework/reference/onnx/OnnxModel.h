@@ -27,6 +27,8 @@ struct OnnxValue {
 
 // What the file format says of a model, in the order of its graph.
 struct OnnxModel {
+    // The graph's name; may be empty.
+    std::string name;
     // Without the inputs that an initializer gives a value to.
     std::vector<OnnxValue> inputs;
     std::vector<OnnxValue> outputs;

@@ -7,6 +7,7 @@
 #include <exception>
 #include <utility>
 
+#include <orva/reference/ModelManager.h>
 #include <orva/reference/ModelManagerRegistry.h>
 
 #include "base/Log.h"
@@ -51,12 +52,8 @@ AIModelManager* AIModelManagerFactory::createModelManager() {
         reference::MutexLock lock(registry.mutex);
         creator = registry.creator;
     }
-    if (!creator) {
-        ORVA_LOGE("no model manager to be had");
-        return nullptr;
-    }
     try {
-        return creator();
+        return creator ? creator() : new reference::ModelManager;
     } catch (const std::exception& error) {
         ORVA_LOGE("cannot make a model manager: %s", error.what());
         return nullptr;

@@ -8,8 +8,8 @@
 
 namespace orva::reference {
 
-// What the reference nodes answer, at Init, at Process and in completions. 1 and 2 are left to the
-// services' own statuses.
+// What the reference nodes and the reference model manager answer, at every call and in
+// completions. 1 and 2 are left to the services' own statuses.
 enum NodeStatus : int32_t {
     kNodeOk = 0,
     kNodeNotReady =

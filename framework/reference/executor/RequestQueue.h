@@ -1,0 +1,87 @@
+/*
+ * Copyright (C) 2026 The orva project
+ * SPDX-License-Identifier: Apache-2.0
+ */
+#pragma once
+
+#include <atomic>
+#include <functional>
+#include <memory>
+#include <utility>
+
+#include <orva/reference/Executor.h>
+#include <orva/reference/NodeStatus.h>
+#include <orva/reference/RequestHandler.h>
+
+#include "base/Guarded.h"
+#include "base/Log.h"
+#include "base/Mutex.h"
+#include "executor/Strand.h"
+
+namespace orva::reference {
+
+// The accepted requests of one node or model manager. They run on an executor, one at a time and in
+// order, and each is reported to the listener exactly once. May be used from any thread.
+template <class Listener>
+class RequestQueue : public std::enable_shared_from_this<RequestQueue<Listener>> {
+public:
+    // Runs a request and returns its result. What it throws becomes kNodeFailed.
+    using Runner = std::function<int32_t(Request&)>;
+
+    // The executor must outlive the posts.
+    explicit RequestQueue(Executor& executor) : strand_(std::make_shared<Strand>(executor)) {}
+
+    int32_t SetListener(const std::shared_ptr<Listener>& listener) {
+        if (listener == nullptr) {
+            ORVA_LOGE("the listener is null");
+            return kNodeBadRequest;
+        }
+        // The old listener is let go of outside the lock.
+        std::shared_ptr<Listener> replaced = listener;
+        MutexLock lock(mutex_);
+        listener_.swap(replaced);
+        lock.Unlock();
+        return kNodeOk;
+    }
+
+    bool HasListener() const {
+        MutexLock lock(mutex_);
+        return listener_ != nullptr;
+    }
+
+    // Takes a request; false when the framework has been shut down. There must be a listener.
+    bool Post(Request request, Runner run) {
+        auto shared = std::make_shared<Request>(std::move(request));
+        if (strand_->Post([self = this->shared_from_this(), shared, run = std::move(run)] {
+                self->Complete(*shared, run);
+            })) {
+            return true;
+        }
+        ORVA_LOGE("a request after the shutdown");
+        return false;
+    }
+
+    // The owner has gone: nobody waits for what its requests would compute. Those that have not
+    // begun end with kNodeStopped.
+    void Close() { closed_ = true; }
+
+private:
+    void Complete(Request& request, const Runner& run) {
+        const int32_t result =
+                closed_ ? kNodeStopped : Guarded("request failed", [&] { return run(request); });
+        std::shared_ptr<Listener> receiver;
+        {
+            MutexLock lock(mutex_);
+            receiver = listener_;
+        }
+        BlockingScope scope(strand_->executor());
+        receiver->OnProcessDone(request.context, result, request.outputs);
+    }
+
+    const std::shared_ptr<Strand> strand_;
+    std::atomic<bool> closed_{false};
+    mutable Mutex mutex_;
+    std::shared_ptr<Listener> listener_ ORVA_GUARDED_BY(mutex_);
+};
+
+}  // namespace orva::reference
