@@ -20,67 +20,41 @@ namespace {
 using namespace orva_test;
 using android::hardware::IPCThreadState;
 using orva::test::V1_0::Level;
-using orva::test::V1_0::Part;
 
 using Calls = TransportTest;
 
-Part part(const char* name, int descriptors) {
-    Part part;
-    part.name = name;
-    part.bytes = {1, 2, 3, 4, 5};
-    part.descriptors = nullDevices(descriptors);
-    part.region = hidl_memory("ashmem", nullDevices(1), 1234);
-    return part;
-}
-
-size_t descriptorsIn(const Part& part) {
-    return static_cast<size_t>(part.descriptors->numFds) +
-           static_cast<size_t>(part.region.handle()->numFds);
-}
-
 TEST_F(Calls, CarryEveryKindOfValueThereAndBack) {
-    PeerProcess server({"serve", "default", "2"});
+    PeerProcess server("serve", "default", "2");
     const sp<IProbe> probe = service();
     Everything sent = {};
-    sent.flag = true;
-    sent.tiny = -1;
-    sent.small = 65535;
-    sent.number = INT32_MIN;
-    sent.large = UINT64_MAX;
-    sent.single = 0.5f;
-    sent.precise = -1e300;
-    sent.level = Level::HIGH;
-    sent.triple[2] = 7;
-    sent.text = "text";
-    sent.texts = {"", "a", std::string(5000, 'b')};
-    sent.rows = {{1, 2, 3}, {}, {4}};
-    sent.part = part("one", 0);
+    sent.values = {true,
+                   -1,
+                   65535,
+                   INT32_MIN,
+                   UINT64_MAX,
+                   0.5f,
+                   -1e300,
+                   Level::HIGH,
+                   {},
+                   "text",
+                   {"", "a", std::string(5000, 'b')},
+                   {{1, 2, 3}, {}, {4}}};
+    sent.values.triple[2] = 7;
     sent.parts.resize(2);
-    sent.parts[0] = part("two", 3);
+    sent.parts[0] = partOf(3, 1);
     const Held before = resourcesOf(probe);
     bool answered = false;
     expectOk(probe->echo(sent, [&](const Everything& back) {
         answered = true;
-        EXPECT_EQ(sent.flag, back.flag);
-        EXPECT_EQ(sent.tiny, back.tiny);
-        EXPECT_EQ(sent.small, back.small);
-        EXPECT_EQ(sent.number, back.number);
-        EXPECT_EQ(sent.large, back.large);
-        EXPECT_EQ(sent.single, back.single);
-        EXPECT_EQ(sent.precise, back.precise);
-        EXPECT_EQ(sent.level, back.level);
-        EXPECT_EQ(sent.triple, back.triple);
-        EXPECT_EQ(sent.text, back.text);
-        EXPECT_EQ(sent.texts, back.texts);
-        EXPECT_EQ(sent.rows, back.rows);
-        EXPECT_EQ(sent.part.name, back.part.name);
-        EXPECT_EQ(sent.part.bytes, back.part.bytes);
-        EXPECT_EQ(1u, descriptorsIn(back.part));
+        EXPECT_EQ(sent.values, back.values);
         ASSERT_EQ(2u, back.parts.size());
-        EXPECT_EQ("two", back.parts[0].name);
-        EXPECT_EQ(4u, descriptorsIn(back.parts[0]));
-        EXPECT_EQ(1234u, back.parts[0].region.size());
-        EXPECT_EQ("ashmem", back.parts[0].region.name());
+        const Part& part = back.parts[0];
+        EXPECT_EQ(sent.parts[0].name, part.name);
+        EXPECT_EQ(sent.parts[0].numbers, part.numbers);
+        EXPECT_EQ(3, part.descriptors->numFds);
+        EXPECT_EQ(1, part.region.handle()->numFds);
+        EXPECT_EQ(4096u, part.region.size());
+        EXPECT_EQ("ashmem", part.region.name());
         EXPECT_EQ(nullptr, back.parts[1].descriptors.getNativeHandle());
         EXPECT_EQ(nullptr, back.parts[1].region.handle());
     }));
@@ -89,14 +63,13 @@ TEST_F(Calls, CarryEveryKindOfValueThereAndBack) {
 }
 
 TEST_F(Calls, LendDescriptorsForTheirTime) {
-    PeerProcess server({"serve", "default", "2"});
+    PeerProcess server("serve", "default", "2");
     const sp<IProbe> probe = service();
     const Held before = resourcesOf(probe);
-    expectOk(probe->receive(nullDevices(5), hidl_memory("ashmem", nullDevices(2), 1),
-                            [](int32_t count, bool sound) {
-                                EXPECT_EQ(7, count);
-                                EXPECT_TRUE(sound);
-                            }));
+    expectOk(probe->receive(partOf(5, 2), [](int32_t count, bool sound) {
+        EXPECT_EQ(7, count);
+        EXPECT_TRUE(sound);
+    }));
     std::vector<int> lent;
     hidl_handle kept;
     expectOk(probe->give(3, [&](const hidl_handle& given) {
@@ -115,7 +88,7 @@ TEST_F(Calls, LendDescriptorsForTheirTime) {
 }
 
 TEST_F(Calls, AreLimitedInWhatTheyCarry) {
-    PeerProcess server({"serve", "default", "2"});
+    PeerProcess server("serve", "default", "2");
     const sp<IProbe> probe = service();
     const Held before = resourcesOf(probe);
     const auto text = [&](uint32_t size) {
@@ -127,7 +100,7 @@ TEST_F(Calls, AreLimitedInWhatTheyCarry) {
                                [&](const hidl_string& given) { EXPECT_EQ(size, given.size()); });
     };
     const auto take = [&](int first, int second) {
-        return probe->receive(nullDevices(first), hidl_memory("", nullDevices(second), 1),
+        return probe->receive(partOf(first, second),
                               [&](int32_t count, bool) { EXPECT_EQ(first + second, count); });
     };
     const auto give = [&](uint32_t count) {
@@ -135,8 +108,8 @@ TEST_F(Calls, AreLimitedInWhatTheyCarry) {
             EXPECT_EQ(static_cast<int>(count), given->numFds);
         });
     };
-    hidl_handle closed = nullDevices(1);
-    const int number = closed->data[0];
+    const Part closed = partOf(1, 0);
+    const int number = closed.descriptors->data[0];
     const int spare = dup(number);
     close(number);
     struct {
@@ -153,7 +126,7 @@ TEST_F(Calls, AreLimitedInWhatTheyCarry) {
             {"254 descriptors of two handles", false, take(200, 54)},
             {"253 descriptors of a result", true, give(253)},
             {"254 descriptors of a result", false, give(254)},
-            {"a closed descriptor", false, probe->receive(closed, {}, [](int32_t, bool) {})},
+            {"a closed descriptor", false, probe->receive(closed, [](int32_t, bool) {})},
     };
     for (const auto& each : cases) {
         EXPECT_EQ(each.passes, each.result.isOk()) << each.what;
@@ -183,7 +156,7 @@ Caller callerOf(const sp<IProbe>& probe, const sp<IProbe>& inner) {
 }
 
 TEST_F(Calls, KnowTheirCaller) {
-    PeerProcess server({"serve", "default", "2"});
+    PeerProcess server("serve", "default", "2");
     const sp<IProbe> remote = service();
 
     struct Notes : Probe {
@@ -220,7 +193,7 @@ TEST_F(Calls, KnowTheirCaller) {
 }
 
 TEST_F(Calls, BackAreServedByTheThreadThatWaits) {
-    PeerProcess server({"serve", "default", "1"});
+    PeerProcess server("serve", "default", "1");
     const sp<IProbe> remote = service();
     uint64_t servedBy = 0;
     expectOk(remote->thread(new Probe, [&](uint64_t, uint64_t others) { servedBy = others; }));
@@ -228,7 +201,7 @@ TEST_F(Calls, BackAreServedByTheThreadThatWaits) {
 }
 
 TEST_F(Calls, NestOnlyToALimit) {
-    PeerProcess server({"serve", "default", "1"});
+    PeerProcess server("serve", "default", "1");
     const sp<IProbe> remote = service();
     const sp<IProbe> local = new Probe;
     const auto nest = [&](int32_t depth) {
@@ -245,7 +218,7 @@ TEST_F(Calls, NestOnlyToALimit) {
 
 TEST_F(Calls, OfManyThreadsRunAtOnceUpToTheServersBound) {
     static constexpr int kThreads = 3;
-    PeerProcess server({"serve", "default", std::to_string(kThreads)});
+    PeerProcess server("serve", "default", std::to_string(kThreads));
     const sp<IProbe> probe = service();
     std::vector<std::thread> callers;
     for (int i = 0; i < 3 * kThreads; ++i) {
@@ -266,7 +239,7 @@ TEST_F(Calls, OfManyThreadsRunAtOnceUpToTheServersBound) {
 }
 
 TEST_F(Calls, FromAThreadOfItsOwnReachAClientThatIsInACall) {
-    PeerProcess server({"serve", "default", "2"});
+    PeerProcess server("serve", "default", "2");
     const sp<IProbe> probe = service();
     expectOk(probe->hold(new Probe));
     std::thread waiting([&] { expectOk(probe->stay()); });
@@ -278,7 +251,7 @@ TEST_F(Calls, FromAThreadOfItsOwnReachAClientThatIsInACall) {
 }
 
 TEST_F(Calls, ToTheBaseOfAnObjectAnswer) {
-    PeerProcess server({"serve", "default", "1"});
+    PeerProcess server("serve", "default", "1");
     const sp<IProbe> probe = service();
     expectOk(probe->ping());
     std::vector<std::string> chain;
@@ -298,7 +271,7 @@ TEST_F(Calls, ToTheBaseOfAnObjectAnswer) {
 }
 
 TEST_F(Calls, ThatTheServerDoesNotSurviveAreDead) {
-    PeerProcess server({"serve", "default", "2"});
+    PeerProcess server("serve", "default", "2");
     const sp<IProbe> probe = service();
     std::thread waiting([&] {
         const Return<void> result = probe->stay();
@@ -316,8 +289,8 @@ TEST_F(Calls, ThatTheServerDoesNotSurviveAreDead) {
 }
 
 TEST_F(Calls, WithAThirdProcesssObjectFailAlone) {
-    PeerProcess first({"serve", "first", "1"});
-    PeerProcess second({"serve", "second", "1"});
+    PeerProcess first("serve", "first", "1");
+    PeerProcess second("serve", "second", "1");
     const sp<IProbe> one = service("first");
     const sp<IProbe> two = service("second");
     const Return<void> result = two->hold(one);

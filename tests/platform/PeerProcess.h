@@ -4,40 +4,25 @@
  */
 #pragma once
 
-#include <sys/types.h>
-
 #include <string>
-#include <vector>
 
-#include <android-base/unique_fd.h>
+#include <gtest/gtest.h>
+
+#include "support/ChildProcess.h"
 
 namespace orva_test {
 
-// A process of the program probe_peer, with its own end of a connection under test. Killed and
-// waited for at the end, if it still runs.
-class PeerProcess {
+// A process of the program probe_peer, with its own end of a connection under test.
+class PeerProcess : public orva::test::ChildProcess {
 public:
-    // Runs probe_peer with these arguments and waits until it says that it is ready.
-    explicit PeerProcess(const std::vector<std::string>& arguments);
-    ~PeerProcess();
-    PeerProcess(const PeerProcess&) = delete;
-    PeerProcess& operator=(const PeerProcess&) = delete;
+    // Runs it with these arguments and waits until it says that it is ready.
+    template <typename... Words>
+    explicit PeerProcess(const Words&... words) : ChildProcess({PROBE_PEER, words...}) {
+        EXPECT_EQ("ready", readLine());
+    }
 
-    pid_t pid() const { return mPid; }
     // The next line of its output; empty when it ends without one.
-    std::string readLine();
-    void signal(int number) const;
-    // Stops all its threads, until it is killed.
-    void halt();
-    // Waits for its end: its exit status, or minus the signal that ended it.
-    int wait();
-    // SIGKILL, and waits.
-    void kill();
-
-private:
-    pid_t mPid = -1;
-    android::base::unique_fd mOutput;
-    std::string mRead;
+    std::string readLine() { return output().next().value_or(""); }
 };
 
 }  // namespace orva_test

@@ -10,15 +10,16 @@
 #include <algorithm>
 #include <cstdio>
 #include <mutex>
+#include <random>
 #include <thread>
 #include <vector>
 
-#include <cutils/ashmem.h>
+#include <gtest/gtest.h>
 #include <hwbinder/IPCThreadState.h>
 #include <orva_platform/Runtime.h>
 
-#include "Eventually.h"
 #include "support/Descriptors.h"
+#include "support/Eventually.h"
 #include "support/ResourceTest.h"
 
 namespace orva_test {
@@ -223,7 +224,7 @@ Return<void> Probe::stay() {
         puts("in");  // Whoever started the process can wait for it when no thread is left to ask.
         fflush(stdout);
     }
-    eventually([] { return !state().gateShut; });
+    orva::test::eventually([] { return !state().gateShut; });
     std::lock_guard<std::mutex> guard(state().lock);
     --state().staying;
     return Void();
@@ -239,21 +240,11 @@ void Probe::openTheGate() {
     state().gateShut = false;
 }
 
-Return<void> Probe::openGate() {
-    openTheGate();
-    return Void();
-}
-
-Return<void> Probe::shutGate() {
-    state().gateShut = true;
-    return Void();
-}
-
-Return<void> Probe::receive(const hidl_handle& descriptors, const hidl_memory& region,
-                            receive_cb answer) {
+Return<void> Probe::receive(const Part& part, receive_cb answer) {
     int32_t count = 0;
     bool sound = true;
-    for (const native_handle_t* handle : {descriptors.getNativeHandle(), region.handle()}) {
+    for (const native_handle_t* handle :
+         {part.descriptors.getNativeHandle(), part.region.handle()}) {
         for (int i = 0; handle != nullptr && i < handle->numFds; ++i) {
             ++count;
             sound = sound && isCloseOnExec(handle->data[i]);
@@ -299,6 +290,47 @@ Held resourcesOf(const sp<IProbe>& probe) {
     return held;
 }
 
+void callAtRandom(const sp<IProbe>& server, unsigned seed, const std::function<bool()>& goesOn) {
+    std::minstd_rand random(seed);
+    const sp<IProbe> local = new Probe;
+    const auto check = [](const auto& result) {
+        EXPECT_TRUE(result.isOk()) << result.description();
+    };
+    while (goesOn()) {
+        switch (random() % 8) {
+        case 0:
+            check(server->hold(local));
+            break;
+        case 1:
+            server->held().isOk();  // It may be another process's, and so not to be had.
+            break;
+        case 2:
+            check(server->letGo());
+            break;
+        case 3:
+            check(server->callHeld());
+            break;
+        case 4:
+            check(server->nest(local, static_cast<int32_t>(random() % 10),
+                               [](int32_t, int32_t) {}));
+            break;
+        case 5:
+            if (const sp<IProbe> made = server->make().withDefault(nullptr)) {
+                check(made->ping());
+                check(made->note(1));
+            }
+            break;
+        case 6:
+            check(server->receive(partOf(3, 1), [](int32_t count, bool) { EXPECT_EQ(4, count); }));
+            break;
+        default: {
+            const hidl_string text(std::string(random() % 60'000, 's'));
+            check(server->text(text, [&](const hidl_string& back) { EXPECT_EQ(text, back); }));
+        }
+        }
+    }
+}
+
 hidl_handle nullDevices(int count) {
     native_handle_t* native = native_handle_create(count, 0);
     for (int i = 0; i < count; ++i) {
@@ -307,6 +339,15 @@ hidl_handle nullDevices(int count) {
     hidl_handle handle;
     handle.setTo(native, true);
     return handle;
+}
+
+Part partOf(int descriptors, int inRegion) {
+    Part part;
+    part.name = "some text";
+    part.numbers = {1, 2, 3};
+    part.descriptors = nullDevices(descriptors);
+    part.region = hidl_memory("ashmem", nullDevices(inRegion), 4096);
+    return part;
 }
 
 }  // namespace orva_test

@@ -5,6 +5,7 @@
 #pragma once
 
 #include <atomic>
+#include <functional>
 
 #include <orva/test/1.0/IProbe.h>
 
@@ -20,6 +21,7 @@ using android::hardware::Return;
 using orva::test::V1_0::Everything;
 using orva::test::V1_0::Held;
 using orva::test::V1_0::IProbe;
+using orva::test::V1_0::Part;
 
 // The object under test at either end; what it holds and notes is the process's, shared by all.
 class Probe : public IProbe {
@@ -47,10 +49,7 @@ public:
     Return<void> notes(notes_cb answer) override;
     Return<void> stay() override;
     Return<void> staying(staying_cb answer) override;
-    Return<void> openGate() override;
-    Return<void> shutGate() override;
-    Return<void> receive(const hidl_handle& descriptors, const hidl_memory& region,
-                         receive_cb answer) override;
+    Return<void> receive(const Part& part, receive_cb answer) override;
     Return<void> give(uint32_t descriptors, give_cb answer) override;
     Return<void> giveText(uint32_t size, giveText_cb answer) override;
     Return<void> resources(resources_cb answer) override;
@@ -69,7 +68,13 @@ private:
 Held resourcesHere();
 Held resourcesOf(const sp<IProbe>& probe);
 
+// Calls at random until it is told to stop. No call may fail, whatever others do meanwhile.
+void callAtRandom(const sp<IProbe>& server, unsigned seed, const std::function<bool()>& goesOn);
+
 // The descriptors of /dev/null that a handle has; owned by it.
 hidl_handle nullDevices(int count);
+
+// A part with so many in its handle and in its memory.
+Part partOf(int descriptors, int inRegion);
 
 }  // namespace orva_test

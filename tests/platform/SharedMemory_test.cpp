@@ -3,7 +3,6 @@
  * SPDX-License-Identifier: Apache-2.0
  */
 #include <cutils/ashmem.h>
-#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <orva_platform/SharedMemory.h>
 #include <sys/mman.h>
@@ -13,7 +12,10 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstdio>
+#include <filesystem>
 #include <string>
+
+#include "support/Descriptors.h"
 
 namespace {
 
@@ -26,31 +28,20 @@ TEST(Ashmem, RegionIsANamedMemoryFileOfTheAskedSize) {
     ASSERT_EQ(fstat(fd, &info), 0);
     EXPECT_EQ(info.st_size, static_cast<off_t>(3 * kPage + 20));
     EXPECT_EQ(ashmem_get_size_region(fd), static_cast<int>(3 * kPage + 20));
-    EXPECT_NE(fcntl(fd, F_GETFD) & FD_CLOEXEC, 0);
-    char target[64] = {};
-    ASSERT_GT(readlink(("/proc/self/fd/" + std::to_string(fd)).c_str(), target, sizeof target - 1),
-              0);
-    EXPECT_STREQ(target, "/memfd:a tensor (deleted)");
+    EXPECT_TRUE(orva_test::isCloseOnExec(fd));
+    EXPECT_EQ(std::filesystem::read_symlink("/proc/self/fd/" + std::to_string(fd)),
+              "/memfd:a tensor (deleted)");
     close(fd);
 }
 
-TEST(Ashmem, ImpossibleSizeIsRefusedWithoutADescriptorLeftOver) {
-    const int before = dup(0);
-    close(before);
+TEST(Ashmem, WhatCannotBeIsRefusedWithoutADescriptorLeftOver) {
+    const std::set<int> before = orva_test::openDescriptors();
     EXPECT_LT(ashmem_create_region("too large", size_t{1} << 63), 0);
     EXPECT_EQ(errno, EINVAL);
-    const int after = dup(0);
-    close(after);
-    EXPECT_EQ(before, after);
-}
-
-TEST(Ashmem, OnlyMemoryFilesAreRegions) {
-    int pipes[2];
-    ASSERT_EQ(pipe(pipes), 0);
-    EXPECT_FALSE(ashmem_valid(pipes[0]));
-    EXPECT_LT(ashmem_get_size_region(pipes[0]), 0);
-    close(pipes[0]);
-    close(pipes[1]);
+    EXPECT_EQ(before, orva_test::openDescriptors());
+    // Only memory files are regions.
+    EXPECT_FALSE(ashmem_valid(STDIN_FILENO));
+    EXPECT_LT(ashmem_get_size_region(STDIN_FILENO), 0);
 }
 
 TEST(Ashmem, RegionMadeReadOnlyCannotBeMappedForWritingAgain) {

@@ -10,12 +10,14 @@
 #include <gtest/gtest.h>
 #include <orva_platform/Runtime.h>
 
-#include "Eventually.h"
 #include "PeerProcess.h"
 #include "Probe.h"
+#include "support/Eventually.h"
 #include "support/ResourceTest.h"
 
 namespace orva_test {
+
+using orva::test::eventually;
 
 template <typename T>
 void expectOk(const Return<T>& result) {
@@ -57,6 +59,13 @@ protected:
 
     static sp<IProbe> service(const std::string& instance = "default") {
         return IProbe::getService(instance);
+    }
+
+    // The cookies of the deaths that a server was told of.
+    static std::vector<uint64_t> deathsAt(const sp<IProbe>& server) {
+        std::vector<uint64_t> deaths;
+        expectOk(server->deaths([&](const hidl_vec<uint64_t>& cookies) { deaths = cookies; }));
+        return deaths;
     }
 
     // Whether a server comes to hold what it held before, its pool's threads apart.

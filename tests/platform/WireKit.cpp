@@ -4,7 +4,6 @@
  */
 #include "WireKit.h"
 
-#include <fcntl.h>
 #include <sys/socket.h>
 
 #include <algorithm>
@@ -17,6 +16,7 @@
 
 #include "hwbinder/RemoteObject.h"
 #include "socket/OutgoingMessage.h"
+#include "socket/ReceivedMessage.h"
 
 namespace orva_test {
 
@@ -39,6 +39,29 @@ struct OneNumber : ObjectNumbers {
     void takeBackMention(const sp<IBinder>&) override {}
 };
 
+// What a parcel becomes on the wire; nothing when it is too large.
+WireMessage pack(const Parcel& parcel, MessageKind kind, uint32_t code = 0, uint32_t flags = 0) {
+    OneNumber numbers;
+    OutgoingMessage outgoing(kind, numbers);
+    outgoing.header.target = 1;
+    outgoing.header.code = code;
+    outgoing.header.flags = flags;
+    SocketPair sockets;
+    WireMessage message;
+    if (outgoing.pack(parcel) != android::NO_ERROR ||
+        outgoing.send(sockets.ours.get(), TimeLimit(1)) != Io::kDone) {
+        return message;
+    }
+    for (size_t size = 1; size > 0;) {
+        std::vector<uint8_t> packet(kPacketSize);
+        size = 0;
+        receivePacket(sockets.theirs.get(), packet.data(), packet.size(), &size,
+                      &message.descriptors, Wait::kNo);
+        message.bytes.insert(message.bytes.end(), packet.begin(), packet.begin() + size);
+    }
+    return message;
+}
+
 struct DeadObject : RemoteObject {
     status_t transact(uint32_t, const Parcel&, Parcel*, uint32_t) override {
         return android::DEAD_OBJECT;
@@ -57,21 +80,12 @@ struct Recorder : RemoteObject {
 // The peer's objects are all dead, and it holds one of ours.
 struct Finder : ObjectFinder {
     explicit Finder(const sp<IBinder>& held) : mHeld(held) {}
-    sp<IBinder> remote(uint64_t) override { return new BpHwBinder(std::make_unique<DeadObject>()); }
+    sp<IBinder> remote(uint64_t) override { return deadBinder(); }
     sp<IBinder> local(uint64_t number) override { return number == 1 ? mHeld : nullptr; }
     const sp<IBinder> mHeld;
 };
 
 }  // namespace
-
-WireMessage WireMessage::copy() const {
-    WireMessage copy;
-    copy.bytes = bytes;
-    for (const unique_fd& descriptor : descriptors) {
-        copy.descriptors.emplace_back(fcntl(descriptor.get(), F_DUPFD_CLOEXEC, 0));
-    }
-    return copy;
-}
 
 MessageHeader& WireMessage::header() {
     return *reinterpret_cast<MessageHeader*>(bytes.data());
@@ -94,40 +108,13 @@ uint8_t* WireMessage::buffer(size_t index) {
     return at;
 }
 
-size_t WireMessage::indexOf(uint32_t type, size_t n) {
-    for (size_t i = 0; i < header().objectCount; ++i) {
-        if (object<binder_object_header>(i).type == type && n-- == 0) {
-            return i;
-        }
-    }
-    abort();
+sp<IBinder> deadBinder() {
+    return new BpHwBinder(std::make_unique<DeadObject>());
 }
 
 WireMessage record(const std::function<void(const sp<IBinder>&)>& call) {
     WireMessage message;
     call(new BpHwBinder(std::make_unique<Recorder>(&message)));
-    return message;
-}
-
-WireMessage pack(const Parcel& parcel, MessageKind kind, uint32_t code, uint32_t flags) {
-    OneNumber numbers;
-    OutgoingMessage outgoing(kind, numbers);
-    outgoing.header.target = 1;
-    outgoing.header.code = code;
-    outgoing.header.flags = flags;
-    SocketPair sockets;
-    WireMessage message;
-    if (outgoing.pack(parcel) != android::NO_ERROR ||
-        outgoing.send(sockets.ours.get(), TimeLimit(1)) != Io::kDone) {
-        return message;
-    }
-    for (size_t size = 1; size > 0;) {
-        std::vector<uint8_t> packet(kPacketSize);
-        size = 0;
-        receivePacket(sockets.theirs.get(), packet.data(), packet.size(), &size,
-                      &message.descriptors, Wait::kNo);
-        message.bytes.insert(message.bytes.end(), packet.begin(), packet.begin() + size);
-    }
     return message;
 }
 
@@ -166,17 +153,12 @@ Fate deliver(const WireMessage& message, BHwBinder& stub) {
     send(sockets.ours.get(), message);
     sockets.ours.reset();  // Nothing follows, so that what is missing is not waited for.
     std::unique_ptr<ReceivedMessage> received;
-    const Io io = ReceivedMessage::receive(sockets.theirs.get(), Wait::kNo, &received);
-    return io == Io::kDone ? serve(std::move(received), stub) : Fate{io, 0, {}};
-}
-
-Fate serve(std::unique_ptr<ReceivedMessage> message, BHwBinder& stub) {
+    Fate fate = {ReceivedMessage::receive(sockets.theirs.get(), Wait::kNo, &received), 0, {}};
     Finder finder(&stub);
-    if (!message->resolve(finder)) {
-        return {Io::kBroken, 0, {}};
+    if (fate.io != Io::kDone || !received->resolve(finder)) {
+        fate.io = fate.io == Io::kDone ? Io::kBroken : fate.io;
+        return fate;
     }
-    const MessageHeader header = message->header();
-    Fate fate = {Io::kDone, 0, {}};
     bool answered = false;
     const auto answer = [&](Parcel& out) {
         answered = true;
@@ -185,9 +167,10 @@ Fate serve(std::unique_ptr<ReceivedMessage> message, BHwBinder& stub) {
             fate.reply.assign(sent.data(), sent.data() + sent.header().dataSize);
         }
     };
+    const MessageHeader header = received->header();
     Parcel data;
     Parcel reply;
-    data.setIncoming(std::move(message));
+    data.setIncoming(std::move(received));
     fate.status = stub.transact(header.code, data, &reply, header.flags, answer);
     if (!answered && fate.status == android::NO_ERROR) {
         answer(reply);  // What returns nothing leaves it to the transport.

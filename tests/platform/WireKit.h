@@ -6,7 +6,6 @@
 
 #include <cstdint>
 #include <functional>
-#include <memory>
 #include <ostream>
 #include <vector>
 
@@ -14,7 +13,6 @@
 #include <hwbinder/Binder.h>
 
 #include "socket/Packet.h"
-#include "socket/ReceivedMessage.h"
 #include "socket/Wire.h"
 
 namespace orva_test {
@@ -23,8 +21,6 @@ namespace orva_test {
 struct WireMessage {
     std::vector<uint8_t> bytes;  // Of all its packets.
     std::vector<android::base::unique_fd> descriptors;
-
-    WireMessage copy() const;
 
     android::hardware::socket::MessageHeader& header();
     uint8_t* data();
@@ -36,16 +32,21 @@ struct WireMessage {
     }
     // The bytes of the buffer object of that number.
     uint8_t* buffer(size_t index);
-    // Where a type's n-th object is among the objects.
-    size_t indexOf(uint32_t type, size_t n);
 };
+
+// An object of a process that has gone.
+android::sp<android::hardware::IBinder> deadBinder();
 
 // What a call through a proxy for `binder` puts on the wire; the call itself fails.
 WireMessage record(const std::function<void(const android::sp<android::hardware::IBinder>&)>& call);
-// The same for a parcel.
-WireMessage pack(const android::hardware::Parcel& parcel,
-                 android::hardware::socket::MessageKind kind, uint32_t code = 0,
-                 uint32_t flags = 0);
+// The same for a proxy of this class.
+template <typename Proxy, typename Call>
+WireMessage recordOf(Call call) {
+    return record([&](const android::sp<android::hardware::IBinder>& binder) {
+        const android::sp<Proxy> proxy = new Proxy(binder);
+        call(*proxy).isOk();
+    });
+}
 
 // Sends all packets of a message; for messages that fit into a socket.
 void send(int socket, const WireMessage& message);
@@ -69,8 +70,5 @@ struct Fate {
 std::ostream& operator<<(std::ostream& out, const Fate& fate);
 
 Fate deliver(const WireMessage& message, android::hardware::BHwBinder& stub);
-// The latter half: serves what was received already.
-Fate serve(std::unique_ptr<android::hardware::socket::ReceivedMessage> message,
-           android::hardware::BHwBinder& stub);
 
 }  // namespace orva_test

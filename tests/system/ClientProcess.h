@@ -6,7 +6,7 @@
 
 #include <string>
 
-#include "system/ChildProcess.h"
+#include "support/ChildProcess.h"
 
 namespace orva::test {
 
@@ -27,21 +27,10 @@ public:
 
     // Waits until a step that was begun has come to a system call and waits there.
     bool awaitWaitingFor(long systemCall) {
-        const auto deadline = std::chrono::steady_clock::now() + kWatchdog;
-        while (!mProcess.waitsIn(systemCall)) {
-            if (std::chrono::steady_clock::now() > deadline) {
-                return false;
-            }
-            std::this_thread::yield();
-        }
-        return true;
+        return eventually([&] { return mProcess.waitsIn(systemCall); });
     }
 
-    // SIGKILL, and until the process is no more.
-    void kill() {
-        mProcess.signal(SIGKILL);
-        mProcess.await();
-    }
+    void kill() { mProcess.kill(); }
     // Has it end by itself; its exit code.
     int finish() {
         mProcess.closeInput();

@@ -5,7 +5,6 @@
 #include "system/HostProcess.h"
 
 #include <csignal>
-#include <thread>
 
 namespace orva::test {
 
@@ -33,13 +32,11 @@ int HostProcess::stop() {
 }
 
 ProcessState HostProcess::settledTo(const ProcessState& then) const {
-    // The kernel tells nobody when another process closes a descriptor, so this looks again.
-    const auto deadline = std::chrono::steady_clock::now() + kWatchdog;
-    ProcessState now = state();
-    while (!now.holdsAsMuchAs(then) && std::chrono::steady_clock::now() < deadline) {
-        std::this_thread::sleep_for(std::chrono::milliseconds(5));
+    ProcessState now;
+    eventually([&] {
         now = state();
-    }
+        return now.holdsAsMuchAs(then);
+    });
     return now;
 }
 

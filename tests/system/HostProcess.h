@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "system/ChildProcess.h"
+#include "support/ChildProcess.h"
 #include "system/ProcessState.h"
 
 namespace orva::test {

@@ -25,9 +25,6 @@ void SystemTest::TearDown() {
     orva_platform::stop();
     if (mHost != nullptr) {
         EXPECT_EQ(mHost->stop(), 0);
-        if (HasFailure()) {
-            fprintf(stderr, "The host's log:\n%s", mHost->log().text().c_str());
-        }
         mHost.reset();
     }
     std::filesystem::remove_all(mFolder);

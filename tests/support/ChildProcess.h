@@ -11,12 +11,12 @@
 #include <android-base/unique_fd.h>
 #include <sys/types.h>
 
-#include "system/LineReader.h"
+#include "support/LineReader.h"
 
 namespace orva::test {
 
 // A program run as a child of the test, with its standard streams in the test's hands. It does not
-// outlive the object, nor the test.
+// outlive the object, nor the test; if that failed by then, what the child said of errors is shown.
 class ChildProcess {
 public:
     // `command` is the program's path and its arguments.
@@ -34,6 +34,8 @@ public:
     void closeInput() { mInput.reset(); }
 
     void signal(int number) const;
+    // SIGKILL, and until the process is no more.
+    void kill();
     // SIGSTOP, and until nothing of the child runs any more.
     void freeze() const;
     void thaw() const;

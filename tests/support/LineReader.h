@@ -14,10 +14,9 @@
 #include <utils/Condition.h>
 #include <utils/Mutex.h>
 
-namespace orva::test {
+#include "support/Eventually.h"
 
-// Nothing that a test waits for takes this long, not even under a sanitizer on a busy machine.
-constexpr std::chrono::seconds kWatchdog{60};
+namespace orva::test {
 
 // Keeps every line that another process writes into a pipe, so that it never waits for its reader.
 // Every operation may be called from any thread.

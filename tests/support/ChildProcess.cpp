@@ -2,7 +2,7 @@
  * Copyright (C) 2026 The orva project
  * SPDX-License-Identifier: Apache-2.0
  */
-#include "system/ChildProcess.h"
+#include "support/ChildProcess.h"
 
 #include <cerrno>
 #include <csignal>
@@ -15,6 +15,8 @@
 #include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
+
+#include <gtest/gtest.h>
 
 namespace orva::test {
 
@@ -71,9 +73,11 @@ ChildProcess::ChildProcess(const std::vector<std::string>& command) {
 }
 
 ChildProcess::~ChildProcess() {
-    if (!mEnded) {
-        signal(SIGKILL);
-        await();
+    kill();
+    if (testing::Test::HasFailure()) {
+        while (mErrors->next()) {
+        }
+        fprintf(stderr, "What process %d said:\n%s", mPid, mErrors->text().c_str());
     }
 }
 
@@ -84,8 +88,13 @@ bool ChildProcess::write(const std::string& line) {
 
 void ChildProcess::signal(int number) const {
     if (!mEnded) {
-        kill(mPid, number);
+        ::kill(mPid, number);
     }
+}
+
+void ChildProcess::kill() {
+    signal(SIGKILL);
+    await();
 }
 
 void ChildProcess::freeze() const {

@@ -2,7 +2,7 @@
  * Copyright (C) 2026 The orva project
  * SPDX-License-Identifier: Apache-2.0
  */
-#include "system/LineReader.h"
+#include "support/LineReader.h"
 
 #include <algorithm>
 #include <cerrno>
