@@ -7,25 +7,20 @@
 
 #include <cstring>
 
-#include "modelmanager/Fakes.h"
-#include "support/Seam.h"
+#include "support/services/ServiceTest.h"
 
 namespace orva::hidl::test {
 namespace {
 
 using android::hardware::hidl_string;
 using android::hardware::hidl_vec;
-using ::orva::test::Call;
-using ::orva::test::CallCount;
-using ::orva::test::Fault;
-using ::orva::test::Region;
 
 constexpr uint64_t kLimit = 209715200;
 
-class ModelManagerBuilding : public ModelManagerTest {
+class ModelManagerBuilding : public ServiceTest {
 protected:
     void SetUp() override {
-        ModelManagerTest::SetUp();
+        ServiceTest::SetUp();
         ASSERT_EQ(0, Init(5));
         journal_.Take();
     }
@@ -103,7 +98,7 @@ TEST_F(ModelManagerBuilding, HandsTheRegionsToTheModelManager) {
     EXPECT_EQ(3U, answer.unmapped);
     EXPECT_TRUE(answer.linesBefore.empty());
     EXPECT_EQ((Lines{Info("BuildModel", "Build model success.")}), answer.linesAfter);
-    EXPECT_EQ((Entries{"- UpdateServiceTime " + IdOf(5), "- manager BuildModel", "- answer"}),
+    EXPECT_EQ((Entries{"- UpdateServiceTime " + IdOf(5), "- framework BuildModel", "- answer"}),
               answer.entries);
     EXPECT_EQ((std::vector<char>{'b', 'u', 'i', 'l', 't'}),
               ::orva::test::ReadRegion<char>(output_.Fd(), 5));
@@ -219,13 +214,13 @@ TEST_F(ModelManagerBuilding, SessionMayEndMeanwhile) {
     script_.duringBuild = [&](const std::vector<MappedBuffer>&, const MappedBuffer& output,
                               uint32_t& size) {
         service_->UnInit(5);
-        EXPECT_EQ(1U, script_.alive);
+        EXPECT_EQ(1, script_.alive);
         memset(output.address, 1, output.length);
         size = output.length;
     };
     const Answer answer = Build(5, {Model("", &first_, 4096)}, Model("", &output_, 4096));
     EXPECT_EQ(4096U, answer.size);
-    EXPECT_EQ(0U, script_.alive);
+    EXPECT_EQ(0, script_.alive);
 }
 
 TEST_F(ModelManagerBuilding, EveryCallIsCounted) {

@@ -2,17 +2,12 @@
  * Copyright (C) 2026 The orva project
  * SPDX-License-Identifier: Apache-2.0
  */
-#include "modelmanager/Fakes.h"
-#include "support/Seam.h"
+#include "support/services/ServiceTest.h"
 
 namespace orva::hidl::test {
 namespace {
 
 using android::hardware::hidl_vec;
-using ::orva::test::Call;
-using ::orva::test::CallCount;
-using ::orva::test::Fault;
-using ::orva::test::Region;
 
 bool SameDimensions(const hidl_vec<TensorDimension>& dimensions,
                     const std::vector<std::vector<int32_t>>& expected) {
@@ -33,7 +28,7 @@ AIModelIOTensor Tensor(int32_t dim0, int32_t dim1, int32_t dim2, int32_t dim3) {
     return tensor;
 }
 
-class ModelManagerQueries : public ModelManagerTest {
+class ModelManagerQueries : public ServiceTest {
 protected:
     struct Answer {
         int calls = 0;
@@ -86,12 +81,13 @@ TEST_F(ModelManagerQueries, PassTheModelManagersAnswersOn) {
     script_.valid = -4;
     EXPECT_EQ(2, service_->GetMaxUsedMemory(5));
     EXPECT_EQ(-4, service_->CheckModelValid(5));
-    EXPECT_EQ((Entries{update, "- manager GetMaxUsedMemory", update, "- manager CheckModelValid"}),
+    EXPECT_EQ((Entries{update, "- framework GetMaxUsedMemory", update,
+                       "- framework CheckModelValid"}),
               journal_.Take());
 
     script_.outputDimensions = {Tensor(1, 2, 3, 4), Tensor(-1, 0, INT32_MAX, INT32_MIN)};
     Answer answer = AskDimensions(5);
-    EXPECT_EQ((Entries{update, "- manager GetModelIOTensorDim", "- answer"}), journal_.Take());
+    EXPECT_EQ((Entries{update, "- framework GetModelIOTensorDim", "- answer"}), journal_.Take());
     EXPECT_EQ("face", script_.modelName);
     EXPECT_EQ(1, answer.calls);
     EXPECT_EQ(0, answer.result);
@@ -124,8 +120,8 @@ TEST_F(ModelManagerQueries, CompatibilityIsAskedOfAModelManagerOfItsOwn) {
         const size_t unmapped = CallCount(Call::Munmap);
         EXPECT_EQ(-12, service_->CheckModelCompatibility(5, Model("a", &region, 3)));
         EXPECT_EQ(unmapped + 1, CallCount(Call::Munmap));
-        EXPECT_EQ((Entries{"- createModelManager", "- manager CheckModelCompatibility",
-                           "- manager gone"}),
+        EXPECT_EQ((Entries{"- framework made", "- framework CheckModelCompatibility",
+                           "- framework gone"}),
                   journal_.Take());
         EXPECT_EQ((Lines{Info("CheckModelCompatibility",
                               "ModelManagerServiceHIDL CheckModelCompatibility")}),
@@ -155,9 +151,9 @@ TEST_F(ModelManagerQueries, CompatibilityThatCannotBeAsked) {
         EXPECT_EQ(1, service_->CheckModelCompatibility(5, model));
         EXPECT_EQ(error("mmap fail"), Errors());
     }
-    EXPECT_EQ(0U, script_.alive);
-    EXPECT_EQ("- manager gone", journal_.Take().back());
-    managers_ = false;
+    EXPECT_EQ(0, script_.alive);
+    EXPECT_EQ("- framework gone", journal_.Take().back());
+    script_.makesNone = true;
     EXPECT_EQ(1, service_->CheckModelCompatibility(5, Model("a", &shorter, 4096)));
     EXPECT_EQ(error("create AIModelManagerService error"), Errors());
 }

@@ -15,13 +15,11 @@
 #include "support/ResourceTest.h"
 #include "support/Seam.h"
 #include "transport/AINeuralNetworkBufferHIDL.h"
-#include "transport/TensorUnpacking.h"
 
 namespace orva::hidl {
 namespace {
 
 using android::hardware::hidl_memory;
-using android::hardware::hidl_vec;
 using test::Call;
 using test::CallCount;
 using test::Fault;
@@ -122,25 +120,6 @@ TEST_F(BufferTensorSerializerTest, OnlyTheDataDecidesOverSuccess) {
     log_.Take();
     EXPECT_EQ(1U, DeserializeBufferTensor(tensor, handle_));
     EXPECT_EQ("mmap failed", log_.Take().at(0).message);
-}
-
-TEST_F(BufferTensorSerializerTest, UnpackingStopsAtTheFirstBadTensor) {
-    hidl_vec<AITensorHandle> handles;
-    handles.resize(3);
-    for (AITensorHandle& each : handles) {
-        each = handle_;
-    }
-    std::vector<std::shared_ptr<IAITensor>> tensors;
-    EXPECT_TRUE(UnpackTensors(handles, tensors));
-    EXPECT_EQ(3U, tensors.size());
-
-    tensors.clear();
-    handles[1].type = "no such type";
-    EXPECT_FALSE(UnpackTensors(handles, tensors));
-    EXPECT_EQ(1U, tensors.size());
-    tensors.clear();
-    EXPECT_TRUE(UnpackTensors({}, tensors));
-    EXPECT_TRUE(tensors.empty());
 }
 
 }  // namespace

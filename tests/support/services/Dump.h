@@ -4,6 +4,7 @@
  */
 #pragma once
 
+#include <gtest/gtest.h>
 #include <sys/mman.h>
 #include <unistd.h>
 
@@ -16,8 +17,9 @@ namespace orva::hidl::test {
 
 // What a service's debug() writes.
 template <typename Service>
-std::string Dump(const Service& service,
-                 const android::hardware::hidl_vec<android::hardware::hidl_string>& options = {}) {
+std::string TextDump(
+        const Service& service,
+        const android::hardware::hidl_vec<android::hardware::hidl_string>& options = {}) {
     ::orva::test::Handle file(UniqueFd(memfd_create("dump", MFD_CLOEXEC)));
     const android::hardware::hidl_handle handle(file.Get());
     EXPECT_TRUE(service->debug(handle, options).isOk());
@@ -31,7 +33,7 @@ nlohmann::json JsonDump(const Service& service, const std::string& client = "") 
     if (!client.empty()) {
         options.insert(options.end(), {"--client", client});
     }
-    return nlohmann::json::parse(Dump(service, options));
+    return nlohmann::json::parse(TextDump(service, options));
 }
 
 }  // namespace orva::hidl::test

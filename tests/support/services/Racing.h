@@ -10,9 +10,15 @@
 #include <cstdint>
 #include <deque>
 #include <functional>
+#include <memory>
 #include <mutex>
 #include <thread>
 #include <vector>
+
+#include <orva/AIConfig.h>
+#include <orva/AIContext.h>
+#include <orva/AIModelDescription.h>
+#include <orva/IAITensor.h>
 
 #include "common/Interfaces.h"
 
@@ -66,6 +72,36 @@ private:
     std::deque<std::function<void()>> pending_;
     bool ending_ = false;
     std::vector<std::thread> threads_;
+};
+
+// A framework object that completes each request there.
+template <typename Base, typename Listener>
+class RacingOf : public Base {
+public:
+    using Tensors = std::vector<std::shared_ptr<IAITensor>>;
+
+    explicit RacingOf(Completer& completer) : completer_(completer) {}
+
+    int32_t Init(const AIConfig&, std::vector<AIModelDescription>&) override { return 0; }
+    int32_t RegisterListener(const std::shared_ptr<Listener>& listener) override {
+        std::lock_guard<std::mutex> lock(mutex_);
+        listener_ = listener;
+        return 0;
+    }
+    int32_t Process(AIContext& context, const Tensors&, const Tensors& outputs, int32_t) override {
+        std::lock_guard<std::mutex> lock(mutex_);
+        if (listener_ == nullptr) {
+            return 3;
+        }
+        completer_.Post(
+                [=, listener = listener_] { listener->OnProcessDone(context, 0, outputs); });
+        return 0;
+    }
+
+private:
+    Completer& completer_;
+    std::mutex mutex_;
+    std::shared_ptr<Listener> listener_;
 };
 
 // A client that counts its results, each of which has one output.

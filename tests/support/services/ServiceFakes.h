@@ -5,7 +5,9 @@
 #pragma once
 
 #include <gtest/gtest.h>
+#include <orva/AIConfig.h>
 #include <orva/AIContext.h>
+#include <orva/AIModelDescription.h>
 #include <orva/AITensorDescription.h>
 #include <orva/IAITensor.h>
 
@@ -31,6 +33,12 @@ using ::orva::test::LogCapture;
 using ::orva::test::LogLine;
 using Lines = std::vector<LogLine>;
 using Entries = std::vector<std::string>;
+
+template <typename T>
+std::vector<T> operator+(std::vector<T> left, const std::vector<T>& right) {
+    left.insert(left.end(), right.begin(), right.end());
+    return left;
+}
 
 // The tag of the service that the program tests, which defines it.
 extern const char kTag[];
@@ -71,6 +79,86 @@ inline bool AnotherThreadCan(std::function<void()> operation) {
     thread.join();
     return true;
 }
+
+// What a test's framework objects answer, what happens meanwhile, and what came in last.
+template <typename Listener>
+struct ScriptOf {
+    bool makesNone = false;
+    int32_t initStatus = 0, listenerStatus = 0, requestStatus = 0;
+    std::function<void()> duringInit;
+
+    int made = 0, alive = 0;
+    int asked = 0;  // which of them had the last request, in the order of their making, from 1
+    AIConfig config;
+    std::vector<AIModelDescription> models;
+    std::shared_ptr<Listener> listener;
+    AIContext context;
+    std::vector<std::shared_ptr<IAITensor>> inputs, outputs;
+    int32_t param = 0;
+};
+
+// A framework object that does what a script says: what nodes and model managers have in common.
+template <typename Base, typename Listener>
+class FakeOf : public Base {
+public:
+    using Tensors = std::vector<std::shared_ptr<IAITensor>>;
+
+    explicit FakeOf(ScriptOf<Listener>& script) : script_(script), number_(++script.made) {
+        Journal::Note("framework made");
+        ++script.alive;
+    }
+    ~FakeOf() override {
+        Journal::Note("framework gone");
+        --script_.alive;
+    }
+
+    int32_t Init(const AIConfig& config, std::vector<AIModelDescription>& models) override {
+        Journal::Note("framework Init");
+        script_.config = config;
+        script_.models = models;
+        if (script_.duringInit) {
+            script_.duringInit();
+        }
+        return script_.initStatus;
+    }
+    int32_t RegisterListener(const std::shared_ptr<Listener>& listener) override {
+        Journal::Note("framework RegisterListener");
+        script_.listener = listener;
+        return script_.listenerStatus;
+    }
+    int32_t Process(AIContext& context, const Tensors& inputs, const Tensors& outputs,
+                    int32_t param) override {
+        script_.param = param;
+        return Take("framework Process", context, inputs, outputs);
+    }
+
+protected:
+    int32_t Take(const char* what, const AIContext& context, const Tensors& inputs,
+                 const Tensors& outputs) {
+        Journal::Note(what);
+        script_.asked = number_;
+        script_.context = context;
+        script_.inputs = inputs;
+        script_.outputs = outputs;
+        return script_.requestStatus;
+    }
+
+private:
+    ScriptOf<Listener>& script_;
+    const int number_;
+};
+
+// A request with tensors, and what the log has of its failures.
+struct Method {
+    const char* name;
+    std::function<int32_t(int32_t client, const android::hardware::hidl_vec<AITensorHandle>& inputs,
+                          const android::hardware::hidl_vec<AITensorHandle>& outputs)>
+            call;
+    const char* inputError;
+    const char* outputError;
+    const char* unknownOutputError = nullptr;  // null: as any other output's, found by the registry
+    bool namesInputTypes = false;
+};
 
 // A client's listener in this process.
 template <typename Interface>
