@@ -51,6 +51,10 @@ int runCommandLine(int argc, char** argv) {
     orva::client::addPing(&app, &connection);
     orva::client::addRun(&app, &connection);
     orva::client::addFaces(&app, &connection);
+    orva::client::addInfo(&app, &connection);
+    orva::client::addCheck(&app, &connection);
+    orva::client::addCompile(&app, &connection);
+    orva::client::addDebug(&app, &connection);
 
     try {
         app.parse(argc, argv);

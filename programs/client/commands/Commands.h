@@ -21,5 +21,9 @@ void addList(CLI::App* app);
 void addPing(CLI::App* app, const Connection* connection);
 void addRun(CLI::App* app, const Connection* connection);
 void addFaces(CLI::App* app, const Connection* connection);
+void addInfo(CLI::App* app, const Connection* connection);
+void addCheck(CLI::App* app, const Connection* connection);
+void addCompile(CLI::App* app, const Connection* connection);
+void addDebug(CLI::App* app, const Connection* connection);
 
 }  // namespace orva::client

@@ -29,22 +29,21 @@ struct Options {
     std::string image;
     std::string output;
     float threshold = 0.75F;
-    std::string tensorType = Tensor::kBuffer;
-    size_t repeat = 1;
+    RequestOptions request;
     bool json = false;
 };
 
 // The outputs of the detector: the scores of each grid, then the boxes of each.
-bool isDetector(const ModelFile& model) {
+bool isDetector(const ModelOutline& model) {
     constexpr int64_t kEdge = FaceDecoder::kInputEdge;
-    if (model.inputs().size() != 1 ||
-        model.inputs()[0].dims != std::vector<int64_t>{1, kEdge, kEdge, 3} ||
-        model.outputs().size() != 4) {
+    if (model.inputs.size() != 1 ||
+        model.inputs[0].dims != std::vector<int64_t>{1, kEdge, kEdge, 3} ||
+        model.outputs.size() != 4) {
         return false;
     }
     for (size_t i = 0; i < 2; ++i) {
-        const TensorShape& scores = model.outputs()[i];
-        const TensorShape& boxes = model.outputs()[2 + i];
+        const TensorShape& scores = model.outputs[i];
+        const TensorShape& boxes = model.outputs[2 + i];
         const size_t anchors = kGrids[i].anchors();
         if (scores.elements() != anchors || scores.type != ElementType::kFloat32 ||
             boxes.elements() != anchors * FaceDecoder::kNumbersPerAnchor ||
@@ -105,10 +104,10 @@ nlohmann::json jsonOf(const Face& face) {
             {"key_points", points}};
 }
 
-void print(const std::vector<Face>& faces, const Latency& latency, std::chrono::nanoseconds opening,
-           const Options& options) {
+void print(const std::vector<Face>& faces, const RequestTimes& times, const Options& options) {
     if (options.json) {
-        nlohmann::json json = {{"faces", nlohmann::json::array()}, {"latency", latency.json()}};
+        nlohmann::json json = {{"faces", nlohmann::json::array()},
+                               {"latency", times.latency.json()}};
         for (const Face& face : faces) {
             json["faces"].push_back(jsonOf(face));
         }
@@ -123,11 +122,12 @@ void print(const std::vector<Face>& faces, const Latency& latency, std::chrono::
                static_cast<double>(face.width), static_cast<double>(face.height),
                static_cast<double>(face.score));
     }
-    printf("%s; the session opened in %s\n", latency.text().c_str(), milliseconds(opening).c_str());
+    puts(times.text().c_str());
 }
 
 void faces(const Connection& connection, const Options& options) {
-    ModelFile model(options.model);
+    ModelFile file(options.model);
+    const ModelOutline& model = file.only();
     if (!isDetector(model)) {
         throw std::runtime_error(options.model +
                                  " is not the 128-pixel face detector; `orva run` runs any model");
@@ -136,26 +136,22 @@ void faces(const Connection& connection, const Options& options) {
     Placement placement = {};
     const std::vector<uint8_t> pixels = picture.fitted(FaceDecoder::kInputEdge, &placement);
 
-    TensorShape inputShape = model.inputs()[0];
+    TensorShape inputShape = model.inputs[0];
     inputShape.type = ElementType::kUint8;
     std::vector<Tensor> inputs;
-    inputs.emplace_back(inputShape.attributes(), inputShape.bytes(), options.tensorType);
+    inputs.emplace_back(inputShape.attributes(), inputShape.bytes(), options.request.tensorType);
     std::memcpy(inputs[0].data(), pixels.data(), pixels.size());
     std::vector<Tensor> outputs;
-    for (const TensorShape& shape : model.outputs()) {
-        outputs.emplace_back(shape.attributes(), shape.bytes(), options.tensorType);
+    for (const TensorShape& shape : model.outputs) {
+        outputs.emplace_back(shape.attributes(), shape.bytes(), options.request.tensorType);
     }
 
-    const auto service = findService(connection.instance);
-    const Stopwatch opening;
     std::vector<Model> models;
-    models.push_back(std::move(model).take());
-    Session session(service, 1, "onnx", kConfig, models);
-    const std::chrono::nanoseconds opened = opening.elapsed();
-    const Latency latency = request(&session, inputs, outputs, options.repeat);
-
+    models.push_back(std::move(file).take());
+    const RequestTimes times =
+            request(connection, options.request, "onnx", kConfig, models, inputs, outputs);
     const std::vector<Face> found = decode(outputs, options.threshold, placement);
-    print(found, latency, opened, options);
+    print(found, times, options);
     if (!options.output.empty()) {
         for (const Face& face : found) {
             picture.draw(face);
@@ -178,12 +174,12 @@ void addFaces(CLI::App* app, const Connection* connection) {
     command->add_option("--threshold", options->threshold, "The least score of a face")
             ->check(CLI::Range(0.0, 1.0))
             ->capture_default_str();
-    addTensorOption(command, &options->tensorType);
-    command->add_option("--repeat", options->repeat, "How often to run it, for the latency")
-            ->check(CLI::Range(1, 1'000'000))
-            ->capture_default_str();
+    addRequestOptions(command, &options->request);
     command->add_flag("--json", options->json, "Print JSON");
-    command->callback([connection, options] { faces(*connection, *options); });
+    command->callback([connection, options] {
+        checkRequestOptions(options->request);
+        faces(*connection, *options);
+    });
 }
 
 }  // namespace orva::client

@@ -4,48 +4,101 @@
  */
 #include "client/commands/Requests.h"
 
+#include <functional>
+
 #include <CLI/CLI.hpp>
 
+#include "client/lib/ManagerSession.h"
 #include "client/report/Progress.h"
 
 namespace orva::client {
 
-void addTensorOption(CLI::App* command, std::string* type) {
-    command->add_option_function<std::string>(
-                   "--tensor",
-                   [type](const std::string& memory) {
-                       *type = memory == "ion" ? Tensor::kIonBuffer : Tensor::kBuffer;
-                   },
-                   "The memory that the tensors lie in: shared memory, or ION buffers, which "
-                   "accelerators use in place")
-            ->check(CLI::IsMember({"shm", "ion"}))
-            ->default_str("shm");
-}
+namespace {
 
-Latency request(Session* session, const std::vector<Tensor>& inputs,
-                const std::vector<Tensor>& outputs, size_t count) {
+constexpr int32_t kClientId = 1;
+
+// `start` has each request start.
+template <typename AnySession>
+Latency repeat(AnySession* session, const std::function<void()>& start, size_t outputs,
+               size_t count) {
     Latency latency;
     Progress progress("requests", count);
     for (size_t i = 0; i < count; ++i) {
         const Stopwatch watch;
-        session->send("", inputs, outputs);
+        start();
         const Completion completion = session->await();
         latency.add(watch.elapsed());
-        if (completion.result != 0) {
-            throw ServiceError("the request failed with status " +
-                                       std::to_string(completion.result) +
-                                       " (the host's log says why)",
-                               completion.result);
-        }
-        if (completion.outputs.size() != outputs.size()) {
+        requireSuccess(completion.result, "the request");
+        if (completion.outputs.size() != outputs) {
             throw ServiceError("the result lacks " +
-                                       std::to_string(outputs.size() - completion.outputs.size()) +
+                                       std::to_string(outputs - completion.outputs.size()) +
                                        " of its tensors",
                                -1);
         }
         progress.update(i + 1);
     }
     return latency;
+}
+
+}  // namespace
+
+void addRequestOptions(CLI::App* command, RequestOptions* options) {
+    command->add_option_function<std::string>(
+                   "--service",
+                   [options](const std::string& service) {
+                       options->modelManager = service == "model-manager";
+                   },
+                   "The service that runs it: a node of the general service, or a model manager")
+            ->check(CLI::IsMember({"ai", "model-manager"}))
+            ->default_str("ai");
+    command->add_flag("--bind", options->bind,
+                      "With a model manager: bind the tensors once, then start each request");
+    command->add_option_function<std::string>(
+                   "--tensor",
+                   [options](const std::string& memory) {
+                       options->tensorType = memory == "ion" ? Tensor::kIonBuffer : Tensor::kBuffer;
+                   },
+                   "The memory that the tensors lie in: shared memory, or ION buffers, which "
+                   "accelerators use in place")
+            ->check(CLI::IsMember({"shm", "ion"}))
+            ->default_str("shm");
+    command->add_option("--repeat", options->repeat, "How often to run it, for the latency")
+            ->check(CLI::Range(1, 1'000'000))
+            ->capture_default_str();
+}
+
+void checkRequestOptions(const RequestOptions& options) {
+    if (options.bind && !options.modelManager) {
+        throw CLI::ValidationError("--bind", "needs --service model-manager");
+    }
+}
+
+std::string RequestTimes::text() const {
+    return latency.text() + "; the session opened in " + milliseconds(opening);
+}
+
+RequestTimes request(const Connection& connection, const RequestOptions& options,
+                     const std::string& nodeType, const std::string& config,
+                     const std::vector<Model>& models, const std::vector<Tensor>& inputs,
+                     const std::vector<Tensor>& outputs) {
+    if (!options.modelManager) {
+        const auto service = findService<AIService>(connection.instance);
+        const Stopwatch opening;
+        Session session(service, kClientId, nodeType, config, models);
+        const std::chrono::nanoseconds opened = opening.elapsed();
+        const auto send = [&] { session.send("", inputs, outputs); };
+        return {opened, repeat(&session, send, outputs.size(), options.repeat)};
+    }
+    const auto service = findService<ModelManagerService>(connection.instance);
+    const Stopwatch opening;
+    ManagerSession session(service, kClientId, config, models);
+    const std::chrono::nanoseconds opened = opening.elapsed();
+    std::function<void()> start = [&] { session.send("", inputs, outputs); };
+    if (options.bind) {
+        session.bind("", inputs, outputs);
+        start = [&] { session.start(""); };
+    }
+    return {opened, repeat(&session, start, outputs.size(), options.repeat)};
 }
 
 }  // namespace orva::client

@@ -22,7 +22,7 @@ struct Options {
     std::string scale;
     std::string bias;
     std::string outputFolder;
-    size_t repeat = 1;
+    RequestOptions request;
     bool json = false;
 };
 
@@ -37,32 +37,28 @@ std::string configOf(const Options& options) {
     return config.dump();
 }
 
-void print(const RunTensors& tensors, const Latency& latency, std::chrono::nanoseconds opening,
-           const Options& options) {
+void print(const RunTensors& tensors, const RequestTimes& times, const Options& options) {
     const std::vector<OutputSummary> summaries = tensors.summaries();
     if (options.json) {
         nlohmann::json outputs = nlohmann::json::array();
         for (const OutputSummary& summary : summaries) {
             outputs.push_back(summary.json());
         }
-        const nlohmann::json json = {{"outputs", outputs}, {"latency", latency.json()}};
+        const nlohmann::json json = {{"outputs", outputs}, {"latency", times.latency.json()}};
         puts(json.dump(2, ' ', true, nlohmann::json::error_handler_t::replace).c_str());
         return;
     }
     for (const OutputSummary& summary : summaries) {
         puts(summary.text().c_str());
     }
-    printf("%s; the session opened in %s\n", latency.text().c_str(), milliseconds(opening).c_str());
+    puts(times.text().c_str());
 }
 
 void run(const Connection& connection, const Options& options) {
-    RunTensors tensors(options.sources);
-    const auto service = findService(connection.instance);
-    const Stopwatch opening;
-    Session session(service, 1, options.node, configOf(options), tensors.models());
-    const std::chrono::nanoseconds opened = opening.elapsed();
-    const Latency latency = request(&session, tensors.inputs(), tensors.outputs(), options.repeat);
-    print(tensors, latency, opened, options);
+    RunTensors tensors(options.sources, options.request.tensorType);
+    const RequestTimes times = request(connection, options.request, options.node, configOf(options),
+                                       tensors.models(), tensors.inputs(), tensors.outputs());
+    print(tensors, times, options);
     if (!options.outputFolder.empty()) {
         for (const std::string& path : tensors.save(options.outputFolder)) {
             if (!options.json) {
@@ -87,9 +83,10 @@ void addRun(CLI::App* app, const Connection* connection) {
     command->add_option("--output-shape", sources.outputShapes,
                         "The shape of an output, as 1x512x1; once for each output, in order, where "
                         "the model does not say");
-    addTensorOption(command, &sources.tensorType);
-    command->add_option("--node", options->node, "Type of the service node that runs it")
-            ->capture_default_str();
+    addRequestOptions(command, &options->request);
+    CLI::Option* node =
+            command->add_option("--node", options->node, "Type of the service node that runs it")
+                    ->capture_default_str();
     const CLI::Validator number = CLI::Validator(CLI::Number);
     command->add_option("--scale", options->scale,
                         "With --image: the node makes byte * scale + bias of each byte")
@@ -97,11 +94,13 @@ void addRun(CLI::App* app, const Connection* connection) {
     command->add_option("--bias", options->bias, "See --scale")->check(number);
     command->add_option("--output", options->outputFolder,
                         "Folder to save the bytes of each output in");
-    command->add_option("--repeat", options->repeat, "How often to run it, for the latency")
-            ->check(CLI::Range(1, 1'000'000))
-            ->capture_default_str();
     command->add_flag("--json", options->json, "Print JSON");
-    command->callback([connection, options] {
+    command->callback([connection, options, node] {
+        checkRequestOptions(options->request);
+        if (options->request.modelManager && node->count() != 0) {
+            throw CLI::ValidationError("--node",
+                                       "is for the general service; a model manager has none");
+        }
         if (options->sources.image.empty() && options->sources.inputs.empty()) {
             throw CLI::RequiredError("--image or --input");
         }

@@ -56,7 +56,8 @@ std::string fileName(size_t number, const std::string& name) {
 
 }  // namespace
 
-RunTensors::RunTensors(const RunSources& sources) : mTensorType(sources.tensorType) {
+RunTensors::RunTensors(const RunSources& sources, const std::string& tensorType)
+        : mTensorType(tensorType) {
     if (sources.model.empty()) {
         std::vector<TensorShape> shapes;
         for (const std::string& path : sources.inputs) {
@@ -67,26 +68,27 @@ RunTensors::RunTensors(const RunSources& sources) : mTensorType(sources.tensorTy
         addOutputs(sources.outputShapes.empty() ? shapes : shapesOf(sources.outputShapes, {}));
         return;
     }
-    ModelFile model(sources.model);
+    ModelFile file(sources.model);
+    const ModelOutline model = file.only();
     if (!sources.image.empty()) {
-        if (model.inputs().size() != 1) {
-            throw std::runtime_error("the model has " + std::to_string(model.inputs().size()) +
+        if (model.inputs.size() != 1) {
+            throw std::runtime_error("the model has " + std::to_string(model.inputs.size()) +
                                      " inputs; give each one with --input");
         }
-        addImage(sources.image, model.inputs()[0]);
+        addImage(sources.image, model.inputs[0]);
     } else {
-        if (model.inputs().size() != sources.inputs.size()) {
-            throw std::runtime_error("the model has " + std::to_string(model.inputs().size()) +
+        if (model.inputs.size() != sources.inputs.size()) {
+            throw std::runtime_error("the model has " + std::to_string(model.inputs.size()) +
                                      " inputs, but --input was given " +
                                      std::to_string(sources.inputs.size()) + " times");
         }
         for (size_t i = 0; i < sources.inputs.size(); ++i) {
-            addFile(sources.inputs[i], &model.inputs()[i]);
+            addFile(sources.inputs[i], &model.inputs[i]);
         }
     }
-    addOutputs(sources.outputShapes.empty() ? model.outputs()
-                                            : shapesOf(sources.outputShapes, model.outputs()));
-    mModels.push_back(std::move(model).take());
+    addOutputs(sources.outputShapes.empty() ? model.outputs
+                                            : shapesOf(sources.outputShapes, model.outputs));
+    mModels.push_back(std::move(file).take());
 }
 
 void RunTensors::addImage(const std::string& path, TensorShape shape) {

@@ -21,7 +21,6 @@ struct RunSources {
     std::string image;
     std::vector<std::string> inputs;
     std::vector<std::string> outputShapes;
-    std::string tensorType = Tensor::kBuffer;
 };
 
 // What an output tensor holds, in short.
@@ -43,7 +42,7 @@ struct OutputSummary {
 class RunTensors {
 public:
     // Throws std::exception, saying what does not fit, when no request can be made of the sources.
-    explicit RunTensors(const RunSources& sources);
+    RunTensors(const RunSources& sources, const std::string& tensorType);
 
     const std::vector<Model>& models() const { return mModels; }
     const std::vector<Tensor>& inputs() const { return mInputs; }

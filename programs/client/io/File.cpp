@@ -4,6 +4,7 @@
  */
 #include "client/io/File.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <filesystem>
 #include <fstream>
@@ -13,27 +14,51 @@ namespace orva::client {
 
 namespace {
 
+constexpr size_t kPiece = 4 << 20;
+
 [[noreturn]] void fail(const std::string& what, const std::string& path) {
     throw std::system_error(errno != 0 ? errno : EIO, std::generic_category(), what + " " + path);
 }
 
 }  // namespace
 
-SharedRegion readIntoRegion(const std::string& path, const std::string& regionName) {
+size_t sizeOfFile(const std::string& path) {
     errno = 0;
-    std::ifstream file(path, std::ios::binary);
-    if (!file || std::filesystem::is_directory(path)) {
-        errno = file ? EISDIR : errno;
+    if (std::filesystem::is_directory(path)) {
+        errno = EISDIR;
         fail("cannot read", path);
     }
-    const uintmax_t size = std::filesystem::file_size(path);
+    std::error_code error;
+    const uintmax_t size = std::filesystem::file_size(path, error);
+    if (error) {
+        errno = error.value();
+        fail("cannot read", path);
+    }
     if (size == 0) {
         throw std::runtime_error(path + " is empty");
     }
-    SharedRegion region(regionName, size);
-    file.read(reinterpret_cast<char*>(region.data()), static_cast<std::streamsize>(size));
-    if (static_cast<uintmax_t>(file.gcount()) != size) {
+    return size;
+}
+
+SharedRegion readIntoRegion(const std::string& path, const std::string& regionName,
+                            const std::function<void(size_t)>& advance) {
+    const size_t size = sizeOfFile(path);
+    errno = 0;
+    std::ifstream file(path, std::ios::binary);
+    if (!file) {
         fail("cannot read", path);
+    }
+    SharedRegion region(regionName, size);
+    for (size_t done = 0; done < size;) {
+        const size_t piece = std::min(kPiece, size - done);
+        if (!file.read(reinterpret_cast<char*>(region.data() + done),
+                       static_cast<std::streamsize>(piece))) {
+            fail("cannot read", path);
+        }
+        done += piece;
+        if (advance) {
+            advance(piece);
+        }
     }
     return region;
 }

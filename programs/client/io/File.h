@@ -5,6 +5,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -12,9 +13,12 @@
 
 namespace orva::client {
 
-// Both throw std::system_error that names the file. An empty file counts as an error of the caller:
+// All throw std::system_error that names the file. An empty file counts as an error of the caller:
 // nothing here has a use for one.
-SharedRegion readIntoRegion(const std::string& path, const std::string& regionName);
+size_t sizeOfFile(const std::string& path);
+// `advance` is told, as it goes, of bytes that have been read.
+SharedRegion readIntoRegion(const std::string& path, const std::string& regionName,
+                            const std::function<void(size_t)>& advance = nullptr);
 void writeFile(const std::string& path, const uint8_t* data, size_t size);
 
 }  // namespace orva::client

@@ -8,22 +8,30 @@
 
 namespace orva::client {
 
+using android::Mutex;
 using android::hardware::hidl_string;
 using android::hardware::hidl_vec;
-using android::hardware::Return;
-using android::hardware::Void;
 using vendor::selkat::hardware::ai::V2_0::AITensorHandle;
 
 namespace {
+
+using Clock = std::chrono::steady_clock;
 
 // Stands for a result whose tensors this process could not take.
 constexpr int32_t kOutputsLost = -1;
 
 }  // namespace
 
-std::optional<Completion> Completions::await(std::chrono::milliseconds limit) {
-    std::unique_lock<std::mutex> lock(mLock);
-    mArrived.wait_for(lock, limit, [this] { return mEnded || !mWaiting.empty(); });
+std::optional<Completion> CompletionQueue::await(std::chrono::milliseconds limit) {
+    const Clock::time_point deadline = Clock::now() + limit;
+    const Mutex::Autolock lock(mLock);
+    while (!mEnded && mWaiting.empty()) {
+        const auto left = std::chrono::nanoseconds(deadline - Clock::now()).count();
+        if (left <= 0) {
+            break;
+        }
+        mArrived.waitRelative(mLock, left);
+    }
     if (mWaiting.empty()) {
         return std::nullopt;
     }
@@ -32,14 +40,8 @@ std::optional<Completion> Completions::await(std::chrono::milliseconds limit) {
     return next;
 }
 
-void Completions::end() {
-    const std::lock_guard<std::mutex> lock(mLock);
-    mEnded = true;
-    mArrived.notify_all();
-}
-
-Return<void> Completions::OnProcessDone(int32_t result, const hidl_string& context,
-                                        const hidl_vec<AITensorHandle>& outputs) {
+void CompletionQueue::add(int32_t result, const hidl_string& context,
+                          const hidl_vec<AITensorHandle>& outputs) {
     Completion completion = {result, context, {}};
     try {
         for (const AITensorHandle& output : outputs) {
@@ -49,10 +51,15 @@ Return<void> Completions::OnProcessDone(int32_t result, const hidl_string& conte
         completion.result = kOutputsLost;
         completion.context = error.what();
     }
-    const std::lock_guard<std::mutex> lock(mLock);
+    const Mutex::Autolock lock(mLock);
     mWaiting.push_back(std::move(completion));
-    mArrived.notify_one();
-    return Void();
+    mArrived.signal();
+}
+
+void CompletionQueue::end() {
+    const Mutex::Autolock lock(mLock);
+    mEnded = true;
+    mArrived.broadcast();
 }
 
 }  // namespace orva::client

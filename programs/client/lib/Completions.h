@@ -5,15 +5,16 @@
 #pragma once
 
 #include <chrono>
-#include <condition_variable>
 #include <cstdint>
 #include <deque>
-#include <mutex>
 #include <optional>
 #include <string>
 #include <vector>
 
+#include <utils/Condition.h>
+#include <utils/Mutex.h>
 #include <vendor/selkat/hardware/ai/2.0/IAIServiceListener.h>
+#include <vendor/selkat/hardware/ai/2.0/IModelManagerListener.h>
 
 #include "client/lib/Tensor.h"
 
@@ -21,30 +22,43 @@ namespace orva::client {
 
 // One result as it arrived.
 struct Completion {
-    int32_t result;  // 0 for success, otherwise the node's code
+    int32_t result;  // 0 for success, otherwise the framework's code
     std::string context;
     std::vector<Tensor> outputs;
 };
 
-// A listener that keeps results until they are asked for. Every operation may be called from any
-// thread.
-class Completions : public vendor::selkat::hardware::ai::V2_0::IAIServiceListener {
+// Results that are kept until they are asked for. Every operation may be called from any thread.
+class CompletionQueue {
 public:
     // The next result; empty when none has come within `limit`, or the service has died.
     std::optional<Completion> await(std::chrono::milliseconds limit);
+    void add(int32_t result, const android::hardware::hidl_string& context,
+             const android::hardware::hidl_vec<vendor::selkat::hardware::ai::V2_0::AITensorHandle>&
+                     outputs);
     // Nothing more will come: whoever waits need not.
     void end();
 
+private:
+    android::Mutex mLock;
+    android::Condition mArrived;
+    std::deque<Completion> mWaiting GUARDED_BY(mLock);
+    bool mEnded GUARDED_BY(mLock) = false;
+};
+
+// What a client gives a service to hear of its results.
+template <typename Listener>
+class CompletionsOf : public Listener, public CompletionQueue {
+public:
     android::hardware::Return<void> OnProcessDone(
             int32_t result, const android::hardware::hidl_string& context,
             const android::hardware::hidl_vec<vendor::selkat::hardware::ai::V2_0::AITensorHandle>&
-                    outputs) override;
-
-private:
-    std::mutex mLock;
-    std::condition_variable mArrived;
-    std::deque<Completion> mWaiting;  // Guarded by mLock, as is mEnded.
-    bool mEnded = false;
+                    outputs) override {
+        add(result, context, outputs);
+        return android::hardware::Void();
+    }
 };
+
+using Completions = CompletionsOf<vendor::selkat::hardware::ai::V2_0::IAIServiceListener>;
+using ManagerCompletions = CompletionsOf<vendor::selkat::hardware::ai::V2_0::IModelManagerListener>;
 
 }  // namespace orva::client

@@ -12,26 +12,59 @@ using android::sp;
 using android::wp;
 using android::hardware::hidl_death_recipient;
 using android::hardware::hidl_vec;
-using android::hardware::Return;
 using vendor::selkat::hardware::ai::V2_0::AITensorHandle;
+using vendor::selkat::hardware::ai::V2_0::IAIServiceListener;
+using vendor::selkat::hardware::ai::V2_0::IModelManagerListener;
 using vendor::selkat::hardware::ai::V2_0::ModelBuffer;
-using vendor::selkat::hardware::ai::V2_1::IAIService;
 
 namespace {
 
-void require(const Return<int32_t>& answer, const std::string& asked) {
-    if (!answer.isOk()) {
-        throw ServiceError(asked + ": " + answer.description(), -1);
+// Ends a listener's wait when the service's process has gone.
+template <typename Listener>
+class ServiceDeath : public hidl_death_recipient {
+public:
+    explicit ServiceDeath(const sp<CompletionsOf<Listener>>& completions)
+            : mCompletions(completions) {}
+
+    void serviceDied(uint64_t, const wp<android::hidl::base::V1_0::IBase>&) override {
+        mCompletions->end();
     }
-    const int32_t status = answer;
-    if (status != 0) {
-        throw ServiceError(asked + " was refused with status " + std::to_string(status) +
-                                   " (the host's log says why)",
-                           status);
-    }
+
+private:
+    const sp<CompletionsOf<Listener>> mCompletions;
+};
+
+}  // namespace
+
+ModelBuffer Model::buffer() const {
+    ModelBuffer buffer = {};
+    buffer.description = description;
+    buffer.modelHandle = bytes.handle();
+    buffer.size = bytes.size();
+    return buffer;
 }
 
-// The handles lend the tensors' descriptors.
+template <typename Service>
+sp<Service> findService(const std::string& instance) {
+    sp<Service> service = Service::getService(instance);
+    if (service == nullptr) {
+        throw ServiceError("no " + std::string(Service::descriptor) + " '" + instance + "' in " +
+                                   orva_platform::serviceDirectory() +
+                                   "; start orva-host, or name its folder with --socket-dir",
+                           -1);
+    }
+    return service;
+}
+
+hidl_vec<ModelBuffer> buffersOf(const std::vector<Model>& models) {
+    hidl_vec<ModelBuffer> buffers;
+    buffers.resize(models.size());
+    for (size_t i = 0; i < models.size(); ++i) {
+        buffers[i] = models[i].buffer();
+    }
+    return buffers;
+}
+
 hidl_vec<AITensorHandle> handlesOf(const std::vector<Tensor>& tensors) {
     hidl_vec<AITensorHandle> handles;
     handles.resize(tensors.size());
@@ -41,49 +74,20 @@ hidl_vec<AITensorHandle> handlesOf(const std::vector<Tensor>& tensors) {
     return handles;
 }
 
-// Ends a listener's wait when the service's process has gone.
-class ServiceDeath : public hidl_death_recipient {
-public:
-    explicit ServiceDeath(const sp<Completions>& completions) : mCompletions(completions) {}
-
-    void serviceDied(uint64_t, const wp<android::hidl::base::V1_0::IBase>&) override {
-        mCompletions->end();
-    }
-
-private:
-    const sp<Completions> mCompletions;
-};
-
-}  // namespace
-
-sp<IAIService> findService(const std::string& instance) {
-    sp<IAIService> service = IAIService::getService(instance);
-    if (service == nullptr) {
-        throw ServiceError("no AI service '" + instance + "' in " +
-                                   orva_platform::serviceDirectory() +
-                                   "; start orva-host, or name its folder with --socket-dir",
-                           -1);
-    }
-    return service;
-}
-
-Session::Session(sp<IAIService> service, int32_t clientId, const std::string& nodeType,
-                 const std::string& config, const std::vector<Model>& models)
-        : mService(std::move(service)), mClientId(clientId), mCompletions(new Completions) {
-    hidl_vec<ModelBuffer> buffers;
-    buffers.resize(models.size());
-    for (size_t i = 0; i < models.size(); ++i) {
-        buffers[i].description = models[i].description;
-        buffers[i].modelHandle = models[i].bytes.handle();
-        buffers[i].size = models[i].bytes.size();
-    }
+template <typename Service, typename Listener>
+BasicSession<Service, Listener>::BasicSession(sp<Service> service, int32_t clientId,
+                                              const std::string& type, const std::string& config,
+                                              const std::vector<Model>& models)
+        : mService(std::move(service)),
+          mClientId(clientId),
+          mCompletions(new CompletionsOf<Listener>) {
     try {
-        require(mService->Init(mClientId, nodeType, config, buffers),
-                "opening a session on a node of type '" + nodeType + "'");
-        mDeath = new ServiceDeath(mCompletions);
+        requireSuccess(mService->Init(mClientId, type, config, buffersOf(models)),
+                       "opening a session of type '" + type + "'");
+        mDeath = new ServiceDeath<Listener>(mCompletions);
         mService->linkToDeath(mDeath, 0).isOk();
-        require(mService->SetListener(-mClientId, mCompletions), "registering the listener");
-        require(mService->SetListener(mClientId, nullptr), "asking the node for its results");
+        requireSuccess(mService->SetListener(-mClientId, mCompletions), "registering the listener");
+        requireSuccess(mService->SetListener(mClientId, nullptr), "asking for the results");
     } catch (...) {
         // Also when it was refused: the session of a model that could not be mapped is there.
         close();
@@ -91,30 +95,41 @@ Session::Session(sp<IAIService> service, int32_t clientId, const std::string& no
     }
 }
 
-Session::~Session() {
+template <typename Service, typename Listener>
+BasicSession<Service, Listener>::~BasicSession() {
     close();
 }
 
 // The service may have gone already; then there is nothing to close.
-void Session::close() {
+template <typename Service, typename Listener>
+void BasicSession<Service, Listener>::close() {
     if (mDeath != nullptr) {
         mService->unlinkToDeath(mDeath).isOk();
     }
     mService->UnInit(mClientId).isOk();
 }
 
-void Session::send(const std::string& context, const std::vector<Tensor>& inputs,
-                   const std::vector<Tensor>& outputs, int32_t param) {
-    require(mService->Process(mClientId, context, handlesOf(inputs), handlesOf(outputs), param),
+template <typename Service, typename Listener>
+void BasicSession<Service, Listener>::send(const std::string& context,
+                                           const std::vector<Tensor>& inputs,
+                                           const std::vector<Tensor>& outputs, int32_t param) {
+    requireSuccess(
+            mService->Process(mClientId, context, handlesOf(inputs), handlesOf(outputs), param),
             "the request");
 }
 
-Completion Session::await(std::chrono::milliseconds limit) {
+template <typename Service, typename Listener>
+Completion BasicSession<Service, Listener>::await(std::chrono::milliseconds limit) {
     auto completion = mCompletions->await(limit);
     if (!completion) {
         throw ServiceError("no result came: the service has died or takes too long", -1);
     }
     return std::move(*completion);
 }
+
+template sp<AIService> findService(const std::string&);
+template sp<ModelManagerService> findService(const std::string&);
+template class BasicSession<AIService, IAIServiceListener>;
+template class BasicSession<ModelManagerService, IModelManagerListener>;
 
 }  // namespace orva::client

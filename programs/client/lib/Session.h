@@ -6,69 +6,75 @@
 
 #include <chrono>
 #include <cstdint>
-#include <memory>
-#include <stdexcept>
 #include <string>
 #include <vector>
 
 #include <vendor/selkat/hardware/ai/2.1/IAIService.h>
+#include <vendor/selkat/hardware/ai/2.1/IModelManagerService.h>
 
 #include "client/lib/Completions.h"
+#include "client/lib/ServiceError.h"
 #include "client/lib/SharedRegion.h"
 #include "client/lib/Tensor.h"
 
 namespace orva::client {
 
-// What a service or its transport answered when it was not success; the message says what was asked
-// and what came.
-class ServiceError : public std::runtime_error {
-public:
-    ServiceError(const std::string& what, int32_t status)
-            : std::runtime_error(what), mStatus(status) {}
-    // The service's status; -1 when the transport failed.
-    int32_t status() const { return mStatus; }
-
-private:
-    const int32_t mStatus;
-};
+using AIService = vendor::selkat::hardware::ai::V2_1::IAIService;
+using ModelManagerService = vendor::selkat::hardware::ai::V2_1::IModelManagerService;
 
 // One model for a session to load: its description as text, its bytes in shared memory.
 struct Model {
     std::string description;
     SharedRegion bytes;
+
+    // As it travels; lends the descriptor, so valid as long as the model.
+    vendor::selkat::hardware::ai::V2_0::ModelBuffer buffer() const;
 };
 
 // The service under an instance name. Throws ServiceError, saying how to start one, when nobody
 // serves it.
-android::sp<vendor::selkat::hardware::ai::V2_1::IAIService> findService(
-        const std::string& instance = "default");
+template <typename Service = AIService>
+android::sp<Service> findService(const std::string& instance = "default");
 
-// An open session of the general AI service with its listener registered, closed with the object.
-// Every operation may be called from any thread; all throw ServiceError.
-class Session {
+// Models and tensors as they travel in a call; they lend their descriptors.
+android::hardware::hidl_vec<vendor::selkat::hardware::ai::V2_0::ModelBuffer> buffersOf(
+        const std::vector<Model>& models);
+android::hardware::hidl_vec<vendor::selkat::hardware::ai::V2_0::AITensorHandle> handlesOf(
+        const std::vector<Tensor>& tensors);
+
+// An open session with its listener registered, closed with the object: what sessions of both
+// services have. Every operation may be called from any thread; all throw ServiceError.
+template <typename Service, typename Listener>
+class BasicSession {
 public:
     // `clientId` is the caller's number for it, unique within this process, from 1 on: the listener
-    // is registered under the number's negation, which 0 has none of.
-    Session(android::sp<vendor::selkat::hardware::ai::V2_1::IAIService> service, int32_t clientId,
-            const std::string& nodeType, const std::string& config,
-            const std::vector<Model>& models);
-    ~Session();
-    Session(const Session&) = delete;
-    Session& operator=(const Session&) = delete;
+    // is registered under the number's negation, which 0 has none of. `type` names the node, or
+    // whatever the service calls what the session is with.
+    BasicSession(android::sp<Service> service, int32_t clientId, const std::string& type,
+                 const std::string& config, const std::vector<Model>& models);
+    ~BasicSession();
+    BasicSession(const BasicSession&) = delete;
+    BasicSession& operator=(const BasicSession&) = delete;
 
-    // Sends one request and returns once the node has accepted it.
+    // Sends one request and returns once it is accepted.
     void send(const std::string& context, const std::vector<Tensor>& inputs,
               const std::vector<Tensor>& outputs, int32_t param = 0);
     // The next result, in the order of their arrival.
     Completion await(std::chrono::milliseconds limit = std::chrono::seconds(60));
 
+protected:
+    Service& service() const { return *mService; }
+    int32_t clientId() const { return mClientId; }
+
 private:
     void close();
 
-    const android::sp<vendor::selkat::hardware::ai::V2_1::IAIService> mService;
+    const android::sp<Service> mService;
     const int32_t mClientId;
-    const android::sp<Completions> mCompletions;
+    const android::sp<CompletionsOf<Listener>> mCompletions;
     android::sp<android::hardware::hidl_death_recipient> mDeath;
 };
+
+using Session = BasicSession<AIService, vendor::selkat::hardware::ai::V2_0::IAIServiceListener>;
 
 }  // namespace orva::client

@@ -17,9 +17,12 @@ namespace orva::client {
 
 namespace {
 
+std::string nameOf(const std::string& path) {
+    return std::filesystem::path(path).stem();
+}
+
 std::string describe(const std::string& path) {
-    const std::string name = std::filesystem::path(path).stem();
-    return nlohmann::json{{"name", name}, {"type", "onnx"}}.dump(
+    return nlohmann::json{{"name", nameOf(path)}, {"type", "onnx"}}.dump(
             -1, ' ', true, nlohmann::json::error_handler_t::replace);
 }
 
@@ -59,23 +62,29 @@ std::vector<TensorShape> shapesOf(const std::vector<reference::OnnxValue>& value
 
 }  // namespace
 
-ModelFile::ModelFile(const std::string& path)
-        : mModel{describe(path), readIntoRegion(path, "orva model")}, mBytes(mModel.bytes.size()) {
+Model readModel(const std::string& path, const std::function<void(size_t)>& advance) {
+    return {describe(path), readIntoRegion(path, "orva model", advance)};
+}
+
+ModelFile::ModelFile(const std::string& path) : mPath(path), mModel(readModel(path)) {
     reference::OnnxModel outline;
     std::string reason;
-    if (!reference::ReadOnnxModel({mModel.bytes.data(), mBytes}, outline, reason)) {
+    if (!reference::ReadOnnxModel({mModel.bytes.data(), mModel.bytes.size()}, outline, reason)) {
         throw std::runtime_error(path + " is no usable ONNX model: " + reason);
     }
     try {
-        mInputs = shapesOf(outline.inputs);
-        mOutputs = shapesOf(outline.outputs);
+        mModels.push_back({nameOf(path), shapesOf(outline.inputs), shapesOf(outline.outputs)});
     } catch (const std::exception& error) {
         throw std::runtime_error(path + " cannot be run: " + error.what());
     }
 }
 
-Model ModelFile::take() && {
-    return std::move(mModel);
+const ModelOutline& ModelFile::only() const {
+    if (mModels.size() != 1) {
+        throw std::runtime_error(mPath + " holds " + std::to_string(mModels.size()) +
+                                 " models; only one can be run at a time");
+    }
+    return mModels[0];
 }
 
 }  // namespace orva::client

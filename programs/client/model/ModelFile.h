@@ -4,7 +4,9 @@
  */
 #pragma once
 
+#include <functional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "client/lib/Session.h"
@@ -12,26 +14,37 @@
 
 namespace orva::client {
 
-// A model file in shared memory, with what it says of its own inputs and outputs.
+// A file as it is, for a service to judge; nothing is known of what is in it. Throws as
+// readIntoRegion does, which finds `advance` explained.
+Model readModel(const std::string& path, const std::function<void(size_t)>& advance = nullptr);
+
+// One model as its file outlines it. Dimensions that it leaves open are 1, as they are to the
+// service.
+struct ModelOutline {
+    std::string name;
+    std::vector<TensorShape> inputs;
+    std::vector<TensorShape> outputs;
+};
+
+// A model file in shared memory, with what it says of the models in it.
 class ModelFile {
 public:
-    // Throws std::runtime_error, naming the file, when it cannot be read or is no ONNX model with
-    // tensors that can be sent.
+    // Throws std::runtime_error, naming the file, when it cannot be read or is no file of models
+    // with tensors that can be sent.
     explicit ModelFile(const std::string& path);
 
-    // Dimensions that the model leaves open are 1, as they are to the service.
-    const std::vector<TensorShape>& inputs() const { return mInputs; }
-    const std::vector<TensorShape>& outputs() const { return mOutputs; }
-    size_t bytes() const { return mBytes; }
+    const std::vector<ModelOutline>& models() const { return mModels; }
+    // Its only one. Throws std::runtime_error when there are several.
+    const ModelOutline& only() const;
 
-    // The model, for a session to load. Once.
-    Model take() &&;
+    // What a session loads.
+    const Model& model() const { return mModel; }
+    Model take() && { return std::move(mModel); }
 
 private:
+    const std::string mPath;
     Model mModel;
-    size_t mBytes;
-    std::vector<TensorShape> mInputs;
-    std::vector<TensorShape> mOutputs;
+    std::vector<ModelOutline> mModels;
 };
 
 }  // namespace orva::client

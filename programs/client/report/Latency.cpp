@@ -52,4 +52,19 @@ std::string milliseconds(std::chrono::nanoseconds time) {
     return text;
 }
 
+std::string sizeText(size_t bytes) {
+    constexpr const char* kUnits[] = {"KiB", "MiB", "GiB"};
+    if (bytes < 1024) {
+        return std::to_string(bytes) + " bytes";
+    }
+    auto amount = static_cast<double>(bytes) / 1024;
+    size_t unit = 0;
+    for (; amount >= 1024 && unit + 1 < std::size(kUnits); ++unit) {
+        amount /= 1024;
+    }
+    char text[32];
+    snprintf(text, sizeof text, "%.1f %s", amount, kUnits[unit]);
+    return text;
+}
+
 }  // namespace orva::client

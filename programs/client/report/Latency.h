@@ -40,7 +40,8 @@ private:
     Clock::time_point mBegin = Clock::now();
 };
 
-// For messages: "2.31 ms".
+// For messages: "2.31 ms", "224.3 KiB".
 std::string milliseconds(std::chrono::nanoseconds time);
+std::string sizeText(size_t bytes);
 
 }  // namespace orva::client

@@ -29,17 +29,35 @@ Progress::~Progress() {
     }
 }
 
-void Progress::update(size_t done) {
+bool Progress::isDue() {
     const std::chrono::nanoseconds now = mSinceBegin.elapsed();
-    if (!mTerminal || now < kPatience || now - mDrawnAt < kInterval || mTotal == 0) {
-        return;
+    if (!mTerminal || now < kPatience || now - mDrawnAt < kInterval) {
+        return false;
     }
     mDrawnAt = now;
     mDrawn = true;
+    return true;
+}
+
+void Progress::update(size_t done) {
+    if (mTotal == 0 || !isDue()) {
+        return;
+    }
     const size_t cells = kCells * done / mTotal;
     fprintf(stderr, "\r%s [%s%s] %zu/%zu\033[K", mWhat.c_str(), std::string(cells, '#').c_str(),
             std::string(kCells - cells, '.').c_str(), done, mTotal);
     fflush(stderr);
+}
+
+void Progress::goOn() {
+    if (isDue()) {
+        const auto seconds = std::chrono::duration<double>(mDrawnAt).count();
+        // One cell that goes round.
+        const auto cell = static_cast<size_t>(seconds * 10) % kCells;
+        fprintf(stderr, "\r%s [%s#%s] %.1f s\033[K", mWhat.c_str(), std::string(cell, '.').c_str(),
+                std::string(kCells - 1 - cell, '.').c_str(), seconds);
+        fflush(stderr);
+    }
 }
 
 }  // namespace orva::client

@@ -20,8 +20,13 @@ public:
     Progress& operator=(const Progress&) = delete;
 
     void update(size_t done);
+    // For work that does not say how far it is: shows only that it goes on, and for how long.
+    void goOn();
 
 private:
+    // Whether it is time to draw, which is then noted.
+    bool isDue();
+
     const std::string mWhat;
     const size_t mTotal;
     const bool mTerminal;

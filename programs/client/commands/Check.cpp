@@ -1,0 +1,54 @@
+/*
+ * Copyright (C) 2026 The orva project
+ * SPDX-License-Identifier: Apache-2.0
+ */
+#include <cstdio>
+#include <memory>
+#include <vector>
+
+#include <CLI/CLI.hpp>
+#include <nlohmann/json.hpp>
+
+#include "client/commands/Commands.h"
+#include "client/lib/ManagerSession.h"
+#include "client/model/ModelFile.h"
+
+namespace orva::client {
+
+namespace {
+
+void check(const Connection& connection, const std::vector<std::string>& paths, bool asJson) {
+    const auto service = findService<ModelManagerService>(connection.instance);
+    nlohmann::json verdicts = nlohmann::json::array();
+    std::string refused;
+    int32_t refusal = 0;
+    for (const std::string& path : paths) {
+        const int32_t status = checkCompatibility(*service, readModel(path));
+        verdicts.push_back({{"file", path}, {"compatible", status == 0}, {"status", status}});
+        if (status != 0) {
+            refused += (refused.empty() ? "" : ", ") + path + ": " + statusText(status);
+            refusal = status;
+        } else if (!asJson) {
+            printf("%s is compatible\n", path.c_str());
+        }
+    }
+    if (asJson) {
+        puts(verdicts.dump(2, ' ', true, nlohmann::json::error_handler_t::replace).c_str());
+    }
+    if (refusal != 0) {
+        throw ServiceError("not compatible: " + refused + "; the host's log says why", refusal);
+    }
+}
+
+}  // namespace
+
+void addCheck(CLI::App* app, const Connection* connection) {
+    CLI::App* command = app->add_subcommand("check", "See whether models can run there");
+    const auto paths = std::make_shared<std::vector<std::string>>();
+    const auto asJson = std::make_shared<bool>(false);
+    command->add_option("FILE", *paths, "Models, as they are or compiled")->required();
+    command->add_flag("--json", *asJson, "Print a JSON array");
+    command->callback([connection, paths, asJson] { check(*connection, *paths, *asJson); });
+}
+
+}  // namespace orva::client

@@ -1,0 +1,72 @@
+/*
+ * Copyright (C) 2026 The orva project
+ * SPDX-License-Identifier: Apache-2.0
+ */
+#include <cstdio>
+#include <memory>
+#include <stdexcept>
+#include <vector>
+
+#include <CLI/CLI.hpp>
+#include <nlohmann/json.hpp>
+
+#include "client/commands/Commands.h"
+#include "client/lib/Session.h"
+#include "client/lib/StateDump.h"
+
+namespace orva::client {
+
+namespace {
+
+struct Options {
+    std::string service;  // Empty: both.
+    std::string client;
+    bool json = false;
+};
+
+void debug(const Connection& connection, const Options& options) {
+    std::vector<std::string> texts;
+    if (options.json) {
+        texts.emplace_back("--json");
+    }
+    if (!options.client.empty()) {
+        texts.insert(texts.end(), {"--client", options.client});
+    }
+    std::vector<std::string> states;
+    if (options.service != "model-manager") {
+        states.push_back(stateOf(*findService<AIService>(connection.instance), texts));
+    }
+    if (options.service != "ai") {
+        states.push_back(stateOf(*findService<ModelManagerService>(connection.instance), texts));
+    }
+    nlohmann::json all = nlohmann::json::array();
+    for (const std::string& state : states) {
+        if (state.empty()) {
+            throw std::runtime_error("the service shows no state");
+        }
+        if (options.json) {
+            all.push_back(nlohmann::json::parse(state));
+        } else {
+            printf("%s%s", &state == &states.front() ? "" : "\n", state.c_str());
+        }
+    }
+    if (options.json) {
+        puts(all.dump(2).c_str());
+    }
+}
+
+}  // namespace
+
+void addDebug(CLI::App* app, const Connection* connection) {
+    CLI::App* command = app->add_subcommand(
+            "debug", "Show the services' state: sessions, requests, tensors, refusals");
+    const auto options = std::make_shared<Options>();
+    command->add_option("SERVICE", options->service, "Only this service")
+            ->check(CLI::IsMember({"ai", "model-manager"}));
+    command->add_option("--client", options->client,
+                        "Only this client: its process id, or a session's id (as 4711:1)");
+    command->add_flag("--json", options->json, "Print a JSON array");
+    command->callback([connection, options] { debug(*connection, *options); });
+}
+
+}  // namespace orva::client

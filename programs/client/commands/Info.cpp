@@ -1,0 +1,106 @@
+/*
+ * Copyright (C) 2026 The orva project
+ * SPDX-License-Identifier: Apache-2.0
+ */
+#include <cstdio>
+#include <memory>
+#include <vector>
+
+#include <CLI/CLI.hpp>
+#include <nlohmann/json.hpp>
+
+#include "client/commands/Commands.h"
+#include "client/lib/ManagerSession.h"
+#include "client/model/ModelFile.h"
+#include "client/report/Latency.h"
+
+namespace orva::client {
+
+namespace {
+
+struct Tensors {
+    const char* role;
+    const std::vector<TensorShape>& outlined;   // Names and types, by the file.
+    const std::vector<Dimensions>& dimensions;  // By the service.
+
+    std::string name(size_t i) const { return i < outlined.size() ? outlined[i].name : ""; }
+    const char* type(size_t i) const {
+        return i < outlined.size() ? nameOf(outlined[i].type) : "unknown";
+    }
+};
+
+std::string textOf(const Dimensions& dimensions) {
+    std::string text;
+    for (const int32_t dimension : dimensions) {
+        text += (text.empty() ? "" : "x") + std::to_string(dimension);
+    }
+    return text;
+}
+
+nlohmann::json jsonOf(const Tensors& tensors) {
+    nlohmann::json json = nlohmann::json::array();
+    for (size_t i = 0; i < tensors.dimensions.size(); ++i) {
+        json.push_back({{"name", tensors.name(i)},
+                        {"type", tensors.type(i)},
+                        {"dimensions", tensors.dimensions[i]}});
+    }
+    return json;
+}
+
+void print(const Tensors& tensors) {
+    for (size_t i = 0; i < tensors.dimensions.size(); ++i) {
+        printf("  %-6s  %-7s  %s  %s\n", tensors.role, tensors.type(i),
+               textOf(tensors.dimensions[i]).c_str(), tensors.name(i).c_str());
+    }
+}
+
+void info(const Connection& connection, const std::string& path, bool asJson) {
+    ModelFile file(path);
+    const size_t bytes = file.model().bytes.size();
+    const std::vector<ModelOutline> outlines = file.models();
+    std::vector<Model> models;
+    models.push_back(std::move(file).take());
+    ManagerSession session(findService<ModelManagerService>(connection.instance), 1, "", models);
+    const int32_t validity = session.validity();
+    const int32_t memory = session.maxUsedMemory();
+
+    nlohmann::json described = nlohmann::json::array();
+    for (const ModelOutline& outline : outlines) {
+        const ModelDimensions dimensions = session.dimensions(outline.name);
+        const Tensors inputs = {"input", outline.inputs, dimensions.inputs};
+        const Tensors outputs = {"output", outline.outputs, dimensions.outputs};
+        described.push_back(
+                {{"name", outline.name}, {"inputs", jsonOf(inputs)}, {"outputs", jsonOf(outputs)}});
+        if (!asJson) {
+            printf("%s\n", outline.name.c_str());
+            print(inputs);
+            print(outputs);
+        }
+    }
+    if (asJson) {
+        const nlohmann::json json = {{"file", path},
+                                     {"bytes", bytes},
+                                     {"valid", validity == 0},
+                                     {"status", validity},
+                                     {"max_used_memory", memory},
+                                     {"models", described}};
+        puts(json.dump(2, ' ', true, nlohmann::json::error_handler_t::replace).c_str());
+    } else {
+        printf("%s in %s; %s; at most %d KiB of memory used\n", sizeText(bytes).c_str(),
+               path.c_str(), validity == 0 ? "valid" : statusText(validity).c_str(), memory);
+    }
+}
+
+}  // namespace
+
+void addInfo(CLI::App* app, const Connection* connection) {
+    CLI::App* command =
+            app->add_subcommand("info", "Show a model: names, dimensions, memory, validity");
+    const auto path = std::make_shared<std::string>();
+    const auto asJson = std::make_shared<bool>(false);
+    command->add_option("FILE", *path, "The model, as it is or compiled")->required();
+    command->add_flag("--json", *asJson, "Print JSON");
+    command->callback([connection, path, asJson] { info(*connection, *path, *asJson); });
+}
+
+}  // namespace orva::client

@@ -1,0 +1,59 @@
+/*
+ * Copyright (C) 2026 The orva project
+ * SPDX-License-Identifier: Apache-2.0
+ */
+#include "client/lib/ServiceError.h"
+
+#include <orva/reference/NodeStatus.h>
+
+namespace orva::client {
+
+using android::hardware::Return;
+
+namespace {
+
+// 1 and 2 are the services' own; the rest is the framework's.
+const char* meaningOf(int32_t status) {
+    switch (status) {
+    case 1:
+        return "refused by the service";
+    case 2:
+        return "no such session";
+    case reference::kNodeNotReady:
+        return "not set up for that";
+    case reference::kNodeBadModel:
+        return "no model that can run here";
+    case reference::kNodeBadConfig:
+        return "a configuration without meaning";
+    case reference::kNodeBadRequest:
+        return "tensors that do not fit";
+    case reference::kNodeFailed:
+        return "the engine gave up";
+    case reference::kNodeStopped:
+        return "shut down meanwhile";
+    default:
+        return nullptr;
+    }
+}
+
+}  // namespace
+
+std::string statusText(int32_t status) {
+    const char* const meaning = meaningOf(status);
+    return "status " + std::to_string(status) +
+           (meaning != nullptr ? " (" + std::string(meaning) + ")" : "");
+}
+
+void requireSuccess(int32_t status, const std::string& asked) {
+    if (status != 0) {
+        throw ServiceError(
+                asked + " failed with " + statusText(status) + "; the host's log says why", status);
+    }
+}
+
+void requireSuccess(const Return<int32_t>& answer, const std::string& asked) {
+    requireAnswer(answer, asked);
+    requireSuccess(static_cast<int32_t>(answer), asked);
+}
+
+}  // namespace orva::client
