@@ -17,8 +17,8 @@ using orva_platform::ion::unique_fd;
 
 namespace {
 
-// Made when this library is loaded, so before the static objects of every library that needs it, and
-// gone after them: those may still give buffers back.
+// Made when this library is loaded, so before the static objects of every library that needs it,
+// and gone after them: those may still give buffers back.
 ClientTable gClients;
 
 }  // namespace
