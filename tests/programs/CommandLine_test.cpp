@@ -88,6 +88,9 @@ TEST(CommandLineUsage, EachMistakeIsNamed) {
             {{"run", "--input", "x", "--scale", "wide"}, "--scale"},
             {{"faces", "--image", "x"}, "--model is required"},
             {{"faces", "--model", "m", "--image", "x", "--threshold", "2"}, "--threshold"},
+            {{"run", "--input", "x", "--bind"}, "needs --service model-manager"},
+            {{"compile", "x"}, "--output is required"},
+            {{"debug", "nothing"}, "SERVICE"},
     };
     for (const auto& c : cases) {
         const Outcome outcome = runOrva("", c.arguments);
@@ -212,6 +215,56 @@ TEST_F(CommandLine, RefusesWhatDoesNotFitTheModel) {
         EXPECT_EQ(outcome.code, 1) << c.told;
         EXPECT_NE(outcome.errors.find(c.told), std::string::npos) << outcome.errors;
     }
+}
+
+// Compiled, checked, asked about and run in both forms; refused once a byte of it is another.
+TEST_F(CommandLine, CompilesAModelAndRunsIt) {
+    startHost();
+    const std::string model = ORVA_ONNX_CASES "/test_relu/model.onnx";
+    const std::string compiled = mFiles / "relu.orva";
+    const Outcome built = orva({"compile", model, "-o", compiled, "--json"});
+    ASSERT_EQ(built.code, 0) << built.errors;
+    EXPECT_EQ(json::parse(built.output)["output_bytes"], std::filesystem::file_size(compiled));
+    EXPECT_EQ(orva({"check", model, compiled}).code, 0);
+
+    const json info = json::parse(orva({"info", compiled, "--json"}).output);
+    EXPECT_EQ(info["valid"], true);
+    EXPECT_GT(info["max_used_memory"], 0);
+    EXPECT_EQ(info["models"][0]["outputs"][0]["name"], "y");
+    EXPECT_EQ(info["models"][0]["outputs"][0]["dimensions"], json::array({3, 4, 5, 1}));
+
+    const float minusOne = -1;
+    const std::string input =
+            file("x", std::string(60 * sizeof minusOne, '\0')
+                              .replace(0, sizeof minusOne, reinterpret_cast<const char*>(&minusOne),
+                                       sizeof minusOne));
+    for (const std::vector<std::string>& form : {std::vector<std::string>{}, {"--bind"}}) {
+        std::vector<std::string> arguments = {"run",    "--service", "model-manager", "--model",
+                                              compiled, "--input",   input,           "--repeat",
+                                              "3",      "--json"};
+        arguments.insert(arguments.end(), form.begin(), form.end());
+        const Outcome outcome = orva(arguments);
+        ASSERT_EQ(outcome.code, 0) << outcome.errors;
+        EXPECT_EQ(json::parse(outcome.output)["outputs"][0]["min"], 0);
+    }
+
+    std::string bytes = read(compiled);
+    bytes[bytes.size() / 2] ^= 1;
+    const Outcome changed = orva({"check", file("changed.orva", bytes)});
+    EXPECT_EQ(changed.code, 1);
+    EXPECT_NE(changed.errors.find("changed.orva: status 101"), std::string::npos) << changed.errors;
+
+    const std::string broken = file("broken.onnx", "no model at all");
+    const Outcome refused = orva({"compile", model, broken, "-o", mFiles / "none"});
+    EXPECT_EQ(refused.code, 1);
+    EXPECT_NE(refused.errors.find("cannot compile " + broken), std::string::npos) << refused.errors;
+    EXPECT_FALSE(std::filesystem::exists(mFiles / "none"));
+
+    const json states = json::parse(orva({"debug", "--json"}).output);
+    ASSERT_EQ(states.size(), 2U);
+    EXPECT_EQ(states[1]["refusals"]["framework_build"], 1);
+    EXPECT_TRUE(states[1]["sessions"].empty());
+    EXPECT_EQ(states[1]["held"]["mappings"], 0);
 }
 
 }  // namespace

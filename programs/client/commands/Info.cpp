@@ -2,6 +2,7 @@
  * Copyright (C) 2026 The orva project
  * SPDX-License-Identifier: Apache-2.0
  */
+#include <algorithm>
 #include <cstdio>
 #include <memory>
 #include <vector>
@@ -86,8 +87,9 @@ void info(const Connection& connection, const std::string& path, bool asJson) {
                                      {"models", described}};
         puts(json.dump(2, ' ', true, nlohmann::json::error_handler_t::replace).c_str());
     } else {
-        printf("%s in %s; %s; at most %d KiB of memory used\n", sizeText(bytes).c_str(),
-               path.c_str(), validity == 0 ? "valid" : statusText(validity).c_str(), memory);
+        printf("%s in %s; %s; at most %s of memory used\n", sizeText(bytes).c_str(), path.c_str(),
+               validity == 0 ? "valid" : statusText(validity).c_str(),
+               sizeText(static_cast<size_t>(std::max(memory, 0))).c_str());
     }
 }
 

@@ -8,6 +8,7 @@
 #include <stdexcept>
 #include <utility>
 
+#include <compiled/CompiledModel.h>
 #include <onnx/OnnxModel.h>
 #include <nlohmann/json.hpp>
 
@@ -21,9 +22,35 @@ std::string nameOf(const std::string& path) {
     return std::filesystem::path(path).stem();
 }
 
-std::string describe(const std::string& path) {
-    return nlohmann::json{{"name", nameOf(path)}, {"type", "onnx"}}.dump(
-            -1, ' ', true, nlohmann::json::error_handler_t::replace);
+// A compiled model's models have names of their own.
+std::string describe(const std::string& path, bool compiled) {
+    return nlohmann::json{{"name", compiled ? "" : nameOf(path)},
+                          {"type", compiled ? "compiled" : "onnx"}}
+            .dump(-1, ' ', true, nlohmann::json::error_handler_t::replace);
+}
+
+reference::ByteRange rangeOf(const SharedRegion& region) {
+    return {region.data(), region.size()};
+}
+
+// The text form is checked against all limits, so what a file says goes the same way.
+template <typename Dims>
+std::vector<int64_t> checkedDims(const Dims& dims) {
+    std::string text;
+    for (const auto dim : dims) {
+        text += (text.empty() ? "" : "x") + std::to_string(dim < 0 ? 1 : dim);
+    }
+    return text.empty() ? std::vector<int64_t>() : parseDims(text);
+}
+
+TensorShape shapeOf(const reference::EngineTensor& tensor) {
+    const ElementType types[] = {ElementType::kUint8, ElementType::kFloat32};
+    for (const ElementType type : types) {
+        if (tensor.dataType == static_cast<int>(type)) {
+            return {tensor.name, type, checkedDims(tensor.dims)};
+        }
+    }
+    throw std::runtime_error("its tensor '" + tensor.name + "' is of an unknown type");
 }
 
 TensorShape shapeOf(const reference::OnnxValue& value) {
@@ -40,40 +67,53 @@ TensorShape shapeOf(const reference::OnnxValue& value) {
         throw std::runtime_error("its tensor '" + value.name +
                                  "' is of a type that cannot be sent (float32 and uint8 can)");
     }
-    // The text form is checked against all limits, so what a file says goes the same way.
-    std::string text;
-    for (const int64_t dim : value.dims) {
-        text += (text.empty() ? "" : "x") + std::to_string(dim < 0 ? 1 : dim);
-    }
-    if (!text.empty()) {
-        shape.dims = parseDims(text);
-    }
+    shape.dims = checkedDims(value.dims);
     return shape;
 }
 
-std::vector<TensorShape> shapesOf(const std::vector<reference::OnnxValue>& values) {
+template <typename Value>
+std::vector<TensorShape> shapesOf(const std::vector<Value>& values) {
     std::vector<TensorShape> shapes;
     shapes.reserve(values.size());
-    for (const reference::OnnxValue& value : values) {
+    for (const Value& value : values) {
         shapes.push_back(shapeOf(value));
     }
     return shapes;
 }
 
+std::vector<ModelOutline> outlinesOf(const reference::CompiledModel& compiled) {
+    std::vector<ModelOutline> outlines;
+    for (const reference::CompiledEntry& entry : compiled.models) {
+        outlines.push_back({entry.name, shapesOf(entry.inputs), shapesOf(entry.outputs)});
+    }
+    return outlines;
+}
+
 }  // namespace
 
 Model readModel(const std::string& path, const std::function<void(size_t)>& advance) {
-    return {describe(path), readIntoRegion(path, "orva model", advance)};
+    SharedRegion bytes = readIntoRegion(path, "orva model", advance);
+    std::string description = describe(path, reference::IsCompiledModel(rangeOf(bytes)));
+    return {std::move(description), std::move(bytes)};
 }
 
 ModelFile::ModelFile(const std::string& path) : mPath(path), mModel(readModel(path)) {
-    reference::OnnxModel outline;
+    const reference::ByteRange file = rangeOf(mModel.bytes);
+    const bool isCompiled = reference::IsCompiledModel(file);
+    reference::CompiledModel compiled;
+    reference::OnnxModel onnx;
     std::string reason;
-    if (!reference::ReadOnnxModel({mModel.bytes.data(), mModel.bytes.size()}, outline, reason)) {
-        throw std::runtime_error(path + " is no usable ONNX model: " + reason);
+    if (isCompiled ? !ReadCompiledModel(file, compiled, reason)
+                   : !ReadOnnxModel(file, onnx, reason)) {
+        throw std::runtime_error(path + " is no usable " + (isCompiled ? "compiled" : "ONNX") +
+                                 " model: " + reason);
     }
     try {
-        mModels.push_back({nameOf(path), shapesOf(outline.inputs), shapesOf(outline.outputs)});
+        if (isCompiled) {
+            mModels = outlinesOf(compiled);
+        } else {
+            mModels.push_back({nameOf(path), shapesOf(onnx.inputs), shapesOf(onnx.outputs)});
+        }
     } catch (const std::exception& error) {
         throw std::runtime_error(path + " cannot be run: " + error.what());
     }
