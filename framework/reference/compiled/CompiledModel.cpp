@@ -227,7 +227,7 @@ void CompiledModelWriter::Write(ByteRange bytes) {
         throw std::runtime_error("the output's " + std::to_string(capacity_) +
                                  " bytes are too few for what is built");
     }
-    std::memcpy(output_ + size_, bytes.data, bytes.size);
+    std::copy_n(bytes.data, bytes.size, output_ + size_);
     digest_.Add(bytes);
     size_ += bytes.size;
 }
