@@ -14,6 +14,9 @@
 //   open FIRST COUNT  opens and keeps sessions   rounds COUNT      opens, requests and closes
 //   shrink BYTES      the input of the last request
 //   requests          requests until it is killed, a line for each
+//   manage FIRST COUNT  opens sessions on model managers and keeps them
+//   unmanage N        closes one
+//   builds            opens such a session and builds until it is killed, a line for each
 //
 // It ends with the input.
 
@@ -27,6 +30,7 @@
 #include <orva_platform/Runtime.h>
 #include <unistd.h>
 
+#include "client/lib/ManagerSession.h"
 #include "client/lib/Session.h"
 
 namespace {
@@ -41,7 +45,9 @@ using orva::client::Completions;
 using orva::client::Session;
 using orva::client::Tensor;
 using vendor::selkat::hardware::ai::V2_0::AITensorHandle;
+using vendor::selkat::hardware::ai::V2_0::ModelBuffer;
 using vendor::selkat::hardware::ai::V2_1::IAIService;
+using vendor::selkat::hardware::ai::V2_1::IModelManagerService;
 
 constexpr size_t kRequestBytes = 4096;
 
@@ -109,6 +115,8 @@ private:
     std::string open(int32_t first, int32_t count);
     std::string rounds(int count);
     [[noreturn]] void requests();
+    std::string manage(int32_t first, int32_t count);
+    [[noreturn]] void builds();
 
     const sp<IAIService> mService;
     const sp<HeldCompletions> mResults;
@@ -179,6 +187,32 @@ void Client::requests() {
     }
 }
 
+// The status of the first session that is refused, or 0.
+std::string Client::manage(int32_t first, int32_t count) {
+    const auto service = orva::client::findService<IModelManagerService>();
+    std::string status = "0";
+    for (int32_t i = first; i < first + count && status == "0"; ++i) {
+        status = textOf(service->Init(i, "", "", {}));
+    }
+    return status;
+}
+
+void Client::builds() {
+    const auto service = orva::client::findService<IModelManagerService>();
+    // Zeros are no model, so every build fails, after its regions have been mapped.
+    const orva::client::SharedRegion source("source", kRequestBytes);
+    const orva::client::SharedRegion output("output", kRequestBytes);
+    const hidl_vec<ModelBuffer> sources = {{"", source.handle(), source.size(), ""},
+                                           {"", source.handle(), source.size(), ""}};
+    const orva::client::ManagerSession session(service, 1, "", {});
+    for (;;) {
+        service->BuildModel(1, "", 0, sources, {"", output.handle(), output.size(), ""},
+                            [](uint32_t, int32_t) {})
+                .isOk();
+        std::cout << "done" << std::endl;
+    }
+}
+
 std::string Client::take(const std::string& step, std::istream& arguments) {
     int32_t number = 0;
     std::string type;
@@ -235,6 +269,18 @@ std::string Client::take(const std::string& step, std::istream& arguments) {
     }
     if (step == "requests") {
         requests();
+    }
+    if (step == "manage") {
+        int32_t count = 0;
+        arguments >> count;
+        return manage(number, count);
+    }
+    if (step == "unmanage") {
+        const auto service = orva::client::findService<IModelManagerService>();
+        return service->UnInit(number).isOk() ? "0" : "dead";
+    }
+    if (step == "builds") {
+        builds();
     }
     return "unknown step";
 }
