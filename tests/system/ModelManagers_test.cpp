@@ -161,13 +161,13 @@ TEST_F(ModelManagers, WhatClientsClaimIsNotBelieved) {
     EXPECT_FALSE(service->BuildModel(1, "", 0, {}, {}, nullptr).isOk());
     int32_t result = 0;
     size_t dimensions = 1;
-    EXPECT_TRUE(service->GetModelIOTensorDim(1, std::string(5000, 'x'),
-                                             [&](const hidl_vec<TensorDimension>& inputs,
-                                                 const hidl_vec<TensorDimension>& outputs,
-                                                 int32_t status) {
-                                                 result = status;
-                                                 dimensions = inputs.size() + outputs.size();
-                                             })
+    EXPECT_TRUE(service->GetModelIOTensorDim(
+                               1, std::string(5000, 'x'),
+                               [&](const hidl_vec<TensorDimension>& inputs,
+                                   const hidl_vec<TensorDimension>& outputs, int32_t status) {
+                                   result = status;
+                                   dimensions = inputs.size() + outputs.size();
+                               })
                         .isOk());
     EXPECT_NE(result, 0);
     EXPECT_EQ(dimensions, 0U);

@@ -58,6 +58,9 @@ struct ModelManager::Core {
     std::shared_ptr<OnnxRunner> Find(const std::string& name) const;
     // False, with a line in the log, before there are models and a listener.
     bool TakesRequests() const;
+    // Gives a request the tensors that are bound to the model. False, with a line in the log, when
+    // none are.
+    bool TakeBinding(const OnnxRunner& model, Request& request) const;
     int32_t Post(const std::shared_ptr<OnnxRunner>& model, Request request) const;
 
     const std::shared_ptr<RequestQueue<AIModelManagerListener>> queue;
@@ -109,6 +112,18 @@ bool ModelManager::Core::TakesRequests() const {
                   initialised ? "a listener" : "been initialised");
         return false;
     }
+    return true;
+}
+
+bool ModelManager::Core::TakeBinding(const OnnxRunner& model, Request& request) const {
+    MutexLock lock(mutex);
+    const auto bound = bindings.find(&model);
+    if (bound == bindings.end()) {
+        ORVA_LOGE("nothing is bound");
+        return false;
+    }
+    request.inputs = bound->second.inputs;
+    request.outputs = bound->second.outputs;
     return true;
 }
 
@@ -223,17 +238,8 @@ int32_t ModelManager::StartCompute(AIContext& context) {
             return kNodeBadRequest;
         }
         Request request{context, {}, {}, 0};
-        {
-            MutexLock lock(core_->mutex);
-            const auto bound = core_->bindings.find(model.get());
-            if (bound == core_->bindings.end()) {
-                ORVA_LOGE("nothing is bound");
-                return kNodeNotReady;
-            }
-            request.inputs = bound->second.inputs;
-            request.outputs = bound->second.outputs;
-        }
-        return core_->Post(model, std::move(request));
+        return core_->TakeBinding(*model, request) ? core_->Post(model, std::move(request))
+                                                   : kNodeNotReady;
     });
 }
 
