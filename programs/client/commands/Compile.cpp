@@ -52,6 +52,7 @@ std::vector<Model> readSources(const std::vector<std::string>& paths, Report* re
     Progress progress("reading bytes", report->sourceBytes);
     size_t done = 0;
     std::vector<Model> sources;
+    sources.reserve(paths.size());
     for (const std::string& path : paths) {
         sources.push_back(readModel(path, [&](size_t bytes) { progress.update(done += bytes); }));
     }
