@@ -165,40 +165,6 @@ TEST_F(ModelManagerTest, RefusesRequestsThatItCannotRun) {
     EXPECT_EQ(kNodeNotReady, Process(deaf, "", in, out));
 }
 
-TEST_F(ModelManagerTest, ItsRequestsOutliveIt) {
-    // Its listener keeps the one thread busy.
-    struct Held : Recorder {
-        void OnProcessDone(const AIContext& context, int32_t result, const Tensors& outs) override {
-            started.Raise();
-            EXPECT_TRUE(release.Await());
-            Recorder::OnProcessDone(context, result, outs);
-        }
-        test::Flag started, release;
-    };
-    const auto pool = std::make_shared<ThreadPool>(1, 2);
-    const auto held = std::make_shared<Held>();
-    auto manager = Make(pool);
-    manager->RegisterListener(held);
-    ASSERT_EQ(kNodeOk, Init(*manager, {Describe("", CaseModel(kSub))}));
-    const auto bytes = Bytes(File(60));
-    ASSERT_EQ(kNodeOk, Bind(*manager, "", {bytes, bytes}, {bytes}));
-    ASSERT_EQ(kNodeOk, Start(*manager, ""));
-    ASSERT_EQ(kNodeOk, Process(*manager, "", {bytes, bytes}, {bytes}));
-    ASSERT_TRUE(held->started.Await());
-    manager.reset();
-    held->release.Raise();
-    const auto completions = held->Await(2);
-    ASSERT_EQ(2U, completions.size());
-    EXPECT_EQ(kNodeOk, completions[0].result);
-    EXPECT_EQ(kNodeStopped, completions[1].result);
-    ASSERT_TRUE(pool->Shutdown(test::kWatchdog));
-    EXPECT_EQ(1, held.use_count()) << "nothing is left of the manager";
-
-    manager = Make(pool);
-    ASSERT_EQ(kNodeOk, Init(*manager, {Describe("", CaseModel(kSub))}));
-    EXPECT_EQ(kNodeStopped, Process(*manager, "", {bytes, bytes}, {bytes}));
-}
-
 TEST_F(ModelManagerTest, WhatIsCompatibleIsWhatInitialises) {
     const File split = CaseModel(kSplit);
     File built;
@@ -373,14 +339,6 @@ TEST_F(ModelManagerTest, TellsDimensionsAndMemory) {
     const auto empty = Make();
     ASSERT_EQ(kNodeOk, Init(*empty, {}));
     EXPECT_EQ(0, empty->GetMaxUsedMemory());
-}
-
-TEST(AIModelManagerFactory, MakesModelManagers) {
-    const std::shared_ptr<AIModelManager> manager(
-            AIModelManagerFactory::Instance()->createModelManager());
-    ASSERT_NE(nullptr, manager);
-    EXPECT_EQ(manager, manager->shared_from_this());
-    EXPECT_EQ(kNodeOk, manager->CheckModelCompatibility(Describe("", test::CaseModel(kSplit))));
 }
 
 }  // namespace

@@ -56,23 +56,6 @@ protected:
     std::shared_ptr<test::Recorder> recorder_ = std::make_shared<test::Recorder>();
 };
 
-TEST_F(NodesTest, EchoCopiesInputsToOutputs) {
-    ASSERT_EQ(kNodeOk, Init("echo"));
-    const auto small = Bytes({0, 0, 0});
-    const auto large = Bytes(std::vector<uint8_t>(100000));
-    EXPECT_EQ(kNodeOk, Process({Bytes({1, 2, 255}), Bytes(std::vector<uint8_t>(100000, 42))},
-                               {small, large}));
-    EXPECT_EQ((std::vector<uint8_t>{1, 2, 255}), small->bytes());
-    EXPECT_EQ(std::vector<uint8_t>(100000, 42), large->bytes());
-    const auto same = Bytes({1, 2});
-    EXPECT_EQ(kNodeOk, Process({same}, {same}));
-    EXPECT_EQ(kNodeOk, Process({}, {}));
-    const auto ion =
-            std::make_shared<TestTensor>(0, std::vector<uint8_t>{1}, "AINeuralNetworkIonBuffer");
-    EXPECT_EQ(kNodeOk, Process({Bytes({9})}, {ion}));
-    EXPECT_EQ(9, ion->bytes()[0]);
-}
-
 TEST_F(NodesTest, EchoRefusesWhatDoesNotFit) {
     ASSERT_EQ(kNodeOk, Init("echo"));
     const auto other = std::make_shared<TestTensor>(0, std::vector<uint8_t>{1}, "Other");

@@ -213,23 +213,5 @@ TEST_F(ServiceNodeTest, CountsHowLongItLiesIdle) {
     EXPECT_GT(node->IdleTime(), idle);
 }
 
-TEST(AINNNodeFactory, MakesTheTypesThatAreRegistered) {
-    AINNNodeFactory& factory = *AINNNodeFactory::GetInstance();
-    EXPECT_NE(nullptr, factory.CreateNNNode("echo"));
-    EXPECT_NE(nullptr, factory.CreateNNNode("onnx"));
-    EXPECT_EQ(nullptr, factory.CreateNNNode(""));
-    EXPECT_EQ(nullptr, factory.CreateNNNode("Echo"));
-
-    std::shared_ptr<AIServiceBase> mine =
-            std::make_shared<ServiceNode>(std::make_unique<Scripted>(Behaviour()));
-    RegisterNode("mine", [&] { return mine; });
-    EXPECT_EQ(mine, factory.CreateNNNode("mine"));
-    RegisterNode("mine", []() -> std::shared_ptr<AIServiceBase> { throw std::bad_alloc(); });
-    EXPECT_EQ(nullptr, factory.CreateNNNode("mine"));
-    UnregisterNode("mine");
-    UnregisterNode("mine");
-    EXPECT_EQ(nullptr, factory.CreateNNNode("mine"));
-}
-
 }  // namespace
 }  // namespace orva::reference

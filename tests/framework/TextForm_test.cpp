@@ -83,12 +83,6 @@ TEST(TextForm, MapsComeBackAsTheyWere) {
     }
 }
 
-TEST(TextForm, WhatIsEmptyHasTheEmptyText) {
-    EXPECT_EQ("", AIConfig().SerializeToString());
-    EXPECT_EQ("", AIContext().Serialize());
-    EXPECT_EQ("", AIModelDescription().SerializeToString());
-}
-
 TEST(TextForm, MalformedTextsChangeNothing) {
     for (const std::string& text : MalformedTexts()) {
         SCOPED_TRACE(text.substr(0, 40));
@@ -105,13 +99,6 @@ TEST(TextForm, MalformedTextsChangeNothing) {
         EXPECT_FALSE(model.ParseFromString(text));
         EXPECT_EQ("kept", model.name());
     }
-}
-
-TEST(TextForm, ALaterMemberReplacesAnEarlierOne) {
-    AIConfig config;
-    EXPECT_TRUE(config.ParseFromString(R"( { "a" : "1" , "a" : "2" } )"));
-    EXPECT_EQ("2", config.GetPara("a"));
-    EXPECT_EQ("", config.GetPara("b"));
 }
 
 TEST(TextForm, BytesThatAreNotTextAreReplaced) {

@@ -78,34 +78,6 @@ TEST(HidlBinder, AnotherInterfacesBinderIsNoListener) {
     EXPECT_EQ(nullptr, listenerBehind(nullptr).get());
 }
 
-TEST(HidlBinder, AnObjectOfUnknownInterfaceHasNoStub) {
-    struct Stranger : IBase {
-        Return<void> interfaceDescriptor(interfaceDescriptor_cb report) override {
-            report("vendor.selkat.hardware.ai@9.9::IStranger");
-            return Void();
-        }
-    };
-    const sp<IBase> stranger = new Stranger();
-    EXPECT_EQ(nullptr, getOrCreateCachedBinder(stranger.get()).get());
-    EXPECT_EQ(nullptr, getOrCreateCachedBinder(nullptr).get());
-    EXPECT_EQ(nullptr, details::wrapPassthroughInternal(stranger).get());
-}
-
-TEST(HidlBinder, CastsFollowTheChain) {
-    const sp<IBase> service = new Service();
-    EXPECT_EQ(service, sp<V2_1::IAIService>(V2_1::IAIService::castFrom(service)));
-    EXPECT_EQ(service, sp<V2_0::IAIService>(V2_0::IAIService::castFrom(service)));
-
-    const Return<sp<V2_0::IAIServiceListener>> other =
-            V2_0::IAIServiceListener::castFrom(service, true);
-    EXPECT_TRUE(other.isOk());
-    EXPECT_EQ(nullptr, sp<V2_0::IAIServiceListener>(other).get());
-
-    const Return<sp<V2_1::IAIService>> null = V2_1::IAIService::castFrom(sp<IBase>(), true);
-    EXPECT_TRUE(null.isOk());
-    EXPECT_EQ(nullptr, sp<V2_1::IAIService>(null).get());
-}
-
 TEST(HidlBinder, ADeadObjectFailsItsCallsAndCasts) {
     const sp<IBase> dead = new BpHwBase(deadBinder());
     EXPECT_TRUE(dead->ping().isDeadObject());
@@ -118,22 +90,6 @@ TEST(HidlBinder, ADeadObjectFailsItsCallsAndCasts) {
     EXPECT_FALSE(called);
 }
 
-TEST(HidlBinder, ProxiesAreEqualByWhatTheyReach) {
-    const sp<IBinder> binder = deadBinder();
-    const sp<IBase> proxy = new BpHwBase(binder);
-    const sp<IBase> same = new V2_1::BpHwAIService(binder);
-    const sp<IBase> other = new BpHwBase(deadBinder());
-    const sp<IBase> local = new Service();
-    EXPECT_EQ(binder, toBinder(proxy));
-    EXPECT_EQ(binder, toBinder(same));
-    EXPECT_TRUE(interfacesEqual(proxy, same));
-    EXPECT_FALSE(interfacesEqual(proxy, other));
-    EXPECT_FALSE(interfacesEqual(proxy, local));
-    EXPECT_FALSE(interfacesEqual(proxy, nullptr));
-    EXPECT_TRUE(interfacesEqual(local, local));
-    EXPECT_TRUE(interfacesEqual(nullptr, nullptr));
-}
-
 TEST(HidlBinder, APassthroughWrapperCallsItsObject) {
     const sp<V2_1::IAIService> service = new Service();
     const sp<V2_1::IAIService> wrapped = details::wrapPassthrough(service);
@@ -142,19 +98,6 @@ TEST(HidlBinder, APassthroughWrapperCallsItsObject) {
     EXPECT_EQ(17, int32_t(wrapped->Init(17, "", "", {})));
     const sp<IBase> remote = new BpHwBase(deadBinder());
     EXPECT_EQ(remote, details::wrapPassthrough(remote));
-}
-
-TEST(HidlBinder, KeepsTheSchedulingOfLocalServicesOnly) {
-    const sp<IBase> service = new Service();
-    EXPECT_TRUE(setMinSchedulerPolicy(service, SCHED_FIFO, 1));
-    EXPECT_FALSE(setMinSchedulerPolicy(service, SCHED_FIFO, 100));
-    EXPECT_FALSE(setMinSchedulerPolicy(service, SCHED_NORMAL, 20));
-    EXPECT_FALSE(setMinSchedulerPolicy(nullptr, SCHED_NORMAL, 0));
-    EXPECT_FALSE(setMinSchedulerPolicy(new BpHwBase(deadBinder()), SCHED_NORMAL, 0));
-    const sp<IBinder> binder = getOrCreateCachedBinder(service.get());
-    BHwBinder* const stub = binder->localBinder();
-    EXPECT_EQ(SCHED_FIFO, stub->getMinSchedulingPolicy());
-    EXPECT_EQ(1, stub->getMinSchedulingPriority());
 }
 
 TEST(HidlBinder, AStatusTravelsWithItsMessageUnlessItIsTheTransports) {

@@ -181,17 +181,6 @@ TEST_F(Services, EndWhenTheyAreStopped) {
     EXPECT_FALSE(std::filesystem::exists(path(fileOf("default"))));
 }
 
-TEST_F(Services, FinishTheCallsThatAreUnderWay) {
-    PeerProcess server("serve", "default", "2");
-    const sp<IProbe> probe = service();
-    std::thread waiting([&] { expectOk(probe->stay()); });
-    EXPECT_EQ("in", server.readLine());
-    server.signal(SIGTERM);
-    server.signal(SIGUSR1);
-    waiting.join();
-    EXPECT_EQ(0, server.await());
-}
-
 TEST_F(Services, EndThoughAClientNeverAnswers) {
     android::hardware::configureRpcThreadpool(2, false);
     android::hardware::ProcessState::self()->startThreadPool();

@@ -27,14 +27,5 @@ TEST(Latency, PercentilesAreTimesThatWereMeasured) {
     }
 }
 
-TEST(Latency, OneRequestIsAllPercentiles) {
-    Latency latency;
-    latency.add(milliseconds(7));
-    for (const double part : {0.0, 0.5, 1.0}) {
-        EXPECT_EQ(latency.percentile(part), 7);
-    }
-    EXPECT_EQ(latency.text(), "latency 7.00 ms");
-}
-
 }  // namespace
 }  // namespace orva::client

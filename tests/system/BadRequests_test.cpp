@@ -210,19 +210,6 @@ TEST_F(BadRequests, ClientIds) {
     EXPECT_EQ(outcome(service->SetListener(INT32_MIN, nullptr)), 1);
 }
 
-TEST_F(BadRequests, TensorsThatDoNotFitTheNode) {
-    ASSERT_EQ(init("echo", "", {}), 0);
-    ASSERT_EQ(outcome(service->SetListener(1, nullptr)), 0);
-    const client::Tensor small({}, 16);
-    const client::Tensor large({}, 17);
-    hidl_vec<AITensorHandle> one = {small.handle()};
-    hidl_vec<AITensorHandle> other = {large.handle()};
-    EXPECT_EQ(outcome(service->Process(1, "", one, {}, 0)), kNodeBadRequest);
-    EXPECT_EQ(outcome(service->Process(1, "", {}, one, 0)), kNodeBadRequest);
-    EXPECT_EQ(outcome(service->Process(1, "", one, other, 0)), kNodeBadRequest);
-    EXPECT_TRUE(service->UnInit(1).isOk());
-}
-
 }  // namespace
 
 }  // namespace orva::test

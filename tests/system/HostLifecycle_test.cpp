@@ -73,20 +73,6 @@ TEST_F(HostLifecycle, KilledHostIsDeadToItsClients) {
     dropHost();
 }
 
-TEST_F(HostLifecycle, KilledWhileAClientWaitsForItsAnswer) {
-    startHost();
-    const auto client = newClient();
-    EXPECT_EQ(client->ask("send 1 1"), "2");
-    host().process().freeze();
-    client->begin("init 1 echo");
-    EXPECT_TRUE(client->awaitWaitingFor(SYS_recvmsg));
-    host().process().signal(SIGKILL);
-    EXPECT_EQ(client->answer(), "dead");
-    EXPECT_EQ(client->ask("await-death"), "died");
-    EXPECT_EQ(client->finish(), 0);
-    dropHost();
-}
-
 TEST_F(HostLifecycle, SecondHostIsRefused) {
     startHost();
     HostProcess second(folder(), {});

@@ -38,22 +38,6 @@ uint32_t Deserialize(std::shared_ptr<IAITensor>&, const AITensorHandle&) {
     return result;
 }
 
-TEST(AITensorSerializerRegistry, LaterRegistrationReplacesBothFunctions) {
-    AITensorSerializerRegistry& registry = *AITensorSerializerRegistry::GetInstance();
-    LogCapture log;
-    registry.RegisterFunc("twice", Serialize<10>, Deserialize<11>);
-    EXPECT_EQ((std::vector<LogLine>{{ANDROID_LOG_INFO, kTag, "RegisterFunc",
-                                     "Tensor Serializer register success! type is :twice."}}),
-              log.Take());
-    std::shared_ptr<IAITensor> tensor = std::make_shared<NamedTensor>("twice");
-    AITensorHandle handle{};
-    EXPECT_EQ(10U, registry.SerializeTo(handle, tensor));
-    EXPECT_EQ(11U, registry.DeserializeFrom(tensor, handle));
-    registry.RegisterFunc("twice", Serialize<20>, Deserialize<21>);
-    EXPECT_EQ(20U, registry.SerializeTo(handle, tensor));
-    EXPECT_EQ(21U, registry.DeserializeFrom(tensor, handle));
-}
-
 TEST(AITensorSerializerRegistry, RefusesWhatItCannotLookUp) {
     AITensorSerializerRegistry& registry = *AITensorSerializerRegistry::GetInstance();
     const struct {

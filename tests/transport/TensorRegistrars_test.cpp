@@ -41,15 +41,6 @@ std::string TypeOf(const std::shared_ptr<IAITensor>& tensor) {
     return tensor != nullptr ? tensor->GetTypeName() : "none";
 }
 
-TEST(AITensorRegistrar, RegistersForItsLifetime) {
-    AITensorFactory& factory = *AITensorFactory::GetInstance();
-    {
-        const AITensorRegistrar registrar("temporary", CreateFallback);
-        EXPECT_NE(nullptr, factory.CreateTensor("temporary"));
-    }
-    EXPECT_EQ(nullptr, factory.CreateTensor("temporary"));
-}
-
 TEST(AITensorRegistrar, DoesNothingWithoutAFactory) {
     AITensorFactory& factory = *AITensorFactory::GetInstance();
     std::optional<AITensorRegistrar> early, late;

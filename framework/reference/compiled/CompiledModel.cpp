@@ -19,7 +19,6 @@ namespace {
 constexpr std::array<uint8_t, 8> kMagic = {0x4f, 0xcf, 0xd2, 0xd6, 0xc1, 0xcf, 0x4d, 0x4f};
 constexpr uint32_t kVersion = 1;
 constexpr size_t kDigestAt = 32;
-constexpr size_t kHeaderSize = 64;
 constexpr size_t kMostDimensions = 32;
 
 template <class Number>
@@ -122,7 +121,7 @@ bool TakeEntry(Taker& taker, ByteRange sources, CompiledEntry& entry) {
     uint64_t begin = 0;
     uint64_t size = 0;
     if (!taker.Take(entry.name) || entry.name.empty() || !taker.Take(begin) || !taker.Take(size) ||
-        begin < kHeaderSize || begin > sources.size || size > sources.size - begin) {
+        begin < kCompiledHeaderSize || begin > sources.size || size > sources.size - begin) {
         return false;
     }
     entry.source = {sources.data + begin, static_cast<size_t>(size)};
@@ -156,11 +155,11 @@ bool ReadCompiledModel(ByteRange file, CompiledModel& model, std::string& reason
     uint32_t version = 0;
     uint64_t size = 0;
     uint64_t table = 0;
-    if (!IsCompiledModel(file) || file.size < kHeaderSize) {
+    if (!IsCompiledModel(file) || file.size < kCompiledHeaderSize) {
         reason = "not a built model";
         return false;
     }
-    Taker header({file.data + kMagic.size(), kHeaderSize - kMagic.size()});
+    Taker header({file.data + kMagic.size(), kCompiledHeaderSize - kMagic.size()});
     header.Take(version);
     header.Take(model.buildParam);
     header.Take(size);
@@ -176,14 +175,14 @@ bool ReadCompiledModel(ByteRange file, CompiledModel& model, std::string& reason
         return false;
     }
     Digest digest;
-    digest.Add({file.data + kHeaderSize, file.size - kHeaderSize});
+    digest.Add({file.data + kCompiledHeaderSize, file.size - kCompiledHeaderSize});
     digest.Add({file.data, kDigestAt});
     const Digest::Value expected = digest.End();
     if (!std::equal(expected.begin(), expected.end(), file.data + kDigestAt)) {
         reason = "a built model that was changed after it was built";
         return false;
     }
-    if (table < kHeaderSize || table > size ||
+    if (table < kCompiledHeaderSize || table > size ||
         !TakeTable(Taker({file.data + table, static_cast<size_t>(size - table)}),
                    {file.data, static_cast<size_t>(table)}, model.models)) {
         reason = "a built model whose table is malformed";

@@ -31,6 +31,8 @@ namespace orva::reference {
 // type, number of dimensions and dimensions. A name is its length and its bytes. A source's place
 // and size take 8 bytes, every other number 4.
 
+constexpr size_t kCompiledHeaderSize = 64;
+
 // One model in a file. There is a name, and no other model in the file has it.
 struct CompiledEntry {
     std::string name;
@@ -68,7 +70,7 @@ private:
 
     uint8_t* const output_;
     const size_t capacity_;
-    size_t size_ = 64;
+    size_t size_ = kCompiledHeaderSize;
     uint32_t count_ = 0;
     std::vector<uint8_t> entries_;
     Digest digest_;

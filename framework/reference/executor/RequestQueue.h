@@ -5,7 +5,6 @@
 #pragma once
 
 #include <atomic>
-#include <functional>
 #include <memory>
 #include <utility>
 
@@ -25,9 +24,6 @@ namespace orva::reference {
 template <class Listener>
 class RequestQueue : public std::enable_shared_from_this<RequestQueue<Listener>> {
 public:
-    // Runs a request and returns its result. What it throws becomes kNodeFailed.
-    using Runner = std::function<int32_t(Request&)>;
-
     // The executor must outlive the posts.
     explicit RequestQueue(Executor& executor) : strand_(std::make_shared<Strand>(executor)) {}
 
@@ -50,6 +46,8 @@ public:
     }
 
     // Takes a request; false when the framework has been shut down. There must be a listener.
+    // `run` runs the request and returns its result; what it throws becomes kNodeFailed.
+    template <class Runner>
     bool Post(Request request, Runner run) {
         auto shared = std::make_shared<Request>(std::move(request));
         if (strand_->Post([self = this->shared_from_this(), shared, run = std::move(run)] {
@@ -66,6 +64,7 @@ public:
     void Close() { closed_ = true; }
 
 private:
+    template <class Runner>
     void Complete(Request& request, const Runner& run) {
         const int32_t result =
                 closed_ ? kNodeStopped : Guarded("request failed", [&] { return run(request); });

@@ -4,6 +4,7 @@
  */
 #include "manager/ModelSet.h"
 
+#include <algorithm>
 #include <stdexcept>
 
 #include <orva/reference/ModelManager.h>
