@@ -25,7 +25,6 @@ using vendor::selkat::hardware::ai::V2_0::ModelBuffer;
 
 constexpr int32_t kNotSent = -1;  // The transport of this process does not take it.
 constexpr int32_t kNodeBadModel = 101;
-constexpr int32_t kNodeBadRequest = 103;
 
 class BadRequests : public SystemTest {
 protected:
