@@ -26,9 +26,10 @@ class Endurance : public SystemTest {
 protected:
     void startSmallHost() {
         startHost({"--max-clients", std::to_string(kRoom), "--idle-timeout", "600"});
+        before = host().state();
         // Its threads and the heap get to their usual size.
         warmUp();
-        before = host().state();
+        expectSettled(before);
     }
 
     void warmUp() {
@@ -81,7 +82,7 @@ TEST_F(Endurance, ClientsKilledAmidRequestsLeaveNothing) {
     constexpr int kAtOnce = 4;
     startSmallHost();
     std::mt19937 random(17);
-    for (int killed = 0; killed < kKills;) {
+    for (int killed = 0; killed < kKills && !HasFailure();) {
         std::vector<std::unique_ptr<ClientProcess>> clients;
         for (int i = 0; i < kAtOnce; ++i) {
             clients.push_back(newClient());
