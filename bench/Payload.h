@@ -9,6 +9,15 @@
 
 namespace orva_bench {
 
+// What a client does over and over. The floor's for both services is the same.
+enum class Work {
+    kRequest,         // a request to a node of the general AI service
+    kManagerRequest,  // a request to a model manager, in one call
+    kBinding,         // tensors bound, then a computation started on them
+    kSession,         // a model manager session, opened with its listener and closed
+    kBuild,           // a model built of several sources
+};
+
 // What one request carries, beside the floor and through the services alike: one input of a size
 // that varies and one output, each with its attribute block.
 constexpr size_t kPictureSize = 224 * 224 * 3;
@@ -17,5 +26,17 @@ constexpr size_t kAttributeSize = 20;
 
 // Where the services' tensors lie. The floor knows shared memory only.
 enum class TensorMemory { kShared, kIon };
+
+// The regions that a build's sources lie in, all of one size. The built model's is as large as
+// they are together.
+constexpr size_t kSources = 4;
+
+// What a contestant is asked to do.
+struct Load {
+    size_t inputSize;  // of all sources together in a build; 0 where there is none
+    size_t clients;
+    TensorMemory memory = TensorMemory::kShared;
+    Work work = Work::kRequest;
+};
 
 }  // namespace orva_bench

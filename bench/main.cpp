@@ -9,6 +9,8 @@
 #include <cstdlib>
 #include <exception>
 #include <filesystem>
+#include <map>
+#include <string>
 
 #include <CLI/CLI.hpp>
 
@@ -51,6 +53,14 @@ int lastAllowedCore() {
         --core;
     }
     return core;
+}
+
+std::map<std::string, Work> works() {
+    return {{"request", Work::kRequest},
+            {"manager-request", Work::kManagerRequest},
+            {"binding", Work::kBinding},
+            {"session", Work::kSession},
+            {"build", Work::kBuild}};
 }
 
 int benchRequests(const RequestSettings& settings, bool json) {
@@ -96,6 +106,9 @@ int main(int argc, char** argv) {
     app.add_flag_callback(
                "--ion", [&load] { load.memory = TensorMemory::kIon; },
                "The tensors of --only lie in ION buffers")
+            ->needs(only);
+    app.add_option("--work", load.work, "What the clients of --only do")
+            ->transform(CLI::CheckedTransformer(works()))
             ->needs(only);
     app.add_option("--sessions", load.clients, "The clients of --only")
             ->check(CLI::Range(1, 1000))

@@ -50,8 +50,9 @@ Contestant Contestant::floor(const Load& load, const ChildProcess::Placement& pl
     const std::string path = folder + "/floor";
     unlink(path.c_str());
     return Contestant(
-            placement, [&](const Control& control) { return runFloorServer(control, path); },
-            [&](const Control& control) { return runFloorClient(control, path, load.inputSize); },
+            placement,
+            [&](const Control& control) { return runFloorServer(control, path, load.work); },
+            [&](const Control& control) { return runFloorClient(control, path, load); },
             load.clients);
 }
 
@@ -66,7 +67,7 @@ Contestant Contestant::services(const Load& load, const ChildProcess::Placement&
             },
             [&](const Control& control) {
                 setLog(Log::kWarnings);
-                return runBenchClient(control, directory, nodeType, load.inputSize, load.memory);
+                return runBenchClient(control, directory, nodeType, load);
             },
             load.clients);
 }

@@ -15,13 +15,6 @@
 
 namespace orva_bench {
 
-// What a contestant is asked to do.
-struct Load {
-    size_t inputSize;
-    size_t clients;
-    TensorMemory memory = TensorMemory::kShared;
-};
-
 // A server and its clients, all on one core, asleep but for their rounds.
 class Contestant {
 public:
@@ -30,7 +23,7 @@ public:
         kProgressToNowhere,  // it logs each step of each request, to /dev/null
     };
 
-    // The system calls without which a request cannot be had. Throws when it cannot be started,
+    // The system calls without which the work cannot be done. Throws when it cannot be started,
     // as does the next.
     static Contestant floor(const Load& load, const ChildProcess::Placement& placement,
                             const std::string& folder);

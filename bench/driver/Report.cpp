@@ -7,9 +7,11 @@
 #include <sched.h>
 #include <sys/utsname.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <fstream>
+#include <iterator>
 
 #include <nlohmann/json.hpp>
 
@@ -72,8 +74,17 @@ void Report::add(const RequestRow& row) {
     }
 }
 
+double Report::buildGrowth(double RequestRow::*figure) const {
+    std::vector<RequestRow> builds;
+    std::copy_if(rows_.begin(), rows_.end(), std::back_inserter(builds),
+                 [](const RequestRow& row) { return row.load.work == Work::kBuild; });
+    return builds.back().*figure / builds.front().*figure;
+}
+
 void Report::end() const {
     if (!json_) {
+        printf("\nThe largest build takes %.2f of the time of the smallest one, its floor %.2f.\n",
+               buildGrowth(&RequestRow::oursUs), buildGrowth(&RequestRow::floorUs));
         return;
     }
     nlohmann::json document = {{"processor", processorName()},
@@ -83,7 +94,9 @@ void Report::end() const {
                                {"realtime", settings_.placement.realtime},
                                {"rounds", settings_.rounds},
                                {"requests", settings_.requests},
-                               {"hostLog", "warnings"}};
+                               {"hostLog", "warnings"},
+                               {"buildGrowth", buildGrowth(&RequestRow::oursUs)},
+                               {"floorBuildGrowth", buildGrowth(&RequestRow::floorUs)}};
     for (const RequestRow& row : rows_) {
         document["rows"].push_back({{"variant", row.variant},
                                     {"inputBytes", row.load.inputSize},

@@ -16,29 +16,35 @@ namespace {
 struct Case {
     const char* variant;
     Load load;
-    const char* nodeType;
-    Contestant::Log log;
+    const char* nodeType = kPooledNode;
+    Contestant::Log log = Contestant::Log::kWarnings;
 };
 
 constexpr size_t operator""_MiB(unsigned long long count) {
     return count * 1024 * 1024;
 }
 
+constexpr Load managed(Work work, size_t inputSize) {
+    return {inputSize, 1, TensorMemory::kShared, work};
+}
+
 constexpr Case kCases[] = {
-        {"", {4096, 1}, kPooledNode, Contestant::Log::kWarnings},
-        {"", {kPictureSize, 1}, kPooledNode, Contestant::Log::kWarnings},
-        {"", {1_MiB, 1}, kPooledNode, Contestant::Log::kWarnings},
-        {"", {16_MiB, 1}, kPooledNode, Contestant::Log::kWarnings},
-        {"", {64_MiB, 1}, kPooledNode, Contestant::Log::kWarnings},
-        {"", {kPictureSize, 8}, kPooledNode, Contestant::Log::kWarnings},
-        {"", {kPictureSize, 64}, kPooledNode, Contestant::Log::kWarnings},
-        {"ION tensors",
-         {kPictureSize, 1, TensorMemory::kIon},
-         kPooledNode,
-         Contestant::Log::kWarnings},
-        {"ION tensors", {64_MiB, 1, TensorMemory::kIon}, kPooledNode, Contestant::Log::kWarnings},
-        {"node without threads", {kPictureSize, 1}, kInlineNode, Contestant::Log::kWarnings},
+        {"", {4096, 1}},
+        {"", {kPictureSize, 1}},
+        {"", {1_MiB, 1}},
+        {"", {16_MiB, 1}},
+        {"", {64_MiB, 1}},
+        {"", {kPictureSize, 8}},
+        {"", {kPictureSize, 64}},
+        {"ION tensors", {kPictureSize, 1, TensorMemory::kIon}},
+        {"ION tensors", {64_MiB, 1, TensorMemory::kIon}},
+        {"node without threads", {kPictureSize, 1}, kInlineNode},
         {"log of each step", {kPictureSize, 1}, kPooledNode, Contestant::Log::kProgressToNowhere},
+        {"model manager: request", managed(Work::kManagerRequest, kPictureSize)},
+        {"model manager: bind, start", managed(Work::kBinding, kPictureSize)},
+        {"model manager: open, close", managed(Work::kSession, 0)},
+        {"model manager: build", managed(Work::kBuild, 4096)},
+        {"model manager: build", managed(Work::kBuild, 200_MiB)},
 };
 
 double median(std::vector<double> values) {

@@ -8,9 +8,9 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
-#include <array>
 #include <cstring>
 #include <utility>
+#include <vector>
 
 #include "Payload.h"
 #include "floor/FloorSocket.h"
@@ -62,33 +62,89 @@ UniqueFd registerListener(int requests) {
     return ours;
 }
 
-}  // namespace
+std::vector<size_t> regionSizes(const Load& load) {
+    switch (load.work) {
+    case Work::kSession:
+        return {};
+    case Work::kBuild: {
+        std::vector<size_t> sizes(kSources, load.inputSize / kSources);
+        sizes.push_back(load.inputSize);
+        return sizes;
+    }
+    default:
+        return {kAttributeSize, load.inputSize, kAttributeSize, kOutputSize};
+    }
+}
 
-int runFloorClient(const Control& control, const std::string& path, size_t inputSize) {
-    const std::array<UniqueFd, 4> regions = {makeRegion(kAttributeSize), makeRegion(inputSize),
-                                             makeRegion(kAttributeSize), makeRegion(kOutputSize)};
-    std::array<int, 4> sent;
-    bool ok = true;
-    for (size_t i = 0; i < regions.size(); ++i) {
-        sent[i] = regions[i].Get();
-        ok = ok && sent[i] >= 0;
+class FloorClient {
+public:
+    FloorClient(const std::string& path, const Load& load)
+            : load_(load),
+              requests_(connectTo(path)),
+              listener_(registerListener(requests_.Get())),
+              ok_(listener_.Get() >= 0) {
+        for (const size_t size : regionSizes(load)) {
+            regions_.push_back(makeRegion(size));
+            sent_.push_back(regions_.back().Get());
+            ok_ = ok_ && sent_.back() >= 0;
+        }
     }
-    const UniqueFd requests = connectTo(path);
-    const UniqueFd listener = registerListener(requests.Get());
-    ok = ok && listener.Get() >= 0;
-    if (!control.send(Ready{ok}) || !ok) {
-        return 1;
+
+    bool ok() const { return ok_; }
+
+    bool work() const {
+        switch (load_.work) {
+        case Work::kSession:
+            return session();
+        case Work::kBuild:
+            return call(sent_) == static_cast<int64_t>(load_.inputSize);
+        default:
+            return call(sent_) == 0 && (load_.work != Work::kBinding || call({}) == 0) &&
+                   awaitCompletion();
+        }
     }
-    return obeyRoundOrders(control, [&] {
+
+private:
+    // The status; -1 when the server has gone.
+    int64_t call(const std::vector<int>& descriptors) const {
         FloorPacket status;
+        return sendPacket(requests_.Get(), {static_cast<int64_t>(load_.inputSize)},
+                          descriptors.data(), descriptors.size()) &&
+                               receivePacket(requests_.Get(), &status)
+                       ? status.value
+                       : -1;
+    }
+
+    // Opened, its listener registered on the client's side and on the model manager's, closed: four
+    // calls, each with an answer that the next one waits for. No descriptor travels in any of them,
+    // since the connection for callbacks is the process's and not the session's.
+    bool session() const {
+        return call({}) == 0 && call({}) == 0 && call({}) == 0 && call({}) == 0;
+    }
+
+    bool awaitCompletion() const {
         FloorPacket completion;
         Descriptors<2> outputs;
-        return sendPacket(requests.Get(), {static_cast<int64_t>(inputSize)}, sent.data(),
-                          sent.size()) &&
-               receivePacket(requests.Get(), &status) && status.value == 0 &&
-               receivePacket(listener.Get(), &completion, &outputs) && completion.value == 0 &&
-               sendPacket(listener.Get(), {0});
-    });
+        return receivePacket(listener_.Get(), &completion, &outputs) && completion.value == 0 &&
+               sendPacket(listener_.Get(), {0});
+    }
+
+    const Load load_;
+    const UniqueFd requests_;
+    const UniqueFd listener_;
+    bool ok_;
+    std::vector<UniqueFd> regions_;
+    std::vector<int> sent_;
+};
+
+}  // namespace
+
+int runFloorClient(const Control& control, const std::string& path, const Load& load) {
+    const FloorClient client(path, load);
+    if (!control.send(Ready{client.ok()}) || !client.ok()) {
+        return 1;
+    }
+    return obeyRoundOrders(control, [&] { return client.work(); });
 }
 
 }  // namespace orva_bench

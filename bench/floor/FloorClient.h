@@ -4,15 +4,15 @@
  */
 #pragma once
 
-#include <cstddef>
 #include <string>
 
+#include "Payload.h"
 #include "driver/Control.h"
 
 namespace orva_bench {
 
-// A client of the floor's server at `path`, with one thread and regions that it makes once. Sends
-// requests with inputs of `inputSize` bytes as it is ordered to.
-int runFloorClient(const Control& control, const std::string& path, size_t inputSize);
+// A client of the floor's server at `path`, with one thread and regions that it makes once. Does
+// the load's work as it is ordered to.
+int runFloorClient(const Control& control, const std::string& path, const Load& load);
 
 }  // namespace orva_bench

@@ -79,7 +79,15 @@ bool complete(int listener, const Tensor& output) {
            receivePacket(listener, &acknowledgement);
 }
 
-bool serveRequest(int requests, int listener) {
+// A call that brings nothing and asks for a status.
+bool serveBareCall(int requests) {
+    FloorPacket call;
+    return receivePacket(requests, &call) && sendPacket(requests, {0});
+}
+
+// Where tensors are bound first, they are let go of after each computation just the same: binding
+// others in their place unmaps as many.
+bool serveRequest(int requests, int listener, bool started) {
     Tensor input;
     Tensor output;
     {
@@ -93,25 +101,56 @@ bool serveRequest(int requests, int listener) {
             return false;
         }
     }
-    const bool completed = complete(listener, output);
+    const bool completed = (!started || serveBareCall(requests)) && complete(listener, output);
     munmap(input.bytes, input.size);
     munmap(output.bytes, output.size);
     return completed;
 }
 
-void serveClient(const UniqueFd& requests) {
+// All regions are mapped at a time, as a build needs them, and gone before the answer.
+bool serveBuild(int requests) {
+    FloorPacket request;
+    Descriptors<kSources + 1> received;
+    if (!receivePacket(requests, &request, &received)) {
+        return false;
+    }
+    const auto built = static_cast<size_t>(request.value);
+    std::array<void*, kSources + 1> mapped;
+    bool ok = true;
+    for (size_t i = 0; i < mapped.size(); ++i) {
+        mapped[i] = mapShared(received[i].Get(), i < kSources ? built / kSources : built);
+        ok = ok && mapped[i] != MAP_FAILED;
+    }
+    for (size_t i = 0; i < mapped.size() && ok; ++i) {
+        munmap(mapped[i], i < kSources ? built / kSources : built);
+    }
+    return ok && sendPacket(requests, {request.value});
+}
+
+bool serve(Work work, int requests, int listener) {
+    switch (work) {
+    case Work::kSession:
+        return serveBareCall(requests);
+    case Work::kBuild:
+        return serveBuild(requests);
+    default:
+        return serveRequest(requests, listener, work == Work::kBinding);
+    }
+}
+
+void serveClient(const UniqueFd& requests, Work work) {
     FloorPacket hello;
     Descriptors<1> listener;
     if (!receivePacket(requests.Get(), &hello, &listener) || !sendPacket(requests.Get(), {0})) {
         return;
     }
-    while (serveRequest(requests.Get(), listener[0].Get())) {
+    while (serve(work, requests.Get(), listener[0].Get())) {
     }
 }
 
 }  // namespace
 
-int runFloorServer(const Control& control, const std::string& path) {
+int runFloorServer(const Control& control, const std::string& path, Work work) {
     const UniqueFd listening(socket(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0));
     const sockaddr_un address = floorAddress(path);
     const bool ok = bind(listening.Get(), reinterpret_cast<const sockaddr*>(&address),
@@ -126,7 +165,7 @@ int runFloorServer(const Control& control, const std::string& path) {
         if (client < 0) {
             break;
         }
-        threads.emplace_back([client] { serveClient(UniqueFd(client)); });
+        threads.emplace_back([client, work] { serveClient(UniqueFd(client), work); });
     }
     for (std::thread& thread : threads) {
         thread.join();

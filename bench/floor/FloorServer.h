@@ -6,13 +6,14 @@
 
 #include <string>
 
+#include "Payload.h"
 #include "driver/Control.h"
 
 namespace orva_bench {
 
-// The server of the floor: what a request costs when nothing is done but the system calls without
-// which its outcome is not to be had. One thread for each client, which only ever blocks in the
-// kernel. Listens at `path`.
-int runFloorServer(const Control& control, const std::string& path);
+// The server of the floor: what the work costs when nothing is done but the system calls
+// without which its outcome is not to be had. One thread for each client, which only ever blocks in
+// the kernel. Listens at `path`.
+int runFloorServer(const Control& control, const std::string& path, Work work);
 
 }  // namespace orva_bench

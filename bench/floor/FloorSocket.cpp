@@ -12,7 +12,7 @@ namespace orva_bench {
 
 namespace {
 
-constexpr size_t kMostDescriptors = 4;
+constexpr size_t kMostDescriptors = 5;
 
 union ControlBuffer {
     cmsghdr alignment;

@@ -4,7 +4,6 @@
  */
 #pragma once
 
-#include <cstddef>
 #include <string>
 
 #include "Payload.h"
@@ -12,9 +11,9 @@
 
 namespace orva_bench {
 
-// A client of the host in the service directory `directory` with one session on a node of the type.
-// Sends requests with inputs of `inputSize` bytes and tensors in that memory as it is ordered to.
+// A client of the host in the service directory `directory` with one session, on a node of the type
+// or on a model manager. Does the load's work as it is ordered to.
 int runBenchClient(const Control& control, const std::string& directory,
-                   const std::string& nodeType, size_t inputSize, TensorMemory memory);
+                   const std::string& nodeType, const Load& load);
 
 }  // namespace orva_bench

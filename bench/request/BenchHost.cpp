@@ -14,16 +14,21 @@
 #include <orva_platform/Runtime.h>
 
 #include "common/Interfaces.h"
+#include "request/BenchManager.h"
 #include "request/BenchNode.h"
 #include "request/HostState.h"
 
 namespace orva_bench {
 
-using orva::hidl::IAIService_hidl;
-
 namespace {
 
 constexpr size_t kMostClients = 10'000;
+
+template <class Interface>
+bool serveOne() {
+    const auto service = Interface::getService("default", true);
+    return service != nullptr && service->registerAsService() == android::OK;
+}
 
 bool serve() {
     // The library stays loaded: its services live as long as the process.
@@ -32,10 +37,11 @@ bool serve() {
         return false;
     }
     registerBenchNodes();
+    useBenchManagers();
     orva::reference::SetClientLimit(kMostClients);
     android::hardware::configureRpcThreadpool(kHostThreads, false);
-    const auto service = IAIService_hidl::getService("default", true);
-    if (service == nullptr || service->registerAsService() != android::OK) {
+    if (!serveOne<orva::hidl::IAIService_hidl>() ||
+        !serveOne<orva::hidl::IModelManagerService_hidl>()) {
         return false;
     }
     android::hardware::ProcessState::self()->startThreadPool();

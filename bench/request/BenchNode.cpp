@@ -7,27 +7,11 @@
 #include <memory>
 
 #include <orva/reference/NodeRegistry.h>
-#include <orva/reference/NodeStatus.h>
 #include <orva/reference/ServiceNode.h>
 
+#include "request/IdleHandler.h"
+
 namespace orva_bench {
-
-namespace {
-
-using orva::AIConfig;
-using orva::AIModelDescription;
-using orva::reference::Request;
-
-class IdleHandler : public orva::reference::RequestHandler {
-public:
-    int32_t Load(const AIConfig&, std::vector<AIModelDescription>&) override {
-        return orva::reference::kNodeOk;
-    }
-    int32_t Check(const Request&) const override { return orva::reference::kNodeOk; }
-    int32_t Run(Request&) override { return orva::reference::kNodeOk; }
-};
-
-}  // namespace
 
 void registerBenchNodes() {
     using orva::reference::RegisterNode;

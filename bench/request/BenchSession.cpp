@@ -4,101 +4,41 @@
  */
 #include "request/BenchSession.h"
 
-#include <semaphore.h>
-#include <sys/mman.h>
-
-#include <cerrno>
-#include <cstring>
 #include <utility>
 
-#include <cutils/ashmem.h>
-#include <ion/ion.h>
-
-#include "transport/IonMapLength.h"
+#include "request/Region.h"
 
 namespace orva_bench {
 
 using android::sp;
 using android::hardware::hidl_memory;
-using android::hardware::hidl_string;
-using android::hardware::hidl_vec;
-using android::hardware::Return;
-using android::hardware::Void;
-using orva::hidl::AITensorHandle;
-using orva::hidl::IAIServiceListener;
-using orva::hidl::NativeHandle;
-using orva::hidl::UniqueFd;
 
-class CompletionListener : public IAIServiceListener {
-public:
-    CompletionListener() { sem_init(&completed_, 0, 0); }
-    ~CompletionListener() override { sem_destroy(&completed_); }
+template <class Service, class Listener>
+BenchSession<Service, Listener>::BenchSession(sp<Service> service, int32_t id)
+        : service_(std::move(service)), listener_(new CompletionListener<Listener>), id_(id) {}
 
-    Return<void> OnProcessDone(int32_t result, const hidl_string&,
-                               const hidl_vec<AITensorHandle>& outputs) override {
-        ok_ = result == 0 && outputs.size() == 1 && outputs[0].data.size() == kOutputSize;
-        sem_post(&completed_);
-        return Void();
-    }
-
-    bool await() {
-        while (sem_wait(&completed_) != 0 && errno == EINTR) {
-        }
-        return ok_;
-    }
-
-private:
-    sem_t completed_;
-    bool ok_ = false;  // handed over by the semaphore
-};
-
-namespace {
-
-UniqueFd makeIonBuffer(size_t length) {
-    const int device = ion_open();
-    int buffer = -1;
-    ion_alloc_fd(device, length, 0, 1, 0, &buffer);
-    ion_close(device);
-    return UniqueFd(buffer);
-}
-
-// A region whose pages exist, as after a client has written its data.
-bool makeRegion(size_t size, TensorMemory memory, NativeHandle* handle) {
-    const bool ion = memory == TensorMemory::kIon;
-    UniqueFd fd = ion ? makeIonBuffer(orva::hidl::IonMapLength(size))
-                      : UniqueFd(ashmem_create_region("orva-bench", size));
-    void* const bytes = mmap(nullptr, size, PROT_READ | PROT_WRITE, MAP_SHARED, fd.Get(), 0);
-    if (bytes == MAP_FAILED) {
-        return false;
-    }
-    std::memset(bytes, 1, size);
-    munmap(bytes, size);
-    return handle->Adopt(std::move(fd));
-}
-
-}  // namespace
-
-BenchSession::BenchSession(sp<orva::hidl::IAIService_hidl> service, int32_t id)
-        : service_(std::move(service)), listener_(new CompletionListener), id_(id) {}
-
-BenchSession::~BenchSession() {
+template <class Service, class Listener>
+BenchSession<Service, Listener>::~BenchSession() {
     close();
 }
 
-bool BenchSession::open(const std::string& nodeType) {
+template <class Service, class Listener>
+bool BenchSession<Service, Listener>::open(const std::string& nodeType) {
     open_ = service_->Init(id_, nodeType, "{}", {}).withDefault(-1) == 0;
     return open_ && service_->SetListener(-id_, listener_).withDefault(-1) == 0 &&
            service_->SetListener(id_, nullptr).withDefault(-1) == 0;
 }
 
-void BenchSession::close() {
+template <class Service, class Listener>
+void BenchSession<Service, Listener>::close() {
     if (open_) {
         (void)service_->UnInit(id_).isOk();
         open_ = false;
     }
 }
 
-bool BenchSession::prepare(size_t inputSize, TensorMemory memory) {
+template <class Service, class Listener>
+bool BenchSession<Service, Listener>::prepare(size_t inputSize, TensorMemory memory) {
     constexpr TensorMemory kShared = TensorMemory::kShared;
     if (!makeRegion(kAttributeSize, kShared, &regions_[0]) ||
         !makeRegion(inputSize, memory, &regions_[1]) ||
@@ -120,12 +60,18 @@ bool BenchSession::prepare(size_t inputSize, TensorMemory memory) {
     return true;
 }
 
-bool BenchSession::submit() {
+template <class Service, class Listener>
+bool BenchSession<Service, Listener>::submit() {
     return service_->Process(id_, context_, inputs_, outputs_, 0).withDefault(-1) == 0;
 }
 
-bool BenchSession::request() {
+template <class Service, class Listener>
+bool BenchSession<Service, Listener>::request() {
     return submit() && listener_->await();
 }
+
+template class BenchSession<orva::hidl::IAIService_hidl, orva::hidl::IAIServiceListener>;
+template class BenchSession<orva::hidl::IModelManagerService_hidl,
+                            orva::hidl::IModelManagerListener>;
 
 }  // namespace orva_bench

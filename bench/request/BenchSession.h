@@ -14,23 +14,25 @@
 #include "Payload.h"
 #include "common/Interfaces.h"
 #include "common/NativeHandle.h"
+#include "request/CompletionListener.h"
 
 namespace orva_bench {
 
-// Where a client's completions arrive. Made and called on any thread, awaited on one.
-class CompletionListener;
-
-// One session of this process, with regions that it makes once and sends with every request.
-// Used by one thread.
+// One session of this process with either service, and regions that it makes once and sends with
+// every request. Used by one thread.
+template <class ServiceInterface, class Listener>
 class BenchSession {
 public:
+    using Service = ServiceInterface;
+
     // The session has the number `id` (positive) among those of this process.
-    BenchSession(android::sp<orva::hidl::IAIService_hidl> service, int32_t id);
+    BenchSession(android::sp<Service> service, int32_t id);
     ~BenchSession();
     BenchSession(const BenchSession&) = delete;
     BenchSession& operator=(const BenchSession&) = delete;
 
-    // Opens the session on a node of the type and registers its listener on both sides.
+    // Opens the session on a node of the type (a model manager has none, and only logs it) and
+    // registers its listener on both sides.
     bool open(const std::string& nodeType);
     void close();
 
@@ -42,16 +44,19 @@ public:
     // Sends one request and waits for nothing but its acceptance.
     bool submit();
 
-private:
-    const android::sp<orva::hidl::IAIService_hidl> service_;
-    const android::sp<CompletionListener> listener_;
+protected:
+    const android::sp<Service> service_;
+    const android::sp<CompletionListener<Listener>> listener_;
     const int32_t id_;
-    bool open_ = false;
-
-    std::array<orva::hidl::NativeHandle, 4> regions_;
     android::hardware::hidl_string context_;  // without parameters
     android::hardware::hidl_vec<orva::hidl::AITensorHandle> inputs_;
     android::hardware::hidl_vec<orva::hidl::AITensorHandle> outputs_;
+
+private:
+    bool open_ = false;
+    std::array<orva::hidl::NativeHandle, 4> regions_;
 };
+
+using AiSession = BenchSession<orva::hidl::IAIService_hidl, orva::hidl::IAIServiceListener>;
 
 }  // namespace orva_bench

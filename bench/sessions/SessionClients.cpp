@@ -30,9 +30,9 @@ sp<IAIService_hidl> findService(const std::string& directory) {
 int runIdleClient(const Control& control, const std::string& directory, size_t sessions) {
     const sp<IAIService_hidl> service = findService(directory);
     bool ok = service != nullptr;
-    std::vector<std::unique_ptr<BenchSession>> open;
+    std::vector<std::unique_ptr<AiSession>> open;
     for (size_t i = 0; i < sessions && ok; ++i) {
-        open.push_back(std::make_unique<BenchSession>(service, static_cast<int32_t>(i) + 1));
+        open.push_back(std::make_unique<AiSession>(service, static_cast<int32_t>(i) + 1));
         ok = open.back()->open(kPooledNode);
     }
     control.send(Ready{ok});
@@ -47,7 +47,7 @@ int runCyclingClient(const Control& control, const std::string& directory) {
         control.send(Ready{false});
         return 1;
     }
-    BenchSession session(service, 1);
+    AiSession session(service, 1);
     const bool ok = session.prepare(kPictureSize);
     if (!control.send(Ready{ok}) || !ok) {
         return 1;
@@ -65,7 +65,7 @@ int runDoomedClient(const Control& control, const std::string& directory) {
         control.send(Ready{false});
         return 1;
     }
-    BenchSession session(service, 1);
+    AiSession session(service, 1);
     const bool ok = session.open(kPooledNode) && session.prepare(kPictureSize) && session.request();
     control.send(Ready{ok});
     while (session.request()) {
