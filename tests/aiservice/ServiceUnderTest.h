@@ -13,18 +13,15 @@
 
 #include "aiservice/AIServiceClientListener.h"
 #include "aiservice/AIServiceHIDL.h"
-#include "support/services/Racing.h"
 #include "support/services/ServiceFakes.h"
 
 namespace orva::hidl::test {
 
 using Service = AIServiceHIDL;
 using ClientInterface = IAIServiceListener;
-using FrameworkObject = AIServiceBase;
 using FrameworkListener = AIServiceClientListener;
 using Script = ScriptOf<AIServiceListener>;
 using FakeFramework = FakeOf<AIServiceBase, AIServiceListener>;
-using RacingFramework = RacingOf<AIServiceBase, AIServiceListener>;
 
 constexpr char kType[] = "fake";
 constexpr char kInterface[] = "IAIService";
@@ -32,7 +29,7 @@ constexpr char kInterface[] = "IAIService";
 const std::string kName = "AIServiceHIDL";
 const std::string kResult = "AIServiceHIDL OnProcessDone ";
 
-inline void SetCreator(const std::function<FrameworkObject*()>& creator) {
+inline void SetCreator(const std::function<AIServiceBase*()>& creator) {
     if (creator == nullptr) {
         reference::UnregisterNode(kType);
         return;
@@ -40,47 +37,30 @@ inline void SetCreator(const std::function<FrameworkObject*()>& creator) {
     reference::RegisterNode(kType, [creator] { return std::shared_ptr<AIServiceBase>(creator()); });
 }
 
-// Sessions: what an Init does and logs, what it undoes when the framework's fails, and what the end
-// of a session does and the end of one that is not there.
-inline Entries Opening(int32_t client) {
-    return {"- CheckServiceNum", "S framework made", "S CreateIdleTimer", "- framework Init",
-            "- UpdateServiceTime " + IdOf(client)};
-}
+// Sessions: what an Init of client 5 does and logs, what it undoes when the framework's fails, and
+// what the end of the session does and the end of one that is not there.
+const Entries kOpening = {"- CheckServiceNum", "S framework made", "S CreateIdleTimer",
+                          "- framework Init", "- UpdateServiceTime 5"};
 const Lines kOpeningLines = {Info("Init", "AIServiceHIDL Init")};
-inline Entries Undoing(int32_t client) {
-    return {"S RemoveServiceTime " + IdOf(client), "- framework gone"};
-}
-inline Entries Ending(int32_t client) {
-    return {"S RemoveServiceTime " + IdOf(client), "S framework gone", "L listener unlinkToDeath"};
-}
-inline Entries EndingNothing(int32_t client) {
-    return {"S RemoveServiceTime " + IdOf(client)};
-}
+const Entries kUndoing = {"S RemoveServiceTime 5", "- framework gone"};
+const Entries kEnding = {"S RemoveServiceTime 5", "S framework gone", "L listener unlinkToDeath"};
+const Entries kEndingNothing = {"S RemoveServiceTime 5"};
 
 // SetListener: what comes of a client's listener, and of the one that the framework gets.
 const Lines kSetListenerLines;
-inline Entries Linking(int32_t client) {
-    return {"L listener linkToDeath 13398", "L UpdateServiceTime " + IdOf(client)};
-}
+const Entries kLinking = {"L listener linkToDeath 13398", "L UpdateServiceTime 5"};
 const Lines kNoRecipient;
-inline Lines NoFrameworkListener(int32_t client) {
-    return {Error("SetListener", "SetListener create client listener for service id: " +
-                                         IdOf(client) + " failed")};
-}
-inline Entries Registering(int32_t /*client*/, bool /*accepted*/) {
-    return {"- framework RegisterListener"};
-}
-inline Lines RegisteringLines(int32_t client) {
-    return {Info("SetListener",
-                 "AIServiceHIDL SetListener service " + IdOf(client) + " set complete")};
-}
+const Lines kNoFrameworkListener = {Error(
+        "SetListener", "SetListener create client listener for service id: " + kId + " failed")};
+const Entries kRegistering = {"- framework RegisterListener"};
+const Entries kRegistered;
+const Lines kRegisteringLines = {
+        Info("SetListener", "AIServiceHIDL SetListener service " + kId + " set complete")};
 
 // Results: the listener is called without a lock; what is logged until it is called, and of a
 // framework listener that belongs to no service.
 const std::string kDeliveryLock = "- ";
-inline Lines DeliveryLines(int32_t client, const std::string& /*context*/) {
-    return {Info("OnProcessDone", kResult + IdOf(client) + " call the listener")};
-}
+const Lines kDeliveryLines = {Info("OnProcessDone", kResult + kId + " call the listener")};
 const Lines kReportLines;
 const Lines kServiceDiedLines;
 
@@ -93,14 +73,12 @@ inline std::vector<Method> Methods(Service& service, const char* context) {
              "Process output tensor DeserializeFrom failed"}};
 }
 
-// Calls for client 5 that are a sign of its life.
+// Calls of client 5 that are a sign of its life.
 inline std::vector<std::function<void()>> SignsOfLife(Service& service) {
     return {[&service] { service.Process(5, "", {}, {}, 0); }};
 }
 
-// What racing clients ask for besides; how many requests were accepted.
-inline size_t RaceOn(Service&, int32_t, const android::hardware::hidl_vec<AITensorHandle>&) {
-    return 0;
-}
+// What racing clients ask for besides.
+inline void RaceOn(Service&, int32_t, const android::hardware::hidl_vec<AITensorHandle>&) {}
 
 }  // namespace orva::hidl::test

@@ -17,12 +17,27 @@ using android::hardware::hidl_vec;
 
 constexpr uint64_t kLimit = 209715200;
 
+LogLine Failure(const std::string& what) {
+    return Error("BuildModel", "ModelManagerServiceHIDL::BuildModel " + what);
+}
+
+Lines TooLarge(const char* which, uint64_t size) {
+    return {Failure(std::string(which) + " model size [" + std::to_string(size) +
+                    "] exceed limit: [209715200]")};
+}
+
+const Lines kMapFailed = {Error("gMmapBuffer", "mmap failed!")};
+const Lines kInputFailed = {Failure("tiro input ashmem failed!")};
+const Lines kOutputFailed = {Failure("tiro output ashmem failed!")};
+const Lines kBuildFailed = {Failure("Build model failed!")};
+const Lines kNoSession = {
+        Failure("Cannot find service instance with pid:clientId[" + kOtherId + "].")};
+
 class ModelManagerBuilding : public ServiceTest {
 protected:
     void SetUp() override {
         ServiceTest::SetUp();
         ASSERT_EQ(0, Init(5));
-        journal_.Take();
     }
 
     // What a client sees of a build, and what was done by then.
@@ -44,17 +59,15 @@ protected:
         const size_t before = CallCount(Call::Munmap);
         hidl_vec<ModelBuffer> models;
         models.setToExternal(const_cast<ModelBuffer*>(inputs.data()), inputs.size());
-        EXPECT_TRUE(service_->BuildModel(client, context, buildParam, models, output,
-                                         [&](uint32_t size, int32_t result) {
-                                             Journal::Note("answer");
-                                             ++answer.calls;
-                                             answer.size = size;
-                                             answer.result = result;
-                                             answer.unmappedBefore =
-                                                     CallCount(Call::Munmap) - before;
-                                             answer.linesBefore = log_.Take();
-                                         })
-                            .isOk());
+        const auto take = [&](uint32_t size, int32_t result) {
+            Journal::Note("answer");
+            ++answer.calls;
+            answer.size = size;
+            answer.result = result;
+            answer.unmappedBefore = CallCount(Call::Munmap) - before;
+            answer.linesBefore = log_.Take();
+        };
+        EXPECT_TRUE(service_->BuildModel(client, context, buildParam, models, output, take).isOk());
         answer.unmapped = CallCount(Call::Munmap) - before;
         answer.linesAfter = log_.Take();
         answer.entries = journal_.Take();
@@ -64,16 +77,11 @@ protected:
     Region first_{4096}, second_{4096}, output_{4096};
 };
 
-LogLine Failure(const std::string& what) {
-    return Error("BuildModel", "ModelManagerServiceHIDL::BuildModel " + what);
-}
-const LogLine kMapFailed = Error("gMmapBuffer", "mmap failed!");
-
 TEST_F(ModelManagerBuilding, HandsTheRegionsToTheModelManager) {
     first_.Write<uint8_t>({1, 2});
     second_.Write<uint8_t>({3, 4});
-    script_.duringBuild = [](const std::vector<MappedBuffer>& inputs, const MappedBuffer& output,
-                             uint32_t& size) {
+    script_.duringBuild = [this](const std::vector<MappedBuffer>& inputs,
+                                 const MappedBuffer& output, uint32_t& size) {
         ASSERT_EQ(3U, inputs.size());
         EXPECT_EQ(0, memcmp(inputs[0].address, "\1\2", 2));
         EXPECT_EQ(4096U, inputs[0].length);
@@ -83,8 +91,13 @@ TEST_F(ModelManagerBuilding, HandsTheRegionsToTheModelManager) {
         EXPECT_EQ(10U, inputs[2].length);
         EXPECT_EQ(4096U, output.length);
         EXPECT_EQ(100U, size);
+        // The session may end meanwhile.
+        service_->UnInit(5);
+        EXPECT_EQ(1, script_.alive);
         memcpy(output.address, "built", 5);
         size = 5;
+        log_.Take();
+        journal_.Take();
     };
     const Answer answer =
             Build(5, {Model("a", &first_, 4096), Model("", nullptr, 3), Model("b", &second_, 10)},
@@ -98,10 +111,9 @@ TEST_F(ModelManagerBuilding, HandsTheRegionsToTheModelManager) {
     EXPECT_EQ(3U, answer.unmapped);
     EXPECT_TRUE(answer.linesBefore.empty());
     EXPECT_EQ((Lines{Info("BuildModel", "Build model success.")}), answer.linesAfter);
-    EXPECT_EQ((Entries{"- UpdateServiceTime " + IdOf(5), "- framework BuildModel", "- answer"}),
-              answer.entries);
     EXPECT_EQ((std::vector<char>{'b', 'u', 'i', 'l', 't'}),
               ::orva::test::ReadRegion<char>(output_.Fd(), 5));
+    EXPECT_EQ(0, script_.alive);
 }
 
 TEST_F(ModelManagerBuilding, NeedsNoRegionAndNoSize) {
@@ -114,6 +126,8 @@ TEST_F(ModelManagerBuilding, NeedsNoRegionAndNoSize) {
     const Answer answer = Build(5, {}, Model("", nullptr, kLimit));
     EXPECT_EQ(100U, answer.size);
     EXPECT_EQ(0, answer.result);
+    EXPECT_EQ((Entries{"- UpdateServiceTime 5", "- framework BuildModel", "- answer"}),
+              answer.entries);
 }
 
 TEST_F(ModelManagerBuilding, AnswersWhatWentWrong) {
@@ -121,16 +135,9 @@ TEST_F(ModelManagerBuilding, AnswersWhatWentWrong) {
     const ModelBuffer good = Model("", &first_, 4096), none = Model("", nullptr, 0),
                       bad = Model("", &shorter, 4096), all = Model("", &large, kLimit),
                       one = Model("", nullptr, 1), more = Model("", nullptr, kLimit + 1),
-                      half = Model("", &first_, 1ULL << 63);
-    const auto exceed = [](const char* which, uint64_t size) {
-        return Failure(std::string(which) + " model size [" + std::to_string(size) +
-                       "] exceed limit: [209715200]");
-    };
-    const LogLine noSession =
-            Failure("Cannot find service instance with pid:clientId[" + IdOf(6) + "].");
-    const LogLine inputFailed = Failure("tiro input ashmem failed!"),
-                  outputFailed = Failure("tiro output ashmem failed!"),
-                  buildFailed = Failure("Build model failed!");
+                      most = Model("", nullptr, UINT64_MAX), half = Model("", &first_, 1ULL << 63);
+    const Lines tooMuch = TooLarge("input", kLimit + 1), maximum = TooLarge("input", UINT64_MAX),
+                resultTooLarge = TooLarge("output", kLimit + 1);
     const struct {
         const char* what;
         int32_t client;
@@ -140,48 +147,27 @@ TEST_F(ModelManagerBuilding, AnswersWhatWentWrong) {
         // By the answer and afterwards.
         size_t unmappedBefore, unmapped;
         Lines linesBefore, linesAfter;
+        const char* refusal;
     } cases[] = {
-            {"too much, before the session is looked for",
-             6,
-             {all, one},
-             more,
-             0,
-             0,
-             0,
-             {exceed("input", kLimit + 1)},
-             {}},
-            {"too large a result, the same",
-             6,
-             {all},
-             more,
-             0,
-             0,
-             0,
-             {exceed("output", kLimit + 1)},
-             {}},
-            {"2^64 - 1 bytes",
+            // Both before the session is looked for.
+            {"too much", 6, {all, one}, more, 0, 0, 0, tooMuch, {}, "build_too_large"},
+            {"too large a result", 6, {all}, more, 0, 0, 0, resultTooLarge, {}, "build_too_large"},
+            {"2^64 - 1 bytes", 5, {most}, none, 0, 0, 0, maximum, {}, "build_too_large"},
+            {"no session", 6, {all}, all, 0, 0, 0, kNoSession, {}, "no_session"},
+            {"as much as may be", 5, {all}, all, 3, 0, 2, {}, kBuildFailed, "framework_build"},
+            {"sum wraps", 5, {half, half}, none, 0, 0, 0, kMapFailed, kInputFailed, "build_region"},
+            {"third",
              5,
-             {Model("", nullptr, UINT64_MAX)},
-             none,
+             {good, good, bad},
+             good,
              0,
-             0,
-             0,
-             {exceed("input", UINT64_MAX)},
-             {}},
-            {"as much as may be, but no session", 6, {all}, all, 0, 0, 0, {noSession}, {}},
-            {"as much as may be", 5, {all}, all, 3, 0, 2, {}, {buildFailed}},
-            {"a sum that wraps around",
-             5,
-             {half, half},
-             none,
-             0,
-             0,
-             0,
-             {kMapFailed},
-             {inputFailed}},
-            {"third input", 5, {good, good, bad, good}, good, 0, 2, 2, {kMapFailed}, {inputFailed}},
-            {"output", 5, {good, none, good}, bad, 0, 0, 2, {kMapFailed}, {outputFailed}},
-            {"model manager", 5, {good, none, good}, good, -1, 0, 3, {}, {buildFailed}},
+             2,
+             2,
+             kMapFailed,
+             kInputFailed,
+             "build_region"},
+            {"output", 5, {good, none}, bad, 0, 0, 1, kMapFailed, kOutputFailed, "build_region"},
+            {"model manager", 5, {good, good}, good, -1, 0, 3, {}, kBuildFailed, "framework_build"},
     };
     for (const auto& each : cases) {
         SCOPED_TRACE(each.what);
@@ -196,31 +182,8 @@ TEST_F(ModelManagerBuilding, AnswersWhatWentWrong) {
         EXPECT_EQ(each.linesAfter, answer.linesAfter);
         EXPECT_EQ("- answer", answer.entries.back());
         EXPECT_EQ(each.status != 0 ? 3U : each.linesAfter.empty() ? 1U : 2U, answer.entries.size());
+        EXPECT_EQ(each.refusal, NewRefusals());
     }
-}
-
-TEST_F(ModelManagerBuilding, MappingFailsWhereverTheKernelSaysSo) {
-    const std::vector<ModelBuffer> inputs = {Model("", &first_, 4096), Model("", &second_, 4096)};
-    const ModelBuffer output = Model("", &output_, 4096);
-    for (const size_t nth : {1, 2, 3}) {
-        const Fault fault(Call::Mmap, nth);
-        const Answer answer = Build(5, inputs, output);
-        EXPECT_EQ(1, answer.result);
-        EXPECT_EQ(nth - 1, answer.unmapped);
-    }
-}
-
-TEST_F(ModelManagerBuilding, SessionMayEndMeanwhile) {
-    script_.duringBuild = [&](const std::vector<MappedBuffer>&, const MappedBuffer& output,
-                              uint32_t& size) {
-        service_->UnInit(5);
-        EXPECT_EQ(1, script_.alive);
-        memset(output.address, 1, output.length);
-        size = output.length;
-    };
-    const Answer answer = Build(5, {Model("", &first_, 4096)}, Model("", &output_, 4096));
-    EXPECT_EQ(4096U, answer.size);
-    EXPECT_EQ(0, script_.alive);
 }
 
 TEST_F(ModelManagerBuilding, EveryCallIsCounted) {

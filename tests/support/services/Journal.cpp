@@ -7,7 +7,6 @@
 #include <orva/AIServiceBase.h>
 #include <orva/AIServiceConnectManager.h>
 #include <pthread.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <atomic>
@@ -15,8 +14,6 @@
 #include <iterator>
 #include <mutex>
 #include <utility>
-
-#include "common/ServiceId.h"
 
 namespace orva::hidl::test {
 
@@ -44,6 +41,11 @@ std::vector<std::string> entries;
 const void* sessionMutex = nullptr;
 const void* listenerMutex = nullptr;
 
+// The client's number in a service id.
+std::string NumberIn(const std::string& id) {
+    return id.substr(id.find(':') + 1);
+}
+
 bool Holds(const void* mutex) {
     return std::find(held.mutexes, held.mutexes + held.count, mutex) != held.mutexes + held.count;
 }
@@ -51,11 +53,6 @@ bool Holds(const void* mutex) {
 }  // namespace
 
 Admission admission;
-thread_local int callerPid = 0;
-
-std::string IdOf(int32_t clientId) {
-    return std::to_string(callerPid != 0 ? callerPid : getpid()) + ":" + std::to_string(clientId);
-}
 
 const void* Journal::FirstLocked(const void* object, size_t size,
                                  const std::function<void()>& operation) {
@@ -134,12 +131,6 @@ int Unlock(pthread_mutex_t* mutex) {
     return RealUnlock(mutex);
 }
 
-std::string Id(int32_t) STAND_IN("_ZN4orva4hidl13MakeServiceIdB5cxx11Ei");
-std::string RealId(int32_t) ORIGINAL("_ZN4orva4hidl13MakeServiceIdB5cxx11Ei");
-std::string Id(int32_t clientId) {
-    return callerPid != 0 ? IdOf(clientId) : RealId(clientId);
-}
-
 void RealCreateIdleTimer(AIServiceBase*) ORIGINAL("_ZN4orva13AIServiceBase15CreateIdleTimerEv");
 void CreateIdleTimer(AIServiceBase*) STAND_IN("_ZN4orva13AIServiceBase15CreateIdleTimerEv");
 void CreateIdleTimer(AIServiceBase* node) {
@@ -169,7 +160,7 @@ void Update(AIServiceConnectManager* manager, std::string id) {
     if (const auto before = std::exchange(admission.beforeUpdate, nullptr)) {
         before();
     }
-    Journal::Note("UpdateServiceTime " + id);
+    Journal::Note("UpdateServiceTime " + NumberIn(id));
     RealUpdate(manager, std::move(id));
 }
 
@@ -177,7 +168,7 @@ void RealRemove(AIServiceConnectManager*, std::string)
         ORIGINAL(MANAGER "17RemoveServiceTimeE" TEXT);
 void Remove(AIServiceConnectManager*, std::string) STAND_IN(MANAGER "17RemoveServiceTimeE" TEXT);
 void Remove(AIServiceConnectManager* manager, std::string id) {
-    Journal::Note("RemoveServiceTime " + id);
+    Journal::Note("RemoveServiceTime " + NumberIn(id));
     RealRemove(manager, std::move(id));
 }
 

@@ -16,11 +16,11 @@ namespace orva::hidl::test {
 // Writes down what a service calls, in order, and which of its two locks the calling thread holds
 // meanwhile: each entry begins with "S " (the one of its sessions), "L " (the one of its
 // listeners), "- " (neither) or "SL " (both, which must not be). The connection manager's calls
-// arrive by themselves; fakes use Note(). One at a time.
+// arrive by themselves, with the client's number; fakes use Note(). One at a time.
 class Journal {
 public:
     template <typename Service>
-    explicit Journal(const android::sp<Service>& service) : service_(service) {
+    explicit Journal(const android::sp<Service>& service) {
         Begin(FirstLocked(service.get(), sizeof(Service), [&] { service->RemoveService("none"); }),
               FirstLocked(service.get(), sizeof(Service),
                           [&] { service->OnProcessDone("none", {}, 0, {}); }));
@@ -40,8 +40,6 @@ private:
     static const void* FirstLocked(const void* object, size_t size,
                                    const std::function<void()>& operation);
     void Begin(const void* sessions, const void* listeners);
-
-    const android::sp<android::RefBase> service_;
 };
 
 // What the connection manager answers while a Journal lives; the reference's own answers otherwise.
@@ -52,11 +50,5 @@ struct Admission {
     std::function<void()> beforeUpdate = nullptr;
 };
 extern Admission admission;
-
-// Which process the current thread's calls seem to come from; 0: from this one.
-extern thread_local int callerPid;
-
-// The service id of a client number in that process.
-std::string IdOf(int32_t clientId);
 
 }  // namespace orva::hidl::test

@@ -5,30 +5,45 @@
 #include <orva/reference/Settings.h>
 
 #include <atomic>
+#include <future>
 #include <mutex>
 #include <thread>
 
-#include "ServiceUnderTest.h"
-#include "support/ResourceTest.h"
-#include "support/services/Racing.h"
+#include "support/services/ServiceTest.h"
 
 namespace orva::hidl::test {
 namespace {
 
 using android::sp;
-using android::hardware::hidl_vec;
-using CountingListener = CountingListenerOf<ClientInterface>;
+
+constexpr size_t kClients = 6, kRounds = 60, kRequests = 3;
+
+// Completions under way, each on a thread of its own.
+std::mutex completionsMutex;
+std::vector<std::future<void>> completions;
+
+struct OwnScript {
+    Script script;
+};
+
+// A framework object that completes each request whenever its thread gets to it.
+class RacingFramework : private OwnScript, public FakeFramework {
+public:
+    RacingFramework() : FakeFramework(OwnScript::script) {}
+
+    int32_t Process(AIContext& context, const Tensors&, const Tensors& outputs, int32_t) override {
+        if (script.listener == nullptr) {
+            return 3;
+        }
+        const std::lock_guard<std::mutex> lock(completionsMutex);
+        completions.push_back(std::async(std::launch::async, [=, to = script.listener] {
+            to->OnProcessDone(context, 0, outputs);
+        }));
+        return 0;
+    }
+};
+
 using Races = ::orva::test::ResourceTest;
-
-constexpr size_t kClients = 6, kRounds = 100, kRequests = 3;
-
-// Two processes with clients of the same numbers.
-int PidOf(size_t client) {
-    return 1000 + static_cast<int>(client % 2);
-}
-int32_t NumberOf(size_t client) {
-    return 1 + static_cast<int32_t>(client / 2);
-}
 
 // Clients that open, ask and go in every way there is, also from inside their callbacks, while
 // their results arrive and others evict them: what is accepted is delivered or dropped, and nothing
@@ -36,75 +51,59 @@ int32_t NumberOf(size_t client) {
 TEST_F(Races, CompletionsMeetTheEndOfTheirSession) {
     const sp<Service> service = Service::GetInstance();
     LogCapture log;
-    std::atomic<size_t> accepted{0};
-    std::mutex listenersMutex;
-    std::vector<sp<CountingListener>> listeners;
-    const auto play = [&](size_t client) {
-        const int pid = callerPid = PidOf(client);
-        const int32_t number = NumberOf(client);
-        ::orva::test::Region region(100);
+    std::atomic<size_t> accepted{0}, delivered{0};
+    const auto play = [&](int32_t client) {
+        Region region(100);
         AITensorHandle handle = TensorIn(region);
-        hidl_vec<AITensorHandle> tensors;
+        Tensors tensors;
         tensors.setToExternal(&handle, 1);
         for (size_t round = 0; round < kRounds; ++round) {
-            const sp<CountingListener> listener = new CountingListener;
-            if (round % 3 == 0) {
-                listener->during = [&, pid, number] {
-                    const int own = std::exchange(callerPid, pid);
-                    service->UnInit(number);
-                    callerPid = own;
-                };
-            }
-            if (service->Init(number, kType, "", {}) != 0) {
+            const sp<FakeListener> listener = new FakeListener;
+            listener->during = [&, client, leaves = round % 3 == 0](const Tensors& outputs) {
+                delivered += outputs.size();
+                if (leaves) {
+                    service->UnInit(client);
+                }
+            };
+            if (service->Init(client, kType, "", {}) != 0) {
                 continue;
             }
-            const int32_t set = service->SetListener(-number, listener);
+            const int32_t set = service->SetListener(-client, listener);
             // Eviction may have left nothing to serve; then nothing is accepted.
-            (void)static_cast<int32_t>(service->SetListener(number, nullptr));
+            service->SetListener(client, nullptr).isOk();
             for (size_t request = 0; request < kRequests; ++request) {
-                accepted += service->Process(number, "", tensors, tensors, 0) == 0 ? 1 : 0;
-                accepted += RaceOn(*service, number, tensors);
+                accepted += service->Process(client, "", tensors, tensors, 0) == 0 ? 1 : 0;
+                RaceOn(*service, client, tensors);
             }
             if (round % 2 == 0 && set == 0) {
                 listener->recipient->serviceDied(0, nullptr);
             } else {
-                service->UnInit(number);
+                service->UnInit(client);
             }
-            std::lock_guard<std::mutex> lock(listenersMutex);
-            listeners.push_back(listener);
         }
     };
-    {
-        Completer completer(3);
-        SetCreator([&] { return new RacingFramework(completer); });
-        // Fewer places than clients, and nobody keeps one for certain.
-        reference::SetClientLimit(kClients - 2);
-        reference::SetIdleTimeout(std::chrono::nanoseconds(0));
-        std::vector<std::thread> clients;
-        for (size_t client = 0; client < kClients; ++client) {
-            clients.emplace_back(play, client);
-        }
-        for (std::thread& client : clients) {
-            client.join();
-        }
-        reference::SetClientLimit(512);
-        reference::SetIdleTimeout(std::chrono::minutes(10));
-        // An eviction between Init and SetListener leaves a listener behind, which goes with the
-        // next session.
-        for (size_t client = 0; client < kClients; ++client) {
-            callerPid = PidOf(client);
-            (void)static_cast<int32_t>(service->Init(NumberOf(client), kType, "", {}));
-            service->UnInit(NumberOf(client));
-        }
-        callerPid = 0;
-        SetCreator(nullptr);
-        // The completer's end waits for the completions that are still to come.
+    SetCreator([] { return new RacingFramework; });
+    // Fewer places than clients, and nobody keeps one for certain.
+    reference::SetClientLimit(kClients - 2);
+    reference::SetIdleTimeout(std::chrono::nanoseconds(0));
+    std::vector<std::thread> clients;
+    for (size_t client = 1; client <= kClients; ++client) {
+        clients.emplace_back(play, static_cast<int32_t>(client));
     }
-    size_t delivered = 0;
-    for (const auto& listener : listeners) {
-        delivered += listener->delivered;
-        EXPECT_EQ(1, listener->getStrongCount());
+    for (std::thread& client : clients) {
+        client.join();
     }
+    reference::SetClientLimit(512);
+    reference::SetIdleTimeout(std::chrono::minutes(10));
+    // Waits for those that are still to come.
+    completions.clear();
+    // An eviction between Init and SetListener leaves a listener behind, which goes with the next
+    // session.
+    for (int32_t client = 1; client <= static_cast<int32_t>(kClients); ++client) {
+        EXPECT_EQ(0, service->Init(client, kType, "", {}));
+        service->UnInit(client);
+    }
+    SetCreator(nullptr);
     size_t dropped = 0;
     for (const LogLine& line : log.Take(ANDROID_LOG_ERROR)) {
         dropped += line.message.find("OnProcessDone not find the listener") != std::string::npos;

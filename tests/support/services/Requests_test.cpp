@@ -37,8 +37,7 @@ TEST_F(Requests, ReachTheFramework) {
         SCOPED_TRACE(method.name);
         const std::string name = method.name;
         EXPECT_EQ(0, method.call(5, {TensorIn(first_), TensorIn(first_)}, {TensorIn(second_)}));
-        EXPECT_EQ((Entries{"- UpdateServiceTime " + IdOf(5), "- framework " + name}),
-                  journal_.Take());
+        EXPECT_EQ((Entries{"- UpdateServiceTime 5", "- framework " + name}), journal_.Take());
         const LogLine type = Info(method.name, name + " tensorstype AINeuralNetworkBuffer");
         EXPECT_EQ(Lines{Info(method.name, kName + " " + name)} +
                           (method.namesInputTypes ? Lines{type, type} : Lines()) +
@@ -69,13 +68,13 @@ TEST_F(Requests, AnswerWhatWentWrong) {
     for (const Method& method : Methods(*service_, "")) {
         const std::string name = method.name;
         const Lines noSession = {Error(method.name,
-                                       name + " service " + IdOf(6) + " is not create")},
+                                       name + " service " + kOtherId + " is not create")},
                     inputError = {Error(method.name, method.inputError)},
                     outputError = {Error(method.name, method.outputError)},
                     unknownOutput = method.unknownOutputError != nullptr
                                             ? Lines{Error(method.name, method.unknownOutputError)}
                                             : noTensor + outputError;
-        const Entries reached = {"- UpdateServiceTime " + IdOf(5), "- framework " + name};
+        const Entries reached = {"- UpdateServiceTime 5", "- framework " + name};
         const struct {
             const char* what;
             int32_t client;
@@ -84,14 +83,47 @@ TEST_F(Requests, AnswerWhatWentWrong) {
             int32_t status;
             Lines errors;
             Entries entries;
+            const char* refusal;
         } cases[] = {
-                {"no session", 6, {unknown}, {}, 0, 2, noSession, {}},
-                {"unknown input", 5, {good, unknown}, {good}, 0, 1, noTensor + inputError, {}},
-                {"input unmappable", 5, {bad}, {unknown}, 0, 1, unmappable + inputError, {}},
-                {"unknown output", 5, {good}, {good, unknown}, 0, 1, unknownOutput, {}},
-                {"output unmappable", 5, {good}, {good, bad}, 0, 1, unmappable + outputError, {}},
-                {"framework refuses", 5, {good}, {}, -9, -9, {}, reached},
-                {"nothing at all", 5, {}, {}, 0, 0, {}, reached},
+                {"no session", 6, {unknown}, {}, 0, 2, noSession, {}, "no_session"},
+                {"unknown input",
+                 5,
+                 {good, unknown},
+                 {good},
+                 0,
+                 1,
+                 noTensor + inputError,
+                 {},
+                 "input_tensor"},
+                {"input unmappable",
+                 5,
+                 {bad},
+                 {unknown},
+                 0,
+                 1,
+                 unmappable + inputError,
+                 {},
+                 "input_tensor"},
+                {"unknown output",
+                 5,
+                 {good},
+                 {good, unknown},
+                 0,
+                 1,
+                 unknownOutput,
+                 {},
+                 "output_tensor"},
+                {"output unmappable",
+                 5,
+                 {good},
+                 {good, bad},
+                 0,
+                 1,
+                 unmappable + outputError,
+                 {},
+                 "output_tensor"},
+                {"framework refuses", 5, {good}, {}, -9, -9, {}, reached, "framework_request"},
+                {"nothing at all", 5, {}, {}, 0, 0, {}, reached, ""},
         };
         for (const auto& each : cases) {
             SCOPED_TRACE(name + ", " + each.what);
@@ -101,6 +133,7 @@ TEST_F(Requests, AnswerWhatWentWrong) {
             EXPECT_EQ(each.status, method.call(each.client, each.inputs, each.outputs));
             EXPECT_EQ(each.errors, AllErrors());
             EXPECT_EQ(each.entries, journal_.Take());
+            EXPECT_EQ(each.refusal, NewRefusals());
         }
         EXPECT_TRUE(script_.inputs.empty());
     }

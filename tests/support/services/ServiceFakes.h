@@ -10,14 +10,11 @@
 #include <orva/AIModelDescription.h>
 #include <orva/AITensorDescription.h>
 #include <orva/IAITensor.h>
+#include <unistd.h>
 
-#include <chrono>
 #include <functional>
-#include <future>
 #include <memory>
 #include <string>
-#include <thread>
-#include <utility>
 #include <vector>
 
 #include "common/Interfaces.h"
@@ -40,6 +37,10 @@ std::vector<T> operator+(std::vector<T> left, const std::vector<T>& right) {
     return left;
 }
 
+// The service ids of the clients 5, which most tests play, and 6.
+inline const std::string kId = std::to_string(getpid()) + ":5";
+inline const std::string kOtherId = std::to_string(getpid()) + ":6";
+
 // The tag of the service that the program tests, which defines it.
 extern const char kTag[];
 
@@ -48,36 +49,6 @@ inline LogLine Info(const char* function, const std::string& message) {
 }
 inline LogLine Error(const char* function, const std::string& message) {
     return {ANDROID_LOG_ERROR, kTag, function, message};
-}
-
-// The error lines of that service, without those of the layers below it.
-inline Lines TakeErrors(LogCapture& log) {
-    Lines errors;
-    for (LogLine& line : log.Take(ANDROID_LOG_ERROR)) {
-        if (line.tag == kTag) {
-            errors.push_back(std::move(line));
-        }
-    }
-    return errors;
-}
-
-// Whether another thread gets through an operation while this one waits for it; that fails only
-// when the operation needs a lock that this thread holds.
-inline bool AnotherThreadCan(std::function<void()> operation) {
-    auto done = std::make_shared<std::promise<void>>();
-    auto future = done->get_future();
-    std::thread thread([done, operation = std::move(operation), pid = callerPid] {
-        callerPid = pid;
-        operation();
-        done->set_value();
-    });
-    const bool finished = future.wait_for(std::chrono::seconds(20)) == std::future_status::ready;
-    if (!finished) {
-        ADD_FAILURE() << "a lock is held";
-        abort();  // the thread cannot be ended
-    }
-    thread.join();
-    return true;
 }
 
 // What a test's framework objects answer, what happens meanwhile, and what came in last.
@@ -186,7 +157,6 @@ public:
     android::hardware::Return<bool> unlinkToDeath(
             const android::sp<android::hardware::hidl_death_recipient>& oldRecipient) override {
         Journal::Note(oldRecipient == recipient ? "listener unlinkToDeath" : "wrong recipient");
-        recipient = nullptr;
         return android::hardware::Status::fromStatusT(transport);
     }
 
@@ -211,14 +181,6 @@ inline std::shared_ptr<IAITensor> TensorOn(::orva::test::Region& region) {
     EXPECT_TRUE(tensor->Init(AITensorDescription()));
     return tensor;
 }
-
-// A tensor that has no serializer.
-class ForeignTensor : public IAITensor {
-public:
-    bool Init(const AITensorDescription&) override { return true; }
-    const char* GetTypeName() override { return "X"; }
-    uint32_t GetSerializeSize() override { return 0; }
-};
 
 inline AIContext Context(const char* value) {
     AIContext context;
