@@ -43,9 +43,9 @@ struct Services {
 
 template <typename Service>
 void serve(const sp<Service>& service, const char* type,
-           const sp<android::hardware::BHwBinder>& stub, const orva_test::WireMessage& message) {
+           const sp<android::hardware::BHwBinder>& stub, orva_test::WireMessage message) {
     service->Init(kSession, type, "", {}).isOk();
-    orva_test::deliver(message, *stub);
+    orva_test::deliver(std::move(message), *stub);
     service->UnInit(kSession).isOk();
 }
 

@@ -38,74 +38,51 @@ struct Recipient : android::hardware::hidl_death_recipient {
 };
 
 TEST_F(Deaths, OfAClientReachTheServerOnce) {
-    PeerProcess server("serve", "default", "2");
-    const sp<IProbe> probe = service();
-    const Held before = resourcesOf(probe);
-    PeerProcess client("hold", "default", "watch");
-    EXPECT_TRUE(deathsAt(probe).empty());
+    serve("2");
+    PeerProcess client("hold", "default");
+    EXPECT_TRUE(notes().empty());
     client.kill();
-    EXPECT_TRUE(eventually([&] { return !deathsAt(probe).empty(); }));
-    EXPECT_EQ(android::DEAD_OBJECT, int32_t(probe->callHeld()));
-    expectOk(probe->letGo());
-    EXPECT_TRUE(eventuallyHolds(probe, before));
-    EXPECT_EQ(std::vector<uint64_t>{static_cast<uint64_t>(client.pid())}, deathsAt(probe));
+    EXPECT_TRUE(eventually([&] { return !notes().empty(); }));
+    EXPECT_EQ(android::DEAD_OBJECT, int32_t(mProbe->callHeld()));
+    expectOk(mProbe->hold(nullptr));
+    expectNothingLeft();
+    EXPECT_EQ(std::vector<int32_t>{client.pid()}, notes());
 }
 
 TEST_F(Deaths, OfAClientInTheMiddleOfItsCallReachTheServer) {
-    PeerProcess server("serve", "default", "2");
-    const sp<IProbe> probe = service();
-    Held before = resourcesOf(probe);
+    serve("2");
     // Stopped, it neither answers nor dies, until it does.
-    PeerProcess client("hold", "default", "watch");
+    PeerProcess client("hold", "default");
     client.freeze();
-    std::thread waiting([&] { EXPECT_EQ(android::DEAD_OBJECT, int32_t(probe->callHeld())); });
-    EXPECT_TRUE(eventually([&] { return resourcesOf(probe).channels > before.channels + 1; }));
+    std::thread waiting([&] { EXPECT_EQ(android::DEAD_OBJECT, int32_t(mProbe->callHeld())); });
+    EXPECT_TRUE(eventually([&] { return resourcesOf(mProbe).channels > mHeld.channels + 1; }));
     client.kill();
     waiting.join();
-    EXPECT_TRUE(eventually([&] { return deathsAt(probe).size() == 1; }));
-    expectOk(probe->letGo());
-    before.channels += 1;  // Two calls of ours were under way at once.
-    before.descriptors += 1;
-    EXPECT_TRUE(eventuallyHolds(probe, before));
+    EXPECT_TRUE(eventually([&] { return notes().size() == 1; }));
+    expectOk(mProbe->hold(nullptr));
+    expectNothingLeft(1);  // Two calls of ours were under way at once.
 }
 
-TEST_F(Deaths, OfAServerReachAClientOnAThreadOfItsPool) {
-    PeerProcess server("serve", "default", "1");
-    const sp<IProbe> probe = service();
-    const sp<IProbe> made = probe->make();
-    const sp<Recipient> recipient = new Recipient;
-    const sp<Recipient> other = new Recipient;
-    EXPECT_TRUE(probe->linkToDeath(recipient, 7));
-    EXPECT_TRUE(probe->linkToDeath(recipient, 8));
-    EXPECT_TRUE(made->linkToDeath(other, 9));
-    server.kill();
-    EXPECT_TRUE(eventually([&] { return recipient->count() == 2 && other->count() == 1; }));
-    EXPECT_EQ((std::vector<uint64_t>{7, 8}), recipient->cookies);
-    EXPECT_NE(gettid(), recipient->thread);
-    EXPECT_TRUE(recipient->sawItDead);
-    EXPECT_FALSE(probe->linkToDeath(recipient, 10)) << "too late";
-    EXPECT_FALSE(probe->unlinkToDeath(other)) << "never linked";
-}
-
-TEST_F(Deaths, AreNotToldToWhoNoLongerListens) {
-    PeerProcess server("serve", "default", "1");
-    const sp<IProbe> probe = service();
-    const sp<Recipient> unlinked = new Recipient;
+TEST_F(Deaths, OfAServerReachThoseClientsThatListenOnAThreadOfTheirPool) {
+    serve("1");
+    const sp<IProbe> made = mProbe->make();
     const sp<Recipient> linked = new Recipient;
-    EXPECT_TRUE(probe->linkToDeath(unlinked, 1));
-    EXPECT_TRUE(probe->linkToDeath(linked, 2));
-    EXPECT_TRUE(probe->unlinkToDeath(unlinked));
-    EXPECT_FALSE(probe->unlinkToDeath(unlinked)) << "once is enough";
-    // The server's side of it, of a client's object.
-    PeerProcess client("hold", "default", "watch");
-    EXPECT_TRUE(probe->unwatch());
-    client.kill();
-    EXPECT_TRUE(eventually([&] { return probe->callHeld() == android::DEAD_OBJECT; }));
-    EXPECT_TRUE(deathsAt(probe).empty());
-
-    server.kill();
-    EXPECT_TRUE(eventually([&] { return linked->count() == 1; }));
+    const sp<Recipient> other = new Recipient;
+    const sp<Recipient> unlinked = new Recipient;
+    EXPECT_TRUE(mProbe->linkToDeath(linked, 7));
+    EXPECT_TRUE(mProbe->linkToDeath(unlinked, 1));
+    EXPECT_TRUE(mProbe->linkToDeath(linked, 8));
+    EXPECT_TRUE(made->linkToDeath(other, 9));
+    EXPECT_TRUE(mProbe->unlinkToDeath(unlinked));
+    EXPECT_FALSE(mProbe->unlinkToDeath(unlinked)) << "once is enough";
+    EXPECT_FALSE(mProbe->unlinkToDeath(other)) << "never linked";
+    mServer->kill();
+    EXPECT_TRUE(eventually([&] { return linked->count() == 2 && other->count() == 1; }));
+    EXPECT_EQ((std::vector<uint64_t>{7, 8}), linked->cookies);
+    EXPECT_NE(gettid(), linked->thread);
+    EXPECT_TRUE(linked->sawItDead);
     EXPECT_EQ(0u, unlinked->count());
+    EXPECT_FALSE(mProbe->linkToDeath(linked, 10)) << "too late";
 }
 
 TEST_F(Deaths, DoNotKeepAClientFromTheNextServer) {

@@ -10,7 +10,6 @@
 #include <algorithm>
 #include <cstdio>
 #include <mutex>
-#include <random>
 #include <thread>
 #include <vector>
 
@@ -20,7 +19,6 @@
 
 #include "support/Descriptors.h"
 #include "support/Eventually.h"
-#include "support/ResourceTest.h"
 
 namespace orva_test {
 
@@ -38,7 +36,6 @@ struct State {
     int32_t mostStaying = 0;
     sp<IProbe> held;
     sp<hidl_death_recipient> watcher;
-    std::vector<uint64_t> deaths;
     std::vector<int32_t> notes;
     int32_t noteCaller = -1;
 };
@@ -52,17 +49,13 @@ State& state() {
 struct Watcher : hidl_death_recipient {
     void serviceDied(uint64_t cookie, const wp<IBase>&) override {
         std::lock_guard<std::mutex> guard(state().lock);
-        state().deaths.push_back(cookie);
+        state().notes.push_back(static_cast<int32_t>(cookie));
     }
 };
 
 sp<IProbe> heldObject() {
     std::lock_guard<std::mutex> guard(state().lock);
     return state().held;
-}
-
-uint64_t threadNumber() {
-    return static_cast<uint64_t>(gettid());
 }
 
 // A proxy's Return that failed, as its status; 0 for one that did not.
@@ -91,25 +84,13 @@ void Probe::reset() {
     std::lock_guard<std::mutex> guard(state().lock);
     held = std::move(state().held);
     state().watcher = nullptr;
-    state().deaths.clear();
     state().notes.clear();
     state().gateShut = true;
     state().mostStaying = 0;
 }
 
-Return<void> Probe::scalars(bool flag, int8_t tiny, uint16_t small, int32_t number, int64_t large,
-                            float single, double precise, scalars_cb answer) {
-    answer(flag, tiny, small, number, large, single, precise);
-    return Void();
-}
-
-Return<void> Probe::echo(const Everything& value, echo_cb answer) {
-    answer(value);
-    return Void();
-}
-
-Return<void> Probe::text(const hidl_string& value, text_cb answer) {
-    answer(value);
+Return<void> Probe::echo(const hidl_vec<Part>& parts, echo_cb answer) {
+    answer(parts);
     return Void();
 }
 
@@ -127,23 +108,13 @@ Return<void> Probe::nest(const sp<IProbe>& other, int32_t depth, nest_cb answer)
     int32_t reached = 1;
     int32_t status = 0;
     if (depth > 1) {
-        status = statusOf(other->nest(this, depth - 1,
-                                      [&](int32_t deeper, int32_t why) {
-                                          reached += deeper;
-                                          status = why;
-                                      }))
-                         ?: status;
+        const auto take = [&](int32_t deeper, int32_t why) {
+            reached += deeper;
+            status = why;
+        };
+        status = statusOf(other->nest(this, depth - 1, take)) ?: status;
     }
     answer(reached, status);
-    return Void();
-}
-
-Return<void> Probe::thread(const sp<IProbe>& other, thread_cb answer) {
-    uint64_t others = 0;
-    if (other != nullptr) {
-        other->thread(nullptr, [&](uint64_t own, uint64_t) { others = own; }).isOk();
-    }
-    answer(threadNumber(), others);
     return Void();
 }
 
@@ -163,10 +134,6 @@ Return<sp<IProbe>> Probe::handBack() {
     return std::move(state().held);
 }
 
-Return<void> Probe::letGo() {
-    return hold(nullptr);
-}
-
 Return<int32_t> Probe::callHeld() {
     int32_t status = android::NAME_NOT_FOUND;
     if (const sp<IProbe> object = heldObject()) {
@@ -179,29 +146,12 @@ Return<sp<IProbe>> Probe::make() {
     return sp<IProbe>(new Probe);
 }
 
-Return<bool> Probe::watch(uint64_t cookie) {
+Return<bool> Probe::watch(int32_t value) {
     const sp<IProbe> object = heldObject();
-    const sp<Watcher> watcher = new Watcher;
-    const bool linked = object != nullptr && object->linkToDeath(watcher, cookie);
     std::lock_guard<std::mutex> guard(state().lock);
-    state().watcher = watcher;
-    return linked;
-}
-
-Return<bool> Probe::unwatch() {
-    const sp<IProbe> object = heldObject();
-    sp<hidl_death_recipient> watcher;
-    {
-        std::lock_guard<std::mutex> guard(state().lock);
-        watcher = std::move(state().watcher);
-    }
-    return object != nullptr && object->unlinkToDeath(watcher);
-}
-
-Return<void> Probe::deaths(deaths_cb answer) {
-    std::lock_guard<std::mutex> guard(state().lock);
-    answer(state().deaths);
-    return Void();
+    state().watcher = new Watcher;
+    return object != nullptr &&
+           object->linkToDeath(state().watcher, static_cast<uint64_t>(value)).withDefault(false);
 }
 
 Return<void> Probe::note(int32_t value) {
@@ -217,7 +167,7 @@ Return<void> Probe::notes(notes_cb answer) {
     return Void();
 }
 
-Return<void> Probe::stay() {
+Return<int32_t> Probe::stay() {
     {
         std::lock_guard<std::mutex> guard(state().lock);
         state().mostStaying = std::max(state().mostStaying, ++state().staying);
@@ -227,13 +177,7 @@ Return<void> Probe::stay() {
     orva::test::eventually([] { return !state().gateShut; });
     std::lock_guard<std::mutex> guard(state().lock);
     --state().staying;
-    return Void();
-}
-
-Return<void> Probe::staying(staying_cb answer) {
-    std::lock_guard<std::mutex> guard(state().lock);
-    answer(state().staying, state().mostStaying);
-    return Void();
+    return state().mostStaying;
 }
 
 void Probe::openTheGate() {
@@ -259,11 +203,6 @@ Return<void> Probe::give(uint32_t descriptors, give_cb answer) {
     return Void();
 }
 
-Return<void> Probe::giveText(uint32_t size, giveText_cb answer) {
-    answer(std::string(size, 'x'));
-    return Void();
-}
-
 Return<void> Probe::resources(resources_cb answer) {
     answer(resourcesHere());
     return Void();
@@ -271,64 +210,14 @@ Return<void> Probe::resources(resources_cb answer) {
 
 Held resourcesHere() {
     const orva_platform::Counts counts = orva_platform::counts();
-    const orva::test::Resources resources = orva::test::Resources::OfThisProcess();
-    Held held;
-    held.links = counts.links;
-    held.channels = counts.channels;
-    held.threads = counts.threads;
-    held.exports = counts.exports;
-    held.proxies = counts.proxies;
-    held.descriptors = resources.descriptors.size();
-    held.mappings = resources.mappings.size();
-    held.probes = Probe::alive();
-    return held;
+    return {counts.links,   counts.channels,          counts.threads, counts.exports,
+            counts.proxies, openDescriptors().size(), Probe::alive()};
 }
 
 Held resourcesOf(const sp<IProbe>& probe) {
     Held held = {};
     probe->resources([&](const Held& told) { held = told; }).isOk();
     return held;
-}
-
-void callAtRandom(const sp<IProbe>& server, unsigned seed, const std::function<bool()>& goesOn) {
-    std::minstd_rand random(seed);
-    const sp<IProbe> local = new Probe;
-    const auto check = [](const auto& result) {
-        EXPECT_TRUE(result.isOk()) << result.description();
-    };
-    while (goesOn()) {
-        switch (random() % 8) {
-        case 0:
-            check(server->hold(local));
-            break;
-        case 1:
-            server->held().isOk();  // It may be another process's, and so not to be had.
-            break;
-        case 2:
-            check(server->letGo());
-            break;
-        case 3:
-            check(server->callHeld());
-            break;
-        case 4:
-            check(server->nest(local, static_cast<int32_t>(random() % 10),
-                               [](int32_t, int32_t) {}));
-            break;
-        case 5:
-            if (const sp<IProbe> made = server->make().withDefault(nullptr)) {
-                check(made->ping());
-                check(made->note(1));
-            }
-            break;
-        case 6:
-            check(server->receive(partOf(3, 1), [](int32_t count, bool) { EXPECT_EQ(4, count); }));
-            break;
-        default: {
-            const hidl_string text(std::string(random() % 60'000, 's'));
-            check(server->text(text, [&](const hidl_string& back) { EXPECT_EQ(text, back); }));
-        }
-        }
-    }
 }
 
 hidl_handle nullDevices(int count) {

@@ -5,7 +5,6 @@
 #pragma once
 
 #include <atomic>
-#include <functional>
 
 #include <orva/test/1.0/IProbe.h>
 
@@ -18,7 +17,6 @@ using android::hardware::hidl_memory;
 using android::hardware::hidl_string;
 using android::hardware::hidl_vec;
 using android::hardware::Return;
-using orva::test::V1_0::Everything;
 using orva::test::V1_0::Held;
 using orva::test::V1_0::IProbe;
 using orva::test::V1_0::Part;
@@ -29,29 +27,20 @@ public:
     Probe();
     ~Probe() override;
 
-    Return<void> scalars(bool flag, int8_t tiny, uint16_t small, int32_t number, int64_t large,
-                         float single, double precise, scalars_cb answer) override;
-    Return<void> echo(const Everything& value, echo_cb answer) override;
-    Return<void> text(const hidl_string& value, text_cb answer) override;
+    Return<void> echo(const hidl_vec<Part>& parts, echo_cb answer) override;
     Return<void> caller(const sp<IProbe>& inner, caller_cb answer) override;
     Return<void> nest(const sp<IProbe>& other, int32_t depth, nest_cb answer) override;
-    Return<void> thread(const sp<IProbe>& other, thread_cb answer) override;
     Return<void> hold(const sp<IProbe>& object) override;
     Return<sp<IProbe>> held() override;
     Return<sp<IProbe>> handBack() override;
-    Return<void> letGo() override;
     Return<int32_t> callHeld() override;
     Return<sp<IProbe>> make() override;
-    Return<bool> watch(uint64_t cookie) override;
-    Return<bool> unwatch() override;
-    Return<void> deaths(deaths_cb answer) override;
+    Return<bool> watch(int32_t value) override;
     Return<void> note(int32_t value) override;
     Return<void> notes(notes_cb answer) override;
-    Return<void> stay() override;
-    Return<void> staying(staying_cb answer) override;
+    Return<int32_t> stay() override;
     Return<void> receive(const Part& part, receive_cb answer) override;
     Return<void> give(uint32_t descriptors, give_cb answer) override;
-    Return<void> giveText(uint32_t size, giveText_cb answer) override;
     Return<void> resources(resources_cb answer) override;
 
     static size_t alive() { return sAlive; }
@@ -68,12 +57,8 @@ private:
 Held resourcesHere();
 Held resourcesOf(const sp<IProbe>& probe);
 
-// Calls at random until it is told to stop. No call may fail, whatever others do meanwhile.
-void callAtRandom(const sp<IProbe>& server, unsigned seed, const std::function<bool()>& goesOn);
-
 // The descriptors of /dev/null that a handle has; owned by it.
 hidl_handle nullDevices(int count);
-
 // A part with so many in its handle and in its memory.
 Part partOf(int descriptors, int inRegion);
 

@@ -5,13 +5,14 @@
 #pragma once
 
 #include <filesystem>
+#include <memory>
 #include <string>
 
 #include <gtest/gtest.h>
 #include <orva_platform/Runtime.h>
 
-#include "PeerProcess.h"
 #include "Probe.h"
+#include "support/ChildProcess.h"
 #include "support/Eventually.h"
 #include "support/ResourceTest.h"
 
@@ -24,9 +25,22 @@ void expectOk(const Return<T>& result) {
     EXPECT_TRUE(result.isOk()) << result.description();
 }
 
+// A process of the program probe_peer, with its own end of a connection under test.
+class PeerProcess : public orva::test::ChildProcess {
+public:
+    // Runs it with these arguments and waits until it says that it is ready.
+    template <typename... Words>
+    explicit PeerProcess(const Words&... words) : ChildProcess({PROBE_PEER, words...}) {
+        EXPECT_EQ("ready", readLine());
+    }
+
+    // The next line of its output; empty when it ends without one.
+    std::string readLine() { return output().next().value_or(""); }
+};
+
 // A test with a service folder of its own. At its end this process's runtime holds nothing, and the
 // process itself what it held at the start.
-class TransportTest : public testing::Test {
+class TransportTest : public orva::test::ResourceTest {
 protected:
     void SetUp() override {
         char folder[] = "/tmp/orva-test-XXXXXX";
@@ -35,50 +49,52 @@ protected:
         setenv("ORVA_SERVICE_DIR", folder, 1);
         orva_platform::setServiceDirectory(folder);
         orva_platform::stop();  // Brings up what the runtime keeps for good.
-        mBefore = orva::test::Resources::OfThisProcess();
+        ResourceTest::SetUp();
+    }
+
+    // Starts the server that most tests talk to.
+    template <typename... Words>
+    void serve(const Words&... threadsAndLimit) {
+        mServer = std::make_unique<PeerProcess>("serve", "default", threadsAndLimit...);
+        mProbe = service();
+        mHeld = resourcesOf(mProbe);
     }
 
     void TearDown() override {
+        mProbe.clear();
+        mServer.reset();
         Probe::reset();
         orva_platform::stop();
-        orva_platform::setReplyLimit(std::chrono::milliseconds(0));
-        EXPECT_EQ("0 links, 0 channels, 0 threads, 0 exports, 0 proxies, 0 probes", here());
-        const orva::test::Resources after = orva::test::Resources::OfThisProcess();
-        EXPECT_EQ(mBefore.descriptors, after.descriptors);
-        EXPECT_EQ(mBefore.mappings, after.mappings);
+        Held held = resourcesHere();
+        held.descriptors = 0;  // ResourceTest's to judge.
+        EXPECT_EQ(toString(Held()), toString(held));
+        ResourceTest::TearDown();
         std::filesystem::remove_all(mFolder);
-    }
-
-    static std::string here() {
-        const Held held = resourcesHere();
-        return std::to_string(held.links) + " links, " + std::to_string(held.channels) +
-               " channels, " + std::to_string(held.threads) + " threads, " +
-               std::to_string(held.exports) + " exports, " + std::to_string(held.proxies) +
-               " proxies, " + std::to_string(held.probes) + " probes";
     }
 
     static sp<IProbe> service(const std::string& instance = "default") {
         return IProbe::getService(instance);
     }
 
-    // The cookies of the deaths that a server was told of.
-    static std::vector<uint64_t> deathsAt(const sp<IProbe>& server) {
-        std::vector<uint64_t> deaths;
-        expectOk(server->deaths([&](const hidl_vec<uint64_t>& cookies) { deaths = cookies; }));
-        return deaths;
+    std::vector<int32_t> notes() const {
+        std::vector<int32_t> notes;
+        expectOk(mProbe->notes([&](const hidl_vec<int32_t>& values, int32_t) { notes = values; }));
+        return notes;
     }
 
-    // Whether a server comes to hold what it held before, its pool's threads apart.
-    static bool eventuallyHolds(const sp<IProbe>& server, Held before) {
+    // Waits for the server to hold what it held before, its pool's threads apart. `more` channels
+    // may have stayed open.
+    void expectNothingLeft(uint64_t more = 0) const {
+        Held now;
         const bool same = eventually([&] {
-            Held now = resourcesOf(server);
-            now.threads = before.threads;
-            return now == before;
+            now = resourcesOf(mProbe);
+            const uint64_t opened = now.channels - mHeld.channels;
+            now.channels -= opened;
+            now.descriptors -= opened;
+            now.threads = mHeld.threads;
+            return now == mHeld && opened <= more;
         });
-        if (!same) {
-            EXPECT_EQ(before, resourcesOf(server));
-        }
-        return same;
+        EXPECT_TRUE(same) << toString(now) << " after " << toString(mHeld);
     }
 
     // A file of the service folder.
@@ -88,9 +104,9 @@ protected:
     }
 
     std::string mFolder;
-
-private:
-    orva::test::Resources mBefore;
+    std::unique_ptr<PeerProcess> mServer;
+    sp<IProbe> mProbe;
+    Held mHeld;  // By the server at its start.
 };
 
 }  // namespace orva_test

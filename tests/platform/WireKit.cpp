@@ -6,9 +6,7 @@
 
 #include <sys/socket.h>
 
-#include <algorithm>
 #include <cstdlib>
-#include <cstring>
 
 #include <hwbinder/BpHwBinder.h>
 #include <hwbinder/Parcel.h>
@@ -22,7 +20,6 @@ namespace orva_test {
 
 using android::sp;
 using android::status_t;
-using android::base::unique_fd;
 using namespace android::hardware;
 using namespace android::hardware::socket;
 
@@ -39,39 +36,31 @@ struct OneNumber : ObjectNumbers {
     void takeBackMention(const sp<IBinder>&) override {}
 };
 
-// What a parcel becomes on the wire; nothing when it is too large.
-WireMessage pack(const Parcel& parcel, MessageKind kind, uint32_t code = 0, uint32_t flags = 0) {
-    OneNumber numbers;
-    OutgoingMessage outgoing(kind, numbers);
-    outgoing.header.target = 1;
-    outgoing.header.code = code;
-    outgoing.header.flags = flags;
-    SocketPair sockets;
-    WireMessage message;
-    if (outgoing.pack(parcel) != android::NO_ERROR ||
-        outgoing.send(sockets.ours.get(), TimeLimit(1)) != Io::kDone) {
-        return message;
-    }
-    for (size_t size = 1; size > 0;) {
-        std::vector<uint8_t> packet(kPacketSize);
-        size = 0;
-        receivePacket(sockets.theirs.get(), packet.data(), packet.size(), &size,
-                      &message.descriptors, Wait::kNo);
-        message.bytes.insert(message.bytes.end(), packet.begin(), packet.begin() + size);
-    }
-    return message;
-}
-
 struct DeadObject : RemoteObject {
     status_t transact(uint32_t, const Parcel&, Parcel*, uint32_t) override {
         return android::DEAD_OBJECT;
     }
 };
 
+// Lays out what it is called with, and fails.
 struct Recorder : RemoteObject {
     explicit Recorder(WireMessage* message) : mMessage(message) {}
     status_t transact(uint32_t code, const Parcel& data, Parcel*, uint32_t flags) override {
-        *mMessage = pack(data, MessageKind::kCall, code, flags);
+        OneNumber numbers;
+        OutgoingMessage outgoing(MessageKind::kCall, numbers);
+        outgoing.header.target = 1;
+        outgoing.header.code = code;
+        outgoing.header.flags = flags;
+        const SocketPair sockets;
+        size_t size = 0;
+        mMessage->bytes.resize(kPacketSize);
+        if (outgoing.pack(data) != android::NO_ERROR ||
+            outgoing.send(sockets.ours.get(), TimeLimit(1)) != Io::kDone ||
+            receivePacket(sockets.theirs.get(), mMessage->bytes.data(), kPacketSize, &size,
+                          &mMessage->descriptors, Wait::kNo) != Io::kDone) {
+            abort();
+        }
+        mMessage->bytes.resize(size);
         return android::DEAD_OBJECT;
     }
     WireMessage* const mMessage;
@@ -80,7 +69,7 @@ struct Recorder : RemoteObject {
 // The peer's objects are all dead, and it holds one of ours.
 struct Finder : ObjectFinder {
     explicit Finder(const sp<IBinder>& held) : mHeld(held) {}
-    sp<IBinder> remote(uint64_t) override { return deadBinder(); }
+    sp<IBinder> remote(uint64_t) override { return new BpHwBinder(std::make_unique<DeadObject>()); }
     sp<IBinder> local(uint64_t number) override { return number == 1 ? mHeld : nullptr; }
     const sp<IBinder> mHeld;
 };
@@ -108,10 +97,6 @@ uint8_t* WireMessage::buffer(size_t index) {
     return at;
 }
 
-sp<IBinder> deadBinder() {
-    return new BpHwBinder(std::make_unique<DeadObject>());
-}
-
 WireMessage record(const std::function<void(const sp<IBinder>&)>& call) {
     WireMessage message;
     call(new BpHwBinder(std::make_unique<Recorder>(&message)));
@@ -127,55 +112,35 @@ SocketPair::SocketPair() {
     theirs.reset(ends[1]);
 }
 
-void send(int socket, const WireMessage& message) {
-    std::vector<int> lent;
-    for (const unique_fd& descriptor : message.descriptors) {
-        lent.push_back(descriptor.get());
-    }
-    for (size_t sent = 0; sent < message.bytes.size(); sent += kPacketSize) {
-        const size_t part = std::min(kPacketSize, message.bytes.size() - sent);
-        sendPacket(socket, message.bytes.data() + sent, part, lent.data(), lent.size(),
-                   TimeLimit(1000));
-        lent.clear();
-    }
-}
-
-std::ostream& operator<<(std::ostream& out, const Fate& fate) {
-    out << "io " << static_cast<int>(fate.io) << ", status " << fate.status << ", reply";
-    for (const uint8_t byte : fate.reply) {
-        out << ' ' << static_cast<int>(byte);
-    }
-    return out;
-}
-
-Fate deliver(const WireMessage& message, BHwBinder& stub) {
-    SocketPair sockets;
-    send(sockets.ours.get(), message);
-    sockets.ours.reset();  // Nothing follows, so that what is missing is not waited for.
+std::string deliver(WireMessage message, BHwBinder& stub) {
     std::unique_ptr<ReceivedMessage> received;
-    Fate fate = {ReceivedMessage::receive(sockets.theirs.get(), Wait::kNo, &received), 0, {}};
     Finder finder(&stub);
-    if (fate.io != Io::kDone || !received->resolve(finder)) {
-        fate.io = fate.io == Io::kDone ? Io::kBroken : fate.io;
-        return fate;
+    if (message.bytes.size() > kPacketSize ||
+        ReceivedMessage::check(message.bytes.data(), message.bytes.size(),
+                               std::move(message.descriptors), &received) != Io::kDone ||
+        !received->resolve(finder)) {
+        return "broken";
     }
-    bool answered = false;
+    std::string answered;
     const auto answer = [&](Parcel& out) {
-        answered = true;
-        WireMessage sent = pack(out, MessageKind::kReply);
-        if (!sent.bytes.empty()) {
-            fate.reply.assign(sent.data(), sent.data() + sent.header().dataSize);
+        answered = "answer";
+        out.setDataPosition(0);
+        for (int32_t word; out.readInt32(&word) == android::NO_ERROR;) {
+            answered += ' ' + std::to_string(word);
         }
     };
     const MessageHeader header = received->header();
     Parcel data;
     Parcel reply;
     data.setIncoming(std::move(received));
-    fate.status = stub.transact(header.code, data, &reply, header.flags, answer);
-    if (!answered && fate.status == android::NO_ERROR) {
+    const status_t status = stub.transact(header.code, data, &reply, header.flags, answer);
+    if (status != android::NO_ERROR) {
+        return "status " + std::to_string(status);
+    }
+    if (answered.empty()) {
         answer(reply);  // What returns nothing leaves it to the transport.
     }
-    return fate;
+    return answered;
 }
 
 }  // namespace orva_test

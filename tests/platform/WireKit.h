@@ -6,7 +6,7 @@
 
 #include <cstdint>
 #include <functional>
-#include <ostream>
+#include <string>
 #include <vector>
 
 #include <android-base/unique_fd.h>
@@ -17,9 +17,9 @@
 
 namespace orva_test {
 
-// One message as it stands on the wire, to be looked at or damaged.
+// One message as it stands on the wire, to be looked at or damaged; of one packet.
 struct WireMessage {
-    std::vector<uint8_t> bytes;  // Of all its packets.
+    std::vector<uint8_t> bytes;
     std::vector<android::base::unique_fd> descriptors;
 
     android::hardware::socket::MessageHeader& header();
@@ -34,9 +34,6 @@ struct WireMessage {
     uint8_t* buffer(size_t index);
 };
 
-// An object of a process that has gone.
-android::sp<android::hardware::IBinder> deadBinder();
-
 // What a call through a proxy for `binder` puts on the wire; the call itself fails.
 WireMessage record(const std::function<void(const android::sp<android::hardware::IBinder>&)>& call);
 // The same for a proxy of this class.
@@ -48,27 +45,14 @@ WireMessage recordOf(Call call) {
     });
 }
 
-// Sends all packets of a message; for messages that fit into a socket.
-void send(int socket, const WireMessage& message);
-
 struct SocketPair {
     SocketPair();
     android::base::unique_fd ours;
     android::base::unique_fd theirs;
 };
 
-// How a message fares in a process that receives it and serves it with `stub`.
-struct Fate {
-    android::hardware::socket::Io io;
-    android::status_t status = 0;
-    std::vector<uint8_t> reply;  // Its data.
-
-    bool operator==(const Fate& other) const {
-        return io == other.io && status == other.status && reply == other.reply;
-    }
-};
-std::ostream& operator<<(std::ostream& out, const Fate& fate);
-
-Fate deliver(const WireMessage& message, android::hardware::BHwBinder& stub);
+// How a message fares in a process that receives it and serves it with `stub`: "broken" if it costs
+// the connection, "status -22" or the like if it is refused, else "answer" and the answer's words.
+std::string deliver(WireMessage message, android::hardware::BHwBinder& stub);
 
 }  // namespace orva_test

@@ -6,25 +6,13 @@
 //
 //   probe_peer serve INSTANCE THREADS [REPLY-LIMIT-MS]
 //       serves a probe until SIGTERM; SIGUSR1 opens its gate
-//   probe_peer hold INSTANCE [watch]
-//       has the server hold a probe of its own
-//   probe_peer roam INSTANCE SEED
-//       calls at random until it is killed
-//   probe_peer call INSTANCE
-//       has the server call what it holds, and prints how its own call fared
-//   probe_peer connect FILE UID
-//       connects to a socket as another user, and prints what happens
+//   probe_peer hold INSTANCE
+//       has the server hold a probe of its own, and note its pid when that dies
 #include <signal.h>
-#include <sys/socket.h>
-#include <sys/un.h>
 #include <unistd.h>
 
-#include <cerrno>
 #include <cstdio>
-#include <cstdlib>
-#include <cstring>
 #include <string>
-#include <thread>
 #include <vector>
 
 #include <hidl/HidlTransportSupport.h>
@@ -60,9 +48,10 @@ int serve(const Words& words) {
     return 0;
 }
 
-int hold(const sp<IProbe>& server, bool watch) {
-    if (!server->hold(new Probe).isOk() ||
-        (watch && !server->watch(static_cast<uint64_t>(getpid())).withDefault(false))) {
+int hold(const std::string& instance) {
+    const sp<IProbe> server = IProbe::getService(instance);
+    if (server == nullptr || !server->hold(new Probe).isOk() ||
+        !server->watch(getpid()).withDefault(false)) {
         return 1;
     }
     ready();
@@ -70,62 +59,9 @@ int hold(const sp<IProbe>& server, bool watch) {
     return 0;
 }
 
-int roam(const sp<IProbe>& server, unsigned seed) {
-    ready();
-    std::vector<std::thread> threads;
-    for (unsigned i = 0; i < 3; ++i) {
-        threads.emplace_back([&, i] { callAtRandom(server, seed + i, [] { return true; }); });
-    }
-    for (std::thread& thread : threads) {
-        thread.join();
-    }
-    return 0;
-}
-
-int call(const sp<IProbe>& server) {
-    ready();
-    const Return<int32_t> result = server->callHeld();
-    puts(result.isOk() ? "answered" : result.isDeadObject() ? "dead" : "failed");
-    return 0;
-}
-
-int connectAs(const std::string& file, uid_t user) {
-    const int connection = socket(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0);
-    sockaddr_un address = {};
-    address.sun_family = AF_UNIX;
-    file.copy(address.sun_path, sizeof address.sun_path - 1);
-    if (setuid(user) != 0) {
-        return 1;
-    }
-    ready();
-    char byte;
-    if (connect(connection, reinterpret_cast<sockaddr*>(&address), sizeof address) != 0) {
-        puts(errno == EACCES ? "denied" : strerror(errno));
-    } else {
-        // Whom the server will not have, it closes without a word.
-        puts(recv(connection, &byte, 1, 0) == 0 ? "closed" : "answered");
-    }
-    return 0;
-}
-
 }  // namespace
 
 int main(int count, char** arguments) {
     const Words words(arguments, arguments + count);
-    const std::string& role = words.at(1);
-    if (role == "serve") {
-        return serve(words);
-    }
-    if (role == "connect") {
-        return connectAs(words.at(2), static_cast<uid_t>(std::stoul(words.at(3))));
-    }
-    const sp<IProbe> server = IProbe::getService(words.at(2));
-    if (server == nullptr) {
-        return 1;
-    }
-    if (role == "hold") {
-        return hold(server, words.size() > 3);
-    }
-    return role == "roam" ? roam(server, static_cast<unsigned>(std::stoul(words.at(3))))
-                          : call(server);
+    return words.at(1) == "serve" ? serve(words) : hold(words.at(2));
 }
