@@ -37,22 +37,18 @@ public:
         MutexLock lock(mutex_);
         listener_.swap(replaced);
         lock.Unlock();
+        listening_ = true;
         return kNodeOk;
     }
 
-    bool HasListener() const {
-        MutexLock lock(mutex_);
-        return listener_ != nullptr;
-    }
+    bool HasListener() const { return listening_; }
 
     // Takes a request; false when the framework has been shut down. There must be a listener.
     // `run` runs the request and returns its result; what it throws becomes kNodeFailed.
     template <class Runner>
     bool Post(Request request, Runner run) {
-        auto shared = std::make_shared<Request>(std::move(request));
-        if (strand_->Post([self = this->shared_from_this(), shared, run = std::move(run)] {
-                self->Complete(*shared, run);
-            })) {
+        if (strand_->Post([self = this->shared_from_this(), request = std::move(request),
+                           run = std::move(run)]() mutable { self->Complete(request, run); })) {
             return true;
         }
         ORVA_LOGE("a request after the shutdown");
@@ -79,7 +75,8 @@ private:
 
     const std::shared_ptr<Strand> strand_;
     std::atomic<bool> closed_{false};
-    mutable Mutex mutex_;
+    std::atomic<bool> listening_{false};  // Once there is a listener, there always is one.
+    Mutex mutex_;
     std::shared_ptr<Listener> listener_ ORVA_GUARDED_BY(mutex_);
 };
 

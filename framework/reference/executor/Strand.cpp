@@ -15,10 +15,10 @@ bool Strand::Post(Executor::Task task) {
             return false;
         }
         tasks_.push_back(std::move(task));
-        if (scheduled_) {
+        if (scheduled_ != nullptr) {
             return true;
         }
-        scheduled_ = true;
+        scheduled_ = shared_from_this();
     }
     if (Schedule()) {
         return true;
@@ -31,7 +31,7 @@ bool Strand::Post(Executor::Task task) {
         refused = std::move(tasks_.front());
         tasks_.pop_front();
         if (tasks_.empty()) {
-            scheduled_ = false;
+            scheduled_ = nullptr;
             return false;
         }
     }
@@ -40,7 +40,7 @@ bool Strand::Post(Executor::Task task) {
 }
 
 bool Strand::Schedule() {
-    return executor_.Post([self = shared_from_this()] { self->Turn(); });
+    return executor_.Post([this] { Turn(); });
 }
 
 // One task a turn, so that strands with much to do take turns with the others.
@@ -53,6 +53,7 @@ void Strand::Turn() {
 // Runs what is left here and now, since the executor takes no more turns. Nobody may add to it
 // meanwhile, or it might never end.
 void Strand::Drain() {
+    const std::shared_ptr<Strand> self = shared_from_this();
     {
         MutexLock lock(mutex_);
         draining_ = true;
@@ -63,7 +64,7 @@ void Strand::Drain() {
     draining_ = false;
 }
 
-// Runs the first task; true when another one waits.
+// Runs the first task; true when another one waits. The strand may be gone after false.
 bool Strand::RunFirst() {
     Executor::Task task;
     {
@@ -73,9 +74,13 @@ bool Strand::RunFirst() {
     }
     task();
     task = nullptr;
+    std::shared_ptr<Strand> idle;  // Perhaps the last to hold it, so let go of after the lock.
     MutexLock lock(mutex_);
-    scheduled_ = !tasks_.empty();
-    return scheduled_;
+    if (!tasks_.empty()) {
+        return true;
+    }
+    idle.swap(scheduled_);
+    return false;
 }
 
 }  // namespace orva::reference

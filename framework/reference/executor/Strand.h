@@ -33,8 +33,9 @@ private:
     Executor& executor_;
     Mutex mutex_;
     std::deque<Executor::Task> tasks_ ORVA_GUARDED_BY(mutex_);
-    // A turn is due or under way.
-    bool scheduled_ ORVA_GUARDED_BY(mutex_) = false;
+    // This strand itself, while a turn is due or under way; a turn then needs no more than its
+    // address.
+    std::shared_ptr<Strand> scheduled_ ORVA_GUARDED_BY(mutex_);
     bool draining_ ORVA_GUARDED_BY(mutex_) = false;
 };
 

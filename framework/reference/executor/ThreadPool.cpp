@@ -36,13 +36,17 @@ bool ThreadPool::Post(Task task) {
     if (stopping_) {
         return false;
     }
-    tasks_.push_back(std::move(task));
-    if (tasks_.size() <= idle_) {
+    if (!idle_.empty()) {
+        Worker* const worker = idle_.back();
+        idle_.pop_back();
+        worker->task = std::move(task);
+        ++taken_;
         // Woken only after the lock is free, or the worker would run straight into it.
         lock.Unlock();
-        work_.NotifyOne();
+        worker->wakeUp.Post();
         return true;
     }
+    tasks_.push_back(std::move(task));
     if (workers_.size() >= count_) {
         WatchForStalls();
     } else if (!StartWorker() && workers_.empty()) {
@@ -56,7 +60,14 @@ void ThreadPool::SetThreads(size_t count, size_t most) {
     MutexLock lock(mutex_);
     count_ = std::max<size_t>(count, 1);
     most_ = std::max(count_, most);
-    work_.NotifyAll();
+    WakeIdle();
+}
+
+void ThreadPool::WakeIdle() {
+    for (Worker* worker : idle_) {
+        worker->wakeUp.Post();
+    }
+    idle_.clear();
 }
 
 size_t ThreadPool::Threads() const {
@@ -70,7 +81,7 @@ bool ThreadPool::Shutdown(std::chrono::nanoseconds patience) {
     {
         MutexLock lock(mutex_);
         stopping_ = true;
-        work_.NotifyAll();
+        WakeIdle();
         while (!workers_.empty()) {
             if (!ended_.WaitUntil(mutex_, deadline) && !workers_.empty()) {
                 return false;
@@ -88,8 +99,8 @@ bool ThreadPool::Shutdown(std::chrono::nanoseconds patience) {
 
 void ThreadPool::JoinFinished() {
     // They have let go of the lock for good, so this waits for nothing but their last return.
-    for (std::thread& thread : finished_) {
-        thread.join();
+    for (Worker& worker : finished_) {
+        worker.thread.join();
     }
     finished_.clear();
 }
@@ -98,7 +109,7 @@ bool ThreadPool::StartWorker() {
     JoinFinished();
     const auto self = workers_.emplace(workers_.end());
     try {
-        *self = std::thread(&ThreadPool::Work, this, self);
+        self->thread = std::thread(&ThreadPool::Work, this, self);
     } catch (const std::system_error& error) {
         ORVA_LOGE("cannot start a thread: %s", error.what());
         workers_.erase(self);
@@ -107,15 +118,39 @@ bool ThreadPool::StartWorker() {
     return true;
 }
 
-void ThreadPool::Work(std::list<std::thread>::iterator self) {
+void ThreadPool::Work(std::list<Worker>::iterator self) {
     MutexLock lock(mutex_);
-    while (AwaitTask()) {
-        {
-            Task task = std::move(tasks_.front());
+    for (;;) {
+        Task task;
+        if (!tasks_.empty()) {
+            task = std::move(tasks_.front());
             tasks_.pop_front();
             ++taken_;
             lock.Unlock();
+        } else if (stopping_) {
+            break;
+        } else {
+            idle_.push_back(&*self);
+            const bool surplus = workers_.size() > count_;
+            lock.Unlock();
+            if (!surplus) {
+                self->wakeUp.Wait();
+            } else if (!self->wakeUp.WaitFor(kSurplusTime)) {
+                lock.Lock();
+                if (LeaveIdle(*self)) {
+                    if (workers_.size() > count_) {
+                        break;
+                    }
+                    continue;
+                }
+                lock.Unlock();
+                self->wakeUp.Wait();  // Somebody has chosen it and is about to wake it.
+            }
+            task = std::exchange(self->task, nullptr);
+        }
+        if (task != nullptr) {
             task();
+            task = nullptr;
         }
         lock.Lock();
     }
@@ -123,28 +158,18 @@ void ThreadPool::Work(std::list<std::thread>::iterator self) {
     ended_.NotifyAll();
 }
 
-bool ThreadPool::AwaitTask() {
-    while (tasks_.empty()) {
-        if (stopping_) {
-            return false;
-        }
-        bool inTime = true;
-        ++idle_;
-        if (workers_.size() > count_) {
-            inTime = work_.WaitUntil(mutex_, Clock::now() + kSurplusTime);
-        } else {
-            work_.Wait(mutex_);
-        }
-        --idle_;
-        if (!inTime && tasks_.empty() && workers_.size() > count_) {
-            return false;
-        }
+// False when it is idle no longer.
+bool ThreadPool::LeaveIdle(Worker& worker) {
+    const auto place = std::find(idle_.begin(), idle_.end(), &worker);
+    if (place == idle_.end()) {
+        return false;
     }
+    idle_.erase(place);
     return true;
 }
 
 bool ThreadPool::WantsStandIn() const {
-    return tasks_.size() > idle_ && workers_.size() < most_ &&
+    return !tasks_.empty() && idle_.empty() && workers_.size() < most_ &&
            workers_.size() < count_ + blocked_.load();
 }
 
@@ -179,7 +204,7 @@ void ThreadPool::Watch() {
         if (taken == taken_ && WantsStandIn()) {
             StartWorker();
         }
-        watching_ = tasks_.size() > idle_;
+        watching_ = !tasks_.empty();
     }
 }
 

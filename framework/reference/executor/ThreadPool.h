@@ -11,10 +11,12 @@
 #include <deque>
 #include <list>
 #include <thread>
+#include <vector>
 
 #include <orva/reference/Executor.h>
 
 #include "base/Mutex.h"
+#include "base/Semaphore.h"
 
 namespace orva::reference {
 
@@ -40,26 +42,34 @@ public:
     bool Shutdown(std::chrono::nanoseconds patience);
 
 private:
+    // A thread, and the task that an idle one is woken with; without one it looks around again.
+    struct Worker {
+        std::thread thread;
+        Semaphore wakeUp;
+        Task task;
+    };
+
     void JoinFinished() ORVA_REQUIRES(mutex_);
     bool StartWorker() ORVA_REQUIRES(mutex_);
     bool WantsStandIn() const ORVA_REQUIRES(mutex_);
     void WatchForStalls() ORVA_REQUIRES(mutex_);
-    void Work(std::list<std::thread>::iterator self);
-    bool AwaitTask() ORVA_REQUIRES(mutex_);
+    void WakeIdle() ORVA_REQUIRES(mutex_);
+    bool LeaveIdle(Worker& worker) ORVA_REQUIRES(mutex_);
+    void Work(std::list<Worker>::iterator self);
     void Watch();
 
     mutable Mutex mutex_;
-    Condition work_;     // a task for an idle worker, or the end
     Condition stalled_;  // for the watcher: tasks wait and nobody is idle, or the end
     Condition ended_;    // a worker has ended
 
-    std::deque<Task> tasks_ ORVA_GUARDED_BY(mutex_);
-    std::list<std::thread> workers_ ORVA_GUARDED_BY(mutex_);
-    std::list<std::thread> finished_ ORVA_GUARDED_BY(mutex_);
+    std::deque<Task> tasks_ ORVA_GUARDED_BY(mutex_);  // only while nobody is idle
+    std::list<Worker> workers_ ORVA_GUARDED_BY(mutex_);
+    std::list<Worker> finished_ ORVA_GUARDED_BY(mutex_);
+    std::vector<Worker*> idle_
+            ORVA_GUARDED_BY(mutex_);  // the last to have become so is woken first
     std::thread watcher_ ORVA_GUARDED_BY(mutex_);
     size_t count_ ORVA_GUARDED_BY(mutex_);
     size_t most_ ORVA_GUARDED_BY(mutex_);
-    size_t idle_ ORVA_GUARDED_BY(mutex_) = 0;
     uint64_t taken_ ORVA_GUARDED_BY(mutex_) = 0;
     bool watching_ ORVA_GUARDED_BY(mutex_) = false;
     bool stopping_ ORVA_GUARDED_BY(mutex_) = false;

@@ -4,11 +4,10 @@
  */
 #pragma once
 
+#include <atomic>
 #include <chrono>
 
 #include <orva/AIServiceBase.h>
-
-#include "base/Mutex.h"
 
 namespace orva {
 
@@ -19,33 +18,27 @@ public:
 
     // Until then nothing is counted.
     void Start() {
-        reference::MutexLock lock(mutex_);
-        started_ = true;
         idleSince_ = Clock::now();
+        started_ = true;
     }
 
-    void RequestBegins() {
-        reference::MutexLock lock(mutex_);
-        ++requests_;
-    }
+    void RequestBegins() { ++requests_; }
 
     void RequestEnds() {
-        reference::MutexLock lock(mutex_);
-        if (--requests_ == 0) {
-            idleSince_ = Clock::now();
-        }
+        idleSince_ = Clock::now();
+        --requests_;
     }
 
     std::chrono::nanoseconds IdleTime() const {
-        reference::MutexLock lock(mutex_);
-        return started_ && requests_ == 0 ? Clock::now() - idleSince_ : Clock::duration::zero();
+        return started_ && requests_ == 0 ? Clock::now() - idleSince_.load()
+                                          : Clock::duration::zero();
     }
 
 private:
-    mutable reference::Mutex mutex_;
-    bool started_ ORVA_GUARDED_BY(mutex_) = false;
-    unsigned requests_ ORVA_GUARDED_BY(mutex_) = 0;
-    Clock::time_point idleSince_ ORVA_GUARDED_BY(mutex_);
+    std::atomic<bool> started_{false};
+    std::atomic<unsigned> requests_{0};
+    std::atomic<Clock::time_point> idleSince_{
+            Clock::time_point()};  // Set before what it goes with.
 };
 
 }  // namespace orva

@@ -4,6 +4,7 @@
  */
 #pragma once
 
+#include <atomic>
 #include <cstdint>
 
 #include <orva/reference/NodeStatus.h>
@@ -34,13 +35,11 @@ public:
         MutexLock lock(mutex_);
         stage_ = status == kNodeOk ? Stage::kDone : Stage::kNew;
         status_ = status;
+        done_ = status == kNodeOk;
         return status;
     }
 
-    bool done() const {
-        MutexLock lock(mutex_);
-        return stage_ == Stage::kDone;
-    }
+    bool done() const { return done_; }
     // What the latest try has answered; kNodeNotReady before the first one has.
     int32_t status() const {
         MutexLock lock(mutex_);
@@ -53,6 +52,7 @@ private:
     mutable Mutex mutex_;
     Stage stage_ ORVA_GUARDED_BY(mutex_) = Stage::kNew;
     int32_t status_ ORVA_GUARDED_BY(mutex_) = kNodeNotReady;
+    std::atomic<bool> done_{false};  // Asked for by every request.
 };
 
 }  // namespace orva::reference

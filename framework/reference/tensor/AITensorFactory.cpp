@@ -5,6 +5,7 @@
 #include <orva/AITensorFactory.h>
 
 #include <map>
+#include <memory>
 #include <new>
 #include <vector>
 
@@ -17,8 +18,14 @@ using reference::Mutex;
 using reference::MutexLock;
 
 struct AITensorFactory::State {
+    struct Type {
+        explicit Type(const std::string& name) { description.set_type(name); }
+        AITensorDescription description;  // What a creator is called with; never changes.
+        std::vector<AITensorCreator> creators;
+    };
+
     Mutex mutex;
-    std::map<std::string, std::vector<AITensorCreator>> creators ORVA_GUARDED_BY(mutex);
+    std::map<std::string, std::shared_ptr<Type>> types ORVA_GUARDED_BY(mutex);
 };
 
 AITensorFactory::AITensorFactory() : state_(std::make_unique<State>()) {}
@@ -33,37 +40,41 @@ AITensorFactory* AITensorFactory::GetInstance() {
 void AITensorFactory::RegisterTensor(const AITensorDescription& description,
                                      AITensorCreator creator) {
     MutexLock lock(state_->mutex);
-    state_->creators[description.type()].push_back(creator);
+    std::shared_ptr<State::Type>& type = state_->types[description.type()];
+    if (type == nullptr) {
+        type = std::make_shared<State::Type>(description.type());
+    }
+    type->creators.push_back(creator);
 }
 
 void AITensorFactory::UnRegisterTensor(const AITensorDescription& description) {
     MutexLock lock(state_->mutex);
-    const auto found = state_->creators.find(description.type());
-    if (found == state_->creators.end()) {
+    const auto found = state_->types.find(description.type());
+    if (found == state_->types.end()) {
         return;
     }
-    found->second.pop_back();
-    if (found->second.empty()) {
-        state_->creators.erase(found);
+    found->second->creators.pop_back();
+    if (found->second->creators.empty()) {
+        state_->types.erase(found);
     }
 }
 
 std::shared_ptr<IAITensor> AITensorFactory::CreateTensor(const std::string& type) {
+    std::shared_ptr<const State::Type> known;
     AITensorCreator creator = nullptr;
     {
         MutexLock lock(state_->mutex);
-        const auto found = state_->creators.find(type);
-        if (found != state_->creators.end()) {
-            creator = found->second.back();
+        const auto found = state_->types.find(type);
+        if (found != state_->types.end()) {
+            known = found->second;
+            creator = known->creators.back();
         }
     }
     if (creator == nullptr) {
         ORVA_LOGE("no tensor type %s", type.c_str());
         return nullptr;
     }
-    AITensorDescription description;
-    description.set_type(type);
-    return creator(description);
+    return creator(known->description);
 }
 
 }  // namespace orva

@@ -7,6 +7,7 @@
 #include "OutgoingMessage.h"
 
 #include <algorithm>
+#include <cstddef>
 #include <cstring>
 #include <vector>
 
@@ -108,7 +109,7 @@ status_t OutgoingMessage::placeObject(const Parcel& parcel, size_t index, uint8_
     uint8_t* bytes = mScratch->bytes.data();
     switch (typeAt(parcel.data(), offset)) {
     case BINDER_TYPE_PTR: {
-        auto buffer = objectAt<binder_buffer_object>(parcel.data(), offset);
+        const auto buffer = objectAt<binder_buffer_object>(parcel.data(), offset);
         std::memcpy(bytes + *next, reinterpret_cast<const void*>(buffer.buffer), buffer.length);
         mScratch->positions[index] = *next;
         *next += pad8(buffer.length);
@@ -119,8 +120,8 @@ status_t OutgoingMessage::placeObject(const Parcel& parcel, size_t index, uint8_
             std::memset(bytes + mScratch->positions[buffer.parent] + buffer.parent_offset, 0,
                         sizeof(void*));
         }
-        buffer.buffer = 0;
-        std::memcpy(data + offset, &buffer, sizeof buffer);
+        std::memset(data + offset + offsetof(binder_buffer_object, buffer), 0,
+                    sizeof buffer.buffer);
         return NO_ERROR;
     }
     case BINDER_TYPE_FDA: {

@@ -7,7 +7,9 @@
 #include "ReceivedMessage.h"
 
 #include <algorithm>
+#include <cstddef>
 #include <cstring>
+#include <utility>
 
 #include <linux/android/binder.h>
 #include <log/log.h>
@@ -44,14 +46,115 @@ size_t objectSize(uint32_t type) {
     }
 }
 
+struct Buffer {
+    uint8_t* start;  // Null for objects that are no buffers.
+    uint64_t length;
+    uint64_t claimed;  // Up to where something in it has been fixed up.
+};
+
+// Puts the receiver's addresses and descriptors where a message's objects ask for them. The objects
+// come in the order in which they stand; each answer is null, or what is wrong.
+class ObjectFixer {
+public:
+    ObjectFixer(uint8_t* bytes, uint64_t total, uint64_t firstBuffer,
+                const std::vector<base::unique_fd>& descriptors, Buffer* buffers)
+            : mBytes(bytes),
+              mTotal(total),
+              mDescriptors(descriptors),
+              mBuffers(buffers),
+              mNextBuffer(firstBuffer) {}
+
+    const char* fixBuffer(size_t index, uint8_t* at) {
+        const auto object = objectAt<binder_buffer_object>(at, 0);
+        if (object.length > kMaxMessageSize || !inRange(mNextBuffer, pad8(object.length), mTotal)) {
+            return "buffer longer than the message";
+        }
+        uint8_t* const start = mBytes + mNextBuffer;
+        mNextBuffer += pad8(object.length);
+        mBuffers[index] = {start, object.length, 0};
+        const auto address = reinterpret_cast<binder_uintptr_t>(start);
+        std::memcpy(at + offsetof(binder_buffer_object, buffer), &address, sizeof address);
+        if ((object.flags & BINDER_BUFFER_FLAG_HAS_PARENT) == 0) {
+            return nullptr;
+        }
+        uint8_t* pointer;
+        const char* const fault =
+                claim(object.parent, index, object.parent_offset, sizeof address, &pointer);
+        if (fault == nullptr) {
+            std::memcpy(pointer, &address, sizeof address);
+        }
+        return fault;
+    }
+
+    const char* fixDescriptors(size_t index, const uint8_t* at) {
+        mBuffers[index] = {};
+        const auto array = objectAt<binder_fd_array_object>(at, 0);
+        if (array.num_fds > mDescriptors.size() - mNextDescriptor) {
+            return "more descriptors claimed than came";
+        }
+        uint8_t* place;
+        const char* const fault = claim(array.parent, index, array.parent_offset,
+                                        array.num_fds * sizeof(int), &place);
+        for (uint64_t i = 0; fault == nullptr && i < array.num_fds; ++i) {
+            const int descriptor = mDescriptors[mNextDescriptor++].get();
+            std::memcpy(place + i * sizeof descriptor, &descriptor, sizeof descriptor);
+        }
+        return fault;
+    }
+
+    void skip(size_t index) { mBuffers[index] = {}; }
+
+    const char* finish() const {
+        if (mNextBuffer != mTotal) {
+            return "buffers of another size than announced";
+        }
+        return mNextDescriptor == mDescriptors.size() ? nullptr : "descriptors without a place";
+    }
+
+private:
+    // A range of an earlier buffer, behind all that was claimed in it before: what is fixed up once
+    // cannot be fixed up again with something else.
+    const char* claim(uint64_t parent, size_t index, uint64_t offset, uint64_t length,
+                      uint8_t** at) {
+        if (parent >= index || mBuffers[parent].start == nullptr) {
+            return "bad parent";
+        }
+        Buffer& buffer = mBuffers[parent];
+        if (offset < buffer.claimed || !inRange(offset, length, buffer.length)) {
+            return "bad place in its parent";
+        }
+        buffer.claimed = offset + length;
+        *at = buffer.start + offset;
+        return nullptr;
+    }
+
+    uint8_t* const mBytes;
+    const uint64_t mTotal;
+    const std::vector<base::unique_fd>& mDescriptors;
+    Buffer* const mBuffers;
+    uint64_t mNextBuffer;
+    size_t mNextDescriptor = 0;
+};
+
 }  // namespace
 
-ReceivedMessage::ReceivedMessage() : mBlock(ThreadSpare<Block>::take()), mBytes(mBlock->bytes) {}
+struct ReceivedMessage::Storage {
+    alignas(std::max_align_t) uint8_t packet[kPacketSize];
+    std::vector<base::unique_fd> descriptors;
+    std::vector<Buffer> buffers;
+    std::vector<std::pair<size_t, sp<IBinder>>> binders;
+};
+
+ReceivedMessage::ReceivedMessage()
+        : mStorage(ThreadSpare<Storage>::take()), mBytes(mStorage->packet) {}
 
 ReceivedMessage::~ReceivedMessage() {
-    if (mBlock != nullptr) {
-        ThreadSpare<Block>::give(std::move(mBlock));
+    mStorage->descriptors.clear();
+    mStorage->binders.clear();
+    if (mStorage->buffers.capacity() > kPacketSize / sizeof(Buffer)) {
+        std::vector<Buffer>().swap(mStorage->buffers);  // A large message is rare; its memory goes.
     }
+    ThreadSpare<Storage>::give(std::move(mStorage));
 }
 
 const uint8_t* ReceivedMessage::data() const {
@@ -67,7 +170,7 @@ Io ReceivedMessage::receive(int socket, Wait wait, std::unique_ptr<ReceivedMessa
     std::unique_ptr<ReceivedMessage> incoming(new ReceivedMessage);
     size_t received;
     const Io io = receivePacket(socket, incoming->mBytes, kPacketSize, &received,
-                                &incoming->mDescriptors, wait);
+                                &incoming->mStorage->descriptors, wait);
     if (io != Io::kDone) {
         return io;
     }
@@ -94,7 +197,7 @@ Io ReceivedMessage::check(const uint8_t* bytes, size_t size,
                           std::unique_ptr<ReceivedMessage>* message) {
     std::unique_ptr<ReceivedMessage> incoming(new ReceivedMessage);
     std::memcpy(incoming->mBytes, bytes, size);
-    incoming->mDescriptors = std::move(descriptors);
+    incoming->mStorage->descriptors = std::move(descriptors);
     if (incoming->checkHeader(size) != nullptr || incoming->mTotal > size ||
         incoming->fixObjects() != nullptr) {
         return Io::kBroken;
@@ -106,8 +209,7 @@ Io ReceivedMessage::check(const uint8_t* bytes, size_t size,
 Io ReceivedMessage::receiveRest(int socket, size_t received) {
     mWhole.reset(new uint8_t[mTotal]);
     mBytes = mWhole.get();
-    std::memcpy(mBytes, mBlock->bytes, received);
-    ThreadSpare<Block>::give(std::move(mBlock));
+    std::memcpy(mBytes, mStorage->packet, received);
     const auto deadline = std::chrono::steady_clock::now() + kRestLimit;
     while (received < mTotal) {
         const auto left = std::chrono::ceil<TimeLimit>(deadline - std::chrono::steady_clock::now());
@@ -144,7 +246,7 @@ const char* ReceivedMessage::checkHeader(size_t received) {
     if (mHeader.magic != kMagic) {
         return "not of this protocol";
     }
-    if (mHeader.descriptors != mDescriptors.size()) {
+    if (mHeader.descriptors != mStorage->descriptors.size()) {
         return "other descriptors than announced";
     }
     if (mHeader.dataSize % 4 != 0 || mHeader.dataSize > kMaxMessageSize) {
@@ -182,18 +284,21 @@ const char* ReceivedMessage::fixObjects() {
     if (mHeader.kind == MessageKind::kOpenChannel) {
         return nullptr;
     }
-    mBuffers.resize(mHeader.objectCount);
-    uint64_t nextBuffer = sizeof mHeader + pad8(mHeader.dataSize) +
-                          uint64_t{mHeader.objectCount} * sizeof(uint64_t);
-    size_t nextDescriptor = 0;
+    const size_t count = mHeader.objectCount;
+    mStorage->buffers.resize(count);
+    uint8_t* const start = mBytes + sizeof mHeader;
+    const uint64_t* const offsets = objects();
+    const uint64_t firstBuffer =
+            sizeof mHeader + pad8(mHeader.dataSize) + uint64_t{count} * sizeof(uint64_t);
+    ObjectFixer fixer(mBytes, mTotal, firstBuffer, mStorage->descriptors, mStorage->buffers.data());
     uint64_t end = 0;  // Of the object before.
-    for (size_t i = 0; i < mHeader.objectCount; ++i) {
-        const uint64_t offset = objects()[i];
+    for (size_t i = 0; i < count; ++i) {
+        const uint64_t offset = offsets[i];
         if (offset % 4 != 0 || offset < end ||
             !inRange(offset, sizeof(binder_object_header), mHeader.dataSize)) {
             return "object out of place";
         }
-        const uint32_t type = objectAt<binder_object_header>(data(), offset).type;
+        const uint32_t type = objectAt<binder_object_header>(start, offset).type;
         const size_t size = objectSize(type);
         if (size == 0 || !inRange(offset, size, mHeader.dataSize)) {
             return "bad object";
@@ -201,77 +306,22 @@ const char* ReceivedMessage::fixObjects() {
         end = offset + size;
         const char* fault = nullptr;
         if (type == BINDER_TYPE_PTR) {
-            fault = fixBuffer(i, &nextBuffer);
+            fault = fixer.fixBuffer(i, start + offset);
         } else if (type == BINDER_TYPE_FDA) {
-            fault = fixDescriptors(i, &nextDescriptor);
+            fault = fixer.fixDescriptors(i, start + offset);
+        } else {
+            fixer.skip(i);
+            mNamesObjects = true;
         }
         if (fault != nullptr) {
             return fault;
         }
     }
-    if (nextBuffer != mTotal) {
-        return "buffers of another size than announced";
-    }
-    return nextDescriptor == mDescriptors.size() ? nullptr : "descriptors without a place";
-}
-
-const char* ReceivedMessage::fixBuffer(size_t index, uint64_t* next) {
-    uint8_t* at = mBytes + sizeof mHeader + objects()[index];
-    auto object = objectAt<binder_buffer_object>(at, 0);
-    if (object.length > kMaxMessageSize || !inRange(*next, pad8(object.length), mTotal)) {
-        return "buffer longer than the message";
-    }
-    uint8_t* start = mBytes + *next;
-    *next += pad8(object.length);
-    mBuffers[index].start = start;
-    mBuffers[index].length = object.length;
-    object.buffer = reinterpret_cast<binder_uintptr_t>(start);
-    std::memcpy(at, &object, sizeof object);
-    if ((object.flags & BINDER_BUFFER_FLAG_HAS_PARENT) == 0) {
-        return nullptr;
-    }
-    uint8_t* pointer;
-    const char* fault =
-            claim(object.parent, index, object.parent_offset, sizeof object.buffer, &pointer);
-    if (fault == nullptr) {
-        std::memcpy(pointer, &object.buffer, sizeof object.buffer);
-    }
-    return fault;
-}
-
-const char* ReceivedMessage::fixDescriptors(size_t index, size_t* nextDescriptor) {
-    const auto array = objectAt<binder_fd_array_object>(data(), objects()[index]);
-    if (array.num_fds > mDescriptors.size() - *nextDescriptor) {
-        return "more descriptors claimed than came";
-    }
-    uint8_t* at;
-    const char* fault =
-            claim(array.parent, index, array.parent_offset, array.num_fds * sizeof(int), &at);
-    for (uint64_t i = 0; fault == nullptr && i < array.num_fds; ++i) {
-        const int descriptor = mDescriptors[(*nextDescriptor)++].get();
-        std::memcpy(at + i * sizeof descriptor, &descriptor, sizeof descriptor);
-    }
-    return fault;
-}
-
-// A range of an earlier buffer, behind all that was claimed in it before: what is fixed up once
-// cannot be fixed up again with something else.
-const char* ReceivedMessage::claim(uint64_t parent, size_t index, uint64_t offset, uint64_t length,
-                                   uint8_t** at) {
-    if (parent >= index || mBuffers[parent].start == nullptr) {
-        return "bad parent";
-    }
-    Buffer& buffer = mBuffers[parent];
-    if (offset < buffer.claimed || !inRange(offset, length, buffer.length)) {
-        return "bad place in its parent";
-    }
-    buffer.claimed = offset + length;
-    *at = buffer.start + offset;
-    return nullptr;
+    return fixer.finish();
 }
 
 bool ReceivedMessage::resolve(ObjectFinder& finder) {
-    for (size_t i = 0; i < mHeader.objectCount; ++i) {
+    for (size_t i = 0; mNamesObjects && i < mHeader.objectCount; ++i) {
         const auto header = objectAt<binder_object_header>(data(), objects()[i]);
         if (header.type != BINDER_TYPE_BINDER && header.type != BINDER_TYPE_HANDLE) {
             continue;
@@ -283,13 +333,13 @@ bool ReceivedMessage::resolve(ObjectFinder& finder) {
         if (binder == nullptr) {
             return false;
         }
-        mBinders.emplace_back(i, std::move(binder));
+        mStorage->binders.emplace_back(i, std::move(binder));
     }
     return true;
 }
 
 sp<IBinder> ReceivedMessage::binder(size_t index) const {
-    for (const auto& entry : mBinders) {
+    for (const auto& entry : mStorage->binders) {
         if (entry.first == index) {
             return entry.second;
         }
@@ -298,8 +348,8 @@ sp<IBinder> ReceivedMessage::binder(size_t index) const {
 }
 
 base::unique_fd ReceivedMessage::takeDescriptor() {
-    base::unique_fd descriptor = std::move(mDescriptors.front());
-    mDescriptors.clear();
+    base::unique_fd descriptor = std::move(mStorage->descriptors.front());
+    mStorage->descriptors.clear();
     return descriptor;
 }
 

@@ -6,7 +6,6 @@
 
 #include <cstddef>
 #include <memory>
-#include <utility>
 #include <vector>
 
 #include <android-base/unique_fd.h>
@@ -63,32 +62,19 @@ public:
 private:
     ReceivedMessage();
 
+    // What a message needs memory for; kept by its thread for the next one.
+    struct Storage;
+
     Io receiveRest(int socket, size_t received);
     const char* checkHeader(size_t received);
-    // The objects in the order in which they stand, each fixed up where it points to.
     const char* fixObjects();
-    const char* fixBuffer(size_t index, uint64_t* next);
-    const char* fixDescriptors(size_t index, size_t* nextDescriptor);
-    const char* claim(uint64_t parent, size_t index, uint64_t offset, uint64_t length,
-                      uint8_t** at);
-
-    struct Buffer {
-        uint8_t* start = nullptr;  // Null for objects that are no buffers.
-        uint64_t length = 0;
-        uint64_t claimed = 0;  // Up to where something in it has been fixed up.
-    };
 
     MessageHeader mHeader = {};
     size_t mTotal = 0;
-    struct Block {
-        alignas(std::max_align_t) uint8_t bytes[kPacketSize];
-    };
-    std::unique_ptr<Block> mBlock;
-    std::unique_ptr<uint8_t[]> mWhole;  // Of a message that is larger than a block.
+    std::unique_ptr<Storage> mStorage;
+    std::unique_ptr<uint8_t[]> mWhole;  // Of a message that is larger than a packet.
     uint8_t* mBytes;                    // In whichever of them the message is.
-    std::vector<base::unique_fd> mDescriptors;
-    std::vector<Buffer> mBuffers;
-    std::vector<std::pair<size_t, sp<IBinder>>> mBinders;
+    bool mNamesObjects = false;
 };
 
 }  // namespace socket
