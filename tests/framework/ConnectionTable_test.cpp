@@ -5,8 +5,6 @@
 #include "service/ConnectionTable.h"
 
 #include <gtest/gtest.h>
-#include <orva/AIServiceConnectManager.h>
-#include <orva/reference/Settings.h>
 
 namespace orva::reference {
 namespace {
@@ -26,26 +24,20 @@ TEST_F(ConnectionTableTest, CountsIdsUpToTheLimit) {
     EXPECT_TRUE(table_.HasRoom());
     table_.Touch("1:2");
     EXPECT_FALSE(table_.HasRoom());
-    // Admission is the services' business: what they do admit is counted.
-    table_.Touch("1:3");
+    table_.Touch("1:3");  // Admission is the services' business: what they do admit is counted.
     EXPECT_EQ(3u, table_.Count());
     table_.Remove("1:3");
-    table_.Remove("9:9");
     EXPECT_FALSE(table_.HasRoom());
     table_.Remove("1:1");
     EXPECT_TRUE(table_.HasRoom());
-    EXPECT_EQ(1u, table_.Count());
 }
 
 TEST_F(ConnectionTableTest, NamesTheLongestIdleOfThoseTimedOut) {
     table_.SetTimeout(10min);
-    EXPECT_EQ("", table_.TimedOut());
     table_.Touch("b");
     now_ += 1min;
     table_.Touch("a");
-    now_ += 1min;
-    table_.Touch("c");
-    now_ += 8min - 1ns;
+    now_ += 9min - 1ns;
     EXPECT_EQ("", table_.TimedOut());
     now_ += 1ns;
     EXPECT_EQ("b", table_.TimedOut());
@@ -55,27 +47,7 @@ TEST_F(ConnectionTableTest, NamesTheLongestIdleOfThoseTimedOut) {
     table_.Touch("b");
     EXPECT_EQ("a", table_.TimedOut());
     table_.Remove("a");
-    EXPECT_EQ("c", table_.TimedOut());
-    table_.Remove("c");
     EXPECT_EQ("", table_.TimedOut());
-}
-
-TEST(AIServiceConnectManager, FollowsTheSettings) {
-    AIServiceConnectManager& manager = *AIServiceConnectManager::GetInstance();
-    ASSERT_EQ(0u, ClientCount());
-    SetClientLimit(1);
-    SetIdleTimeout(1h);
-    EXPECT_TRUE(manager.CheckServiceNum());
-    manager.UpdateServiceTime("1:1");
-    EXPECT_EQ(1u, ClientCount());
-    EXPECT_FALSE(manager.CheckServiceNum());
-    EXPECT_EQ("", manager.GetTimeoutServiceId());
-    SetIdleTimeout(0ns);
-    EXPECT_EQ("1:1", manager.GetTimeoutServiceId());
-    manager.RemoveServiceTime("1:1");
-    EXPECT_EQ(0u, ClientCount());
-    SetClientLimit(512);
-    SetIdleTimeout(10min);
 }
 
 }  // namespace

@@ -5,13 +5,10 @@
 #include <orva/reference/ServiceNode.h>
 
 #include <gtest/gtest.h>
-#include <orva/AINNNodeFactory.h>
-#include <orva/reference/NodeRegistry.h>
 #include <orva/reference/NodeStatus.h>
 
 #include <functional>
 #include <stdexcept>
-#include <thread>
 
 #include "Support.h"
 #include "executor/ThreadPool.h"
@@ -19,36 +16,21 @@
 namespace orva::reference {
 namespace {
 
-using namespace std::chrono_literals;
 using test::Flag;
 using test::Recorder;
 
 // A handler of which each test says what it does.
-struct Behaviour {
-    std::function<int32_t()> load = [] { return kNodeOk; };
-    std::function<int32_t(const Request&)> check = [](const Request&) { return kNodeOk; };
+struct Scripted : RequestHandler {
+    int32_t Load(const AIConfig&, std::vector<AIModelDescription>&) override { return loadStatus; }
+    int32_t Check(const Request& request) const override { return request.param < 0 ? 5 : kNodeOk; }
+    int32_t Run(Request& request) override { return run(request); }
+
+    int32_t loadStatus = kNodeOk;
     std::function<int32_t(Request&)> run = [](Request&) { return kNodeOk; };
-};
-
-class Scripted : public RequestHandler {
-public:
-    explicit Scripted(Behaviour behaviour) : behaviour_(std::move(behaviour)) {}
-    int32_t Load(const AIConfig&, std::vector<AIModelDescription>&) override {
-        return behaviour_.load();
-    }
-    int32_t Check(const Request& request) const override { return behaviour_.check(request); }
-    int32_t Run(Request& request) override { return behaviour_.run(request); }
-
-private:
-    const Behaviour behaviour_;
 };
 
 class ServiceNodeTest : public testing::Test {
 protected:
-    std::shared_ptr<ServiceNode> Make(Behaviour behaviour) {
-        return std::make_shared<ServiceNode>(std::make_unique<Scripted>(std::move(behaviour)),
-                                             pool_);
-    }
     static int32_t Init(AIServiceBase& node) {
         std::vector<AIModelDescription> models;
         return node.Init(AIConfig(), models);
@@ -58,9 +40,11 @@ protected:
         context.SetPara("tag", tag);
         return node.Process(context, {}, {}, param);
     }
-    // A node that is ready for requests and reports to recorder_.
-    std::shared_ptr<ServiceNode> MakeReady(Behaviour behaviour) {
-        auto node = Make(std::move(behaviour));
+    // A node that is ready for requests, does this with them and reports to recorder_.
+    std::shared_ptr<ServiceNode> MakeReady(std::function<int32_t(Request&)> run) {
+        auto handler = std::make_unique<Scripted>();
+        handler->run = std::move(run);
+        auto node = std::make_shared<ServiceNode>(std::move(handler), pool_);
         EXPECT_EQ(kNodeOk, Init(*node));
         EXPECT_EQ(kNodeOk, node->RegisterListener(recorder_));
         return node;
@@ -71,29 +55,27 @@ protected:
 };
 
 TEST_F(ServiceNodeTest, TakesRequestsOnlyWhenItIsReady) {
-    int32_t loadStatus = 77;
-    const auto node = Make({[&] { return loadStatus; }, {}, {}});
-    EXPECT_EQ(kNodeNotReady, Process(*node));
-    EXPECT_EQ(77, Init(*node));
-    EXPECT_EQ(kNodeNotReady, Process(*node));
-    loadStatus = kNodeOk;
-    EXPECT_EQ(kNodeOk, Init(*node));
-    EXPECT_EQ(kNodeNotReady, Init(*node));
-    EXPECT_EQ(kNodeNotReady, Process(*node)) << "no listener";
-    EXPECT_NE(kNodeOk, node->RegisterListener(nullptr));
-    EXPECT_EQ(kNodeNotReady, Process(*node));
+    auto owned = std::make_unique<Scripted>();
+    Scripted& handler = *owned;
+    handler.loadStatus = 77;
+    ServiceNode node(std::move(owned), pool_);
+    EXPECT_EQ(77, Init(node));
+    EXPECT_EQ(kNodeNotReady, Process(node));
+    handler.loadStatus = kNodeOk;
+    EXPECT_EQ(kNodeOk, Init(node));
+    EXPECT_EQ(kNodeNotReady, Init(node));
+    EXPECT_NE(kNodeOk, node.RegisterListener(nullptr));
+    EXPECT_EQ(kNodeNotReady, Process(node)) << "no listener";
 }
 
 TEST_F(ServiceNodeTest, ReportsEachAcceptedRequestInOrder) {
-    const auto node = MakeReady({[] { return kNodeOk; },
-                                 [](const Request& request) { return request.param < 0 ? 5 : 0; },
-                                 [](Request& request) {
-                                     if (request.param == 3) {
-                                         throw std::runtime_error("not this\none");
-                                     }
-                                     request.context.SetPara("tag", std::to_string(request.param));
-                                     return request.param;
-                                 }});
+    const auto node = MakeReady([](Request& request) {
+        if (request.param == 3) {
+            throw std::runtime_error("not this\none");
+        }
+        request.context.SetPara("tag", std::to_string(request.param));
+        return request.param;
+    });
     for (int i = 0; i < 100; ++i) {
         ASSERT_EQ(kNodeOk, Process(*node, "unchanged", i));
         ASSERT_EQ(5, Process(*node, "refused", -1));
@@ -107,31 +89,14 @@ TEST_F(ServiceNodeTest, ReportsEachAcceptedRequestInOrder) {
     }
 }
 
-TEST_F(ServiceNodeTest, ANewListenerTakesOverFromTheOld) {
-    Flag release;
-    const auto node = MakeReady({[] { return kNodeOk; }, [](const Request&) { return 0; },
-                                 [&](Request&) {
-                                     EXPECT_TRUE(release.Await());
-                                     return 0;
-                                 }});
-    ASSERT_EQ(kNodeOk, Process(*node));
-    const auto successor = std::make_shared<Recorder>();
-    ASSERT_EQ(kNodeOk, node->RegisterListener(successor));
-    EXPECT_EQ(1, recorder_.use_count()) << "the node let go of it";
-    release.Raise();
-    EXPECT_EQ(1u, successor->Await(1).size());
-    EXPECT_EQ(0u, recorder_->Await(0).size());
-}
-
 TEST_F(ServiceNodeTest, ItsRequestsOutliveIt) {
     Flag started;
     Flag release;
-    auto node = MakeReady({[] { return kNodeOk; }, [](const Request&) { return 0; },
-                           [&](Request&) {
-                               started.Raise();
-                               EXPECT_TRUE(release.Await());
-                               return 7;
-                           }});
+    auto node = MakeReady([&](Request&) {
+        started.Raise();
+        EXPECT_TRUE(release.Await());
+        return 7;
+    });
     for (const char* tag : {"running", "waiting", "waiting too"}) {
         ASSERT_EQ(kNodeOk, Process(*node, tag));
     }
@@ -146,13 +111,6 @@ TEST_F(ServiceNodeTest, ItsRequestsOutliveIt) {
     EXPECT_EQ(kNodeStopped, completions[2].result);
     ASSERT_TRUE(pool_->Shutdown(test::kWatchdog));
     EXPECT_EQ(1, recorder_.use_count()) << "nothing is left of the node";
-}
-
-TEST_F(ServiceNodeTest, IsRefusedAfterTheShutdown) {
-    const auto node = MakeReady({});
-    ASSERT_TRUE(pool_->Shutdown(test::kWatchdog));
-    EXPECT_EQ(kNodeStopped, Process(*node));
-    EXPECT_EQ(0u, recorder_->Await(0).size());
 }
 
 // Keeps each completion waiting, as a client that does not answer does.
@@ -174,43 +132,18 @@ TEST_F(ServiceNodeTest, StuckClientsDoNotHoldUpOthers) {
     std::vector<std::shared_ptr<ServiceNode>> nodes;
     for (int i = 0; i < 2; ++i) {
         stuck.push_back(std::make_shared<StuckListener>());
-        nodes.push_back(MakeReady({}));
+        nodes.push_back(MakeReady([](Request&) { return kNodeOk; }));
         nodes[i]->RegisterListener(stuck[i]);
         ASSERT_EQ(kNodeOk, Process(*nodes[i]));
         ASSERT_EQ(kNodeOk, Process(*nodes[i]));
         ASSERT_TRUE(stuck[i]->called.Await());
     }
-    const auto node = MakeReady({});
+    const auto node = MakeReady([](Request&) { return kNodeOk; });
     ASSERT_EQ(kNodeOk, Process(*node));
     EXPECT_EQ(1u, recorder_->Await(1).size());
     for (const auto& listener : stuck) {
         listener->release.Raise();
     }
-}
-
-TEST_F(ServiceNodeTest, CountsHowLongItLiesIdle) {
-    Flag started;
-    Flag release;
-    const auto node = MakeReady({[] { return kNodeOk; }, [](const Request&) { return 0; },
-                                 [&](Request&) {
-                                     started.Raise();
-                                     EXPECT_TRUE(release.Await());
-                                     return 0;
-                                 }});
-    EXPECT_EQ(0ns, node->IdleTime());
-    node->CreateIdleTimer();
-    while (node->IdleTime() < 1ms) {
-        std::this_thread::yield();
-    }
-    ASSERT_EQ(kNodeOk, Process(*node));
-    EXPECT_EQ(0ns, node->IdleTime());
-    ASSERT_TRUE(started.Await());
-    EXPECT_EQ(0ns, node->IdleTime());
-    release.Raise();
-    ASSERT_EQ(1u, recorder_->Await(1).size());
-    const auto idle = node->IdleTime();
-    EXPECT_GT(idle, 0ns);
-    EXPECT_GT(node->IdleTime(), idle);
 }
 
 }  // namespace

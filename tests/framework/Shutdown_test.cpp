@@ -32,15 +32,6 @@ TEST(Shutdown, EndsTheFrameworksThreadsForGood) {
     EXPECT_EQ(0u, WorkerThreads());
     EXPECT_EQ(kNodeStopped, node->Process(context, {}, {}, 0));
     EXPECT_TRUE(Shutdown(test::kWatchdog));
-
-    // Tests go on with an executor of their own.
-    UseExecutor(std::make_shared<InlineExecutor>());
-    const auto inlineNode = AINNNodeFactory::GetInstance()->CreateNNNode("echo");
-    UseExecutor(nullptr);
-    ASSERT_EQ(kNodeOk, inlineNode->Init(AIConfig(), models));
-    ASSERT_EQ(kNodeOk, inlineNode->RegisterListener(recorder));
-    EXPECT_EQ(kNodeOk, inlineNode->Process(context, {}, {}, 0));
-    EXPECT_EQ(3u, recorder->Await(0).size());
 }
 
 }  // namespace

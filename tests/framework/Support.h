@@ -7,6 +7,7 @@
 #include <chrono>
 #include <condition_variable>
 #include <cstring>
+#include <future>
 #include <memory>
 #include <mutex>
 #include <string>
@@ -24,20 +25,15 @@ constexpr std::chrono::seconds kWatchdog{30};
 class Flag {
 public:
     void Raise() {
-        const std::lock_guard<std::mutex> lock(mutex_);
-        raised_ = true;
-        changed_.notify_all();
+        std::call_once(once_, [this] { raised_.set_value(); });
     }
     // False when the watchdog bites.
-    bool Await() {
-        std::unique_lock<std::mutex> lock(mutex_);
-        return changed_.wait_for(lock, kWatchdog, [this] { return raised_; });
-    }
+    bool Await() { return future_.wait_for(kWatchdog) == std::future_status::ready; }
 
 private:
-    std::mutex mutex_;
-    std::condition_variable changed_;
-    bool raised_ = false;
+    std::once_flag once_;
+    std::promise<void> raised_;
+    const std::shared_future<void> future_{raised_.get_future()};
 };
 
 // A buffer tensor over memory of its own.
