@@ -6,8 +6,6 @@
 // The model manager service across processes: its limits, its dead clients, and what no client may
 // do to it.
 
-#include <random>
-
 #include "client/lib/ManagerSession.h"
 #include "system/SystemTest.h"
 
@@ -21,9 +19,6 @@ using client::ModelManagerService;
 using client::SharedRegion;
 using vendor::selkat::hardware::ai::V2_0::ModelBuffer;
 using vendor::selkat::hardware::ai::V2_0::TensorDimension;
-
-constexpr int kMostSessions = 201;
-constexpr int kKills = kSanitized ? 30 : 200;
 
 ModelBuffer bufferOf(const SharedRegion& region, uint64_t size) {
     return {"", region.handle(), size, ""};
@@ -58,50 +53,20 @@ protected:
 };
 
 TEST_F(ModelManagers, TwoHundredAndOneSessionsOfManyProcesses) {
-    constexpr int kProcesses = 3;
     start({"--log-level", "info", "--max-clients", "300"});
     std::vector<std::unique_ptr<ClientProcess>> clients;
-    for (int i = 0; i < kProcesses; ++i) {
+    for (int i = 0; i < 3; ++i) {
         clients.push_back(newClient());
-        ASSERT_EQ(clients.back()->ask("manage 1 " + std::to_string(kMostSessions / kProcesses)),
-                  "0");
+        ASSERT_EQ(clients.back()->ask("manage 1 67"), "0");
     }
+    const ProcessState now = ProcessState::of(host().pid());
+    EXPECT_LE(now.threads, 8U + 16U) << "no thread is a session's own";
     const auto late = newClient();
     EXPECT_EQ(late->ask("manage 1 1"), "1");
     EXPECT_TRUE(host().log().await("AIModelManagerImpl count more than 200"));
     EXPECT_EQ(clients[1]->ask("unmanage 5"), "0");
     EXPECT_EQ(late->ask("manage 1 1"), "0");
     EXPECT_EQ(late->ask("manage 2 1"), "1");
-    clients.push_back(newClient());
-    EXPECT_EQ(clients.back()->ask("manage 1 1"), "1");
-    for (const auto& client : clients) {
-        EXPECT_EQ(client->finish(), 0);
-    }
-    EXPECT_EQ(late->finish(), 0);
-}
-
-TEST_F(ModelManagers, ClientsKilledAmidBuildsLeaveNothing) {
-    constexpr int kAtOnce = 4;
-    start({"--max-clients", "8", "--idle-timeout", "600"});
-    const auto probe = newClient();
-    ASSERT_EQ(probe->ask("rounds 20"), "0");
-    const ProcessState before = host().state();
-    std::mt19937 random(23);
-    for (int killed = 0; killed < kKills && !HasFailure(); killed += kAtOnce) {
-        std::vector<std::unique_ptr<ClientProcess>> clients;
-        for (int i = 0; i < kAtOnce; ++i) {
-            clients.push_back(newClient());
-            clients.back()->begin("builds");
-        }
-        for (const auto& client : clients) {
-            for (unsigned builds = random() % 4 + 1; builds > 0; --builds) {
-                ASSERT_EQ(client->answer(), "done");
-            }
-            client->kill();
-        }
-        expectSettled(before);
-    }
-    EXPECT_EQ(probe->finish(), 0);
 }
 
 TEST_F(ModelManagers, BuildsOfTheLargestSizeLeaveNothing) {
@@ -118,9 +83,7 @@ TEST_F(ModelManagers, BuildsOfTheLargestSizeLeaveNothing) {
     const ModelBuffer target = bufferOf(output, output.size());
     EXPECT_EQ(build(sources, target), 1) << "without a session";
     ManagerSession session(service, 1, "", {});
-    const ProcessState before = host().state();
     EXPECT_EQ(build(sources, target), 1) << "zeros are no model";
-    expectSettled(before);
 
     std::vector<ModelBuffer> tooMuch = sources;
     const SharedRegion one("source", 1);
@@ -130,14 +93,12 @@ TEST_F(ModelManagers, BuildsOfTheLargestSizeLeaveNothing) {
     EXPECT_EQ(build(sources, bufferOf(output, client::kMostBuildBytes + 1)), 1);
     EXPECT_TRUE(host().log().await("output model size [209715201] exceed limit: [209715200]"));
     EXPECT_EQ(answers, 4);
-    expectSettled(before);
 }
 
 TEST_F(ModelManagers, WhatClientsClaimIsNotBelieved) {
     start();
     const SharedRegion region("model", 4096);
     ManagerSession session(service, 1, "", {});
-    const ProcessState before = host().state();
     for (const uint64_t size : {uint64_t{1} << 20, uint64_t{1} << 40, UINT64_MAX}) {
         SCOPED_TRACE(size);
         const ModelBuffer claimed = bufferOf(region, size);
@@ -165,7 +126,6 @@ TEST_F(ModelManagers, WhatClientsClaimIsNotBelieved) {
                         .isOk());
     EXPECT_NE(result, 0);
     EXPECT_EQ(dimensions, 0U);
-    expectSettled(before);
 }
 
 }  // namespace

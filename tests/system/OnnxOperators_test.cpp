@@ -29,7 +29,7 @@ Tensor tensorFor(const CaseTensor& tensor) {
     return Tensor(attributes, tensor.bytes.size());
 }
 
-void runCase(const Service& service, const OnnxCase& expected) {
+void runCase(const android::sp<client::AIService>& service, const OnnxCase& expected) {
     std::vector<Model> models;
     models.push_back({"", SharedRegion("model", expected.model.size())});
     std::memcpy(models[0].bytes.data(), expected.model.data(), expected.model.size());
@@ -54,14 +54,14 @@ void runCase(const Service& service, const OnnxCase& expected) {
     }
 }
 
-class OnnxThroughTheService : public SystemTest {};
+using OnnxThroughTheService = SystemTest;
 
 TEST_F(OnnxThroughTheService, SupportedOperatorsGiveWhatIsExpected) {
     startHost({});
     const std::vector<std::string> names = ReadNames(ORVA_TEST_DATA "/onnx_operators.txt");
     ASSERT_GE(names.size(), 200u);
     {
-        const Service service = client::findService();
+        const auto service = client::findService();
         for (const std::string& name : names) {
             SCOPED_TRACE(name);
             OnnxCase expected;
@@ -73,7 +73,7 @@ TEST_F(OnnxThroughTheService, SupportedOperatorsGiveWhatIsExpected) {
             }
         }
     }
-    const ProcessState now = host().state();
+    const ProcessState now = ProcessState::of(host().pid());
     EXPECT_LE(now.threads, 16u) << now;
 }
 

@@ -24,8 +24,8 @@ void SystemTest::SetUp() {
 void SystemTest::TearDown() {
     orva_platform::stop();
     if (mHost != nullptr) {
-        EXPECT_EQ(mHost->stop(), 0);
-        mHost.reset();
+        expectSettled();
+        stopHost();
     }
     std::filesystem::remove_all(mFolder);
     ResourceTest::TearDown();
@@ -34,31 +34,39 @@ void SystemTest::TearDown() {
 void SystemTest::startHost(const std::vector<std::string>& options) {
     mHost = std::make_unique<HostProcess>(mFolder, options);
     ASSERT_TRUE(mHost->ready()) << mHost->log().text();
+    mBefore = ProcessState::of(mHost->pid());
 }
 
-void SystemTest::expectSettled(const ProcessState& then) const {
-    const ProcessState now = mHost->settledTo(then);
-    EXPECT_TRUE(now.holdsAsMuchAs(then)) << "then " << then << "; now " << now;
+void SystemTest::stopHost() {
+    EXPECT_EQ(mHost->stop(), 0);
+    mHost.reset();
 }
 
-client::Tensor patterned(size_t bytes, unsigned seed) {
-    client::Tensor tensor({}, bytes);
-    for (size_t i = 0; i < bytes; ++i) {
-        tensor.data()[i] = static_cast<uint8_t>(i * 7 + i / 251 + seed);
-    }
-    return tensor;
+void SystemTest::killHost() {
+    mHost->kill();
+    mHost.reset();
 }
 
-bool hasPattern(const client::Tensor& tensor, size_t bytes, unsigned seed) {
-    if (tensor.size() != bytes) {
-        return false;
+void SystemTest::expectRoomFor(int clients) {
+    const auto client = newClient();
+    for (int i = 1; i <= clients; ++i) {
+        // A client that has just been killed is forgotten a little later.
+        const std::string step = "init " + std::to_string(i) + " echo";
+        EXPECT_TRUE(eventually([&] { return client->ask(step) == "0"; })) << i;
     }
-    for (size_t i = 0; i < bytes; ++i) {
-        if (tensor.data()[i] != static_cast<uint8_t>(i * 7 + i / 251 + seed)) {
-            return false;
-        }
+    EXPECT_EQ(client->ask("init 100 echo"), "1");
+    for (int i = 1; i <= clients; ++i) {
+        EXPECT_EQ(client->ask("uninit " + std::to_string(i)), "0");
     }
-    return true;
+}
+
+void SystemTest::expectSettled() {
+    ProcessState now;
+    const bool settled = eventually([&] {
+        now = ProcessState::of(mHost->pid());
+        return now.holdsAsMuchAs(mBefore);
+    });
+    EXPECT_TRUE(settled) << "then " << mBefore << "; now " << now;
 }
 
 }  // namespace orva::test
