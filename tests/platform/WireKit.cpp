@@ -115,7 +115,7 @@ SocketPair::SocketPair() {
 std::string deliver(WireMessage message, BHwBinder& stub) {
     std::unique_ptr<ReceivedMessage> received;
     Finder finder(&stub);
-    if (message.bytes.size() > kPacketSize ||
+    if (message.bytes.empty() || message.bytes.size() > kPacketSize ||
         ReceivedMessage::check(message.bytes.data(), message.bytes.size(),
                                std::move(message.descriptors), &received) != Io::kDone ||
         !received->resolve(finder)) {
