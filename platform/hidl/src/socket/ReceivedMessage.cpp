@@ -196,7 +196,7 @@ Io ReceivedMessage::check(const uint8_t* bytes, size_t size,
                           std::vector<base::unique_fd> descriptors,
                           std::unique_ptr<ReceivedMessage>* message) {
     std::unique_ptr<ReceivedMessage> incoming(new ReceivedMessage);
-    std::memcpy(incoming->mBytes, bytes, size);
+    std::copy_n(bytes, size, incoming->mBytes);  // `bytes` may be null when there are none.
     incoming->mStorage->descriptors = std::move(descriptors);
     if (incoming->checkHeader(size) != nullptr || incoming->mTotal > size ||
         incoming->fixObjects() != nullptr) {
