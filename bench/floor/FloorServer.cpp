@@ -55,20 +55,26 @@ UniqueFd makeAttributes(const AttributeRecord& record) {
     return fd;
 }
 
-// What outlives the call that brought it: its descriptor, duplicated, and its mapping.
+// What outlives the call that brought it: its descriptors, duplicated, and its mapping.
 struct Tensor {
     AttributeRecord attributes;
+    UniqueFd attributeBlock;
     UniqueFd data;
     void* bytes;
     size_t size;
 };
 
+UniqueFd duplicate(int fd) {
+    return UniqueFd(fcntl(fd, F_DUPFD_CLOEXEC, 0));
+}
+
 bool takeTensor(int attributes, int data, size_t size, Tensor* tensor) {
     tensor->size = size;
-    tensor->data = UniqueFd(fcntl(data, F_DUPFD_CLOEXEC, 0));
+    tensor->attributeBlock = duplicate(attributes);
+    tensor->data = duplicate(data);
     tensor->bytes = mapShared(data, size);
-    return readAttributes(attributes, &tensor->attributes) && tensor->data.Get() >= 0 &&
-           tensor->bytes != MAP_FAILED;
+    return readAttributes(attributes, &tensor->attributes) && tensor->attributeBlock.Get() >= 0 &&
+           tensor->data.Get() >= 0 && tensor->bytes != MAP_FAILED;
 }
 
 bool complete(int listener, const Tensor& output) {
