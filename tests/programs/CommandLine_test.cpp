@@ -203,6 +203,21 @@ TEST_F(CommandLine, CompilesAModelAndRunsIt) {
         EXPECT_EQ(std::filesystem::file_size(mFiles / "saved" / "0-y.bin"), 60 * sizeof(float));
     }
 
+    const std::string both = mFiles / "both.orva";
+    ASSERT_EQ(orva({"compile", ORVA_ONNX_CASES "/test_abs/model.onnx", model, "-o", both}).code, 0);
+    const auto pick = [&](const std::vector<const char*>& choice) {
+        std::vector<std::string> arguments = {
+                "run", "--service", "model-manager", "--model", both, "--input", input};
+        arguments.insert(arguments.end(), choice.begin(), choice.end());
+        return orva(arguments);
+    };
+    // The least magnitude is 1.
+    EXPECT_NE(pick({"--model-name", "test_abs"}).output.find("min 1,"), std::string::npos);
+    EXPECT_NE(pick({"--model-name", "test_relu"}).output.find("0, max 2"), std::string::npos);
+    const std::string told = "picks one of 'test_abs', 'test_relu'";
+    expectRefused(pick({}), 1, told);
+    expectRefused(pick({"--model-name", "test_none"}), 1, told);
+
     std::string bytes = read(compiled);
     bytes[bytes.size() / 2] ^= 1;
     expectRefused(orva({"check", file("changed.orva", bytes)}), 1, "changed.orva: status 101");

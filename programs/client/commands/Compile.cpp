@@ -76,11 +76,13 @@ std::vector<Model> readSources(const std::vector<std::string>& paths, Report* re
 size_t build(ModelManagerService& service, const std::vector<Model>& sources,
              const SharedRegion& output, const Options& options) {
     ManagerSession session(&service, 1, "", {});
-    Progress progress("compiling", 0);
     auto building = std::async(std::launch::async,
                                [&] { return session.build(sources, output, options.param); });
-    while (building.wait_for(std::chrono::milliseconds(100)) != std::future_status::ready) {
-        progress.goOn();
+    {
+        Progress progress("compiling", 0);
+        while (building.wait_for(std::chrono::milliseconds(100)) != std::future_status::ready) {
+            progress.goOn();
+        }
     }
     try {
         return building.get();

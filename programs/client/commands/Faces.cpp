@@ -127,7 +127,7 @@ void print(const std::vector<Face>& faces, const RequestTimes& times, const Opti
 
 void faces(const Connection& connection, const Options& options) {
     ModelFile file(options.model);
-    const ModelOutline& model = file.only();
+    const ModelOutline& model = file.pick(options.request.modelName);
     if (!isDetector(model)) {
         throw std::runtime_error(options.model +
                                  " is not the 128-pixel face detector; `orva run` runs any model");

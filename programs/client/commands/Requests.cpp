@@ -7,6 +7,7 @@
 #include <functional>
 
 #include <CLI/CLI.hpp>
+#include <nlohmann/json.hpp>
 
 #include "client/lib/ManagerSession.h"
 #include "client/report/Progress.h"
@@ -16,6 +17,12 @@ namespace orva::client {
 namespace {
 
 constexpr int32_t kClientId = 1;
+
+// Names the model that a request is for.
+std::string contextOf(const RequestOptions& options) {
+    return nlohmann::json{{"model", options.modelName}}.dump(
+            -1, ' ', true, nlohmann::json::error_handler_t::replace);
+}
 
 // `start` has each request start.
 template <typename AnySession>
@@ -53,6 +60,8 @@ void addRequestOptions(CLI::App* command, RequestOptions* options) {
             ->default_str("ai");
     command->add_flag("--bind", options->bind,
                       "With a model manager: bind the tensors once, then start each request");
+    command->add_option("--model-name", options->modelName,
+                        "With a model manager: which of a compiled file's models to run");
     command->add_option_function<std::string>(
                    "--tensor",
                    [options](const std::string& memory) {
@@ -70,6 +79,9 @@ void addRequestOptions(CLI::App* command, RequestOptions* options) {
 void checkRequestOptions(const RequestOptions& options) {
     if (options.bind && !options.modelManager) {
         throw CLI::ValidationError("--bind", "needs --service model-manager");
+    }
+    if (!options.modelName.empty() && !options.modelManager) {
+        throw CLI::ValidationError("--model-name", "needs --service model-manager");
     }
 }
 
@@ -93,10 +105,11 @@ RequestTimes request(const Connection& connection, const RequestOptions& options
     const Stopwatch opening;
     ManagerSession session(service, kClientId, config, models);
     const std::chrono::nanoseconds opened = opening.elapsed();
-    std::function<void()> start = [&] { session.send("", inputs, outputs); };
+    const std::string context = contextOf(options);
+    std::function<void()> start = [&] { session.send(context, inputs, outputs); };
     if (options.bind) {
-        session.bind("", inputs, outputs);
-        start = [&] { session.start(""); };
+        session.bind(context, inputs, outputs);
+        start = [&] { session.start(context); };
     }
     return {opened, repeat(&session, start, outputs.size(), options.repeat)};
 }

@@ -20,6 +20,7 @@ namespace orva::client {
 struct RequestOptions {
     bool modelManager = false;  // Instead of a node of the general service.
     bool bind = false;          // The tensors once, then only a start for each.
+    std::string modelName;      // One of a file's models, for a model manager; empty: the only one.
     std::string tensorType = Tensor::kBuffer;
     size_t repeat = 1;
 };

@@ -55,7 +55,7 @@ void print(const RunTensors& tensors, const RequestTimes& times, const Options& 
 }
 
 void run(const Connection& connection, const Options& options) {
-    RunTensors tensors(options.sources, options.request.tensorType);
+    RunTensors tensors(options.sources, options.request);
     const RequestTimes times = request(connection, options.request, options.node, configOf(options),
                                        tensors.models(), tensors.inputs(), tensors.outputs());
     print(tensors, times, options);

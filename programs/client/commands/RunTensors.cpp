@@ -56,8 +56,8 @@ std::string fileName(size_t number, const std::string& name) {
 
 }  // namespace
 
-RunTensors::RunTensors(const RunSources& sources, const std::string& tensorType)
-        : mTensorType(tensorType) {
+RunTensors::RunTensors(const RunSources& sources, const RequestOptions& options)
+        : mTensorType(options.tensorType) {
     if (sources.model.empty()) {
         std::vector<TensorShape> shapes;
         for (const std::string& path : sources.inputs) {
@@ -69,7 +69,7 @@ RunTensors::RunTensors(const RunSources& sources, const std::string& tensorType)
         return;
     }
     ModelFile file(sources.model);
-    const ModelOutline model = file.only();
+    const ModelOutline model = file.pick(options.modelName);
     if (!sources.image.empty()) {
         if (model.inputs.size() != 1) {
             throw std::runtime_error("the model has " + std::to_string(model.inputs.size()) +

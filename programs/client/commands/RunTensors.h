@@ -9,6 +9,7 @@
 
 #include <nlohmann/json_fwd.hpp>
 
+#include "client/commands/Requests.h"
 #include "client/lib/Session.h"
 #include "client/model/TensorShape.h"
 
@@ -42,7 +43,7 @@ struct OutputSummary {
 class RunTensors {
 public:
     // Throws std::exception, saying what does not fit, when no request can be made of the sources.
-    RunTensors(const RunSources& sources, const std::string& tensorType);
+    RunTensors(const RunSources& sources, const RequestOptions& options);
 
     const std::vector<Model>& models() const { return mModels; }
     const std::vector<Tensor>& inputs() const { return mInputs; }

@@ -6,11 +6,20 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <cstdio>
+#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <system_error>
 
+#include <android-base/unique_fd.h>
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
 namespace orva::client {
+
+using android::base::unique_fd;
 
 namespace {
 
@@ -18,6 +27,25 @@ constexpr size_t kPiece = 4 << 20;
 
 [[noreturn]] void fail(const std::string& what, const std::string& path) {
     throw std::system_error(errno != 0 ? errno : EIO, std::generic_category(), what + " " + path);
+}
+
+bool writeAll(int fd, const uint8_t* data, size_t size) {
+    while (size > 0) {
+        const ssize_t written = TEMP_FAILURE_RETRY(write(fd, data, size));
+        if (written < 0) {
+            return false;
+        }
+        data += written;
+        size -= static_cast<size_t>(written);
+    }
+    return true;
+}
+
+// It can only be asked for by setting it.
+mode_t modeOfNewFiles() {
+    const mode_t mask = umask(0);
+    umask(mask);
+    return 0666 & ~mask;
 }
 
 }  // namespace
@@ -64,11 +92,31 @@ SharedRegion readIntoRegion(const std::string& path, const std::string& regionNa
 }
 
 void writeFile(const std::string& path, const uint8_t* data, size_t size) {
-    errno = 0;
-    std::ofstream file(path, std::ios::binary);
-    file.write(reinterpret_cast<const char*>(data), static_cast<std::streamsize>(size));
-    file.close();
-    if (!file) {
+    namespace fs = std::filesystem;
+    std::error_code ignored;
+    const fs::file_status before = fs::status(path, ignored);
+    if (fs::exists(before) && !fs::is_regular_file(before)) {
+        // A device or a pipe takes the bytes as they come; it must not be replaced.
+        const unique_fd device(open(path.c_str(), O_WRONLY | O_CLOEXEC));
+        if (device < 0 || !writeAll(device, data, size)) {
+            fail("cannot write", path);
+        }
+        return;
+    }
+    // Through a link, not in its place.
+    const fs::path target = fs::exists(before) ? fs::canonical(path, ignored) : fs::path(path);
+    std::string draft = target.parent_path() / ".orva-XXXXXX";
+    const unique_fd file(mkostemp(draft.data(), O_CLOEXEC));
+    if (file < 0) {
+        fail("cannot write", path);
+    }
+    const mode_t mode =
+            fs::exists(before) ? static_cast<mode_t>(before.permissions()) : modeOfNewFiles();
+    if (!writeAll(file, data, size) || fchmod(file, mode) != 0 ||
+        rename(draft.c_str(), target.c_str()) != 0) {
+        const int cause = errno;
+        unlink(draft.c_str());
+        errno = cause;
         fail("cannot write", path);
     }
 }

@@ -19,6 +19,7 @@ size_t sizeOfFile(const std::string& path);
 // `advance` is told, as it goes, of bytes that have been read.
 SharedRegion readIntoRegion(const std::string& path, const std::string& regionName,
                             const std::function<void(size_t)>& advance = nullptr);
+// The file has all of the bytes, or is as it was.
 void writeFile(const std::string& path, const uint8_t* data, size_t size);
 
 }  // namespace orva::client

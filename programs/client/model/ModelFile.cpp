@@ -119,12 +119,21 @@ ModelFile::ModelFile(const std::string& path) : mPath(path), mModel(readModel(pa
     }
 }
 
-const ModelOutline& ModelFile::only() const {
-    if (mModels.size() != 1) {
-        throw std::runtime_error(mPath + " holds " + std::to_string(mModels.size()) +
-                                 " models; only one can be run at a time");
+const ModelOutline& ModelFile::pick(const std::string& name) const {
+    if (name.empty() && mModels.size() == 1) {
+        return mModels[0];
     }
-    return mModels[0];
+    std::string names;
+    for (const ModelOutline& model : mModels) {
+        if (!name.empty() && model.name == name) {
+            return model;
+        }
+        names += (names.empty() ? "'" : ", '") + model.name + "'";
+    }
+    throw std::runtime_error(mPath + " holds " +
+                             (name.empty() ? std::to_string(mModels.size()) + " models"
+                                           : "no model '" + name + "'") +
+                             "; --model-name picks one of " + names);
 }
 
 }  // namespace orva::client

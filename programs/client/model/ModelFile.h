@@ -34,8 +34,9 @@ public:
     explicit ModelFile(const std::string& path);
 
     const std::vector<ModelOutline>& models() const { return mModels; }
-    // Its only one. Throws std::runtime_error when there are several.
-    const ModelOutline& only() const;
+    // The one of that name; for the empty name, its only one. Throws std::runtime_error, naming
+    // those that there are, when there is none such.
+    const ModelOutline& pick(const std::string& name) const;
 
     // What a session loads.
     const Model& model() const { return mModel; }

@@ -4,9 +4,11 @@
  */
 #include "client/report/Progress.h"
 
+#include <algorithm>
 #include <cstdio>
 #include <utility>
 
+#include <sys/ioctl.h>
 #include <unistd.h>
 
 namespace orva::client {
@@ -17,6 +19,16 @@ namespace {
 constexpr std::chrono::milliseconds kPatience(300);
 constexpr std::chrono::milliseconds kInterval(100);
 constexpr size_t kCells = 30;
+
+// Over the last one. What does not fit is cut: a terminal would go on in a line that stays.
+void draw(std::string line) {
+    winsize size = {};
+    if (ioctl(STDERR_FILENO, TIOCGWINSZ, &size) == 0 && size.ws_col > 0) {
+        line.resize(std::min<size_t>(line.size(), size.ws_col - 1));
+    }
+    fprintf(stderr, "\r%s\033[K", line.c_str());
+    fflush(stderr);
+}
 
 }  // namespace
 
@@ -44,19 +56,19 @@ void Progress::update(size_t done) {
         return;
     }
     const size_t cells = kCells * done / mTotal;
-    fprintf(stderr, "\r%s [%s%s] %zu/%zu\033[K", mWhat.c_str(), std::string(cells, '#').c_str(),
-            std::string(kCells - cells, '.').c_str(), done, mTotal);
-    fflush(stderr);
+    draw(mWhat + " [" + std::string(cells, '#') + std::string(kCells - cells, '.') + "] " +
+         std::to_string(done) + "/" + std::to_string(mTotal));
 }
 
 void Progress::goOn() {
     if (isDue()) {
         const auto seconds = std::chrono::duration<double>(mDrawnAt).count();
         // One cell that goes round.
-        const auto cell = static_cast<size_t>(seconds * 10) % kCells;
-        fprintf(stderr, "\r%s [%s#%s] %.1f s\033[K", mWhat.c_str(), std::string(cell, '.').c_str(),
-                std::string(kCells - 1 - cell, '.').c_str(), seconds);
-        fflush(stderr);
+        std::string cells(kCells, '.');
+        cells[static_cast<size_t>(seconds * 10) % kCells] = '#';
+        char time[32];
+        snprintf(time, sizeof time, "%.1f s", seconds);
+        draw(mWhat + " [" + cells + "] " + time);
     }
 }
 
