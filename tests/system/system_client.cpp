@@ -17,13 +17,16 @@
 //   requests          requests until it is killed, a line for each
 //   manage FIRST COUNT  opens sessions on model managers and keeps them
 //   unmanage N        closes one
+//   bind N FILE       opens one with a model of 60 floats, binds its tensors and computes once
 //   builds            opens such a session and builds until it is killed, a line for each
 //
 // It ends with the input.
 
 #include <algorithm>
 #include <cstdio>
+#include <fstream>
 #include <iostream>
+#include <iterator>
 #include <sstream>
 
 #include <orva_platform/Runtime.h>
@@ -46,6 +49,7 @@ using android::hardware::hidl_vec;
 using android::hardware::Return;
 using orva::client::AIService;
 using orva::client::Completions;
+using orva::client::ManagerSession;
 using orva::client::ModelManagerService;
 using orva::client::Session;
 using orva::client::Tensor;
@@ -135,6 +139,7 @@ public:
 private:
     std::string send(int32_t session, size_t bytes);
     std::string awaitResult();
+    void bind(int32_t session, const std::string& path);
     [[noreturn]] void builds();
 
     const sp<AIService> mService;
@@ -142,6 +147,7 @@ private:
     const sp<Death> mDeath = new Death;
     // What requests under way lie in.
     std::vector<Tensor> mTensors;
+    std::vector<std::unique_ptr<ManagerSession>> mManaged;
 };
 
 std::string Client::send(int32_t session, size_t bytes) {
@@ -165,13 +171,33 @@ std::string Client::awaitResult() {
     return std::to_string(result->result) + (same ? " same" : " different");
 }
 
+void Client::bind(int32_t session, const std::string& path) {
+    std::ifstream file(path, std::ios::binary);
+    const std::string bytes((std::istreambuf_iterator<char>(file)), {});
+    std::vector<orva::client::Model> models;
+    models.push_back({"", orva::client::SharedRegion("model", bytes.size())});
+    std::copy(bytes.begin(), bytes.end(), models[0].bytes.data());
+    mManaged.push_back(std::make_unique<ManagerSession>(
+            orva::client::findService<ModelManagerService>(), session, "", models));
+
+    TensorAttributes floats;
+    floats.dataType = 1;
+    std::vector<Tensor> inputs;
+    inputs.emplace_back(floats, 60 * sizeof(float));
+    std::vector<Tensor> outputs;
+    outputs.emplace_back(floats, 60 * sizeof(float));
+    mManaged.back()->bind("", inputs, outputs);
+    mManaged.back()->start("");
+    mManaged.back()->await();
+}
+
 void Client::builds() {
     const auto service = orva::client::findService<ModelManagerService>();
     // Zeros are no model, so every build fails, after its regions have been mapped.
     const orva::client::SharedRegion source("source", kRequestBytes);
     const orva::client::SharedRegion output("output", kRequestBytes);
     const ModelBuffer model = {"", source.handle(), source.size(), ""};
-    const orva::client::ManagerSession session(service, 1, "", {});
+    const ManagerSession session(service, 1, "", {});
     for (;;) {
         service->BuildModel(1, "", 0, {model, model}, {"", output.handle(), output.size(), ""},
                             [](uint32_t, int32_t) {})
@@ -249,6 +275,10 @@ std::string Client::take(const std::string& step, int32_t number, const std::str
     if (step == "unmanage") {
         const auto service = orva::client::findService<ModelManagerService>();
         return service->UnInit(number).isOk() ? "0" : "dead";
+    }
+    if (step == "bind") {
+        bind(number, word);
+        return "0";
     }
     if (step == "builds") {
         builds();
