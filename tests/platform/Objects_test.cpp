@@ -64,14 +64,6 @@ TEST_F(Objects, GoWhenTheOtherSideLetsGo) {
     expectNothingLeft();
 }
 
-TEST_F(Objects, OutliveTheServicesProxy) {
-    const sp<IProbe> made = mProbe->make();
-    expectOk(mProbe->hold(new Probe));
-    mProbe.clear();
-    EXPECT_EQ(0, int32_t(made->callHeld())) << "the server still holds ours";
-    expectOk(made->hold(nullptr));
-}
-
 TEST_F(Objects, WhoseReleaseOvertakesThemStillArrive) {
     constexpr int kRounds = 300;
     for (int i = 0; i < kRounds; ++i) {

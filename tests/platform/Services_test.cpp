@@ -3,7 +3,6 @@
  * SPDX-License-Identifier: Apache-2.0
  */
 // Services by name: who may serve one, who finds it, and the end of serving.
-#include <signal.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <sys/syscall.h>
@@ -14,6 +13,8 @@
 #include <thread>
 
 #include <android-base/unique_fd.h>
+#include <hidl/HidlTransportSupport.h>
+#include <hwbinder/ProcessState.h>
 
 #include "TransportTest.h"
 #include "support/LogCapture.h"
@@ -124,42 +125,23 @@ TEST_F(Services, FoundInTheirOwnProcessAreTheObjectsThemselves) {
     EXPECT_EQ(probe, service());
     orva_platform::stop();
     EXPECT_EQ(nullptr, service().get());
-    orva_platform::stop();
     ASSERT_EQ(android::OK, probe->registerAsService()) << "the runtime can be used again";
     EXPECT_EQ(probe, service());
 }
 
 TEST_F(Services, EndThoughAClientNeverAnswers) {
-    serve("2");
+    android::hardware::configureRpcThreadpool(2, false);
+    android::hardware::ProcessState::self()->startThreadPool();
+    const sp<IProbe> probe = new Probe;
+    ASSERT_EQ(android::OK, probe->registerAsService());
     PeerProcess stalled("hold", "default");
     stalled.freeze();
-    std::thread waiting([&] {
-        // Dead is the client that does not answer, or already the server that says so.
-        EXPECT_EQ(android::DEAD_OBJECT, mProbe->callHeld().withDefault(android::DEAD_OBJECT));
-    });
-    EXPECT_TRUE(eventually([&] { return resourcesOf(mProbe).channels > mHeld.channels + 1; }));
-    mServer->signal(SIGTERM);
-    EXPECT_EQ(0, mServer->await());
+    const uint64_t before = resourcesHere().channels;
+    std::thread waiting([&] { EXPECT_EQ(android::DEAD_OBJECT, int32_t(probe->callHeld())); });
+    EXPECT_TRUE(eventually([&] { return resourcesHere().channels > before; }));
+    orva_platform::stop();
     waiting.join();
-    EXPECT_TRUE(mProbe->ping().isDeadObject());
     EXPECT_FALSE(std::filesystem::exists(path(fileOf("default"))));
-}
-
-TEST_F(Services, CanBeStoppedByTheProcessThatCallsThem) {
-    serve("2");
-    expectOk(mProbe->hold(new Probe));
-    std::thread waiting([&] { EXPECT_TRUE(mProbe->stay().isDeadObject()); });
-    EXPECT_EQ("in", mServer->readLine());
-    orva_platform::stop();  // On the client's side.
-    waiting.join();
-    EXPECT_EQ(0u, Probe::alive()) << "what the server held is let go of";
-    EXPECT_TRUE(mProbe->ping().isDeadObject());
-    const sp<IProbe> fresh = service();
-    ASSERT_NE(nullptr, fresh.get());
-    // The pool, too, runs again.
-    expectOk(fresh->hold(new Probe));
-    EXPECT_EQ(0, int32_t(fresh->callHeld()));
-    mServer->signal(SIGUSR1);
 }
 
 }  // namespace
