@@ -16,13 +16,5 @@ TEST(DumpText, QuotesWhatClientsWrite) {
               Quoted(std::string("\"\\\n\033[2J\0\x7f\xc3\xa4", 11)));
 }
 
-TEST(DumpText, AppendsTextsOfAnyLength) {
-    std::string text = "a";
-    Append(text, "%d %s", 1, std::string(5000, 'x').c_str());
-    EXPECT_EQ("a1 " + std::string(5000, 'x'), text);
-    Append(text, "%s", "");
-    EXPECT_EQ(5003U, text.size());
-}
-
 }  // namespace
 }  // namespace orva::hidl

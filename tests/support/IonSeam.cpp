@@ -63,7 +63,6 @@ int __real__memset_s_chk(void* dest, size_t destMax, int value, size_t count, si
 int __wrap_uname(utsname* record) {
     Note("uname");
     if (Fails(Call::Uname)) {
-        errno = EFAULT;
         return -1;
     }
     const int result = __real_uname(record);
@@ -84,7 +83,6 @@ int __wrap_ioctl(int fd, unsigned long request, ...) {
     }
     Note("sync " + std::to_string(*static_cast<const uint64_t*>(argument)));
     if (Fails(Call::DmaBufSync)) {
-        errno = ENOTTY;
         return -1;
     }
     return orva::test::kernelRelease != nullptr ? 0 : __real_ioctl(fd, request, argument);
@@ -92,11 +90,7 @@ int __wrap_ioctl(int fd, unsigned long request, ...) {
 
 int __wrap_ion_open() {
     Note("ion_open");
-    if (Fails(Call::IonOpen)) {
-        errno = ENODEV;
-        return -1;
-    }
-    return __real_ion_open();
+    return Fails(Call::IonOpen) ? -1 : __real_ion_open();
 }
 
 int __wrap_ion_close(int fd) {

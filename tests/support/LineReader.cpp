@@ -5,9 +5,9 @@
 #include "support/LineReader.h"
 
 #include <algorithm>
-#include <cerrno>
-
-#include <unistd.h>
+#include <cstdio>
+#include <cstdlib>
+#include <memory>
 
 namespace orva::test {
 
@@ -22,32 +22,19 @@ LineReader::~LineReader() {
 }
 
 void LineReader::read() {
-    std::string held;
-    char buffer[4096];
-    for (;;) {
-        const ssize_t got = ::read(mPipe, buffer, sizeof buffer);
-        if (got < 0 && errno == EINTR) {
-            continue;
-        }
+    const std::unique_ptr<FILE, int (*)(FILE*)> pipe(fdopen(mPipe.release(), "r"), fclose);
+    char* line = nullptr;
+    size_t room = 0;
+    for (ssize_t size; (size = getline(&line, &room, pipe.get())) >= 0;) {
+        size -= line[size - 1] == '\n' ? 1 : 0;
         Mutex::Autolock lock(mLock);
-        if (got > 0) {
-            held.append(buffer, static_cast<size_t>(got));
-            size_t start = 0;
-            for (size_t end; (end = held.find('\n', start)) != std::string::npos; start = end + 1) {
-                mLines.push_back(held.substr(start, end - start));
-            }
-            held.erase(0, start);
-        } else {
-            if (!held.empty()) {
-                mLines.push_back(held);
-            }
-            mEnded = true;
-        }
+        mLines.emplace_back(line, static_cast<size_t>(size));
         mChanged.broadcast();
-        if (mEnded) {
-            return;
-        }
     }
+    free(line);
+    Mutex::Autolock lock(mLock);
+    mEnded = true;
+    mChanged.broadcast();
 }
 
 bool LineReader::waitForMore(Clock::time_point deadline) {

@@ -41,7 +41,7 @@ private:
     bool waitForMore(std::chrono::steady_clock::time_point deadline) REQUIRES(mLock);
     size_t countLocked(const std::string& text) REQUIRES(mLock);
 
-    const android::base::unique_fd mPipe;
+    android::base::unique_fd mPipe;  // until the thread has it
     android::Mutex mLock;
     android::Condition mChanged;
     std::vector<std::string> mLines GUARDED_BY(mLock);

@@ -5,27 +5,21 @@
 
 #include "support/LogCapture.h"
 
-#include <algorithm>
 #include <atomic>
 #include <cstdarg>
 #include <cstdio>
-#include <iterator>
+#include <cstdlib>
+#include <memory>
 #include <mutex>
-#include <regex>
+#include <utility>
 
 namespace orva::test {
 
 namespace {
 
-struct RawLine {
-    int priority;
-    std::string tag;
-    std::string text;
-};
-
 struct Sink {
     std::mutex mutex;
-    std::vector<RawLine> lines;
+    std::vector<LogLine> lines;
 };
 
 Sink& GetSink() {
@@ -35,13 +29,14 @@ Sink& GetSink() {
 
 std::atomic<bool> capturing{false};
 
-LogLine Parse(RawLine raw) {
-    static const std::regex form("([A-Za-z_]\\w*)\\(\\d+\\)::\"([^]*)\"");
-    std::smatch match;
-    if (!std::regex_match(raw.text, match, form)) {
-        return {raw.priority, std::move(raw.tag), "", std::move(raw.text)};
+// The product's form: FUNCTION(LINE)::"MESSAGE"
+LogLine Parse(int priority, const char* tag, const std::string& text) {
+    const size_t parenthesis = text.find('('), quote = text.find(")::\"");
+    if (parenthesis > quote || quote == std::string::npos || text.back() != '"') {
+        return {priority, tag, "", text};
     }
-    return {raw.priority, std::move(raw.tag), match[1], match[2]};
+    return {priority, tag, text.substr(0, parenthesis),
+            text.substr(quote + 4, text.size() - quote - 5)};
 }
 
 }  // namespace
@@ -64,23 +59,15 @@ LogCapture::~LogCapture() {
     capturing = false;
 }
 
-std::vector<LogLine> LogCapture::Take() {
-    return Take(ANDROID_LOG_VERBOSE);
-}
-
 std::vector<LogLine> LogCapture::Take(int priority) {
-    std::vector<RawLine> raw;
-    {
-        std::lock_guard<std::mutex> lock(GetSink().mutex);
-        raw.swap(GetSink().lines);
-    }
-    std::vector<LogLine> lines;
-    for (RawLine& line : raw) {
+    std::lock_guard<std::mutex> lock(GetSink().mutex);
+    std::vector<LogLine> taken;
+    for (LogLine& line : std::exchange(GetSink().lines, {})) {
         if (line.priority >= priority) {
-            lines.push_back(Parse(std::move(line)));
+            taken.push_back(std::move(line));
         }
     }
-    return lines;
+    return taken;
 }
 
 }  // namespace orva::test
@@ -89,18 +76,15 @@ std::vector<LogLine> LogCapture::Take(int priority) {
 extern "C" int __android_log_print(int prio, const char* tag, const char* fmt, ...) {
     va_list arguments;
     va_start(arguments, fmt);
-    va_list again;
-    va_copy(again, arguments);
-    std::string text(static_cast<size_t>(vsnprintf(nullptr, 0, fmt, arguments)), '\0');
-    vsnprintf(text.data(), text.size() + 1, fmt, again);
-    va_end(again);
+    char* text = nullptr;
+    (void)!vasprintf(&text, fmt, arguments);
     va_end(arguments);
-
+    const std::unique_ptr<char, void (*)(void*)> owner(text, free);
     if (!orva::test::capturing) {
-        return __android_log_write(prio, tag, text.c_str());
+        return __android_log_write(prio, tag, text);
     }
     auto& sink = orva::test::GetSink();
     std::lock_guard<std::mutex> lock(sink.mutex);
-    sink.lines.push_back({prio, tag, std::move(text)});
+    sink.lines.push_back(orva::test::Parse(prio, tag, text));
     return 1;
 }

@@ -31,10 +31,8 @@ public:
     LogCapture(const LogCapture&) = delete;
     LogCapture& operator=(const LogCapture&) = delete;
 
-    // Takes out what has been logged so far.
-    std::vector<LogLine> Take();
-    // Of these, only the ones of a level or worse.
-    std::vector<LogLine> Take(int priority);
+    // Takes out what has been logged so far; of that, only what is of a level or worse.
+    std::vector<LogLine> Take(int priority = ANDROID_LOG_VERBOSE);
 };
 
 }  // namespace orva::test

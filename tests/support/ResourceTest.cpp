@@ -5,54 +5,33 @@
 
 #include "support/ResourceTest.h"
 
-#include <dirent.h>
-#include <unistd.h>
-
-#include <algorithm>
-#include <climits>
+#include <filesystem>
 #include <fstream>
 #include <sstream>
+#include <system_error>
+
+#include "support/Descriptors.h"
 
 namespace orva::test {
 
-namespace {
-
-std::vector<std::string> OpenDescriptors() {
-    std::vector<std::string> found;
-    DIR* const folder = opendir("/proc/self/fd");
-    while (const dirent* const entry = readdir(folder)) {
-        const std::string name = entry->d_name;
-        if (name[0] == '.' || name == std::to_string(dirfd(folder))) {
-            continue;
-        }
-        char target[PATH_MAX] = "";
-        const std::string path = "/proc/self/fd/" + name;
-        (void)!readlink(path.c_str(), target, sizeof(target) - 1);
-        found.push_back(name + " -> " + target);
+Resources Resources::OfThisProcess() {
+    Resources held;
+    for (const int descriptor : orva_test::openDescriptors()) {
+        const std::string number = std::to_string(descriptor);
+        std::error_code gone;
+        const auto target = std::filesystem::read_symlink("/proc/self/fd/" + number, gone);
+        held.descriptors.push_back(number + " -> " + target.string());
     }
-    closedir(folder);
-    std::sort(found.begin(), found.end());
-    return found;
-}
-
-std::vector<std::string> SharedMappings() {
-    std::vector<std::string> found;
     std::ifstream maps("/proc/self/maps");
     for (std::string line; std::getline(maps, line);) {
         std::istringstream fields(line);
         std::string range, access, offset, device, inode, target;
         fields >> range >> access >> offset >> device >> inode >> target;
         if (access.size() == 4 && access[3] == 's') {
-            found.push_back(std::move(range.append(" ").append(target)));
+            held.mappings.push_back(range + " " + target);
         }
     }
-    return found;
-}
-
-}  // namespace
-
-Resources Resources::OfThisProcess() {
-    return {OpenDescriptors(), SharedMappings()};
+    return held;
 }
 
 void ResourceTest::SetUp() {

@@ -11,7 +11,6 @@
 
 #include <array>
 #include <atomic>
-#include <cerrno>
 #include <cstdlib>
 #include <mutex>
 #include <new>
@@ -110,11 +109,8 @@ int __real__memcpy_s_chk(void* dest, size_t destMax, const void* src, size_t cou
 
 void* __wrap_mmap(void* address, size_t length, int protection, int flags, int fd, off_t offset) {
     Note("mmap " + std::to_string(length));
-    if (Fails(Call::Mmap)) {
-        errno = ENOMEM;
-        return MAP_FAILED;
-    }
-    return __real_mmap(address, length, protection, flags, fd, offset);
+    return Fails(Call::Mmap) ? MAP_FAILED
+                             : __real_mmap(address, length, protection, flags, fd, offset);
 }
 
 int __wrap_munmap(void* address, size_t length) {

@@ -13,7 +13,7 @@ namespace orva::test {
 // Calls across the platform's edge that a test can count and make fail. Only calls made by objects
 // of the test program itself go through here, that is by the test and by what it is a test of.
 enum class Call {
-    Mmap,          // mmap(): MAP_FAILED with ENOMEM
+    Mmap,          // mmap(): MAP_FAILED
     Munmap,        // counted only
     CreateRegion,  // ashmem_create_region(): -1
     CreateHandle,  // native_handle_create(): null
@@ -22,12 +22,12 @@ enum class Call {
     CopyMemory,    // memcpy_s(): nonzero
     // Those of the ION tensor, where IonSeam.h is linked.
     ClearMemory,  // memset_s(): nonzero
-    Uname,        // uname(): -1 with EFAULT
-    IonOpen,      // ion_open(): -1 with ENODEV
+    Uname,        // uname(): -1
+    IonOpen,      // ion_open(): -1
     IonAlloc,     // ion_alloc(): -ENOMEM
     IonAllocFd,   // ion_alloc_fd(): -ENOMEM
     IonShare,     // ion_share(): -EMFILE
-    DmaBufSync,   // ioctl(DMA_BUF_IOCTL_SYNC): -1 with ENOTTY
+    DmaBufSync,   // ioctl(DMA_BUF_IOCTL_SYNC): -1
     Count_,
 };
 

@@ -75,61 +75,29 @@ TEST_F(Requests, AnswerWhatWentWrong) {
                                             ? Lines{Error(method.name, method.unknownOutputError)}
                                             : noTensor + outputError;
         const Entries reached = {"- UpdateServiceTime 5", "- framework " + name};
+        const Lines noInput = noTensor + inputError, badInput = unmappable + inputError,
+                    badOutput = unmappable + outputError;
         const struct {
-            const char* what;
+            const char* refusal;
             int32_t client;
             Tensors inputs, outputs;
-            int32_t frameworkStatus;
             int32_t status;
             Lines errors;
             Entries entries;
-            const char* refusal;
         } cases[] = {
-                {"no session", 6, {unknown}, {}, 0, 2, noSession, {}, "no_session"},
-                {"unknown input",
-                 5,
-                 {good, unknown},
-                 {good},
-                 0,
-                 1,
-                 noTensor + inputError,
-                 {},
-                 "input_tensor"},
-                {"input unmappable",
-                 5,
-                 {bad},
-                 {unknown},
-                 0,
-                 1,
-                 unmappable + inputError,
-                 {},
-                 "input_tensor"},
-                {"unknown output",
-                 5,
-                 {good},
-                 {good, unknown},
-                 0,
-                 1,
-                 unknownOutput,
-                 {},
-                 "output_tensor"},
-                {"output unmappable",
-                 5,
-                 {good},
-                 {good, bad},
-                 0,
-                 1,
-                 unmappable + outputError,
-                 {},
-                 "output_tensor"},
-                {"framework refuses", 5, {good}, {}, -9, -9, {}, reached, "framework_request"},
-                {"nothing at all", 5, {}, {}, 0, 0, {}, reached, ""},
+                {"no_session", 6, {unknown}, {}, 2, noSession, {}},
+                {"input_tensor", 5, {good, unknown}, {good}, 1, noInput, {}},
+                {"input_tensor", 5, {bad}, {unknown}, 1, badInput, {}},
+                {"output_tensor", 5, {good}, {good, unknown}, 1, unknownOutput, {}},
+                {"output_tensor", 5, {good}, {good, bad}, 1, badOutput, {}},
+                {"framework_request", 5, {good}, {}, -9, {}, reached},
+                {"", 5, {}, {}, 0, {}, reached},
         };
         for (const auto& each : cases) {
-            SCOPED_TRACE(name + ", " + each.what);
+            SCOPED_TRACE(name + " " + each.refusal);
             journal_.Take();
             log_.Take();
-            script_.requestStatus = each.frameworkStatus;
+            script_.requestStatus = each.status;
             EXPECT_EQ(each.status, method.call(each.client, each.inputs, each.outputs));
             EXPECT_EQ(each.errors, AllErrors());
             EXPECT_EQ(each.entries, journal_.Take());
