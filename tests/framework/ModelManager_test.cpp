@@ -74,6 +74,7 @@ protected:
     static int32_t Build(const std::vector<File>& files, File& built, size_t room = 100000) {
         std::vector<File> sources = files;
         std::vector<MappedBuffer> inputs;
+        inputs.reserve(sources.size());
         for (File& source : sources) {
             inputs.push_back({source.data(), static_cast<uint32_t>(source.size())});
         }

@@ -124,15 +124,5 @@ TEST(FaceDecoder, KeepsFacesApartBestFirst) {
     }
 }
 
-TEST(FaceDecoder, SurvivesBoxesWithoutArea) {
-    GridOutput output(FaceDecoder::kCoarse);
-    output.put(0, 3, 0, 0, 0);
-    output.put(1, 3, 0, 0, -10);
-    output.put(2, 3, 0, 0, 10);
-    FaceDecoder decoder;
-    output.addTo(&decoder);
-    EXPECT_EQ(decoder.faces().size(), 3U);
-}
-
 }  // namespace
 }  // namespace orva::client
