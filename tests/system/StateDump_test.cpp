@@ -45,7 +45,9 @@ TEST_F(StateDump, ShowsEachClientsSessionsAndTensorsAsLongAsItLives) {
     json everyones = idles;
     everyones[bound->idOf(3)] = true;
     // The computation is counted a little after its result has arrived.
-    EXPECT_TRUE(eventually([&] { return dump()["requests"] == json{{"in_flight", 0}, {"done", 1}}; }));
+    EXPECT_TRUE(eventually([&] {
+        return dump()["requests"] == json{{"in_flight", 0}, {"done", 1}};
+    }));
 
     const json all = dump();
     EXPECT_EQ(all["pid"], host().pid());

@@ -233,7 +233,7 @@ std::string Client::take(const std::string& step, int32_t number, const std::str
     if (step == "hold") {
         mResults->gate.set(false);
         mResults->arrived.set(false);
-        const std::string status = send(number, std::stoul(word));
+        std::string status = send(number, std::stoul(word));
         mResults->arrived.await();
         return status;
     }

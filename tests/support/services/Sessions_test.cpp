@@ -179,7 +179,7 @@ TEST_F(Sessions, UnInitEndsOne) {
 // What is under way when its session ends must not leave the client counted for good.
 TEST_F(Sessions, EndForTheConnectionManagerTooAmidACall) {
     std::vector<std::function<void()>> calls = SignsOfLife(*service_);
-    calls.push_back([&] { Init(5); });
+    calls.emplace_back([&] { Init(5); });
     for (size_t i = 0; i < calls.size(); ++i) {
         SCOPED_TRACE(i);
         if (i + 1 < calls.size()) {
