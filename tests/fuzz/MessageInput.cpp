@@ -101,8 +101,8 @@ extern "C" size_t LLVMFuzzerMutate(uint8_t* data, size_t size, size_t capacity);
 extern "C" size_t LLVMFuzzerCustomMutator(uint8_t* data, size_t size, size_t capacity,
                                           unsigned number) {
     static const std::vector<orva_fuzz::MessageInput> seeds = orva_fuzz::makeSeeds();
-    if (size < 3 || number % 64 == 0) {
-        const std::vector<uint8_t> seed = seeds[number / 64 % seeds.size()].encode();
+    if (size < 3 || number % 8 == 0) {
+        const std::vector<uint8_t> seed = seeds[number / 8 % seeds.size()].encode();
         size = std::min(seed.size(), capacity);
         std::copy_n(seed.begin(), size, data);
     }

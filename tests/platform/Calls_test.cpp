@@ -174,6 +174,7 @@ TEST_F(Calls, NestOnlyToALimit) {
 
 TEST_F(Calls, OfManyThreadsRunAtOnceUpToTheServersBound) {
     std::vector<std::thread> callers;
+    callers.reserve(3 * kThreads);
     for (int i = 0; i < 3 * kThreads; ++i) {
         callers.emplace_back([&] { EXPECT_EQ(kThreads, mProbe->stay().withDefault(-1)); });
     }

@@ -54,7 +54,7 @@ protected:
 
 TEST_F(HidlHandle, ACopyHasItsOwnDescriptorsCloseOnExec) {
     const hidl_memory memory("ashmem", makeOwned(), 4096);
-    const hidl_memory copy = memory;
+    const hidl_memory copy = memory;  // NOLINT(performance-unnecessary-copy-initialization)
     ASSERT_NE(nullptr, copy.handle());
     EXPECT_EQ(42, copy.handle()->data[2]);
     for (int i = 0; i < 2; ++i) {
@@ -98,7 +98,7 @@ TEST_F(HidlHandle, ACopyWithoutDescriptorsLeftIsNullAndLeaksNothing) {
     }
     const rlimit lowered = {static_cast<rlim_t>(fillers.back() + 2), limit.rlim_max};
     ASSERT_EQ(0, setrlimit(RLIMIT_NOFILE, &lowered));
-    const hidl_handle copy = handle;
+    const hidl_handle copy = handle;  // NOLINT(performance-unnecessary-copy-initialization)
     ASSERT_EQ(0, setrlimit(RLIMIT_NOFILE, &limit));
     fillers.clear();
     EXPECT_EQ(nullptr, copy.getNativeHandle());

@@ -167,6 +167,7 @@ TEST_F(HostilePeers, LoseTheirConnectionAndNothingElse) {
             {"1000 channels",
              [](const RawClient& c, int) {
                  std::vector<unique_fd> channels;
+                 channels.reserve(1000);
                  for (int i = 0; i < 1000; ++i) {
                      channels.push_back(c.openChannel());
                  }

@@ -83,6 +83,7 @@ TEST_F(Objects, WhoseReleaseOvertakesThemStillArrive) {
 TEST_F(Objects, SentAgainWhileTheyAreReleasedStay) {
     const sp<IProbe> local = new Probe;
     std::vector<std::thread> threads;
+    threads.reserve(4);
     for (int i = 0; i < 4; ++i) {
         threads.emplace_back([&] {
             for (int round = 0; round < 100; ++round) {
