@@ -13,7 +13,6 @@ namespace {
 using android::sp;
 using android::hardware::Return;
 using android::hardware::Status;
-using android::hardware::Void;
 using android::hardware::details::StatusOf;
 
 struct Parent : android::RefBase {};

@@ -204,7 +204,8 @@ TEST_F(CommandLine, CompilesAModelAndRunsIt) {
     }
 
     const std::string both = mFiles / "both.orva";
-    ASSERT_EQ(orva({"compile", ORVA_ONNX_CASES "/test_abs/model.onnx", model, "-o", both}).code, 0);
+    const std::string other = ORVA_ONNX_CASES "/test_abs/model.onnx";
+    ASSERT_EQ(orva({"compile", other, model, "-o", both}).code, 0);
     const auto pick = [&](const std::vector<const char*>& choice) {
         std::vector<std::string> arguments = {
                 "run", "--service", "model-manager", "--model", both, "--input", input};
