@@ -121,8 +121,12 @@ status_t writeToParcel(const Status& status, Parcel* parcel) {
 status_t readFromParcel(Status* status, const Parcel& parcel) {
     int32_t code = Status::EX_NONE;
     status_t read = parcel.readInt32(&code);
+    if (read == OK && code == Status::EX_NONE) {
+        *status = Status::ok();  // What nearly every call ends with, so without a text.
+        return OK;
+    }
     String16 message;
-    if (read == OK && code != Status::EX_NONE)
+    if (read == OK)
         read = parcel.readString16(&message);
     if (read != OK) {
         status->setFromStatusT(read);
