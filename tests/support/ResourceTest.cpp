@@ -28,7 +28,7 @@ Resources Resources::OfThisProcess() {
         std::string range, access, offset, device, inode, target;
         fields >> range >> access >> offset >> device >> inode >> target;
         if (access.size() == 4 && access[3] == 's') {
-            held.mappings.push_back(range.append(" ").append(target));
+            held.mappings.push_back(range + " " + target);
         }
     }
     return held;

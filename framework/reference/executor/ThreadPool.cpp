@@ -107,6 +107,7 @@ void ThreadPool::JoinFinished() {
 
 bool ThreadPool::StartWorker() {
     JoinFinished();
+    idle_.reserve(workers_.size() + 1);  // A worker must not fail at becoming idle.
     const auto self = workers_.emplace(workers_.end());
     try {
         self->thread = std::thread(&ThreadPool::Work, this, self);
