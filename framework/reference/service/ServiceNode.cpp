@@ -70,13 +70,20 @@ int32_t ServiceNode::Process(AIContext& context,
         if (status != kNodeOk) {
             return status;
         }
-        core_->timer->RequestBegins();
-        if (core_->queue->Post(std::move(request),
-                               [core = core_](Request& taken) { return core->Run(taken); })) {
-            return kNodeOk;
-        }
-        core_->timer->RequestEnds();
-        return kNodeStopped;
+        // Ends what it began, unless the request was taken: then Run() does.
+        struct Begun {
+            explicit Begun(IdleTimer& timer) : timer(timer) { timer.RequestBegins(); }
+            ~Begun() {
+                if (!taken) {
+                    timer.RequestEnds();
+                }
+            }
+            IdleTimer& timer;
+            bool taken = false;
+        } begun(*core_->timer);
+        begun.taken = core_->queue->Post(
+                std::move(request), [core = core_](Request& taken) { return core->Run(taken); });
+        return begun.taken ? kNodeOk : kNodeStopped;
     });
 }
 

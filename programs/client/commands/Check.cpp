@@ -12,6 +12,7 @@
 #include "client/commands/Commands.h"
 #include "client/lib/ManagerSession.h"
 #include "client/model/ModelFile.h"
+#include "client/report/Progress.h"
 
 namespace orva::client {
 
@@ -23,7 +24,8 @@ void check(const Connection& connection, const std::vector<std::string>& paths, 
     std::string refused;
     int32_t refusal = 0;
     for (const std::string& path : paths) {
-        const int32_t status = checkCompatibility(*service, readModel(path));
+        const int32_t status = withProgress(
+                "checking", [&] { return checkCompatibility(*service, readModel(path)); });
         verdicts.push_back({{"file", path}, {"compatible", status == 0}, {"status", status}});
         if (status != 0) {
             refused += (refused.empty() ? "" : ", ") + path + ": " + statusText(status);

@@ -4,7 +4,6 @@
  */
 #include <chrono>
 #include <cstdio>
-#include <future>
 #include <memory>
 #include <vector>
 
@@ -76,16 +75,9 @@ std::vector<Model> readSources(const std::vector<std::string>& paths, Report* re
 size_t build(ModelManagerService& service, const std::vector<Model>& sources,
              const SharedRegion& output, const Options& options) {
     ManagerSession session(&service, 1, "", {});
-    auto building = std::async(std::launch::async,
-                               [&] { return session.build(sources, output, options.param); });
-    {
-        Progress progress("compiling", 0);
-        while (building.wait_for(std::chrono::milliseconds(100)) != std::future_status::ready) {
-            progress.goOn();
-        }
-    }
     try {
-        return building.get();
+        return withProgress("compiling",
+                            [&] { return session.build(sources, output, options.param); });
     } catch (const ServiceError& failure) {
         blame(service, sources, options, failure);
     }

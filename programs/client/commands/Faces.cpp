@@ -14,6 +14,7 @@
 #include "client/faces/FaceDecoder.h"
 #include "client/io/Picture.h"
 #include "client/model/ModelFile.h"
+#include "client/report/Progress.h"
 
 namespace orva::client {
 
@@ -126,7 +127,7 @@ void print(const std::vector<Face>& faces, const RequestTimes& times, const Opti
 }
 
 void faces(const Connection& connection, const Options& options) {
-    ModelFile file(options.model);
+    ModelFile file = withProgress("reading", [&] { return ModelFile(options.model); });
     const ModelOutline& model = file.pick(options.request.modelName);
     if (!isDetector(model)) {
         throw std::runtime_error(options.model +

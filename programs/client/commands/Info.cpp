@@ -14,6 +14,7 @@
 #include "client/lib/ManagerSession.h"
 #include "client/model/ModelFile.h"
 #include "client/report/Latency.h"
+#include "client/report/Progress.h"
 
 namespace orva::client {
 
@@ -56,18 +57,21 @@ void print(const Tensors& tensors) {
 }
 
 void info(const Connection& connection, const std::string& path, bool asJson) {
-    ModelFile file(path);
+    ModelFile file = withProgress("reading", [&] { return ModelFile(path); });
     const size_t bytes = file.model().bytes.size();
     const std::vector<ModelOutline> outlines = file.models();
     std::vector<Model> models;
     models.push_back(std::move(file).take());
-    ManagerSession session(findService<ModelManagerService>(connection.instance), 1, "", models);
-    const int32_t validity = session.validity();
-    const int32_t memory = session.maxUsedMemory();
+    const auto service = findService<ModelManagerService>(connection.instance);
+    const auto session = withProgress("opening the session", [&] {
+        return std::make_unique<ManagerSession>(service, 1, "", models);
+    });
+    const int32_t validity = session->validity();
+    const int32_t memory = withProgress("measuring", [&] { return session->maxUsedMemory(); });
 
     nlohmann::json described = nlohmann::json::array();
     for (const ModelOutline& outline : outlines) {
-        const ModelDimensions dimensions = session.dimensions(outline.name);
+        const ModelDimensions dimensions = session->dimensions(outline.name);
         const Tensors inputs = {"input", outline.inputs, dimensions.inputs};
         const Tensors outputs = {"output", outline.outputs, dimensions.outputs};
         described.push_back(

@@ -5,6 +5,7 @@
 #include "client/commands/Requests.h"
 
 #include <functional>
+#include <memory>
 
 #include <CLI/CLI.hpp>
 #include <nlohmann/json.hpp>
@@ -96,22 +97,26 @@ RequestTimes request(const Connection& connection, const RequestOptions& options
     if (!options.modelManager) {
         const auto service = findService<AIService>(connection.instance);
         const Stopwatch opening;
-        Session session(service, kClientId, nodeType, config, models);
+        const auto session = withProgress("opening the session", [&] {
+            return std::make_unique<Session>(service, kClientId, nodeType, config, models);
+        });
         const std::chrono::nanoseconds opened = opening.elapsed();
-        const auto send = [&] { session.send("", inputs, outputs); };
-        return {opened, repeat(&session, send, outputs.size(), options.repeat)};
+        const auto send = [&] { session->send("", inputs, outputs); };
+        return {opened, repeat(session.get(), send, outputs.size(), options.repeat)};
     }
     const auto service = findService<ModelManagerService>(connection.instance);
     const Stopwatch opening;
-    ManagerSession session(service, kClientId, config, models);
+    const auto session = withProgress("opening the session", [&] {
+        return std::make_unique<ManagerSession>(service, kClientId, config, models);
+    });
     const std::chrono::nanoseconds opened = opening.elapsed();
     const std::string context = contextOf(options);
-    std::function<void()> start = [&] { session.send(context, inputs, outputs); };
+    std::function<void()> start = [&] { session->send(context, inputs, outputs); };
     if (options.bind) {
-        session.bind(context, inputs, outputs);
-        start = [&] { session.start(context); };
+        session->bind(context, inputs, outputs);
+        start = [&] { session->start(context); };
     }
-    return {opened, repeat(&session, start, outputs.size(), options.repeat)};
+    return {opened, repeat(session.get(), start, outputs.size(), options.repeat)};
 }
 
 }  // namespace orva::client

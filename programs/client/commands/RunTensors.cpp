@@ -15,6 +15,7 @@
 #include "client/io/File.h"
 #include "client/io/Picture.h"
 #include "client/model/ModelFile.h"
+#include "client/report/Progress.h"
 
 namespace orva::client {
 
@@ -68,7 +69,7 @@ RunTensors::RunTensors(const RunSources& sources, const RequestOptions& options)
         addOutputs(sources.outputShapes.empty() ? shapes : shapesOf(sources.outputShapes, {}));
         return;
     }
-    ModelFile file(sources.model);
+    ModelFile file = withProgress("reading", [&] { return ModelFile(sources.model); });
     const ModelOutline model = file.pick(options.modelName);
     if (!sources.image.empty()) {
         if (model.inputs.size() != 1) {

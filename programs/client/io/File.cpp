@@ -41,13 +41,6 @@ bool writeAll(int fd, const uint8_t* data, size_t size) {
     return true;
 }
 
-// It can only be asked for by setting it.
-mode_t modeOfNewFiles() {
-    const mode_t mask = umask(0);
-    umask(mask);
-    return 0666 & ~mask;
-}
-
 }  // namespace
 
 size_t sizeOfFile(const std::string& path) {
@@ -105,15 +98,16 @@ void writeFile(const std::string& path, const uint8_t* data, size_t size) {
     }
     // Through a link, not in its place.
     const fs::path target = fs::exists(before) ? fs::canonical(path, ignored) : fs::path(path);
-    std::string draft = target.parent_path() / ".orva-XXXXXX";
-    const unique_fd file(mkostemp(draft.data(), O_CLOEXEC));
+    const fs::path draft = target.parent_path() / (".orva-" + std::to_string(getpid()));
+    // Left by a process that had this one's number.
+    unlink(draft.c_str());
+    const unique_fd file(open(draft.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666));
     if (file < 0) {
         fail("cannot write", path);
     }
-    const mode_t mode =
-            fs::exists(before) ? static_cast<mode_t>(before.permissions()) : modeOfNewFiles();
-    if (!writeAll(file, data, size) || fchmod(file, mode) != 0 ||
-        rename(draft.c_str(), target.c_str()) != 0) {
+    const bool modeKept =
+            !fs::exists(before) || fchmod(file, static_cast<mode_t>(before.permissions())) == 0;
+    if (!modeKept || !writeAll(file, data, size) || rename(draft.c_str(), target.c_str()) != 0) {
         const int cause = errno;
         unlink(draft.c_str());
         errno = cause;

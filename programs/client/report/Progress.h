@@ -4,8 +4,11 @@
  */
 #pragma once
 
+#include <chrono>
 #include <cstddef>
+#include <future>
 #include <string>
+#include <utility>
 
 #include "client/report/Latency.h"
 
@@ -34,5 +37,17 @@ private:
     std::chrono::nanoseconds mDrawnAt{0};
     bool mDrawn = false;
 };
+
+// Does work that does not say how far it is on a thread of its own, and shows meanwhile that it
+// goes on. Returns or throws what the work does.
+template <typename Work>
+auto withProgress(std::string what, Work work) {
+    auto working = std::async(std::launch::async, std::move(work));
+    Progress progress(std::move(what), 0);
+    while (working.wait_for(std::chrono::milliseconds(100)) != std::future_status::ready) {
+        progress.goOn();
+    }
+    return working.get();
+}
 
 }  // namespace orva::client
