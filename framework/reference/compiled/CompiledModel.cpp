@@ -89,10 +89,9 @@ private:
     ByteRange rest_;
 };
 
-// Each turn takes bytes, so a number that is too large ends with them.
 bool TakeTensors(Taker& taker, std::vector<EngineTensor>& tensors) {
     uint32_t count = 0;
-    if (!taker.Take(count)) {
+    if (!taker.Take(count) || count > kMostTensors) {
         return false;
     }
     for (; count > 0; --count) {
@@ -130,7 +129,7 @@ bool TakeEntry(Taker& taker, ByteRange sources, CompiledEntry& entry) {
 
 bool TakeTable(Taker taker, ByteRange sources, std::vector<CompiledEntry>& models) {
     uint32_t count = 0;
-    if (!taker.Take(count) || count == 0) {
+    if (!taker.Take(count) || count == 0 || count > kMostCompiledModels) {
         return false;
     }
     std::set<std::string> names;

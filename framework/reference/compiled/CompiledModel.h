@@ -32,6 +32,8 @@ namespace orva::reference {
 // and size take 8 bytes, every other number 4.
 
 constexpr size_t kCompiledHeaderSize = 64;
+// Models in one file.
+constexpr size_t kMostCompiledModels = 256;
 
 // One model in a file. There is a name, and no other model in the file has it.
 struct CompiledEntry {

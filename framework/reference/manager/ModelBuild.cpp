@@ -20,6 +20,8 @@ namespace orva::reference {
 
 namespace {
 
+static_assert(ModelManager::kMostModels <= kMostCompiledModels, "what is built can be read");
+
 // Names of graphs come from tools, and are often alike.
 std::string NewName(const std::string& name, std::set<std::string>& taken) {
     constexpr size_t kMostName = 255;

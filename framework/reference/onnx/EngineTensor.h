@@ -22,5 +22,7 @@ struct EngineTensor {
 
 // A small file must not make the server allocate and compute without bounds.
 constexpr int64_t kMostElements = int64_t{1} << 26;
+// Inputs of a model; outputs of a model.
+constexpr size_t kMostTensors = 1024;
 
 }  // namespace orva::reference

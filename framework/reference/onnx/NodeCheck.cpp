@@ -9,6 +9,7 @@
 #include <utility>
 #include <vector>
 
+#include "onnx/OnnxModel.h"
 #include "onnx/TensorCheck.h"
 
 namespace orva::reference {
@@ -98,11 +99,14 @@ bool ReadAttribute(ByteRange attribute, Node& node, std::string& reason) {
         case 3:
         case 8:
             if (reader.type() == WireReader::kVarint) {
+                if (numbers.size() == kMostOnnxItems) {
+                    return false;
+                }
                 numbers.push_back(static_cast<int64_t>(reader.value()));
                 break;
             }
             for (uint64_t number = 0; bytes.size != 0;) {
-                if (!WireReader::TakeVarint(bytes, number)) {
+                if (!WireReader::TakeVarint(bytes, number) || numbers.size() == kMostOnnxItems) {
                     return false;
                 }
                 numbers.push_back(static_cast<int64_t>(number));
@@ -131,6 +135,10 @@ bool ReadNode(ByteRange bytes, Node& node, std::string& reason) {
     while (reader.Next()) {
         const uint32_t field = reader.field();
         if (field >= 1 && field <= 5 && reader.type() != WireReader::kBytes) {
+            return false;
+        }
+        if (node.inputs.size() == kMostOnnxItems || node.outputs.size() == kMostOnnxItems ||
+            node.numbers.size() == kMostOnnxItems) {
             return false;
         }
         if (field == 1) {

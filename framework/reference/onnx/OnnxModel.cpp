@@ -6,6 +6,7 @@
 
 #include <utility>
 
+#include "onnx/EngineTensor.h"
 #include "onnx/NodeCheck.h"
 #include "onnx/TensorCheck.h"
 
@@ -72,6 +73,10 @@ private:
             }
             OnnxValue value;
             std::string name;
+            if (nodes.size() == kMostOnnxItems || initializers.size() == kMostOnnxItems ||
+                model_.inputs.size() == kMostOnnxItems || model_.outputs.size() == kMostTensors) {
+                return Refuse("the graph is too large");
+            }
             if (field == 1) {
                 nodes.push_back(reader.bytes());
             } else if (field == 5) {
@@ -99,6 +104,9 @@ private:
                 inputs.push_back(std::move(input));
             }
         }
+        if (inputs.size() > kMostTensors) {
+            return Refuse("the model has more than " + std::to_string(kMostTensors) + " inputs");
+        }
         model_.inputs = std::move(inputs);
         values_ = std::move(initializers);
         for (const OnnxValue& input : model_.inputs) {
@@ -116,6 +124,9 @@ private:
         for (const ByteRange& node : nodes) {
             if (!CheckNode(node, values_, reason_)) {
                 return Refuse("a node is malformed");
+            }
+            if (values_.size() > 2 * kMostOnnxItems) {
+                return Refuse("the graph is too large");
             }
         }
         return true;

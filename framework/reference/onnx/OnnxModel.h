@@ -25,6 +25,10 @@ struct OnnxValue {
     bool hasShape = false;
 };
 
+// Of each kind of thing in a graph, and in a node, how many there may be. A few bytes describe one,
+// and many times as many hold it here.
+constexpr size_t kMostOnnxItems = size_t{1} << 16;
+
 // What the file format says of a model, in the order of its graph.
 struct OnnxModel {
     // The graph's name; may be empty.

@@ -4,6 +4,7 @@
  */
 #include <orva/AIModelDescription.h>
 
+#include <atomic>
 #include <new>
 #include <utility>
 
@@ -17,6 +18,20 @@ namespace {
 // A shared region may be far larger than the memory behind it, so its size alone must not decide
 // how much is allocated here.
 constexpr size_t kMaxModelBytes = size_t{512} << 20;
+// Nor may the same region, sent again and again, decide how much all descriptions hold together.
+constexpr size_t kMaxHeldBytes = size_t{2} << 30;
+std::atomic<size_t> heldBytes{0};
+
+struct HeldBytes {
+    explicit HeldBytes(size_t size) : size(size), total(heldBytes.fetch_add(size) + size) {}
+    ~HeldBytes() { heldBytes -= size; }
+    HeldBytes(const HeldBytes&) = delete;
+    HeldBytes& operator=(const HeldBytes&) = delete;
+
+    const size_t size;
+    const size_t total;  // with all others
+    std::vector<uint8_t> bytes;
+};
 
 }  // namespace
 
@@ -46,7 +61,14 @@ void AIModelDescription::set_data(const void* data, size_t size) {
     }
     const auto* bytes = static_cast<const uint8_t*>(data);
     try {
-        data_ = std::make_shared<const std::vector<uint8_t>>(bytes, bytes + size);
+        const auto held = std::make_shared<HeldBytes>(size);
+        if (held->total > kMaxHeldBytes) {
+            ORVA_LOGE("model of %zu bytes: all models together would exceed the limit of %zu", size,
+                      kMaxHeldBytes);
+            return;
+        }
+        held->bytes.assign(bytes, bytes + size);
+        data_ = std::shared_ptr<const std::vector<uint8_t>>(held, &held->bytes);
     } catch (const std::bad_alloc&) {
         ORVA_LOGE("no memory for a model of %zu bytes", size);
     }

@@ -24,11 +24,12 @@ void check(const Connection& connection, const std::vector<std::string>& paths, 
     std::string refused;
     int32_t refusal = 0;
     for (const std::string& path : paths) {
-        const int32_t status = withProgress(
-                "checking", [&] { return checkCompatibility(*service, readModel(path)); });
+        const Model model = withProgress("reading", [&] { return readModel(path); });
+        const int32_t status =
+                withProgress("checking", [&] { return checkCompatibility(*service, model); });
         verdicts.push_back({{"file", path}, {"compatible", status == 0}, {"status", status}});
         if (status != 0) {
-            refused += (refused.empty() ? "" : ", ") + path + ": " + statusText(status);
+            refused += (refused.empty() ? "" : ", ") + path + ": " + refusalText(model, status);
             refusal = status;
         } else if (!asJson) {
             printf("%s is compatible\n", path.c_str());
@@ -38,7 +39,7 @@ void check(const Connection& connection, const std::vector<std::string>& paths, 
         puts(verdicts.dump(2, ' ', true, nlohmann::json::error_handler_t::replace).c_str());
     }
     if (refusal != 0) {
-        throw ServiceError("not compatible: " + refused + "; the host's log says why", refusal);
+        throw ServiceError("not compatible: " + refused, refusal);
     }
 }
 

@@ -54,6 +54,9 @@ std::vector<Model> readSources(const std::vector<std::string>& paths, Report* re
     sources.reserve(paths.size());
     for (const std::string& path : paths) {
         sources.push_back(readModel(path, [&](size_t bytes) { progress.update(done += bytes); }));
+        if (isCompiled(sources.back())) {
+            throw std::runtime_error(path + " is compiled already; compile what it was made of");
+        }
     }
     report->reading = watch.elapsed();
     return sources;
@@ -64,9 +67,9 @@ std::vector<Model> readSources(const std::vector<std::string>& paths, Report* re
                         const Options& options, const ServiceError& failure) {
     for (size_t i = 0; i < sources.size(); ++i) {
         if (const int32_t status = checkCompatibility(service, sources[i])) {
-            throw ServiceError("cannot compile " + options.sources[i] + ": " + statusText(status) +
-                                       "; the host's log says why",
-                               status);
+            throw ServiceError(
+                    "cannot compile " + options.sources[i] + ": " + refusalText(sources[i], status),
+                    status);
         }
     }
     throw failure;

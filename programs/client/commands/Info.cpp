@@ -71,7 +71,9 @@ void info(const Connection& connection, const std::string& path, bool asJson) {
 
     nlohmann::json described = nlohmann::json::array();
     for (const ModelOutline& outline : outlines) {
-        const ModelDimensions dimensions = session->dimensions(outline.name);
+        // The only one needs no name, which may be a file's and no valid text.
+        const ModelDimensions dimensions =
+                session->dimensions(outlines.size() == 1 ? "" : outline.name);
         const Tensors inputs = {"input", outline.inputs, dimensions.inputs};
         const Tensors outputs = {"output", outline.outputs, dimensions.outputs};
         described.push_back(

@@ -38,9 +38,8 @@ Latency repeat(AnySession* session, const std::function<void()>& start, size_t o
         latency.add(watch.elapsed());
         requireSuccess(completion.result, "the request");
         if (completion.outputs.size() != outputs) {
-            throw ServiceError("the result lacks " +
-                                       std::to_string(outputs - completion.outputs.size()) +
-                                       " of its tensors",
+            throw ServiceError("the result has " + std::to_string(completion.outputs.size()) +
+                                       " tensors instead of " + std::to_string(outputs),
                                -1);
         }
         progress.update(i + 1);

@@ -13,6 +13,7 @@
 #include <nlohmann/json.hpp>
 
 #include "client/io/File.h"
+#include "client/lib/ServiceError.h"
 
 namespace orva::client {
 
@@ -89,6 +90,27 @@ std::vector<ModelOutline> outlinesOf(const reference::CompiledModel& compiled) {
     return outlines;
 }
 
+// Throws what is wrong with it. A source's model gets the name.
+std::vector<ModelOutline> outlinesIn(const Model& model, const std::string& name) {
+    const reference::ByteRange file = rangeOf(model.bytes);
+    reference::CompiledModel compiled;
+    reference::OnnxModel onnx;
+    std::string reason;
+    const bool whole = isCompiled(model) ? ReadCompiledModel(file, compiled, reason)
+                                         : ReadOnnxModel(file, onnx, reason);
+    if (!whole) {
+        throw std::runtime_error(std::string("is no usable ") +
+                                 (isCompiled(model) ? "compiled" : "ONNX") + " model: " + reason);
+    }
+    try {
+        return isCompiled(model) ? outlinesOf(compiled)
+                                 : std::vector<ModelOutline>{
+                                           {name, shapesOf(onnx.inputs), shapesOf(onnx.outputs)}};
+    } catch (const std::exception& error) {
+        throw std::runtime_error(std::string("cannot be run: ") + error.what());
+    }
+}
+
 }  // namespace
 
 Model readModel(const std::string& path, const std::function<void(size_t)>& advance) {
@@ -97,25 +119,24 @@ Model readModel(const std::string& path, const std::function<void(size_t)>& adva
     return {std::move(description), std::move(bytes)};
 }
 
-ModelFile::ModelFile(const std::string& path) : mPath(path), mModel(readModel(path)) {
-    const reference::ByteRange file = rangeOf(mModel.bytes);
-    const bool isCompiled = reference::IsCompiledModel(file);
-    reference::CompiledModel compiled;
-    reference::OnnxModel onnx;
-    std::string reason;
-    if (isCompiled ? !ReadCompiledModel(file, compiled, reason)
-                   : !ReadOnnxModel(file, onnx, reason)) {
-        throw std::runtime_error(path + " is no usable " + (isCompiled ? "compiled" : "ONNX") +
-                                 " model: " + reason);
-    }
+bool isCompiled(const Model& model) {
+    return reference::IsCompiledModel(rangeOf(model.bytes));
+}
+
+std::string refusalText(const Model& model, int32_t status) {
     try {
-        if (isCompiled) {
-            mModels = outlinesOf(compiled);
-        } else {
-            mModels.push_back({nameOf(path), shapesOf(onnx.inputs), shapesOf(onnx.outputs)});
-        }
+        outlinesIn(model, "");
     } catch (const std::exception& error) {
-        throw std::runtime_error(path + " cannot be run: " + error.what());
+        return statusText(status) + "; it " + error.what();
+    }
+    return statusText(status) + "; the host's log says why";
+}
+
+ModelFile::ModelFile(const std::string& path) : mPath(path), mModel(readModel(path)) {
+    try {
+        mModels = outlinesIn(mModel, nameOf(path));
+    } catch (const std::exception& error) {
+        throw std::runtime_error(path + " " + error.what());
     }
 }
 

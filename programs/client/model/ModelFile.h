@@ -18,6 +18,12 @@ namespace orva::client {
 // readIntoRegion does, which finds `advance` explained.
 Model readModel(const std::string& path, const std::function<void(size_t)>& advance = nullptr);
 
+// Whether it is what a build has made, and no source of one.
+bool isCompiled(const Model& model);
+
+// Why a service has refused a model: the status, and what can be seen here or where to look.
+std::string refusalText(const Model& model, int32_t status);
+
 // One model as its file outlines it. Dimensions that it leaves open are 1, as they are to the
 // service.
 struct ModelOutline {

@@ -55,7 +55,7 @@ void Progress::update(size_t done) {
     if (mTotal == 0 || !isDue()) {
         return;
     }
-    const size_t cells = kCells * done / mTotal;
+    const size_t cells = kCells * std::min(done, mTotal) / mTotal;
     draw(mWhat + " [" + std::string(cells, '#') + std::string(kCells - cells, '.') + "] " +
          std::to_string(done) + "/" + std::to_string(mTotal));
 }
