@@ -9,6 +9,7 @@
 
 #include <functional>
 #include <memory>
+#include <string>
 #include <vector>
 
 #include "aiservice/AIServiceClientListener.h"
@@ -21,13 +22,16 @@ using Service = AIServiceHIDL;
 using ClientInterface = IAIServiceListener;
 using FrameworkListener = AIServiceClientListener;
 using Script = ScriptOf<AIServiceListener>;
-using FakeFramework = FakeOf<AIServiceBase, AIServiceListener>;
+using FakeFramework = FakeOf<AIServiceBase, Script, AIServiceListener>;
 
+constexpr char kTag[] = "AIServiceHIDL";
 constexpr char kType[] = "fake";
 constexpr char kInterface[] = "IAIService";
+// A configuration, which ends at its first NUL; "a" is "b" in it.
+const android::hardware::hidl_string kConfig("{\"a\":\"b\"}\0never read", 20);
 // How messages and those of results begin.
 const std::string kName = "AIServiceHIDL";
-const std::string kResult = "AIServiceHIDL OnProcessDone ";
+const std::string kResult = "I OnProcessDone: AIServiceHIDL OnProcessDone ";
 
 inline void SetCreator(const std::function<AIServiceBase*()>& creator) {
     if (creator == nullptr) {
@@ -37,48 +41,41 @@ inline void SetCreator(const std::function<AIServiceBase*()>& creator) {
     reference::RegisterNode(kType, [creator] { return std::shared_ptr<AIServiceBase>(creator()); });
 }
 
-// Sessions: what an Init of client 5 does and logs, what it undoes when the framework's fails, and
-// what the end of the session does and the end of one that is not there.
-const Entries kOpening = {"- CheckServiceNum", "S framework made", "S CreateIdleTimer",
-                          "- framework Init", "- UpdateServiceTime 5"};
-const Lines kOpeningLines = {Info("Init", "AIServiceHIDL Init")};
-const Entries kUndoing = {"S RemoveServiceTime 5", "- framework gone"};
-const Entries kEnding = {"S RemoveServiceTime 5", "S framework gone", "L listener unlinkToDeath"};
-const Entries kEndingNothing = {"S RemoveServiceTime 5"};
+inline Mutex& SessionLock(Service& service) {
+    return service.serviceMutex;
+}
 
-// SetListener: what comes of a client's listener, and of the one that the framework gets.
-const Lines kSetListenerLines;
-const Entries kLinking = {"L listener linkToDeath 13398", "L UpdateServiceTime 5"};
-const Lines kNoRecipient;
-const Lines kNoFrameworkListener = {Error(
-        "SetListener", "SetListener create client listener for service id: " + kId + " failed")};
-const Entries kRegistering = {"- framework RegisterListener"};
-const Entries kRegistered;
-const Lines kRegisteringLines = {
-        Info("SetListener", "AIServiceHIDL SetListener service " + kId + " set complete")};
+// The steps of an Init, what it undoes when the framework's fails, and those of a session's end
+// (with and without one).
+const std::string kAdmitted;
+const std::string kMade = "S framework made\nS CreateIdleTimer\n";
+const std::string kInitialised = "- framework Init\n";
+const std::string kUndone = "S RemoveServiceTime 5\n- framework gone\n";
+const std::string kGone = "S RemoveServiceTime 5\nS framework gone\nL listener unlinkToDeath\n";
+const std::string kNothingGone = "S RemoveServiceTime 5\n";
 
-// Results: the listener is called without a lock; what is logged until it is called, and of a
-// framework listener that belongs to no service.
-const std::string kDeliveryLock = "- ";
-const Lines kDeliveryLines = {Info("OnProcessDone", kResult + kId + " call the listener")};
-const Lines kReportLines;
-const Lines kServiceDiedLines;
+// The steps of SetListener: the client's listener, and the one that the framework gets.
+const std::string kSetting;
+const std::string kLinked = "L listener linkToDeath 13398\nL UpdateServiceTime 5\n";
+const std::string kNoRecipient;
+const std::string kNoFrameworkListener =
+        "E SetListener: SetListener create client listener for service id: PID:5 failed\n";
+const std::string kRefusedByFramework =
+        "- framework RegisterListener\n"
+        "I SetListener: AIServiceHIDL SetListener service PID:5 set complete\n";
+const std::string kRegistered = kRefusedByFramework;
+
+// A result: what the framework's listener says, and how the client's is called, without a lock.
+const std::string kReported;
+const std::string kDelivered = "- listener OnProcessDone ";
+const std::string kServiceDied;
 
 inline std::vector<Method> Methods(Service& service, const char* context) {
     return {{"Process",
-             [&service, context](int32_t client, const auto& inputs, const auto& outputs) {
+             [&service, context](int32_t client, const Tensors& inputs, const Tensors& outputs) {
                  return static_cast<int32_t>(service.Process(client, context, inputs, outputs, -3));
              },
-             "Process input tensor DeserializeFrom failed",
-             "Process output tensor DeserializeFrom failed"}};
+             "tensor", false, false}};
 }
-
-// Calls of client 5 that are a sign of its life.
-inline std::vector<std::function<void()>> SignsOfLife(Service& service) {
-    return {[&service] { service.Process(5, "", {}, {}, 0); }};
-}
-
-// What racing clients ask for besides.
-inline void RaceOn(Service&, int32_t, const android::hardware::hidl_vec<AITensorHandle>&) {}
 
 }  // namespace orva::hidl::test

@@ -2,17 +2,11 @@
  * Copyright (C) 2026 The orva project
  * SPDX-License-Identifier: Apache-2.0
  */
-#include "modelmanager/ModelManagerServiceHIDL.h"
-
 #include "support/services/ServiceTest.h"
 
 namespace orva::hidl::test {
-
-const char kTag[] = "AIModelManagerServiceHIDL";
-
 namespace {
 
-using android::sp;
 using nlohmann::json;
 using ModelManagerService = ServiceTest;
 
@@ -20,15 +14,13 @@ TEST_F(ModelManagerService, HasRoomForTwoHundredAndOne) {
     for (int32_t client = 0; client < 201; ++client) {
         ASSERT_EQ(0, Init(client));
     }
+    Story();
     // Who has a session already is told the same.
     for (const int32_t client : {201, 0}) {
-        journal_.Take();
-        log_.Take();
-        EXPECT_EQ(1, Init(client));
-        EXPECT_EQ((Lines{kOpeningLines[0], Info("Init", "AIModelManagerImpl count more than 200")}),
-                  log_.Take());
-        EXPECT_EQ((Entries{"- CheckServiceNum"}), journal_.Take());
-        EXPECT_EQ("session_limit", NewRefusals());
+        EXPECT_EQ(
+                "I Init: ModelManagerServiceHIDL Init\n"
+                "I Init: AIModelManagerImpl count more than 200\n= 1 session_limit\n",
+                Outcome(Init(client)));
     }
     service_->UnInit(200);
     EXPECT_EQ(0, Init(201));
@@ -40,55 +32,37 @@ TEST_F(ModelManagerService, HasRoomForTwoHundredAndOne) {
 
 TEST_F(ModelManagerService, StartComputeKnowsOneFailureOnly) {
     ASSERT_EQ(0, Init(5));
-    const Entries reached = {"- UpdateServiceTime 5", "- framework StartCompute"};
-    const Lines context = {Info("StartCompute", "StartCompute context: {\"k\":\"v\"}")};
-    const Lines noSession = {
-            Error("StartCompute", "StartCompute service " + kOtherId + " is not create")};
-    const struct {
-        int32_t client;
-        int32_t frameworkStatus;
-        int32_t status;
-        Lines lines;
-        Entries entries;
-        const char* refusal;
-    } cases[] = {
-            {5, 0, 0, context, reached, ""},
-            {5, -7, 1, context, reached, "framework_request"},
-            {5, 7, 1, context, reached, "framework_request"},
-            {6, 0, 1, noSession, {}, "no_session"},
-    };
-    for (const auto& each : cases) {
-        journal_.Take();
-        log_.Take();
-        script_.requestStatus = each.frameworkStatus;
-        EXPECT_EQ(each.status, service_->StartCompute(each.client, "{\"k\":\"v\"}"));
-        EXPECT_EQ(Lines{Info("StartCompute", "ModelManagerServiceHIDL StartCompute")} + each.lines,
-                  log_.Take());
-        EXPECT_EQ(each.entries, journal_.Take());
-        EXPECT_EQ(each.refusal, NewRefusals());
+    Story();
+    const std::string called = "I StartCompute: ModelManagerServiceHIDL StartCompute\n",
+                      reached = called +
+                                "I StartCompute: StartCompute context: {\"k\":\"v\"}\n"
+                                "- UpdateServiceTime 5\n- framework StartCompute {\"k\":\"v\"}\n";
+    for (const int32_t status : {0, -7, 7}) {
+        script_.status = status;
+        EXPECT_EQ(reached + (status == 0 ? "= 0\n" : "= 1 framework_request\n"),
+                  Outcome(service_->StartCompute(5, "{\"k\":\"v\"}")));
     }
-    EXPECT_EQ("v", script_.context.GetPara("k"));
+    EXPECT_EQ(called + "E StartCompute: StartCompute service PID:6 is not create\n= 1 no_session\n",
+              Outcome(service_->StartCompute(6, "")));
 }
 
 // A client that holds a lock up is what a dump is asked for.
 TEST_F(ModelManagerService, IsDumpedWhileItIsBusy) {
-    ASSERT_EQ(0, Init(5));
-    const sp<FakeListener> listener = new FakeListener;
-    ASSERT_EQ(0, service_->SetListener(-5, listener));
+    const sp<FakeListener> listener = Listen();
     listener->during = [&](const auto&) {
-        EXPECT_TRUE(AnotherThreadCan([&] {
+        ExpectAnotherThreadCan([&] {
             EXPECT_EQ(json(nullptr), JsonDump()["sessions"][0]["listener"]);
             EXPECT_NE(std::string::npos, TextDump().find("listener locked"));
-        }));
+        });
         EXPECT_EQ(true, JsonDump()["sessions"][0]["listener"]);
     };
-    service_->OnProcessDone(kId, AIContext(), 0, {});
+    script_.listener->OnProcessDone(AIContext(), 0, {});
 
-    script_.duringInit = [&] {
-        EXPECT_TRUE(AnotherThreadCan([&] {
+    script_.during = [&] {
+        ExpectAnotherThreadCan([&] {
             EXPECT_EQ(json(nullptr), JsonDump()["sessions"]);
             EXPECT_NE(std::string::npos, TextDump().find("sessions: locked"));
-        }));
+        });
     };
     EXPECT_EQ(0, Init(6));
     EXPECT_EQ(2, script_.made);

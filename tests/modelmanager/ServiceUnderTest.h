@@ -8,7 +8,6 @@
 #include <orva/reference/ModelManagerRegistry.h>
 
 #include <functional>
-#include <memory>
 #include <string>
 #include <vector>
 
@@ -23,131 +22,98 @@ using ClientInterface = IModelManagerListener;
 using FrameworkListener = ModelManagerClientListener;
 
 struct Script : ScriptOf<AIModelManagerListener> {
-    int32_t dimensionStatus = 0, usedMemory = 0, valid = 0, compatible = 0, buildStatus = 0;
     std::vector<AIModelIOTensor> inputDimensions, outputDimensions;
-    std::function<void(const std::vector<MappedBuffer>&, const MappedBuffer&, uint32_t&)>
-            duringBuild;
-
-    std::string modelName;
 };
 
-class FakeFramework : public FakeOf<AIModelManager, AIModelManagerListener> {
+class FakeFramework : public FakeOf<AIModelManager, Script, AIModelManagerListener> {
 public:
-    explicit FakeFramework(Script& script) : FakeOf(script), script_(script) {}
+    using FakeOf::FakeOf;
 
-    int32_t Init(const AIConfig& config, std::vector<AIModelDescription>& models) override {
-        EXPECT_FALSE(weak_from_this().expired());
-        return FakeOf::Init(config, models);
-    }
     int32_t GetModelIOTensorDim(const std::string& modelName, std::vector<AIModelIOTensor>& inputs,
                                 std::vector<AIModelIOTensor>& outputs) override {
-        Journal::Note("framework GetModelIOTensorDim");
-        script_.modelName = modelName;
         inputs = script_.inputDimensions;
         outputs = script_.outputDimensions;
-        return script_.dimensionStatus;
+        return Answer("GetModelIOTensorDim " + modelName);
     }
     int32_t CheckModelCompatibility(const AIModelDescription& model) override {
         EXPECT_FALSE(weak_from_this().expired());
-        Journal::Note("framework CheckModelCompatibility");
         script_.models = {model};
-        return script_.compatible;
+        return Answer("CheckModelCompatibility");
     }
-    int32_t GetMaxUsedMemory() override {
-        Journal::Note("framework GetMaxUsedMemory");
-        return script_.usedMemory;
-    }
+    int32_t GetMaxUsedMemory() override { return Answer("GetMaxUsedMemory"); }
+    // Builds the first byte of each source.
     int32_t BuildModel(int32_t buildParam, const std::vector<MappedBuffer>& inputs,
                        const MappedBuffer& output, uint32_t& outputModelSize) override {
-        Journal::Note("framework BuildModel");
-        script_.param = buildParam;
-        if (script_.duringBuild) {
-            script_.duringBuild(inputs, output, outputModelSize);
+        std::string lengths;
+        auto* built = static_cast<uint8_t*>(output.address);
+        for (const MappedBuffer& input : inputs) {
+            lengths += std::to_string(input.length) + " ";
+            if (built != nullptr && input.address != nullptr) {
+                *built++ = *static_cast<const uint8_t*>(input.address);
+                outputModelSize =
+                        static_cast<uint32_t>(built - static_cast<uint8_t*>(output.address));
+            }
         }
-        return script_.buildStatus;
+        return Answer("BuildModel " + std::to_string(buildParam) + ": " + lengths + "> " +
+                      std::to_string(output.length));
     }
-    int32_t CheckModelValid() override {
-        Journal::Note("framework CheckModelValid");
-        return script_.valid;
-    }
-    int32_t SetInputsAndOutputs(AIContext& context, const Tensors& inputs,
-                                const Tensors& outputs) override {
-        return Take("framework SetInputsAndOutputs", context, inputs, outputs);
+    int32_t CheckModelValid() override { return Answer("CheckModelValid"); }
+    int32_t SetInputsAndOutputs(AIContext& context, const Outputs& inputs,
+                                const Outputs& outputs) override {
+        return Take("SetInputsAndOutputs", context, inputs, outputs);
     }
     int32_t StartCompute(AIContext& context) override {
-        return Take("framework StartCompute", context, {}, {});
+        return Take("StartCompute", context, {}, {});
     }
-
-private:
-    Script& script_;
 };
 
+constexpr char kTag[] = "AIModelManagerServiceHIDL";
 constexpr char kType[] = "type";
 constexpr char kInterface[] = "IModelManagerService";
-// How messages and those of results begin.
+const android::hardware::hidl_string kConfig("{\"a\":\"b\"}");
 const std::string kName = "ModelManagerServiceHIDL";
-const std::string kResult = "ModelManagerServiceHIDL OnAIEvent ";
+const std::string kResult = "I OnProcessDone: ModelManagerServiceHIDL OnAIEvent ";
 
 inline void SetCreator(const std::function<AIModelManager*()>& creator) {
     reference::SetModelManagerCreator(creator);
 }
 
+inline Mutex& SessionLock(Service& service) {
+    return service.managerMutex;
+}
+
 // What aiservice/ServiceUnderTest.h says of its service.
-const Entries kOpening = {"- CheckServiceNum", "S framework made", "S framework Init",
-                          "- UpdateServiceTime 5"};
-const Lines kOpeningLines = {Info("Init", "ModelManagerServiceHIDL Init"),
-                             Info("Init", "create AIService type type")};
-const Entries kUndoing;
-const Entries kEnding = {"- framework gone", "L listener unlinkToDeath", "L RemoveServiceTime 5"};
-const Entries kEndingNothing;
+const std::string kAdmitted = "I Init: create AIService type type\n";
+const std::string kMade = "S framework made\n";
+const std::string kInitialised = "S framework Init\n";
+const std::string kUndone;
+const std::string kGone = "- framework gone\nL listener unlinkToDeath\nL RemoveServiceTime 5\n";
+const std::string kNothingGone;
 
-const Lines kSetListenerLines = {Info("SetListener", "ModelManagerServiceHIDL SetListener")};
-const Entries kLinking = {"L listener linkToDeath 22136"};
-const Lines kNoRecipient = {Error("SetListener", "service_recipient is nullptr.")};
-const Lines kNoFrameworkListener = {Error("SetListener", "client_listener is nullptr.")};
-const Entries kRegistering = {"L framework RegisterListener"};
-const Entries kRegistered = {"- UpdateServiceTime 5"};
-const Lines kRegisteringLines;
+const std::string kSetting = "I SetListener: ModelManagerServiceHIDL SetListener\n";
+const std::string kLinked = "L listener linkToDeath 22136\n";
+const std::string kNoRecipient = "E SetListener: service_recipient is nullptr.\n";
+const std::string kNoFrameworkListener = "E SetListener: client_listener is nullptr.\n";
+const std::string kRefusedByFramework = "L framework RegisterListener\n";
+const std::string kRegistered = kRefusedByFramework + "- UpdateServiceTime 5\n";
 
-const std::string kDeliveryLock = "L ";
-const Lines kDeliveryLines = {Info("OnProcessDone", kResult + kId + " call the listener"),
-                              Info("OnProcessDone", "OnProcessDone context: {\"k\":\"v\"}")};
-const Lines kReportLines = {Info("OnProcessDone", "ModelManagerServiceHIDL OnAIEvent")};
-const Lines kServiceDiedLines = {Error("OnServiceDied", "ModelManagerServiceHIDL ServiceDied")};
+const std::string kReported = "I OnProcessDone: ModelManagerServiceHIDL OnAIEvent\n";
+const std::string kDelivered =
+        "I OnProcessDone: OnProcessDone context: {\"k\":\"v\"}\nL listener OnProcessDone ";
+const std::string kServiceDied = "E OnServiceDied: ModelManagerServiceHIDL ServiceDied\n";
 
 inline std::vector<Method> Methods(Service& service, const char* context) {
     return {{"Process",
-             [&service, context](int32_t client, const auto& inputs, const auto& outputs) {
+             [&service, context](int32_t client, const Tensors& inputs, const Tensors& outputs) {
                  return static_cast<int32_t>(service.Process(client, context, inputs, outputs, -3));
              },
-             "Process input data DeserializeFrom failed",
-             "Process output data DeserializeFrom failed", "Process output tensor create failed",
-             true},
+             "data", true, true},
             {"SetInputsAndOutputs",
-             [&service, context](int32_t client, const auto& inputs, const auto& outputs) {
+             [&service, context](int32_t client, const Tensors& inputs, const Tensors& outputs) {
                  return static_cast<int32_t>(
                          service.SetInputsAndOutputs(client, context, inputs, outputs));
              },
-             "SetInputsAndOutputs input tensor DeserializeFrom failed",
-             "SetInputsAndOutputs output tensor DeserializeFrom failed", nullptr, true}};
-}
-
-inline std::vector<std::function<void()>> SignsOfLife(Service& service) {
-    return {[&] { service.Process(5, "", {}, {}, 0); },
-            [&] { service.SetInputsAndOutputs(5, "", {}, {}); },
-            [&] { service.StartCompute(5, ""); },
-            [&] { service.SetListener(5, nullptr); },
-            [&] { service.CheckModelValid(5); },
-            [&] { service.BuildModel(5, "", 0, {}, ModelBuffer{}, [](uint32_t, int32_t) {}); }};
-}
-
-inline void RaceOn(Service& service, int32_t number,
-                   const android::hardware::hidl_vec<AITensorHandle>& tensors) {
-    service.SetInputsAndOutputs(number, "", tensors, tensors).isOk();
-    service.StartCompute(number, "").isOk();
-    service.GetModelIOTensorDim(number, "", [](const auto&, const auto&, int32_t) {});
-    const ModelBuffer model{"", tensors[0].data.handle(), tensors[0].data.size(), ""};
-    service.BuildModel(number, "", 0, {model}, model, [](uint32_t, int32_t) {});
+             "tensor", true, false}};
 }
 
 }  // namespace orva::hidl::test

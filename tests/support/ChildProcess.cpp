@@ -7,38 +7,64 @@
 #include <cerrno>
 #include <csignal>
 #include <fstream>
+#include <sstream>
 #include <system_error>
 
 #include <fcntl.h>
-#include <poll.h>
+#include <gtest/gtest.h>
+#include <sys/mman.h>
 #include <sys/prctl.h>
-#include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <gtest/gtest.h>
+#include "support/Eventually.h"
 
 namespace orva::test {
 
 using android::base::unique_fd;
 
-namespace {
-
-struct Pipe {
-    unique_fd reader;
-    unique_fd writer;
-
-    Pipe() {
-        int ends[2];
-        if (pipe2(ends, O_CLOEXEC) != 0) {
-            throw std::system_error(errno, std::generic_category(), "pipe");
-        }
-        reader.reset(ends[0]);
-        writer.reset(ends[1]);
+const std::string& LineReader::text() {
+    char piece[4096];
+    for (ssize_t size;
+         (size = pread(mFile, piece, sizeof piece, static_cast<off_t>(mText.size()))) > 0;) {
+        mText.append(piece, static_cast<size_t>(size));
     }
-};
+    return mText;
+}
 
-}  // namespace
+bool LineReader::waitFor(const std::function<bool()>& condition) {
+    bool holds = false;
+    eventually([&] {
+        // In this order: what it wrote last counts, too.
+        const bool ended = mHasEnded();
+        holds = condition();
+        return holds || ended;
+    });
+    return holds;
+}
+
+std::optional<std::string> LineReader::next() {
+    size_t end = 0;
+    if (!waitFor([&] { return (end = text().find('\n', mTaken)) != std::string::npos; })) {
+        return std::nullopt;
+    }
+    std::string line = mText.substr(mTaken, end - mTaken);
+    mTaken = end + 1;
+    return line;
+}
+
+bool LineReader::await(const std::string& wanted, size_t times) {
+    return waitFor([&] { return count(wanted) >= times; });
+}
+
+size_t LineReader::count(const std::string& wanted) {
+    std::istringstream lines(text());
+    size_t found = 0;
+    for (std::string line; std::getline(lines, line);) {
+        found += line.find(wanted) != std::string::npos ? 1 : 0;
+    }
+    return found;
+}
 
 ChildProcess::ChildProcess(const std::vector<std::string>& command) {
     std::vector<char*> arguments;
@@ -47,37 +73,35 @@ ChildProcess::ChildProcess(const std::vector<std::string>& command) {
         arguments.push_back(const_cast<char*>(argument.c_str()));
     }
     arguments.push_back(nullptr);
-    Pipe input;
-    Pipe output;
-    Pipe errors;
+    int ends[2] = {-1, -1};
+    const int piped = pipe2(ends, O_CLOEXEC);
+    const unique_fd input(ends[0]);
+    mInput.reset(ends[1]);
+    unique_fd output(memfd_create("output", MFD_CLOEXEC));
+    unique_fd errors(memfd_create("errors", MFD_CLOEXEC));
     // A write to a child that has gone is an error, not the test's end.
     std::signal(SIGPIPE, SIG_IGN);
 
-    mPid = fork();
+    mPid = piped == 0 ? fork() : -1;
     if (mPid < 0) {
         throw std::system_error(errno, std::generic_category(), "fork");
     }
     if (mPid == 0) {
         // The test may have threads, so nothing but plain system calls from here on.
         prctl(PR_SET_PDEATHSIG, SIGKILL);
-        dup2(input.reader, STDIN_FILENO);
-        dup2(output.writer, STDOUT_FILENO);
-        dup2(errors.writer, STDERR_FILENO);
+        dup2(input, STDIN_FILENO);
+        dup2(output, STDOUT_FILENO);
+        dup2(errors, STDERR_FILENO);
         execv(arguments[0], arguments.data());
         _exit(127);
     }
-    mInput = std::move(input.writer);
-    output.writer.reset();
-    errors.writer.reset();
-    mOutput = std::make_unique<LineReader>(std::move(output.reader));
-    mErrors = std::make_unique<LineReader>(std::move(errors.reader));
+    mOutput = std::make_unique<LineReader>(std::move(output), [this] { return hasEnded(); });
+    mErrors = std::make_unique<LineReader>(std::move(errors), [this] { return hasEnded(); });
 }
 
 ChildProcess::~ChildProcess() {
     kill();
     if (testing::Test::HasFailure()) {
-        while (mErrors->next()) {
-        }
         fprintf(stderr, "What process %d said:\n%s", mPid, mErrors->text().c_str());
     }
 }
@@ -88,7 +112,7 @@ bool ChildProcess::write(const std::string& line) {
 }
 
 void ChildProcess::signal(int number) const {
-    if (!mEnded) {
+    if (!mReaped) {
         ::kill(mPid, number);
     }
 }
@@ -116,20 +140,20 @@ bool ChildProcess::waitsIn(long systemCall) const {
     return number == systemCall;
 }
 
+bool ChildProcess::hasEnded() const {
+    siginfo_t info = {};
+    return mReaped ||
+           (waitid(P_PID, static_cast<id_t>(mPid), &info, WEXITED | WNOHANG | WNOWAIT) == 0 &&
+            info.si_pid == mPid);
+}
+
 int ChildProcess::await() {
-    if (mEnded) {
-        return mStatus;
+    if (!mReaped && eventually([this] { return hasEnded(); })) {
+        int status = 0;
+        waitpid(mPid, &status, 0);
+        mReaped = true;
+        mStatus = WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
     }
-    const unique_fd handle(static_cast<int>(syscall(SYS_pidfd_open, mPid, 0)));
-    pollfd entry = {handle, POLLIN, 0};
-    const auto limit = std::chrono::milliseconds(kWatchdog).count();
-    if (poll(&entry, 1, static_cast<int>(limit)) != 1) {
-        return -1;
-    }
-    int status = 0;
-    waitpid(mPid, &status, 0);
-    mEnded = true;
-    mStatus = WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
     return mStatus;
 }
 

@@ -4,16 +4,42 @@
  */
 #pragma once
 
+#include <functional>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
 #include <android-base/unique_fd.h>
 #include <sys/types.h>
 
-#include "support/LineReader.h"
-
 namespace orva::test {
+
+// The lines that another process writes into a file, which never makes it wait for its reader.
+class LineReader {
+public:
+    // `hasEnded` is asked whether the process has.
+    LineReader(android::base::unique_fd file, std::function<bool()> hasEnded)
+            : mFile(std::move(file)), mHasEnded(std::move(hasEnded)) {}
+
+    // The first line not taken yet; empty at the process's end, and when the watchdog barks.
+    std::optional<std::string> next();
+    // Waits until that many lines contain the text. False at the process's end and when the
+    // watchdog barks.
+    bool await(const std::string& text, size_t times = 1);
+    // How many of the lines written so far contain the text.
+    size_t count(const std::string& text);
+    // All that was written so far.
+    const std::string& text();
+
+private:
+    bool waitFor(const std::function<bool()>& condition);
+
+    const android::base::unique_fd mFile;
+    const std::function<bool()> mHasEnded;
+    std::string mText;  // what was read so far
+    size_t mTaken = 0;  // of it
+};
 
 // A program run as a child of the test, with its standard streams in the test's hands. It does not
 // outlive the object, nor the test; if that failed by then, what the child said of errors is shown.
@@ -47,9 +73,11 @@ public:
     int await();
 
 private:
+    bool hasEnded() const;
+
     pid_t mPid = -1;
     int mStatus = -1;
-    bool mEnded = false;
+    bool mReaped = false;
     android::base::unique_fd mInput;
     std::unique_ptr<LineReader> mOutput;
     std::unique_ptr<LineReader> mErrors;

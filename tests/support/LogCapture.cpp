@@ -28,6 +28,7 @@ Sink& GetSink() {
 }
 
 std::atomic<bool> capturing{false};
+constexpr char kNoted[] = "(noted)";
 
 // The product's form: FUNCTION(LINE)::"MESSAGE"
 LogLine Parse(int priority, const char* tag, const std::string& text) {
@@ -40,15 +41,6 @@ LogLine Parse(int priority, const char* tag, const std::string& text) {
 }
 
 }  // namespace
-
-bool operator==(const LogLine& left, const LogLine& right) {
-    return left.priority == right.priority && left.tag == right.tag &&
-           left.function == right.function && left.message == right.message;
-}
-
-std::ostream& operator<<(std::ostream& out, const LogLine& line) {
-    return out << line.priority << "/" << line.tag << " " << line.function << ": " << line.message;
-}
 
 LogCapture::LogCapture() {
     Take();
@@ -68,6 +60,26 @@ std::vector<LogLine> LogCapture::Take(int priority) {
         }
     }
     return taken;
+}
+
+std::string LogCapture::Story(const std::string& expectedTag, int priority) {
+    std::string story;
+    for (const LogLine& line : Take(priority)) {
+        if (line.tag != kNoted) {
+            story += std::string(1, "--VDIWEFS"[line.priority]) + " ";
+            story += line.tag == expectedTag ? "" : line.tag + " ";
+            story += line.function.empty() ? "" : line.function + ": ";
+        }
+        story += line.message + "\n";
+    }
+    return story;
+}
+
+void Note(const std::string& call) {
+    if (capturing) {
+        std::lock_guard<std::mutex> lock(GetSink().mutex);
+        GetSink().lines.push_back({ANDROID_LOG_VERBOSE, kNoted, "", call});
+    }
 }
 
 }  // namespace orva::test

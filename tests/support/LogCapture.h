@@ -6,7 +6,6 @@
 
 #include <android/log.h>
 
-#include <ostream>
 #include <string>
 #include <vector>
 
@@ -19,11 +18,9 @@ struct LogLine {
     std::string message;   // without function, source line and quotes; else the whole text
 };
 
-bool operator==(const LogLine& left, const LogLine& right);
-std::ostream& operator<<(std::ostream& out, const LogLine& line);
-
 // While it lives, the log lines of this process are kept here, those of libraries that were
-// loaded later, too, if the program exports its symbols. One at a time; any thread may log.
+// loaded later, too, if the program exports its symbols, and with them the calls that a test notes.
+// One at a time; any thread may log.
 class LogCapture {
 public:
     LogCapture();
@@ -33,6 +30,12 @@ public:
 
     // Takes out what has been logged so far; of that, only what is of a level or worse.
     std::vector<LogLine> Take(int priority = ANDROID_LOG_VERBOSE);
+    // The same as a text of lines, "LEVEL FUNCTION: MESSAGE", where one of another tag than the
+    // expected one has it in front: "E ORVA Init: no memory". A call is the line that was noted.
+    std::string Story(const std::string& expectedTag, int priority = ANDROID_LOG_VERBOSE);
 };
+
+// Puts a call among the lines that are captured, if any are; its level is VERBOSE.
+void Note(const std::string& call);
 
 }  // namespace orva::test

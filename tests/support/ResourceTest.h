@@ -6,8 +6,14 @@
 
 #include <gtest/gtest.h>
 
+#include <filesystem>
+#include <fstream>
+#include <sstream>
 #include <string>
+#include <system_error>
 #include <vector>
+
+#include "support/Descriptors.h"
 
 namespace orva::test {
 
@@ -20,11 +26,35 @@ struct Resources {
     static Resources OfThisProcess();
 };
 
+inline Resources Resources::OfThisProcess() {
+    Resources held;
+    for (const int descriptor : orva_test::openDescriptors()) {
+        const std::string number = std::to_string(descriptor);
+        std::error_code gone;
+        const auto target = std::filesystem::read_symlink("/proc/self/fd/" + number, gone);
+        held.descriptors.push_back(number + " -> " + target.string());
+    }
+    std::ifstream maps("/proc/self/maps");
+    for (std::string line; std::getline(maps, line);) {
+        std::istringstream fields(line);
+        std::string range, access, offset, device, inode, target;
+        fields >> range >> access >> offset >> device >> inode >> target;
+        if (access.size() == 4 && access[3] == 's') {
+            held.mappings.push_back(range + " " + target);
+        }
+    }
+    return held;
+}
+
 // Every test of this fixture must end with the descriptors and mappings that it began with.
 class ResourceTest : public ::testing::Test {
 protected:
-    void SetUp() override;
-    void TearDown() override;
+    void SetUp() override { before_ = Resources::OfThisProcess(); }
+    void TearDown() override {
+        const Resources after = Resources::OfThisProcess();
+        EXPECT_EQ(before_.descriptors, after.descriptors);
+        EXPECT_EQ(before_.mappings, after.mappings);
+    }
 
 private:
     Resources before_;

@@ -6,56 +6,64 @@
 #include "support/Seam.h"
 
 #include <cutils/native_handle.h>
+#include <ion/ion.h>
 #include <sys/mman.h>
 #include <sys/types.h>
+#include <sys/utsname.h>
 
-#include <array>
 #include <atomic>
+#include <cerrno>
+#include <cstdint>
 #include <cstdlib>
-#include <mutex>
+#include <cstring>
 #include <new>
-#include <utility>
+#include <sstream>
+
+#include "support/LogCapture.h"
 
 namespace orva::test {
 
 namespace {
 
-struct State {
-    std::atomic<size_t> calls{0};
-    std::atomic<size_t> failAt{0};  // 0: never
-    std::atomic<bool> happened{false};
-};
-
-State& StateOf(Call call) {
-    static std::array<State, static_cast<size_t>(Call::Count_)> states;
-    return states[static_cast<size_t>(call)];
-}
-
+std::atomic<Call> failing{Call::None};
+std::atomic<size_t> callsToFailure{0};
 // Not noted by default, and then without a lock: the mappings of many threads pass here.
 std::atomic<bool> tracing{false};
-std::mutex traceMutex;
-std::vector<std::string> trace;
+const char* kernelRelease = nullptr;
+
+bool Fails(Call call) {
+    return call == failing && callsToFailure != 0 && --callsToFailure == 0;
+}
+
+template <typename... Words>
+void Trace(const char* name, Words... words) {
+    if (tracing) {
+        std::ostringstream text;
+        text << name;
+        ((text << " " << words), ...);
+        Note(text.str());
+    }
+}
 
 }  // namespace
 
-bool Fails(Call call) {
-    State& state = StateOf(call);
-    if (++state.calls != state.failAt) {
-        return false;
+Fault::Fault(Call call, size_t nth) {
+    if (failing != Call::None) {
+        abort();
     }
-    state.happened = true;
-    return true;
+    callsToFailure = nth;
+    failing = call;
 }
 
-void Note(const std::string& call) {
-    if (tracing) {
-        std::lock_guard<std::mutex> lock(traceMutex);
-        trace.push_back(call);
-    }
+Fault::~Fault() {
+    failing = Call::None;
+}
+
+bool Fault::Happened() const {
+    return callsToFailure == 0;
 }
 
 CallTrace::CallTrace() {
-    Take();
     tracing = true;
 }
 
@@ -63,83 +71,82 @@ CallTrace::~CallTrace() {
     tracing = false;
 }
 
-std::vector<std::string> CallTrace::Take() {
-    std::lock_guard<std::mutex> lock(traceMutex);
-    return std::exchange(trace, {});
+Kernel::Kernel(const char* release) {
+    kernelRelease = release;
 }
 
-size_t CallCount(Call call) {
-    return StateOf(call).calls;
-}
-
-Fault::Fault(Call call, size_t nth) : call_(call) {
-    State& state = StateOf(call);
-    if (state.failAt != 0) {
-        abort();
-    }
-    state.happened = false;
-    state.failAt = state.calls + nth;
-}
-
-Fault::~Fault() {
-    StateOf(call_).failAt = 0;
-}
-
-bool Fault::Happened() const {
-    return StateOf(call_).happened;
+Kernel::~Kernel() {
+    kernelRelease = nullptr;
 }
 
 }  // namespace orva::test
 
-using orva::test::Call;
-using orva::test::Fails;
-using orva::test::Note;
+using namespace orva::test;
 
-// The linker sends each call of NAME to __wrap_NAME (see CMakeLists.txt); __real_NAME is the
-// platform's own.
+// The linker sends each call of NAME to __wrap_NAME (see CMakeLists.txt), which takes the steps
+// given last before it goes on to the platform's own, __real_NAME.
+#define SEAM(TYPE, NAME, PARAMETERS, ARGUMENTS, ...) \
+    TYPE __real_##NAME PARAMETERS;                   \
+    TYPE __wrap_##NAME PARAMETERS {                  \
+        __VA_ARGS__;                                 \
+        return __real_##NAME ARGUMENTS;              \
+    }
+#define FAIL_WITH(CALL, RESULT) \
+    if (Fails(Call::CALL)) {    \
+        return RESULT;          \
+    }
+
 extern "C" {
 
-void* __real_mmap(void* address, size_t length, int protection, int flags, int fd, off_t offset);
-int __real_munmap(void* address, size_t length);
-int __real_ashmem_create_region(const char* name, size_t size);
-native_handle_t* __real_native_handle_create(int numFds, int numInts);
-void* __real__ZnwmRKSt9nothrow_t(size_t size, const std::nothrow_t& tag);
-int __real__memcpy_s_chk(void* dest, size_t destMax, const void* src, size_t count,
-                         size_t destObject, size_t srcObject);
+SEAM(void*, mmap, (void* address, size_t length, int access, int flags, int fd, off_t offset),
+     (address, length, access, flags, fd, offset), Trace("mmap", length);
+     FAIL_WITH(Mmap, MAP_FAILED))
+SEAM(int, munmap, (void* address, size_t length), (address, length), Trace("munmap", length))
+SEAM(int, ashmem_create_region, (const char* name, size_t size), (name, size),
+     Trace("ashmem_create_region", name, size);
+     FAIL_WITH(CreateRegion, -1))
+SEAM(native_handle_t*, native_handle_create, (int numFds, int numInts), (numFds, numInts),
+     FAIL_WITH(CreateHandle, nullptr);
+     numFds = Fails(Call::EmptyHandle) ? 0 : numFds)
+SEAM(int, native_handle_close, (const native_handle_t* handle), (handle),
+     Trace("native_handle_close"))
+SEAM(void*, _ZnwmRKSt9nothrow_t, (size_t size, const std::nothrow_t& tag), (size, tag),
+     FAIL_WITH(NothrowNew, nullptr))
+SEAM(int, _memcpy_s_chk,
+     (void* dest, size_t room, const void* src, size_t count, size_t destSize, size_t srcSize),
+     (dest, room, src, count, destSize, srcSize), FAIL_WITH(CopyMemory, EINVAL))
+SEAM(int, _memset_s_chk, (void* dest, size_t room, int value, size_t count, size_t destSize),
+     (dest, room, value, count, destSize), FAIL_WITH(ClearMemory, EINVAL))
 
-void* __wrap_mmap(void* address, size_t length, int protection, int flags, int fd, off_t offset) {
-    Note("mmap " + std::to_string(length));
-    return Fails(Call::Mmap) ? MAP_FAILED
-                             : __real_mmap(address, length, protection, flags, fd, offset);
-}
-
-int __wrap_munmap(void* address, size_t length) {
-    Note("munmap " + std::to_string(length));
-    Fails(Call::Munmap);
-    return __real_munmap(address, length);
-}
-
-int __wrap_ashmem_create_region(const char* name, size_t size) {
-    return Fails(Call::CreateRegion) ? -1 : __real_ashmem_create_region(name, size);
-}
-
-native_handle_t* __wrap_native_handle_create(int numFds, int numInts) {
-    if (Fails(Call::CreateHandle)) {
-        return nullptr;
-    }
-    return Fails(Call::EmptyHandle) ? __real_native_handle_create(0, numInts)
-                                    : __real_native_handle_create(numFds, numInts);
-}
-
-void* __wrap__ZnwmRKSt9nothrow_t(size_t size, const std::nothrow_t& tag) {
-    return Fails(Call::NothrowNew) ? nullptr : __real__ZnwmRKSt9nothrow_t(size, tag);
-}
-
-int __wrap__memcpy_s_chk(void* dest, size_t destMax, const void* src, size_t count,
-                         size_t destObject, size_t srcObject) {
-    return Fails(Call::CopyMemory)
-                   ? EINVAL
-                   : __real__memcpy_s_chk(dest, destMax, src, count, destObject, srcObject);
-}
+SEAM(
+        int, uname, (utsname * record), (record), Trace("uname"); FAIL_WITH(Uname, -1);
+        if (kernelRelease != nullptr) {
+            strncpy(record->release, kernelRelease, sizeof(record->release) - 1);
+            return 0;
+        })
+SEAM(
+        int, ioctl, (int fd, unsigned long request, uint64_t* flags), (fd, request, flags),
+        // The number itself, as every kernel since ION has it.
+        if (request == 0x40086200) {
+            Trace("sync", *flags);
+            FAIL_WITH(DmaBufSync, -1);
+            if (kernelRelease != nullptr) {
+                return 0;
+            }
+        })
+SEAM(int, ion_open, (), (), Trace("ion_open"); FAIL_WITH(IonOpen, -1))
+SEAM(int, ion_close, (int fd), (fd), Trace("ion_close"))
+SEAM(int, ion_alloc,
+     (int fd, size_t length, size_t align, unsigned mask, unsigned flags, ion_user_handle_t* made),
+     (fd, length, align, mask, flags, made), Trace("ion_alloc", length, align, mask, flags);
+     FAIL_WITH(IonAlloc, -ENOMEM))
+SEAM(int, ion_alloc_fd,
+     (int fd, size_t length, size_t align, unsigned mask, unsigned flags, int* made),
+     (fd, length, align, mask, flags, made), Trace("ion_alloc_fd", length, align, mask, flags);
+     FAIL_WITH(IonAllocFd, -ENOMEM))
+SEAM(int, ion_share, (int fd, ion_user_handle_t handle, int* made), (fd, handle, made),
+     Trace("ion_share", handle);
+     FAIL_WITH(IonShare, -EMFILE))
+SEAM(int, ion_free, (int fd, ion_user_handle_t handle), (fd, handle), Trace("ion_free", handle))
 
 }  // extern "C"

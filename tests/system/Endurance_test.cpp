@@ -3,10 +3,11 @@
  * SPDX-License-Identifier: Apache-2.0
  */
 
-// What many clients, good and dead ones, leave behind in the host: nothing.
+// What many clients, good and dead ones, and large requests leave behind in the host: nothing.
 
 #include <random>
 
+#include "client/lib/ManagerSession.h"
 #include "system/SystemTest.h"
 
 namespace orva::test {
@@ -67,6 +68,43 @@ TEST_P(KilledClients, LeaveNothing) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Amid, KilledClients, testing::Values("requests", "builds"));
+
+using ModelManagers = SystemTest;
+
+TEST_F(ModelManagers, TwoHundredAndOneSessionsOfManyProcesses) {
+    startHost({"--log-level", "info", "--max-clients", "300"});
+    std::vector<std::unique_ptr<ClientProcess>> clients;
+    for (int i = 0; i < 3; ++i) {
+        clients.push_back(newClient());
+        ASSERT_EQ(clients.back()->ask("manage 1 67"), "0");
+    }
+    const ProcessState now = ProcessState::of(host().pid());
+    EXPECT_LE(now.threads, kMostThreads) << "no thread is a session's own";
+    const auto late = newClient();
+    EXPECT_EQ(late->ask("manage 1 1"), "1");
+    EXPECT_TRUE(host().log().await("AIModelManagerImpl count more than 200"));
+    EXPECT_EQ(clients[1]->ask("unmanage 5"), "0");
+    EXPECT_EQ(late->ask("manage 1 1"), "0");
+    EXPECT_EQ(late->ask("manage 2 1"), "1");
+}
+
+// As large as a build may be, of sparse regions: nobody has written to them, and what is no model
+// is refused.
+TEST_F(ModelManagers, LargestBuildLeavesNothing) {
+    startHost();
+    const auto service = client::findService<client::ModelManagerService>();
+    client::ManagerSession session(service, 1, "", {});
+    std::vector<client::Model> sources;
+    for (int i = 0; i < 4; ++i) {
+        sources.push_back({"", client::SharedRegion("source", client::kMostBuildBytes / 4)});
+    }
+    const client::SharedRegion output("output", 4096);
+    EXPECT_THROW(session.build(sources, output), client::ServiceError);
+    EXPECT_TRUE(host().log().await("BuildModel Build model failed!"));
+    sources.push_back({"", client::SharedRegion("source", 1)});
+    EXPECT_THROW(session.build(sources, output), client::ServiceError);
+    EXPECT_TRUE(host().log().await("input model size [209715201] exceed limit: [209715200]"));
+}
 
 }  // namespace
 

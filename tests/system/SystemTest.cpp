@@ -4,12 +4,53 @@
  */
 #include "system/SystemTest.h"
 
+#include <csignal>
 #include <cstdlib>
 #include <filesystem>
+#include <fstream>
+#include <iterator>
 
 #include <orva_platform/Runtime.h>
 
 namespace orva::test {
+
+namespace {
+
+std::vector<std::string> hostCommand(const std::string& folder,
+                                     const std::vector<std::string>& options) {
+    std::vector<std::string> command = {ORVA_HOST, "--socket-dir", folder};
+    command.insert(command.end(), options.begin(), options.end());
+    return command;
+}
+
+}  // namespace
+
+ProcessState ProcessState::of(pid_t pid) {
+    using std::filesystem::directory_iterator;
+    const std::string process = "/proc/" + std::to_string(pid);
+    const auto entriesOf = [](const std::string& folder) {
+        return static_cast<size_t>(std::distance(directory_iterator(folder), {}));
+    };
+    ProcessState state = {entriesOf(process + "/fd"), 0, entriesOf(process + "/task")};
+    std::ifstream maps(process + "/maps");
+    for (std::string line; std::getline(maps, line);) {
+        state.regions += line.find("/memfd:") != std::string::npos ? 1 : 0;
+    }
+    return state;
+}
+
+std::ostream& operator<<(std::ostream& out, const ProcessState& state) {
+    return out << state.descriptors << " descriptors, " << state.regions << " regions, "
+               << state.threads << " threads";
+}
+
+HostProcess::HostProcess(const std::string& folder, const std::vector<std::string>& options)
+        : ChildProcess(hostCommand(folder, options)) {}
+
+int HostProcess::stop() {
+    signal(SIGTERM);
+    return await();
+}
 
 void SystemTest::SetUp() {
     // What the runtime opens once and keeps is not the test's.
@@ -64,7 +105,7 @@ void SystemTest::expectSettled() {
     ProcessState now;
     const bool settled = eventually([&] {
         now = ProcessState::of(mHost->pid());
-        return now.holdsAsMuchAs(mBefore);
+        return now.descriptors == mBefore.descriptors && now.regions == mBefore.regions;
     });
     EXPECT_TRUE(settled) << "then " << mBefore << "; now " << now;
 }

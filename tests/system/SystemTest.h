@@ -5,13 +5,14 @@
 #pragma once
 
 #include <memory>
+#include <ostream>
 #include <string>
 #include <vector>
 
 #include "client/lib/Session.h"
+#include "support/ChildProcess.h"
+#include "support/Eventually.h"
 #include "support/ResourceTest.h"
-#include "system/ProcessState.h"
-#include "system/Processes.h"
 
 namespace orva::test {
 
@@ -21,6 +22,51 @@ constexpr bool kSanitized = true;
 #else
 constexpr bool kSanitized = false;
 #endif
+
+// What the kernel says that another process holds.
+struct ProcessState {
+    size_t descriptors = 0;
+    size_t regions = 0;  // mappings of memory files
+    size_t threads = 0;
+
+    static ProcessState of(pid_t pid);
+};
+std::ostream& operator<<(std::ostream& out, const ProcessState& state);
+
+// A service host of the test's own, serving in a folder of its own.
+class HostProcess : public ChildProcess {
+public:
+    // `options` are further ones of the program's.
+    HostProcess(const std::string& folder, const std::vector<std::string>& options);
+
+    // Waits until it serves; false when it will not, and then output and log say why.
+    bool ready() { return output().await("orva-host: ready in "); }
+    // SIGTERM; its exit code.
+    int stop();
+    LineReader& log() { return errors(); }
+};
+
+// A client in a process of its own, led through the protocol step by step; system_client.cpp lists
+// the steps.
+class ClientProcess : public ChildProcess {
+public:
+    explicit ClientProcess(const std::string& folder) : ChildProcess({SYSTEM_CLIENT, folder}) {}
+
+    // Takes a step and waits for its outcome: a status, or words. "gone" when the client has ended.
+    std::string ask(const std::string& step) {
+        write(step);
+        return answer();
+    }
+    std::string answer() { return output().next().value_or("gone"); }
+    // Has it end by itself; its exit code.
+    int finish() {
+        closeInput();
+        return await();
+    }
+    std::string idOf(int session) const {
+        return std::to_string(pid()) + ":" + std::to_string(session);
+    }
+};
 
 // A test with a service host of its own, of which this process is a client too. At its end, when
 // all clients have gone, the host must hold what it held before the first one came, and stop
@@ -46,7 +92,8 @@ protected:
     static void expectServed(ClientProcess& client) { EXPECT_EQ(client.ask("rounds 1"), "0"); }
     // Whether the host, which was started with a limit, counts no client at all.
     void expectRoomFor(int clients);
-    // Waits until the host has let go of every client that has gone, all but this process.
+    // Waits until the host has let go of every client that has gone, all but this process. Threads
+    // come and go with the load, within their pools' bounds, and are not compared.
     void expectSettled();
 
 private:

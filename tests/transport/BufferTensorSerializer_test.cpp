@@ -10,21 +10,12 @@
 #include <memory>
 #include <vector>
 
-#include "support/LogCapture.h"
-#include "support/Region.h"
-#include "support/ResourceTest.h"
-#include "support/Seam.h"
 #include "transport/AINeuralNetworkBufferHIDL.h"
 #include "transport/AITensorSerializerRegistry.h"
+#include "transport/TensorTest.h"
 
 namespace orva::hidl {
 namespace {
-
-using android::hardware::hidl_memory;
-using test::Call;
-using test::CallCount;
-using test::Fault;
-using test::Region;
 
 ino_t InodeOf(const hidl_memory& memory) {
     struct stat status = {};
@@ -43,86 +34,72 @@ private:
     const char* const name_;
 };
 
-class BufferTensorSerializerTest : public test::ResourceTest {
+class BufferTensorSerializerTest : public TensorTest {
 protected:
     BufferTensorSerializerTest() {
         attributes_.Write<int32_t>({1, 224, 225, 2, 3});
-        handle_.attr = hidl_memory("ashmem", attributes_.Get(), 20);
-        handle_.data = hidl_memory("ashmem", data_.Get(), 5000);
+        handle_.attr = attributes_.Memory(20);
+        handle_.data = data_.Memory(5000);
         handle_.type = "AINeuralNetworkBuffer";
     }
 
     Region attributes_{20}, data_{5000};
     AITensorHandle handle_{};
-    test::LogCapture log_;
 };
 
 TEST_F(BufferTensorSerializerTest, WhatTheRegistryCannotLookUpIsRefused) {
     AITensorSerializerRegistry& registry = *AITensorSerializerRegistry::GetInstance();
-    const auto error = [](const char* function, const char* message) {
-        return test::LogLine{ANDROID_LOG_ERROR, "AINeuralNetworkBufferHIDL", function, message};
-    };
-    const std::pair<const char*, const char*> cases[] = {
-            {nullptr, "Tensor name is nullptr."},
-            {"X", "Cannot find AITensorSerializer, type X."},
-            {"", "Cannot find AITensorSerializer, type ."},
+    const std::pair<const char*, std::string> cases[] = {
+            {nullptr, "Tensor name is nullptr.\n"},
+            {"X", "Cannot find AITensorSerializer, type X.\n"},
+            {"", "Cannot find AITensorSerializer, type .\n"},
     };
     for (const auto& [name, message] : cases) {
         std::shared_ptr<IAITensor> tensor = std::make_shared<NamedTensor>(name);
         EXPECT_EQ(1U, registry.SerializeTo(handle_, tensor));
         EXPECT_EQ(1U, registry.DeserializeFrom(tensor, handle_));
-        EXPECT_EQ((std::vector<test::LogLine>{error("SerializeTo", message),
-                                              error("DeserializeFrom", message)}),
-                  log_.Take());
+        EXPECT_EQ("E SerializeTo: " + message + "E DeserializeFrom: " + message, Story());
     }
     std::shared_ptr<IAITensor> none;
     EXPECT_EQ(1U, registry.DeserializeFrom(none, handle_));
-    EXPECT_EQ((std::vector<test::LogLine>{error("DeserializeFrom", "tensor is nullptr.")}),
-              log_.Take());
+    EXPECT_EQ("E DeserializeFrom: tensor is nullptr.\n", Story());
     // Nor does the pair of functions itself take none, in silence.
     EXPECT_EQ(1U, SerializeBufferTensor(handle_, none));
     EXPECT_EQ(1U, DeserializeBufferTensor(none, handle_));
-    EXPECT_TRUE(log_.Take().empty());
+    EXPECT_EQ("", Story());
 }
 
 TEST_F(BufferTensorSerializerTest, ReceivesATensorAndSendsItBack) {
     std::shared_ptr<IAITensor> tensor = std::make_shared<AINeuralNetworkIonBufferFallback>();
-    const size_t mapped = CallCount(Call::Mmap), unmapped = CallCount(Call::Munmap);
     ASSERT_EQ(0U, DeserializeBufferTensor(tensor, handle_));
-    EXPECT_EQ(mapped + 2, CallCount(Call::Mmap));
-    EXPECT_EQ(unmapped + 1, CallCount(Call::Munmap));
-
+    EXPECT_EQ("mmap 20\nmunmap 20\nmmap 5000\n", Story());
     auto& buffer = static_cast<AINeuralNetworkBufferHIDL&>(*tensor);
     EXPECT_EQ(224, buffer.GetHeight());
     EXPECT_EQ(5000, buffer.GetSize());
-    buffer.SetHeight(17);
-
-    AITensorHandle sent{};
-    sent.reserved = 99;
-    ASSERT_EQ(0U, SerializeBufferTensor(sent, tensor));
-    EXPECT_EQ(99U, sent.reserved);
-    EXPECT_STREQ("AINeuralNetworkIonBuffer", sent.type.c_str());
-    EXPECT_EQ(InodeOf(handle_.data), InodeOf(sent.data));
-    EXPECT_EQ(5000U, sent.data.size());
-    EXPECT_NE(InodeOf(handle_.attr), InodeOf(sent.attr));
-    EXPECT_EQ((std::vector<int32_t>{1, 17, 225, 2, 3}),
-              test::ReadRegion<int32_t>(sent.attr.handle()->data[0], 6));
 
     // What is on its way stays whole when the same tensor is sent again.
-    AITensorHandle again{};
-    buffer.SetHeight(18);
-    ASSERT_EQ(0U, SerializeBufferTensor(again, tensor));
-    EXPECT_EQ(17, test::ReadRegion<int32_t>(sent.attr.handle()->data[0], 5)[1]);
-    EXPECT_EQ(18, test::ReadRegion<int32_t>(again.attr.handle()->data[0], 5)[1]);
-}
+    AITensorHandle sent[2] = {};
+    for (const int i : {0, 1}) {
+        buffer.SetHeight(17 + i);
+        sent[i].reserved = 99;
+        ASSERT_EQ(0U, SerializeBufferTensor(sent[i], tensor));
+    }
+    for (const int i : {0, 1}) {
+        EXPECT_EQ(99U, sent[i].reserved);
+        EXPECT_STREQ("AINeuralNetworkIonBuffer", sent[i].type.c_str());
+        EXPECT_EQ(InodeOf(handle_.data), InodeOf(sent[i].data));
+        EXPECT_EQ(5000U, sent[i].data.size());
+        EXPECT_EQ((std::vector<int32_t>{1, 17 + i, 225, 2, 3}),
+                  test::ReadRegion<int32_t>(sent[i].attr.handle()->data[0], 6));
+    }
+    EXPECT_EQ(224, test::ReadRegion<int32_t>(attributes_.Fd(), 5)[1]);
 
-TEST_F(BufferTensorSerializerTest, SendsTheReceivedBlockWhenNoneCanBeMade) {
-    std::shared_ptr<IAITensor> tensor = std::make_shared<AINeuralNetworkBufferHIDL>();
+    // The received block goes back when none can be made.
+    tensor = std::make_shared<AINeuralNetworkBufferHIDL>();
     ASSERT_EQ(0U, DeserializeBufferTensor(tensor, handle_));
     const Fault fault(Call::CreateRegion);
-    AITensorHandle sent{};
-    EXPECT_EQ(0U, SerializeBufferTensor(sent, tensor));
-    EXPECT_EQ(InodeOf(handle_.attr), InodeOf(sent.attr));
+    EXPECT_EQ(0U, SerializeBufferTensor(sent[0], tensor));
+    EXPECT_EQ(InodeOf(handle_.attr), InodeOf(sent[0].attr));
 }
 
 TEST_F(BufferTensorSerializerTest, OnlyTheDataDecidesOverSuccess) {
@@ -149,9 +126,8 @@ TEST_F(BufferTensorSerializerTest, OnlyTheDataDecidesOverSuccess) {
     // Without data there is nothing to map: a new region of no size fails.
     handle_.data = hidl_memory();
     std::shared_ptr<IAITensor> tensor = std::make_shared<AINeuralNetworkBufferHIDL>();
-    log_.Take();
     EXPECT_EQ(1U, DeserializeBufferTensor(tensor, handle_));
-    EXPECT_EQ("mmap failed", log_.Take().at(0).message);
+    EXPECT_NE(std::string::npos, Story().find("mmap 0\nE Init: mmap failed\n"));
 }
 
 }  // namespace

@@ -6,9 +6,7 @@
 
 #include <gtest/gtest.h>
 
-#include <cstring>
 #include <optional>
-#include <string>
 
 #include "support/ResourceTest.h"
 #include "support/Seam.h"
@@ -33,24 +31,19 @@ orva::AITensorFactory* __wrap__ZN4orva15AITensorFactory11GetInstanceEv() {
 namespace orva::hidl {
 namespace {
 
-std::shared_ptr<IAITensor> CreateFallback(const AITensorDescription&) {
-    return std::make_shared<AINeuralNetworkIonBufferFallback>();
-}
-
-std::string TypeOf(const std::shared_ptr<IAITensor>& tensor) {
-    return tensor != nullptr ? tensor->GetTypeName() : "none";
-}
-
 TEST(AITensorRegistrar, DoesNothingWithoutAFactory) {
     AITensorFactory& factory = *AITensorFactory::GetInstance();
+    const AITensorCreator create = [](const AITensorDescription&) {
+        return CreateTensor<AINeuralNetworkBufferHIDL>();
+    };
     std::optional<AITensorRegistrar> early, late;
     factoryIsGone = true;
-    early.emplace("temporary", CreateFallback);
+    early.emplace("temporary", create);
     factoryIsGone = false;
     EXPECT_EQ(nullptr, factory.CreateTensor("temporary"));
 
     // One that registered nothing must not take away what another did.
-    late.emplace("temporary", CreateFallback);
+    late.emplace("temporary", create);
     early.reset();
     EXPECT_NE(nullptr, factory.CreateTensor("temporary"));
 
@@ -63,13 +56,14 @@ TEST(AITensorRegistrar, DoesNothingWithoutAFactory) {
     factory.UnRegisterTensor(description);
 }
 
-class LoadTimeRegistrations : public test::ResourceTest {};
+using LoadTimeRegistrations = test::ResourceTest;
 
 TEST_F(LoadTimeRegistrations, MakeTensorsOfBothTypes) {
     for (const char* type : {"AINeuralNetworkBuffer", "AINeuralNetworkIonBuffer"}) {
         SCOPED_TRACE(type);
         std::shared_ptr<IAITensor> tensor = AITensorFactory::GetInstance()->CreateTensor(type);
-        EXPECT_EQ(type, TypeOf(tensor));
+        ASSERT_NE(nullptr, tensor);
+        EXPECT_STREQ(type, tensor->GetTypeName());
         AITensorHandle handle{};
         EXPECT_EQ(0U, AITensorSerializerRegistry::GetInstance()->SerializeTo(handle, tensor));
         EXPECT_STREQ(type, handle.type.c_str());

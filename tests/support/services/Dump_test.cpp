@@ -2,72 +2,73 @@
  * Copyright (C) 2026 The orva project
  * SPDX-License-Identifier: Apache-2.0
  */
-#include <unistd.h>
+#include <regex>
 
 #include "support/services/ServiceTest.h"
 
 namespace orva::hidl::test {
 namespace {
 
-using android::hardware::hidl_handle;
-using nlohmann::json;
-
 class Dump : public ServiceTest {
 protected:
+    // With "PID" for this process and "T" for every time.
+    std::string Text(const hidl_vec<android::hardware::hidl_string>& options) {
+        const std::string text =
+                std::regex_replace(TextDump(options), std::regex("\\d+\\.\\d+"), "T");
+        return std::regex_replace(text, std::regex(std::to_string(getpid())), "PID");
+    }
+
     Region first_{100}, second_{100};
 };
 
 TEST_F(Dump, ShowsSessionsRequestsAndTensors) {
-    ASSERT_EQ(0, Init(5));
+    const sp<FakeListener> listener = Listen();
     ASSERT_EQ(0, Init(6));
-    ASSERT_EQ(0, service_->SetListener(-5, new FakeListener));
-    ASSERT_EQ(0, service_->SetListener(5, nullptr));
     ASSERT_EQ(0, service_->Process(5, "", {TensorIn(first_)}, {TensorIn(second_)}, 0));
-    json dump = JsonDump();
-    EXPECT_EQ(kInterface, dump["service"]);
-    EXPECT_EQ(getpid(), dump["pid"]);
-    ASSERT_EQ(2U, dump["sessions"].size());
-    json& session = dump["sessions"][0];
-    EXPECT_LE(0, session["idle_s"].get<double>());
-    session.erase("idle_s");
-    EXPECT_EQ(
-            (json{{"id", kId}, {"type", kType}, {"listener", true}, {"in_flight", 1}, {"done", 0}}),
-            session);
-    EXPECT_EQ(false, dump["sessions"][1]["listener"]);
-    EXPECT_EQ((json{{"in_flight", 1}, {"done", 0}}), dump["requests"]);
-    EXPECT_EQ(2, dump["tensors"]["alive"]);
-    ASSERT_EQ(2U, dump["tensors"]["listed"].size());
-    const json& tensor = dump["tensors"]["listed"][0];
-    EXPECT_EQ("AINeuralNetworkBuffer", tensor["type"]);
-    EXPECT_EQ(100, tensor["bytes"]);
-    EXPECT_EQ(getpid(), tensor["pid"]);
-    EXPECT_EQ((json{{"descriptors", 2}, {"mappings", 2}, {"mapped_bytes", 200}}), dump["held"]);
-    EXPECT_NE(std::string::npos, TextDump().find("  " + kId + "  type \"" + kType));
+    const std::string begin = kInterface + std::string(" in process PID, for T s\nsessions: "),
+                      type = std::string("  type \"") + kType + "\"  used T s ago  listener ",
+                      six = "  PID:6" + type + "not set  0 in flight, 0 done\n",
+                      tensor = "  AINeuralNetworkBuffer  100 bytes  mapped for T s  process PID\n";
+    EXPECT_EQ(begin + "2\n  PID:5" + type + "set  1 in flight, 0 done\n" + six +
+                      "requests: 1 in flight, 0 done\nrefusals:\n"
+                      "tensors of both services: 2, listed 2 with 200 bytes\n" +
+                      tensor + tensor +
+                      "held for both services: 2 descriptors, 2 mappings of 200 bytes\n",
+              Text({}));
 
+    // The same of one client, or of one process.
+    const std::string json = std::string("{\"service\":\"") + kInterface +
+                             "\",\"pid\":PID,\"age_s\":T,\"sessions\":[",
+                      idle = std::string("\",\"type\":\"") + kType +
+                             "\",\"idle_s\":T,\"listener\":",
+                      five = "{\"id\":\"PID:5" + idle + "true,\"in_flight\":1,\"done\":0}",
+                      mapped = "{\"type\":\"AINeuralNetworkBuffer\",\"bytes\":100,\"mapped_s\":T,"
+                               "\"pid\":PID}",
+                      busy = "],\"requests\":{\"in_flight\":1,\"done\":0},\"tensors\":{\"alive\":2,"
+                             "\"listed\":[" +
+                             mapped + "," + mapped + "]}}\n";
     const std::string process = std::to_string(getpid());
-    for (const auto& [client, sessions, inFlight] :
-         {std::tuple(kId, 1, 1), std::tuple(process, 2, 1), std::tuple(std::string("1:5"), 0, 0)}) {
-        dump = JsonDump(client);
-        EXPECT_EQ(sessions, dump["sessions"].size());
-        EXPECT_EQ(inFlight, dump["requests"]["in_flight"]);
-        EXPECT_EQ(inFlight * 2, dump["tensors"]["alive"]);
-        EXPECT_FALSE(dump.contains("refusals"));
-    }
+    EXPECT_EQ(json + five + busy, Text({"--json", "--client", process + ":5"}));
+    EXPECT_EQ(json + five + ",{\"id\":\"PID:6" + idle + "false,\"in_flight\":0,\"done\":0}" + busy,
+              Text({"--client", process, "--json"}));
+    EXPECT_EQ(json + "],\"requests\":{\"in_flight\":0,\"done\":0},\"tensors\":{\"alive\":0,"
+                     "\"listed\":[]}}\n",
+              Text({"--json", "--client", "1:5"}));
 
     // What ends after its session is counted, too.
     service_->UnInit(5);
     script_.listener->OnProcessDone(AIContext(), 0, script_.outputs);
     script_.inputs.clear();
     script_.outputs.clear();
-    dump = JsonDump();
-    EXPECT_EQ(1U, dump["sessions"].size());
-    EXPECT_EQ((json{{"in_flight", 0}, {"done", 1}}), dump["requests"]);
-    EXPECT_EQ((json{{"alive", 0}, {"listed", json::array()}}), dump["tensors"]);
-    EXPECT_EQ((json{{"descriptors", 0}, {"mappings", 0}, {"mapped_bytes", 0}}), dump["held"]);
+    EXPECT_EQ(begin + "1\n" + six +
+                      "requests: 0 in flight, 1 done\nrefusals:\n  result_without_listener  1\n"
+                      "tensors of both services: 0, listed 0 with 0 bytes\n"
+                      "held for both services: 0 descriptors, 0 mappings of 0 bytes\n",
+              Text({}));
 }
 
 TEST_F(Dump, NeedsNothingOfTheClient) {
-    EXPECT_TRUE(service_->debug(hidl_handle(), {}).isOk());
+    EXPECT_TRUE(service_->debug(android::hardware::hidl_handle(), {}).isOk());
     Region empty(1);
     empty.Get()->numFds = 0;
     EXPECT_TRUE(service_->debug(empty.Get(), {"--json"}).isOk());

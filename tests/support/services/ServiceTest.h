@@ -4,43 +4,53 @@
  */
 #pragma once
 
+#include <orva/reference/Settings.h>
 #include <sys/mman.h>
+#include <unistd.h>
 
 #include <future>
 #include <nlohmann/json.hpp>
-#include <thread>
 
 #include "ServiceUnderTest.h"
 #include "support/Eventually.h"
+#include "support/LogCapture.h"
 #include "support/ResourceTest.h"
 #include "support/Seam.h"
-#include "support/services/ServiceFakes.h"
 
 // What both services are tested by. The files *_test.cpp of this folder are part of either test
 // program, whose own ServiceUnderTest.h says which service is meant and how it differs.
 namespace orva::hidl::test {
 
 using ::orva::test::Call;
-using ::orva::test::CallCount;
 using ::orva::test::Fault;
 using ::orva::test::Region;
-using Tensors = android::hardware::hidl_vec<AITensorHandle>;
 using FakeListener = FakeListenerOf<ClientInterface>;
 
-// A service of its own, whose framework objects follow script_.
+// A service of its own, whose framework objects follow script_. Most tests play client 5.
 class ServiceTest : public ::orva::test::ResourceTest {
 protected:
     void SetUp() override {
         ResourceTest::SetUp();
-        log_.Take();
+        heldLocks = [this] {
+            return std::string(IsHeld(SessionLock(*service_)) ? "S" : "") +
+                   (IsHeld(service_->listenerMutex) ? "L" : "");
+        };
         SetCreator([this] { return script_.makesNone ? nullptr : new FakeFramework(script_); });
+        Story();
     }
 
-    // Sessions that a test leaves open end with their service.
+    // Sessions that a test leaves open end with their service, but still count as clients.
     void TearDown() override {
+        for (int32_t client = 5; client <= 7; ++client) {
+            service_->UnInit(client);
+        }
+        EXPECT_EQ(0U, reference::ClientCount());
+        heldLocks = nullptr;
         service_.clear();
         EXPECT_EQ(0, script_.alive);
         SetCreator(nullptr);
+        reference::SetClientLimit(512);
+        reference::SetIdleTimeout(std::chrono::minutes(10));
         script_ = Script();
         ResourceTest::TearDown();
     }
@@ -48,60 +58,82 @@ protected:
     int32_t Init(int32_t client) { return service_->Init(client, kType, "", {}); }
     // Status 2: there is no session.
     int32_t Ask(int32_t client) { return service_->Process(client, "", {}, {}, 0); }
+    // Opens client 5's session, with a listener all the way.
+    sp<FakeListener> Listen() {
+        const sp<FakeListener> listener = new FakeListener;
+        EXPECT_EQ(0, Init(5));
+        EXPECT_EQ(0, service_->SetListener(-5, listener));
+        EXPECT_EQ(0, service_->SetListener(5, nullptr));
+        Story();
+        return listener;
+    }
 
-    // The service's error lines, without those of the layers below it.
-    Lines Errors() {
-        Lines errors;
-        for (LogLine& line : log_.Take(ANDROID_LOG_ERROR)) {
-            if (line.tag == kTag) {
-                errors.push_back(std::move(line));
+    // What has been logged and called since the last look, in its order, without what the framework
+    // logs. Service ids are those of "PID".
+    std::string Story() {
+        const std::string pid = std::to_string(getpid()) + ":";
+        std::string told;
+        std::istringstream lines(log_.Story(kTag));
+        for (std::string line; std::getline(lines, line);) {
+            if (const size_t at = line.find(pid); at != std::string::npos) {
+                line.replace(at, pid.size(), "PID:");
+            }
+            told += line.find(" ORVA ") == 1 ? "" : line + "\n";
+        }
+        return told;
+    }
+    // The story of a call, and its end: "= STATUS", with the refusals that were counted meanwhile.
+    std::string Outcome(int32_t status) {
+        const std::string told = Story();
+        const nlohmann::json now = JsonDump()["refusals"];
+        std::string end = "= " + std::to_string(status);
+        for (const auto& [reason, count] : now.items()) {
+            for (int grown = refusals_.value(reason, 0); grown < count; ++grown) {
+                end += " " + reason;
             }
         }
-        return errors;
+        refusals_ = now;
+        Story();
+        return told + end + "\n";
     }
 
     // What debug() writes.
-    std::string TextDump(
-            const android::hardware::hidl_vec<android::hardware::hidl_string>& options = {}) {
+    std::string TextDump(const hidl_vec<android::hardware::hidl_string>& options = {}) {
         ::orva::test::Handle file(UniqueFd(memfd_create("dump", MFD_CLOEXEC)));
         EXPECT_TRUE(service_->debug(file.Get(), options).isOk());
         const std::vector<char> text = ::orva::test::ReadRegion<char>(file.Fd(), 1'000'000);
         return {text.begin(), text.end()};
     }
-    nlohmann::json JsonDump(const std::string& client = "") {
-        return nlohmann::json::parse(client.empty() ? TextDump({"--json"})
-                                                    : TextDump({"--json", "--client", client}));
-    }
-    // The counts that have grown since the last call, as "reason" or "reason 2".
-    std::string NewRefusals() {
-        const nlohmann::json now = JsonDump()["refusals"];
-        std::string grown;
-        for (const auto& [reason, count] : now.items()) {
-            const int growth = count.get<int>() - refusals_.value(reason, 0);
-            grown += growth == 0 ? "" : grown.empty() ? reason : ", " + reason;
-            grown += growth > 1 ? " " + std::to_string(growth) : "";
-        }
-        refusals_ = now;
-        return grown;
-    }
+    nlohmann::json JsonDump() { return nlohmann::json::parse(TextDump({"--json"})); }
 
-    // Whether another thread gets through an operation while this one waits for it; that fails only
-    // when the operation needs a lock that this thread holds.
-    static bool AnotherThreadCan(const std::function<void()>& operation) {
+    // Waits for another thread to get through an operation; that fails only when the operation
+    // needs a lock that this thread holds.
+    static void ExpectAnotherThreadCan(const std::function<void()>& operation) {
         std::future<void> done = std::async(std::launch::async, operation);
         if (done.wait_for(::orva::test::kWatchdog) != std::future_status::ready) {
             ADD_FAILURE() << "a lock is held";
             abort();  // the thread cannot be ended
         }
-        return true;
     }
 
     Script script_;
-    android::sp<Service> service_ = new Service;
-    LogCapture log_;
-    Journal journal_{service_};
+    sp<Service> service_ = new Service;
+    ::orva::test::LogCapture log_;
 
 private:
+    // Another thread cannot have what this one holds.
+    template <typename Lock>
+    static bool IsHeld(Lock& lock) {
+        const auto take = [&]() ORVA_NO_THREAD_SAFETY_ANALYSIS {
+            const bool isFree = lock.TryLockFor(0);
+            if (isFree) {
+                lock.Unlock();
+            }
+            return !isFree;
+        };
+        return std::async(std::launch::async, take).get();
+    }
+
     nlohmann::json refusals_ = JsonDump()["refusals"];
 };
 

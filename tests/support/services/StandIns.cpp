@@ -1,0 +1,43 @@
+/*
+ * Copyright (C) 2026 The orva project
+ * SPDX-License-Identifier: Apache-2.0
+ */
+#include <orva/AIServiceBase.h>
+#include <orva/AIServiceConnectManager.h>
+
+#include <utility>
+
+#include "support/services/ServiceFakes.h"
+
+// The linker sends each call of SYMBOL to __wrap_SYMBOL (see CMakeLists.txt); __real_SYMBOL is the
+// original. Session times are noted with the client's number.
+#define STAND_IN(NAME, SYMBOL, ...)                         \
+    void Real##NAME(__VA_ARGS__) __asm__("__real_" SYMBOL); \
+    void NAME(__VA_ARGS__) __asm__("__wrap_" SYMBOL);       \
+    void NAME(__VA_ARGS__)
+#define MANAGER "_ZN4orva23AIServiceConnectManager"
+#define TEXT "NSt7__cxx1112basic_stringIcSt11char_traitsIcESaIcEEE"
+
+namespace orva::hidl::test {
+
+STAND_IN(CreateIdleTimer, "_ZN4orva13AIServiceBase15CreateIdleTimerEv", AIServiceBase* node) {
+    NoteCall("CreateIdleTimer");
+    RealCreateIdleTimer(node);
+}
+
+STAND_IN(Update, MANAGER "17UpdateServiceTimeE" TEXT, AIServiceConnectManager* manager,
+         std::string id) {
+    if (const auto before = std::exchange(beforeUpdate, nullptr)) {
+        before();
+    }
+    NoteCall("UpdateServiceTime " + id.substr(id.find(':') + 1));
+    RealUpdate(manager, std::move(id));
+}
+
+STAND_IN(Remove, MANAGER "17RemoveServiceTimeE" TEXT, AIServiceConnectManager* manager,
+         std::string id) {
+    NoteCall("RemoveServiceTime " + id.substr(id.find(':') + 1));
+    RealRemove(manager, std::move(id));
+}
+
+}  // namespace orva::hidl::test
