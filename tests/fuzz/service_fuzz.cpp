@@ -3,9 +3,17 @@
  * SPDX-License-Identifier: Apache-2.0
  */
 // Any bytes and descriptors, received as a message and served by the services themselves, on the
-// reference framework. A session is open, so that requests get beyond the look for one.
+// reference framework. A session is open, so that requests get beyond the look for one, and they
+// run within the call, so that it can be seen what a message leaves behind. An input is
+//
+//   service | number of descriptors | a kind for each | the message's bytes
 #include <cutils/ashmem.h>
+#include <fcntl.h>
+#include <orva/reference/Executor.h>
 #include <orva/reference/Settings.h>
+#include <sys/mman.h>
+#include <sys/socket.h>
+#include <unistd.h>
 #include <vendor/selkat/hardware/ai/2.0/BnHwAIServiceListener.h>
 #include <vendor/selkat/hardware/ai/2.0/BnHwModelManagerListener.h>
 #include <vendor/selkat/hardware/ai/2.1/BnHwAIService.h>
@@ -13,17 +21,25 @@
 #include <vendor/selkat/hardware/ai/2.1/BpHwAIService.h>
 #include <vendor/selkat/hardware/ai/2.1/BpHwModelManagerService.h>
 
-#include "MessageInput.h"
+#include <algorithm>
+#include <cstdlib>
+#include <memory>
+
+#include "platform/WireKit.h"
 
 using namespace vendor::selkat::hardware::ai::V2_0;
 using namespace android::hardware;
 using android::sp;
+using android::base::unique_fd;
+using orva_test::WireMessage;
 namespace V2_1 = vendor::selkat::hardware::ai::V2_1;
 
 extern "C" V2_1::IAIService* HIDL_FETCH_IAIService(const char* instance);
 extern "C" V2_1::IModelManagerService* HIDL_FETCH_IModelManagerService(const char* instance);
 
 namespace {
+
+using Input = std::vector<uint8_t>;
 
 // The number that the seeds' session has.
 constexpr int32_t kSession = 1;
@@ -43,40 +59,116 @@ hidl_handle region(int words = 0) {
     handle.setTo(native, true);
     return handle;
 }
-
-AITensorHandle tensor(const char* type) {
-    AITensorHandle tensor;
-    tensor.attr = hidl_memory("ashmem", region(), 20);
-    // In a region of 4096 bytes an ION tensor has room for so many.
-    tensor.data = hidl_memory("ashmem", region(), 3840);
-    tensor.type = type;
-    return tensor;
+hidl_vec<ModelBuffer> models() {
+    return {{"first", region(), 4096, "extra"}, {"", region(3), 4096, ""}};
 }
-
-const hidl_vec<ModelBuffer>& models() {
-    static const hidl_vec<ModelBuffer> models = {{"first", region(), 4096, "extra"},
-                                                 {"", region(3), 4096, ""}};
-    return models;
-}
-const hidl_vec<AITensorHandle>& tensors() {
-    static const hidl_vec<AITensorHandle> tensors = {tensor("AINeuralNetworkBuffer"),
-                                                     tensor("AINeuralNetworkIonBuffer")};
+hidl_vec<AITensorHandle> tensors() {
+    hidl_vec<AITensorHandle> tensors = {{}, {}};
+    for (AITensorHandle& tensor : tensors) {
+        tensor.attr = hidl_memory("ashmem", region(), 20);
+        // In a region of 4096 bytes an ION tensor has room for so many.
+        tensor.data = hidl_memory("ashmem", region(), 3840);
+        tensor.type = "AINeuralNetworkBuffer";
+    }
+    tensors[1].type = "AINeuralNetworkIonBuffer";
     return tensors;
 }
 
-// The calls of both services that are alike.
-template <typename Proxy, typename AListener>
-void addShared(std::vector<orva_fuzz::MessageInput>* seeds, uint8_t object, const char* type) {
-    const auto add = [&](auto call) { seeds->push_back(orva_fuzz::seed<Proxy>(object, call)); };
-    add([&](Proxy& proxy) { return proxy.Init(2, type, "{}", models()); });
-    add([](Proxy& proxy) { return proxy.Process(kSession, "context", tensors(), tensors(), 7); });
-    add([](Proxy& proxy) { return proxy.SetListener(kSession, new Listener<AListener>); });
-    add([](Proxy& proxy) { return proxy.UnInit(kSession); });
-    add([](Proxy& proxy) { return proxy.debug(region(), {"--json", "more"}); });
+// Valid calls for the fuzzer to begin with: what they put on the wire.
+struct Seeds {
+    Seeds() {
+        addShared<V2_1::BpHwAIService, IAIServiceListener>(0, "echo");
+        addShared<V2_1::BpHwModelManagerService, IModelManagerListener>(1, "onnx");
+        const auto addMore = [&](auto call) { add<V2_1::BpHwModelManagerService>(1, call); };
+        addMore([](auto& proxy) {
+            return proxy.SetInputsAndOutputs(kSession, "context", tensors(), tensors());
+        });
+        addMore([](auto& proxy) { return proxy.StartCompute(kSession, "context"); });
+        addMore([](auto& proxy) {
+            return proxy.GetModelIOTensorDim(kSession, "first", [](auto&&...) {});
+        });
+        addMore([](auto& proxy) { return proxy.CheckModelCompatibility(kSession, models()[0]); });
+        addMore([](auto& proxy) {
+            return proxy.BuildModel(kSession, "", 2, models(), models()[1], [](auto&&...) {});
+        });
+    }
+
+    // The calls of both services that are alike.
+    template <typename Proxy, typename AListener>
+    void addShared(uint8_t service, const char* type) {
+        add<Proxy>(service, [&](Proxy& proxy) { return proxy.Init(2, type, "{}", models()); });
+        add<Proxy>(service, [](Proxy& proxy) {
+            return proxy.Process(kSession, "context", tensors(), tensors(), 7);
+        });
+        add<Proxy>(service, [](Proxy& proxy) {
+            return proxy.SetListener(kSession, new Listener<AListener>);
+        });
+        add<Proxy>(service, [](Proxy& proxy) { return proxy.UnInit(kSession); });
+        add<Proxy>(service, [](Proxy& proxy) { return proxy.debug(region(), {"--json", "more"}); });
+    }
+
+    template <typename Proxy, typename Call>
+    void add(uint8_t service, Call call) {
+        const WireMessage message = orva_test::recordOf<Proxy>(call);
+        Input input = {service, static_cast<uint8_t>(message.descriptors.size())};
+        // A tensor's first descriptor is its attributes', the second its data's.
+        for (size_t i = 0; i < message.descriptors.size(); ++i) {
+            input.push_back(static_cast<uint8_t>(i % 2));
+        }
+        input.insert(input.end(), message.bytes.begin(), message.bytes.end());
+        inputs.push_back(input);
+    }
+
+    std::vector<Input> inputs;
+};
+const std::vector<Input>& seeds() {
+    static const Seeds seeds;
+    return seeds.inputs;
 }
 
-template <typename Service, typename Stub>
-void serve(Service* (*fetch)(const char*), orva_test::WireMessage message) {
+// A descriptor such as a peer might send: an attribute record, a tensor's data, or neither.
+unique_fd describe(uint8_t kind) {
+    constexpr off_t kSizes[] = {20, 4096, 0, 4, 1 << 20};
+    switch (kind % 8) {
+    case 5:
+        return unique_fd(open("/proc/self", O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    case 6:
+        return unique_fd(::socket(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0));
+    case 7:
+        return unique_fd(open("/dev/zero", O_RDWR | O_CLOEXEC));
+    default:
+        unique_fd file(memfd_create("fuzz", MFD_CLOEXEC));
+        (void)!ftruncate(file.get(), kSizes[kind % 8]);
+        return file;
+    }
+}
+
+// Inputs change without regard to the header, so that it is made to agree with the rest of the
+// message, unless the service's highest bit is set: damage to the header counts, too.
+WireMessage messageOf(const uint8_t* data, size_t size) {
+    using namespace android::hardware::socket;
+    WireMessage message;
+    const size_t count = std::min<size_t>(data[1], size - 2);
+    std::transform(data + 2, data + 2 + count, std::back_inserter(message.descriptors), describe);
+    message.bytes.assign(data + 2 + count, data + size);
+    if (data[0] < 128 && message.bytes.size() >= sizeof(MessageHeader)) {
+        message.bytes.resize(pad8(message.bytes.size()));
+        MessageHeader& header = message.header();
+        const uint64_t room = message.bytes.size() - sizeof header;
+        header.magic = kMagic;
+        header.kind = MessageKind::kCall;
+        header.descriptors = static_cast<uint32_t>(count);
+        header.dataSize = static_cast<uint32_t>(std::min<uint64_t>(header.dataSize & ~3U, room));
+        const uint64_t rest = room - pad8(header.dataSize);
+        header.objectCount =
+                static_cast<uint32_t>(std::min<uint64_t>(header.objectCount, rest / 8));
+        header.buffersSize = rest - uint64_t{header.objectCount} * 8;
+    }
+    return message;
+}
+
+template <typename Stub, typename Service>
+void serve(Service* (*fetch)(const char*), WireMessage message) {
     static const sp<Service> service = fetch("default");
     static const sp<Stub> stub = new Stub(service);
     service->Init(kSession, "echo", "", {}).isOk();
@@ -84,37 +176,60 @@ void serve(Service* (*fetch)(const char*), orva_test::WireMessage message) {
     service->UnInit(kSession).isOk();
 }
 
+void serve(const uint8_t* data, size_t size) {
+    if (size < 2) {
+        return;
+    }
+    if (data[0] % 2 == 0) {
+        serve<V2_1::BnHwAIService>(HIDL_FETCH_IAIService, messageOf(data, size));
+    } else {
+        serve<V2_1::BnHwModelManagerService>(HIDL_FETCH_IModelManagerService,
+                                             messageOf(data, size));
+    }
+}
+
+int lowestFreeDescriptor() {
+    const int descriptor = dup(0);
+    close(descriptor);
+    return descriptor;
+}
+
 }  // namespace
 
-std::vector<orva_fuzz::MessageInput> orva_fuzz::makeSeeds() {
-    std::vector<MessageInput> seeds;
-    addShared<V2_1::BpHwAIService, IAIServiceListener>(&seeds, 0, "echo");
-    addShared<V2_1::BpHwModelManagerService, IModelManagerListener>(&seeds, 1, "onnx");
-    const auto add = [&](auto call) {
-        seeds.push_back(seed<V2_1::BpHwModelManagerService>(1, call));
-    };
-    add([](auto& proxy) {
-        return proxy.SetInputsAndOutputs(kSession, "context", tensors(), tensors());
-    });
-    add([](auto& proxy) { return proxy.StartCompute(kSession, "context"); });
-    add([](auto& proxy) { return proxy.GetModelIOTensorDim(kSession, "first", [](auto&&...) {}); });
-    add([](auto& proxy) { return proxy.CheckModelCompatibility(kSession, models()[0]); });
-    add([](auto& proxy) {
-        return proxy.BuildModel(kSession, "context", 2, models(), models()[1], [](auto&&...) {});
-    });
-    return seeds;
+// A refusal is logged with its reason, which nobody reads here.
+extern "C" int __android_log_print(int, const char*, const char*, ...) {
+    return 0;
+}
+
+extern "C" int LLVMFuzzerInitialize(int*, char***) {
+    // Messages open sessions of any number, which nobody closes.
+    orva::reference::SetClientLimit(16);
+    orva::reference::UseExecutor(std::make_shared<orva::reference::InlineExecutor>());
+    // What the process opens for good, it opens now.
+    for (const Input& seed : seeds()) {
+        serve(seed.data(), seed.size());
+    }
+    return 0;
+}
+
+extern "C" size_t LLVMFuzzerMutate(uint8_t* data, size_t size, size_t capacity);
+
+// The fuzzer's own mutations, but now and then of a valid call.
+extern "C" size_t LLVMFuzzerCustomMutator(uint8_t* data, size_t size, size_t capacity,
+                                          unsigned number) {
+    if (size < 3 || number % 8 == 0) {
+        const Input& seed = seeds()[number / 8 % seeds().size()];
+        size = std::min(seed.size(), capacity);
+        std::copy_n(seed.begin(), size, data);
+    }
+    return LLVMFuzzerMutate(data, size, capacity);
 }
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
-    // Messages open sessions of any number, which nobody closes.
-    static const bool limited = (orva::reference::SetClientLimit(16), true);
-    (void)limited;
-    const auto input = orva_fuzz::MessageInput::decode(data, size);
-    if (input.object % 2 == 0) {
-        serve<V2_1::IAIService, V2_1::BnHwAIService>(HIDL_FETCH_IAIService, input.message());
-    } else {
-        serve<V2_1::IModelManagerService, V2_1::BnHwModelManagerService>(
-                HIDL_FETCH_IModelManagerService, input.message());
+    const int before = lowestFreeDescriptor();
+    serve(data, size);
+    if (lowestFreeDescriptor() != before) {
+        abort();
     }
     return 0;
 }

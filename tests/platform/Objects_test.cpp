@@ -2,13 +2,15 @@
  * Copyright (C) 2026 The orva project
  * SPDX-License-Identifier: Apache-2.0
  */
-// Objects that one process holds of another: who they are, and when they go.
+// Objects that one process holds of another: who they are, when they go, and how their death is
+// told.
 #include <algorithm>
-#include <thread>
+#include <atomic>
 
 #include <android/hidl/manager/1.0/BnHwServiceManager.h>
 #include <android/hidl/manager/1.0/BpHwServiceManager.h>
 #include <hidl/HidlTransportSupport.h>
+#include <unistd.h>
 
 #include "TransportTest.h"
 
@@ -16,6 +18,7 @@ namespace {
 
 using namespace orva_test;
 using namespace android::hardware;
+using orva_platform::counts;
 
 class Objects : public TransportTest {
 protected:
@@ -28,19 +31,15 @@ protected:
 TEST_F(Objects, AreTheSameHoweverOftenTheyCome) {
     const sp<IProbe> local = new Probe;
     expectOk(mProbe->hold(local));
-    EXPECT_EQ(local, sp<IProbe>(mProbe->held())) << "this process's own comes back as itself";
-
+    EXPECT_EQ(local, sp<IProbe>(mProbe->take())) << "this process's own comes back as itself";
     const sp<IProbe> made = mProbe->make();
-    expectOk(mProbe->hold(made));
-    const sp<IProbe> again = mProbe->held();
-    EXPECT_TRUE(interfacesEqual(made, again));
+    for (const sp<IProbe>& remote : {made, mProbe}) {
+        expectOk(mProbe->hold(remote));
+        EXPECT_TRUE(interfacesEqual(remote, sp<IProbe>(mProbe->take())));
+    }
     EXPECT_FALSE(interfacesEqual(made, mProbe));
-    EXPECT_EQ(2u, resourcesHere().proxies);
-
-    expectOk(mProbe->hold(mProbe));
-    EXPECT_TRUE(interfacesEqual(mProbe, sp<IProbe>(mProbe->held()))) << "so is the service";
-    EXPECT_TRUE(interfacesEqual(mProbe, service()));
-    expectOk(mProbe->hold(nullptr));
+    EXPECT_TRUE(interfacesEqual(mProbe, IProbe::getService()));
+    EXPECT_EQ(2u, counts().proxies);
 }
 
 TEST_F(Objects, OfAnotherInterfaceAreNone) {
@@ -50,54 +49,55 @@ TEST_F(Objects, OfAnotherInterfaceAreNone) {
     EXPECT_EQ(nullptr, found.get());
 }
 
-TEST_F(Objects, GoWhenTheOtherSideLetsGo) {
-    expectOk(mProbe->hold(new Probe));
-    EXPECT_EQ(1u, resourcesHere().exports);
-    EXPECT_EQ(1u, resourcesOf(mProbe).proxies);
-    expectOk(mProbe->hold(nullptr));
-    EXPECT_TRUE(eventually([] { return Probe::alive() == 0; }));
-    EXPECT_EQ(0u, resourcesHere().exports);
-
-    sp<IProbe> made = mProbe->make();
-    EXPECT_EQ(mHeld.probes + 1, resourcesOf(mProbe).probes);
-    made.clear();
-    expectNothingLeft();
-}
-
 TEST_F(Objects, WhoseReleaseOvertakesThemStillArrive) {
     constexpr int kRounds = 300;
+    const sp<IProbe> again = new Probe;
     for (int i = 0; i < kRounds; ++i) {
-        const sp<IProbe> local = new Probe;
+        // One that comes once, or is sent again while it is being released.
+        const sp<IProbe> local = i % 4 == 0 ? new Probe : again;
         expectOk(mProbe->hold(local));
-        ASSERT_EQ(local, sp<IProbe>(mProbe->handBack())) << "round " << i;
+        ASSERT_EQ(local, sp<IProbe>(mProbe->take())) << "round " << i;
         // The same of a oneway call to an object that is let go of at once.
         expectOk(sp<IProbe>(mProbe->make())->note(i));
     }
-    EXPECT_TRUE(eventually([&] { return notes().size() == kRounds; }));
+    EXPECT_TRUE(eventually([&] { return notes().size() == kRounds + 1; }));
     const std::vector<int32_t> noted = notes();
+    EXPECT_EQ(0, noted[0]);
     EXPECT_TRUE(std::is_sorted(noted.begin(), noted.end())) << "oneway calls keep their order";
-    EXPECT_TRUE(eventually([] { return resourcesHere().exports == 0; }));
-    expectNothingLeft(1);  // The channel for oneway calls stays.
+    EXPECT_TRUE(eventually([] { return counts().exports == 0; }));
+    expectNothingLeft();
 }
 
-TEST_F(Objects, SentAgainWhileTheyAreReleasedStay) {
-    const sp<IProbe> local = new Probe;
-    std::vector<std::thread> threads;
-    threads.reserve(4);
-    for (int i = 0; i < 4; ++i) {
-        threads.emplace_back([&] {
-            for (int round = 0; round < 100; ++round) {
-                expectOk(mProbe->hold(local));
-                const sp<IProbe> held = mProbe->held();
-                EXPECT_TRUE(held == nullptr || held == local);
-                expectOk(mProbe->hold(nullptr));
-            }
-        });
+struct Recipient : hidl_death_recipient {
+    void serviceDied(uint64_t cookie, const wp<IBase>& who) override {
+        thread = gettid();
+        // A recipient may call out, and finds the object dead.
+        const sp<IBase> object = who.promote();
+        sawItDead = object != nullptr && object->ping().isDeadObject();
+        cookies = cookies * 10 + cookie;
     }
-    for (std::thread& thread : threads) {
-        thread.join();
-    }
-    EXPECT_TRUE(eventually([] { return resourcesHere().exports == 0; }));
+
+    pid_t thread = 0;
+    bool sawItDead = false;
+    std::atomic<uint64_t> cookies{0};  // Each a digit, in their order.
+};
+
+TEST_F(Objects, TellOfTheirServersDeathOnAThreadOfThePool) {
+    const sp<IProbe> made = mProbe->make();
+    const sp<Recipient> linked = new Recipient, other = new Recipient, unlinked = new Recipient;
+    EXPECT_TRUE(mProbe->linkToDeath(linked, 7));
+    EXPECT_TRUE(mProbe->linkToDeath(unlinked, 1));
+    EXPECT_TRUE(mProbe->linkToDeath(linked, 8));
+    EXPECT_TRUE(made->linkToDeath(other, 9));
+    EXPECT_TRUE(mProbe->unlinkToDeath(unlinked));
+    EXPECT_FALSE(mProbe->unlinkToDeath(unlinked)) << "once is enough";
+    EXPECT_FALSE(mProbe->unlinkToDeath(other)) << "never linked";
+    mServer->kill();
+    EXPECT_TRUE(eventually([&] { return linked->cookies == 78 && other->cookies == 9; }));
+    EXPECT_NE(gettid(), linked->thread);
+    EXPECT_TRUE(linked->sawItDead);
+    EXPECT_EQ(0u, unlinked->cookies);
+    EXPECT_FALSE(mProbe->linkToDeath(linked, 10)) << "too late";
 }
 
 }  // namespace

@@ -17,49 +17,33 @@ using android::hardware::hidl_memory;
 using android::hardware::hidl_string;
 using android::hardware::hidl_vec;
 using android::hardware::Return;
-using orva::test::V1_0::Held;
+using android::hidl::base::V1_0::IBase;
 using orva::test::V1_0::IProbe;
-using orva::test::V1_0::Part;
+using Part = IProbe::Part;
 
-// The object under test at either end; what it holds and notes is the process's, shared by all.
+// The object under test at either end.
 class Probe : public IProbe {
 public:
-    Probe();
-    ~Probe() override;
+    Probe() { ++sAlive; }
+    ~Probe() override { --sAlive; }
 
     Return<void> echo(const hidl_vec<Part>& parts, echo_cb answer) override;
+    Return<void> receive(const Part& part, receive_cb answer) override;
     Return<void> caller(const sp<IProbe>& inner, caller_cb answer) override;
-    Return<void> nest(const sp<IProbe>& other, int32_t depth, nest_cb answer) override;
     Return<void> hold(const sp<IProbe>& object) override;
-    Return<sp<IProbe>> held() override;
-    Return<sp<IProbe>> handBack() override;
-    Return<int32_t> callHeld() override;
-    Return<sp<IProbe>> make() override;
-    Return<bool> watch(int32_t value) override;
+    Return<sp<IProbe>> take() override;
+    Return<sp<IProbe>> make() override { return sp<IProbe>(new Probe); }
     Return<void> note(int32_t value) override;
     Return<void> notes(notes_cb answer) override;
-    Return<int32_t> stay() override;
-    Return<void> receive(const Part& part, receive_cb answer) override;
-    Return<void> give(uint32_t descriptors, give_cb answer) override;
     Return<void> resources(resources_cb answer) override;
 
-    static size_t alive() { return sAlive; }
-    // Safe in a signal handler, once a probe has been made.
-    static void openTheGate();
-    // Forgets what this process's probes hold and noted.
-    static void reset();
-
-private:
-    static std::atomic<size_t> sAlive;
+    static inline std::atomic<size_t> sAlive{0};
 };
 
-// What this process's runtime holds, and another's.
-Held resourcesHere();
-Held resourcesOf(const sp<IProbe>& probe);
+// What this process's runtime holds, the threads of its pool apart, which come as they are needed.
+std::string resourcesHere();
 
-// The descriptors of /dev/null that a handle has; owned by it.
-hidl_handle nullDevices(int count);
-// A part with so many in its handle and in its memory.
+// A part with so many descriptors of /dev/null in its handle and in its memory; owned by it.
 Part partOf(int descriptors, int inRegion);
 
 }  // namespace orva_test

@@ -37,30 +37,27 @@ bool logged(LogCapture& log, const std::string& text) {
 
 TEST_F(Services, ThatAreNotThereAreNullWithAReason) {
     LogCapture log;
-    EXPECT_EQ(nullptr, service().get());
+    EXPECT_EQ(nullptr, IProbe::getService().get());
     EXPECT_TRUE(logged(log, "no orva.test@1.0::IProbe/default in " + mFolder));
     for (const char* name : {"", "../other", "a/b", "a#b"}) {
-        EXPECT_EQ(nullptr, service(name).get()) << name;
+        EXPECT_EQ(nullptr, IProbe::getService(name).get()) << name;
         EXPECT_EQ(android::UNKNOWN_ERROR, (new Probe)->registerAsService(name)) << name;
     }
     EXPECT_TRUE(orva_platform::listServices().empty());
 }
 
-TEST_F(Services, AreServedByOneLivingProcess) {
-    PeerProcess first("serve", "default", "1");
-    {
-        LogCapture log;
-        const sp<Probe> probe = new Probe;
-        EXPECT_EQ(android::UNKNOWN_ERROR, probe->registerAsService());
-        EXPECT_TRUE(logged(log, "a living process serves it already"));
+TEST_F(Services, ComeBackToAClientThatNobodyToldOfTheirEnd) {
+    sp<IProbe> old;
+    for (int i = 0; i < 2; ++i) {
+        PeerProcess server("default", "1");
+        const sp<IProbe> fresh = IProbe::getService();
+        expectOk(fresh->ping());
+        EXPECT_TRUE(old == nullptr || old->ping().isDeadObject());
+        old = fresh;
+        server.kill();
+        EXPECT_EQ(nullptr, IProbe::getService().get());
     }
-    expectOk(service()->ping());
-    first.kill();
-    EXPECT_TRUE(std::filesystem::exists(path(fileOf("default")))) << "what a dead one leaves";
-    EXPECT_EQ(nullptr, service().get());
-    EXPECT_TRUE(orva_platform::listServices().empty());
-    PeerProcess second("serve", "default", "1");
-    expectOk(service()->ping());
+    EXPECT_EQ(0u, orva_platform::counts().threads) << "which would be told";
 }
 
 TEST_F(Services, StandInAFolderThatOthersCannotWriteTo) {
@@ -69,20 +66,20 @@ TEST_F(Services, StandInAFolderThatOthersCannotWriteTo) {
         const bool taken = (mode & 0022) == 0;
         chmod(mFolder.c_str(), mode);
         LogCapture log;
-        EXPECT_EQ(taken, (new Probe)->registerAsService() == android::OK);
-        EXPECT_EQ(taken, service() != nullptr);
+        const sp<IProbe> probe = new Probe;
+        EXPECT_EQ(taken, probe->registerAsService() == android::OK);
+        EXPECT_EQ(taken ? probe : nullptr, IProbe::getService()) << "in one process the object";
         EXPECT_EQ(!taken, logged(log, "is refused"));
         orva_platform::stop();
     }
-    const std::string missing = path("missing");
-    orva_platform::setServiceDirectory(missing);
+    std::filesystem::remove_all(mFolder);  // One that is missing is made.
     const mode_t before = umask(0);
     EXPECT_EQ(android::OK, (new Probe)->registerAsService());
     umask(before);
     struct stat info;
-    ASSERT_EQ(0, stat(missing.c_str(), &info));
+    ASSERT_EQ(0, stat(mFolder.c_str(), &info));
     EXPECT_EQ(0700u, info.st_mode & 0777);
-    ASSERT_EQ(0, stat((missing + "/" + fileOf("default")).c_str(), &info));
+    ASSERT_EQ(0, stat(socketOf().c_str(), &info));
     EXPECT_EQ(0600u, info.st_mode & 0777);
 }
 
@@ -109,7 +106,7 @@ TEST_F(Services, RefuseAnotherUser) {
         GTEST_SKIP() << "only root can become another user";
     }
     serve("1");
-    const std::string file = path(fileOf("default"));
+    const std::string file = socketOf();
     EXPECT_EQ(EACCES, connectAsNobody(file)) << "by the folder's mode";
     chmod(mFolder.c_str(), 0755);
     EXPECT_EQ(EACCES, connectAsNobody(file)) << "by the socket's mode";
@@ -118,30 +115,20 @@ TEST_F(Services, RefuseAnotherUser) {
     expectNothingLeft();
 }
 
-TEST_F(Services, FoundInTheirOwnProcessAreTheObjectsThemselves) {
-    const sp<IProbe> probe = new Probe;
-    ASSERT_EQ(android::OK, probe->registerAsService());
-    EXPECT_EQ(android::UNKNOWN_ERROR, (new Probe)->registerAsService()) << "served once";
-    EXPECT_EQ(probe, service());
-    orva_platform::stop();
-    EXPECT_EQ(nullptr, service().get());
-    ASSERT_EQ(android::OK, probe->registerAsService()) << "the runtime can be used again";
-    EXPECT_EQ(probe, service());
-}
-
 TEST_F(Services, EndThoughAClientNeverAnswers) {
     android::hardware::configureRpcThreadpool(2, false);
     android::hardware::ProcessState::self()->startThreadPool();
     const sp<IProbe> probe = new Probe;
     ASSERT_EQ(android::OK, probe->registerAsService());
-    PeerProcess stalled("hold", "default");
+    PeerProcess stalled;
     stalled.freeze();
-    const uint64_t before = resourcesHere().channels;
-    std::thread waiting([&] { EXPECT_EQ(android::DEAD_OBJECT, int32_t(probe->callHeld())); });
-    EXPECT_TRUE(eventually([&] { return resourcesHere().channels > before; }));
+    const sp<IProbe> held = probe->take();
+    const size_t before = orva_platform::counts().channels;
+    std::thread waiting([&] { EXPECT_TRUE(held->ping().isDeadObject()); });
+    EXPECT_TRUE(eventually([&] { return orva_platform::counts().channels > before; }));
     orva_platform::stop();
     waiting.join();
-    EXPECT_FALSE(std::filesystem::exists(path(fileOf("default"))));
+    EXPECT_FALSE(std::filesystem::exists(socketOf()));
 }
 
 }  // namespace

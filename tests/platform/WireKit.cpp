@@ -36,16 +36,14 @@ struct OneNumber : ObjectNumbers {
     void takeBackMention(const sp<IBinder>&) override {}
 };
 
+// The far end of a proxy: every call fails, and what it puts on the wire is kept where that is
+// asked.
 struct DeadObject : RemoteObject {
-    status_t transact(uint32_t, const Parcel&, Parcel*, uint32_t) override {
-        return android::DEAD_OBJECT;
-    }
-};
-
-// Lays out what it is called with, and fails.
-struct Recorder : RemoteObject {
-    explicit Recorder(WireMessage* message) : mMessage(message) {}
+    explicit DeadObject(WireMessage* message) : mMessage(message) {}
     status_t transact(uint32_t code, const Parcel& data, Parcel*, uint32_t flags) override {
+        if (mMessage == nullptr) {
+            return android::DEAD_OBJECT;
+        }
         OneNumber numbers;
         OutgoingMessage outgoing(MessageKind::kCall, numbers);
         outgoing.header.target = 1;
@@ -69,23 +67,15 @@ struct Recorder : RemoteObject {
 // The peer's objects are all dead, and it holds one of ours.
 struct Finder : ObjectFinder {
     explicit Finder(const sp<IBinder>& held) : mHeld(held) {}
-    sp<IBinder> remote(uint64_t) override { return new BpHwBinder(std::make_unique<DeadObject>()); }
+    sp<IBinder> remote(uint64_t) override { return deadProxy(nullptr); }
     sp<IBinder> local(uint64_t number) override { return number == 1 ? mHeld : nullptr; }
     const sp<IBinder> mHeld;
 };
 
 }  // namespace
 
-MessageHeader& WireMessage::header() {
-    return *reinterpret_cast<MessageHeader*>(bytes.data());
-}
-
-uint8_t* WireMessage::data() {
-    return bytes.data() + sizeof(MessageHeader);
-}
-
-uint64_t* WireMessage::offsets() {
-    return reinterpret_cast<uint64_t*>(data() + pad8(header().dataSize));
+sp<IBinder> deadProxy(WireMessage* message) {
+    return new BpHwBinder(std::make_unique<DeadObject>(message));
 }
 
 uint8_t* WireMessage::buffer(size_t index) {
@@ -95,12 +85,6 @@ uint8_t* WireMessage::buffer(size_t index) {
         at += object.hdr.type == BINDER_TYPE_PTR ? pad8(object.length) : 0;
     }
     return at;
-}
-
-WireMessage record(const std::function<void(const sp<IBinder>&)>& call) {
-    WireMessage message;
-    call(new BpHwBinder(std::make_unique<Recorder>(&message)));
-    return message;
 }
 
 SocketPair::SocketPair() {

@@ -5,7 +5,6 @@
 #pragma once
 
 #include <cstdint>
-#include <functional>
 #include <string>
 #include <vector>
 
@@ -17,14 +16,17 @@
 
 namespace orva_test {
 
+using android::hardware::socket::MessageHeader;
+using android::hardware::socket::pad8;
+
 // One message as it stands on the wire, to be looked at or damaged; of one packet.
 struct WireMessage {
     std::vector<uint8_t> bytes;
     std::vector<android::base::unique_fd> descriptors;
 
-    android::hardware::socket::MessageHeader& header();
-    uint8_t* data();
-    uint64_t* offsets();
+    MessageHeader& header() { return *reinterpret_cast<MessageHeader*>(bytes.data()); }
+    uint8_t* data() { return bytes.data() + sizeof(MessageHeader); }
+    uint64_t* offsets() { return reinterpret_cast<uint64_t*>(data() + pad8(header().dataSize)); }
     // The object of that number.
     template <typename T>
     T& object(size_t index) {
@@ -34,15 +36,16 @@ struct WireMessage {
     uint8_t* buffer(size_t index);
 };
 
-// What a call through a proxy for `binder` puts on the wire; the call itself fails.
-WireMessage record(const std::function<void(const android::sp<android::hardware::IBinder>&)>& call);
-// The same for a proxy of this class.
+// A proxy's calls fail; what the last one puts on the wire is kept if there is a place for it.
+android::sp<android::hardware::IBinder> deadProxy(WireMessage* message);
+
+// What a call through a proxy of this class puts on the wire.
 template <typename Proxy, typename Call>
 WireMessage recordOf(Call call) {
-    return record([&](const android::sp<android::hardware::IBinder>& binder) {
-        const android::sp<Proxy> proxy = new Proxy(binder);
-        call(*proxy).isOk();
-    });
+    WireMessage message;
+    const android::sp<Proxy> proxy = new Proxy(deadProxy(&message));
+    call(*proxy).isOk();
+    return message;
 }
 
 struct SocketPair {
