@@ -14,7 +14,6 @@ namespace orva::test {
 struct CaseTensor {
     // ONNX's type number: 1 float, 2 uint8.
     int elementType = 0;
-    std::vector<int64_t> dims;
     std::vector<uint8_t> bytes;
 };
 

@@ -4,10 +4,9 @@
  */
 #pragma once
 
-#include <chrono>
+#include <atomic>
 #include <condition_variable>
 #include <cstring>
-#include <future>
 #include <memory>
 #include <mutex>
 #include <string>
@@ -16,25 +15,14 @@
 #include <orva/AINeuralNetworkBuffer.h>
 #include <orva/AIServiceListener.h>
 
+#include "support/Eventually.h"
+
 namespace orva::test {
 
-// How long anything may take that should happen at once.
-constexpr std::chrono::seconds kWatchdog{30};
-
-// A flag that threads wait for.
-class Flag {
-public:
-    void Raise() {
-        std::call_once(once_, [this] { raised_.set_value(); });
-    }
-    // False when the watchdog bites.
-    bool Await() { return future_.wait_for(kWatchdog) == std::future_status::ready; }
-
-private:
-    std::once_flag once_;
-    std::promise<void> raised_;
-    const std::shared_future<void> future_{raised_.get_future()};
-};
+// Waits for another thread to set it. False when the watchdog bites.
+inline bool Await(const std::atomic<bool>& flag) {
+    return eventually([&] { return flag.load(); });
+}
 
 // A buffer tensor over memory of its own.
 class TestTensor : public AINeuralNetworkBuffer {
@@ -77,12 +65,11 @@ public:
     struct Completion {
         std::string tag;  // the context's parameter of that name
         int32_t result;
-        Tensors outputs;
     };
 
-    void OnProcessDone(const AIContext& context, int32_t result, const Tensors& outputs) override {
+    void OnProcessDone(const AIContext& context, int32_t result, const Tensors&) override {
         const std::lock_guard<std::mutex> lock(mutex_);
-        completions_.push_back({context.GetPara("tag"), result, outputs});
+        completions_.push_back({context.GetPara("tag"), result});
         changed_.notify_all();
     }
     void OnServiceDied() override {}

@@ -17,103 +17,51 @@ namespace orva::reference {
 namespace {
 
 using namespace std::chrono_literals;
-using test::Flag;
+using test::Await;
 
 // Holds the threads that run its tasks until it lets them go. Declared before the pool, which ends
 // first.
 struct Holder {
-    Executor::Task Task(Executor* blocking = nullptr) {
-        return [this, blocking] {
-            std::unique_ptr<BlockingScope> scope;
-            if (blocking != nullptr) {
-                scope = std::make_unique<BlockingScope>(*blocking);
-            }
-            started.Raise();
-            EXPECT_TRUE(release.Await());
-        };
+    void operator()() {
+        started = true;
+        EXPECT_TRUE(Await(release));
     }
-
-    Flag started;
-    Flag release;
+    std::atomic<bool> started{false}, release{false};
 };
 
 TEST(ThreadPool, ThreadsStandInForBlockedOnesAndLeaveAgain) {
     Holder holders[4];
     ThreadPool pool(1, 3);
     for (int i = 0; i < 3; ++i) {
-        ASSERT_TRUE(pool.Post(holders[i].Task(&pool)));
-        ASSERT_TRUE(holders[i].started.Await()) << i;
+        ASSERT_TRUE(pool.Post([&, i] {
+            const BlockingScope scope(pool);
+            holders[i]();
+        }));
+        ASSERT_TRUE(Await(holders[i].started)) << i;
     }
     // That was the last one it may have.
-    ASSERT_TRUE(pool.Post(holders[3].Task(&pool)));
+    ASSERT_TRUE(pool.Post(std::ref(holders[3])));
     EXPECT_EQ(3u, pool.Threads());
     for (Holder& holder : holders) {
-        holder.release.Raise();
+        holder.release = true;
     }
-    EXPECT_TRUE(holders[3].started.Await());
-    const auto end = std::chrono::steady_clock::now() + test::kWatchdog;
-    while (pool.Threads() != 1 && std::chrono::steady_clock::now() < end) {
-        std::this_thread::yield();
-    }
-    EXPECT_EQ(1u, pool.Threads());
+    EXPECT_TRUE(Await(holders[3].started));
+    EXPECT_TRUE(test::eventually([&] { return pool.Threads() == 1; }));
 }
 
 TEST(ThreadPool, ThreadsAtWorkAreNotStoodInFor) {
     Holder busy;
     std::atomic<bool> ran{false};
     ThreadPool pool(1, 3);
-    ASSERT_TRUE(pool.Post(busy.Task()));
-    ASSERT_TRUE(busy.started.Await());
+    ASSERT_TRUE(pool.Post(std::ref(busy)));
+    ASSERT_TRUE(Await(busy.started));
     ASSERT_TRUE(pool.Post([&] { ran = true; }));
     // Five times as long as the pool lets tasks wait for blocked threads.
     EXPECT_FALSE(pool.Shutdown(50ms));
     EXPECT_FALSE(ran);
-    busy.release.Raise();
+    busy.release = true;
     EXPECT_TRUE(pool.Shutdown(test::kWatchdog));
     EXPECT_TRUE(ran);
-}
-
-TEST(Strand, RunsOneTaskAtATimeInOrder) {
-    const auto pool = std::make_shared<ThreadPool>(4, 4);
-    struct Lane {
-        std::shared_ptr<Strand> strand;
-        std::atomic<int> inside{0};
-        std::vector<int> order;
-    };
-    std::deque<Lane> lanes(5);
-    for (Lane& lane : lanes) {
-        lane.strand = std::make_shared<Strand>(*pool);
-    }
-    for (int i = 0; i < 2000; ++i) {
-        for (Lane& lane : lanes) {
-            ASSERT_TRUE(lane.strand->Post([&lane, i] {
-                EXPECT_EQ(1, ++lane.inside);
-                lane.order.push_back(i);
-                --lane.inside;
-            }));
-        }
-    }
-    ASSERT_TRUE(pool->Shutdown(test::kWatchdog));
-    for (const Lane& lane : lanes) {
-        ASSERT_EQ(2000U, lane.order.size());
-        EXPECT_TRUE(std::is_sorted(lane.order.begin(), lane.order.end()));
-    }
-}
-
-TEST(Strand, OccupiesOneThreadAtMost) {
-    Holder holder;
-    Flag ran;
-    const auto pool = std::make_shared<ThreadPool>(2, 2);
-    const auto stuck = std::make_shared<Strand>(*pool);
-    const auto other = std::make_shared<Strand>(*pool);
-    ASSERT_TRUE(stuck->Post(holder.Task()));
-    for (int i = 0; i < 10; ++i) {
-        ASSERT_TRUE(stuck->Post([] {}));
-    }
-    ASSERT_TRUE(other->Post([&] { ran.Raise(); }));
-    EXPECT_TRUE(ran.Await());
-    holder.release.Raise();
-    EXPECT_TRUE(pool->Shutdown(test::kWatchdog));
 }
 
 TEST(Strand, KeepsItsWordThroughAShutdown) {

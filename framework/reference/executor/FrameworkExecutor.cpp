@@ -60,9 +60,6 @@ void UseExecutor(std::shared_ptr<Executor> executor) {
 void SetWorkerThreads(size_t count, size_t most) {
     Pool()->SetThreads(count, most);
 }
-size_t WorkerThreads() {
-    return Pool()->Threads();
-}
 bool Shutdown(std::chrono::nanoseconds patience) {
     return Pool()->Shutdown(patience);
 }

@@ -22,8 +22,6 @@ size_t ClientCount();
 // How many of the framework's threads run requests at a time, 4 at first. Threads that wait for a
 // client do not count; others stand in for them, up to `most` threads in all, 512 at first.
 void SetWorkerThreads(size_t count, size_t most = 512);
-// Threads of the framework alive now. They are started as requests need them.
-size_t WorkerThreads();
 
 // Ends the framework's threads for good: requests are refused from here on, those accepted before
 // run to their end, and the threads are joined. False when that is not done after `patience`, as
