@@ -5,9 +5,7 @@
 #include "debug/LiveTensors.h"
 
 #include <gtest/gtest.h>
-#include <unistd.h>
 
-#include <algorithm>
 #include <atomic>
 #include <cstring>
 #include <memory>
@@ -18,29 +16,6 @@
 
 namespace orva::hidl {
 namespace {
-
-TEST(LiveTensors, AreListedWhileTheyLive) {
-    TensorMark first;
-    {
-        TensorMark second, never;
-        first.Set("A", 1);
-        second.Set("B", 2);
-        first.Set("A", 3);
-        LiveTensors tensors = ListTensors();
-        ASSERT_EQ(2U, tensors.alive);
-        ASSERT_EQ(2U, tensors.listed.size());
-        std::sort(tensors.listed.begin(), tensors.listed.end(),
-                  [](const auto& left, const auto& right) { return left.bytes < right.bytes; });
-        EXPECT_STREQ("B", tensors.listed[0].type);
-        EXPECT_STREQ("A", tensors.listed[1].type);
-        EXPECT_EQ(3U, tensors.listed[1].bytes);
-        EXPECT_EQ(getpid(), tensors.listed[1].pid);
-        EXPECT_LE(0, tensors.listed[1].mappedFor);
-    }
-    EXPECT_EQ(1U, ListTensors().listed.size());
-    first.Clear();
-    EXPECT_EQ(0U, ListTensors().alive);
-}
 
 TEST(LiveTensors, VeryManyAreStillCounted) {
     constexpr size_t kMany = 10'000;
@@ -62,21 +37,20 @@ TEST(LiveTensors, AreReadWholeWhileOthersComeAndGo) {
     std::vector<std::thread> threads;
     for (size_t i = 0; i < 3; ++i) {
         threads.emplace_back([&ending, i] {
-            const char* const types[] = {"A", "BB", "CCC"};
             while (!ending) {
                 TensorMark mark;
-                mark.Set(types[i], strlen(types[i]));
+                mark.Set(&"CCC"[i], 3 - i);
             }
         });
     }
-    size_t seen = 0;
     bool whole = true;
+    size_t seen = 0;
     EXPECT_TRUE(test::eventually([&] {
         for (const LiveTensor& tensor : ListTensors().listed) {
             ++seen;
             whole = whole && strlen(tensor.type) == tensor.bytes;
         }
-        return seen >= 50 || !whole;
+        return seen >= 50;
     }));
     ending = true;
     for (std::thread& thread : threads) {
