@@ -9,6 +9,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <limits>
 #include <optional>
 
@@ -19,6 +20,10 @@
 namespace orva::hidl {
 
 namespace {
+
+// What all regions may take of the address space, so that some is left for everything else: a
+// peer's region can be as long as it says without having memory behind it.
+constexpr uint64_t kMostMapped = uint64_t{1} << 45;
 
 // How long a region really is. A memory file says so itself, the ashmem device when asked, a
 // dma-buf by its end. Whatever cannot say it (a pipe, a directory, some other device) counts as no
@@ -79,7 +84,9 @@ SharedMapping SharedMapping::MapReceived(const native_handle_t* handle, uint64_t
     }
     const int fd = handle->data[0];
     const std::optional<uint64_t> size = RegionSize(fd);
-    if (!size || length > *size) {
+    if (!size || length > *size ||
+        length > kMostMapped - std::min(kMostMapped, heldResources.mappedBytes.load(
+                                                             std::memory_order_relaxed))) {
         return {};
     }
     return MapOwn(fd, length);

@@ -27,9 +27,10 @@ public:
     static SharedMapping MapOwn(int fd, uint64_t length);
 
     // Maps `length` bytes of the region behind the first descriptor of a handle that a peer sent.
-    // No range on failure; that a handle has no descriptor, that the descriptor is no memory, and
-    // that the kernel knows the region to be shorter than `length` are failures, too. The peer can
-    // still change the bytes, so read what must stay the same just once.
+    // No range on failure; that a handle has no descriptor, that the descriptor is no memory, that
+    // the kernel knows the region to be shorter than `length`, and that too much of the address
+    // space would be mapped are failures, too. The peer can still change the bytes, so read what
+    // must stay the same just once.
     static SharedMapping MapReceived(const native_handle_t* handle, uint64_t length);
 
     explicit operator bool() const { return address_ != nullptr; }

@@ -22,12 +22,14 @@ namespace {
 
 std::atomic<size_t> replaced{0};
 struct sigaction previous;
+// /proc/self/maps, opened beforehand: there may be no descriptor left when it is needed.
+int maps = -1;
 
 // One line of /proc/self/maps: "start-end perms offset device inode path".
 struct MapsLine {
     uintptr_t start = 0;
     uintptr_t end = 0;
-    bool sharedMemoryFile = false;
+    bool shared = false;
 };
 
 const char* parseHex(const char* text, uintptr_t* value) {
@@ -46,29 +48,30 @@ MapsLine parseLine(const char* text) {
     MapsLine line;
     text = parseHex(text, &line.start);
     text = parseHex(text + 1, &line.end);
-    const bool shared = std::strlen(text) > 4 && text[4] == 's';
-    line.sharedMemoryFile = shared && std::strstr(text, " /memfd:") != nullptr;
+    line.shared = std::strlen(text) > 4 && text[4] == 's';
     return line;
 }
 
-// The mapping around an address, if it is of a memory file and shared; an empty range otherwise.
+// The mapping around an address, if it is shared; an empty range otherwise. Whatever a process
+// shares has come from a peer, be it a memory file or another one.
 MapsLine findRegion(uintptr_t address) {
-    const int maps = open("/proc/self/maps", O_RDONLY | O_CLOEXEC);
     char buffer[4096];
     size_t held = 0;
+    off_t offset = 0;
     MapsLine found;
-    while (maps >= 0) {
-        const ssize_t got = read(maps, buffer + held, sizeof buffer - 1 - held);
+    for (;;) {
+        const ssize_t got = pread(maps, buffer + held, sizeof buffer - 1 - held, offset);
         if (got <= 0) {
             break;
         }
         held += static_cast<size_t>(got);
+        offset += got;
         buffer[held] = '\0';
         char* start = buffer;
         while (char* newline = std::strchr(start, '\n')) {
             *newline = '\0';
             const MapsLine line = parseLine(start);
-            if (line.sharedMemoryFile && line.start <= address && address < line.end) {
+            if (line.shared && line.start <= address && address < line.end) {
                 found = line;
             }
             start = newline + 1;
@@ -78,9 +81,6 @@ MapsLine findRegion(uintptr_t address) {
         if (held == sizeof buffer - 1) {
             held = 0;  // A line this long is no memory file's.
         }
-    }
-    if (maps >= 0) {
-        close(maps);
     }
     return found;
 }
@@ -116,6 +116,7 @@ void onBusError(int, siginfo_t* info, void*) {
 
 void surviveShrunkenRegions() {
     static const bool installed = [] {
+        maps = open("/proc/self/maps", O_RDONLY | O_CLOEXEC);
         struct sigaction action = {};
         action.sa_sigaction = onBusError;
         action.sa_flags = SA_SIGINFO | SA_ONSTACK;

@@ -150,12 +150,13 @@ int main(int argc, char** argv) {
     __android_log_set_minimum_priority(options.logLevel);
     raiseDescriptorLimit();
     orva_platform::surviveShrunkenRegions();
-    for (const int signal : {SIGTERM, SIGINT}) {
-        std::signal(signal, [](int) { orva_platform::requestStop(); });
-    }
     std::signal(SIGPIPE, SIG_IGN);
     try {
         configure(options);
+        // Only now is there a pool to stop.
+        for (const int signal : {SIGTERM, SIGINT}) {
+            std::signal(signal, [](int) { orva_platform::requestStop(); });
+        }
         return serve(options);
     } catch (const std::exception& error) {
         fprintf(stderr, "orva-host: %s\n", error.what());

@@ -24,6 +24,10 @@ namespace orva::reference {
 template <class Listener>
 class RequestQueue : public std::enable_shared_from_this<RequestQueue<Listener>> {
 public:
+    // Each holds its tensors, and so descriptors and mappings of the process, until its client has
+    // heard of it; a client that asks faster than it listens must not come to hold them all.
+    static constexpr int kMostWaiting = 128;
+
     // The executor must outlive the posts.
     explicit RequestQueue(Executor& executor) : strand_(std::make_shared<Strand>(executor)) {}
 
@@ -43,16 +47,22 @@ public:
 
     bool HasListener() const { return listening_; }
 
-    // Takes a request; false when the framework has been shut down. There must be a listener.
-    // `run` runs the request and returns its result; what it throws becomes kNodeFailed.
+    // Takes a request; kNodeBusy or kNodeStopped when it cannot. There must be a listener. `run`
+    // runs the request and returns its result; what it throws becomes kNodeFailed.
     template <class Runner>
-    bool Post(Request request, Runner run) {
-        if (strand_->Post([self = this->shared_from_this(), request = std::move(request),
-                           run = std::move(run)]() mutable { self->Complete(request, run); })) {
-            return true;
+    int32_t Post(Request request, Runner run) {
+        Place place(*this);
+        if (place.number > kMostWaiting) {
+            ORVA_LOGE("a request while %d others wait", kMostWaiting);
+            return kNodeBusy;
         }
-        ORVA_LOGE("a request after the shutdown");
-        return false;
+        if (!strand_->Post([self = this->shared_from_this(), request = std::move(request),
+                            run = std::move(run)]() mutable { self->Complete(request, run); })) {
+            ORVA_LOGE("a request after the shutdown");
+            return kNodeStopped;
+        }
+        place.taken = true;
+        return kNodeOk;
     }
 
     // The owner has gone: nobody waits for what its requests would compute. Those that have not
@@ -60,6 +70,19 @@ public:
     void Close() { closed_ = true; }
 
 private:
+    // Among those that wait; given back unless it is taken.
+    struct Place {
+        explicit Place(RequestQueue& queue) : queue(queue), number(++queue.waiting_) {}
+        ~Place() {
+            if (!taken) {
+                --queue.waiting_;
+            }
+        }
+        RequestQueue& queue;
+        const int number;
+        bool taken = false;
+    };
+
     template <class Runner>
     void Complete(Request& request, const Runner& run) {
         const int32_t result =
@@ -71,9 +94,11 @@ private:
         }
         BlockingScope scope(strand_->executor());
         receiver->OnProcessDone(request.context, result, request.outputs);
+        --waiting_;
     }
 
     const std::shared_ptr<Strand> strand_;
+    std::atomic<int> waiting_{0};
     std::atomic<bool> closed_{false};
     std::atomic<bool> listening_{false};  // Once there is a listener, there always is one.
     Mutex mutex_;

@@ -128,9 +128,7 @@ bool ModelManager::Core::TakeBinding(const OnnxRunner& model, Request& request) 
 }
 
 int32_t ModelManager::Core::Post(const std::shared_ptr<OnnxRunner>& model, Request request) const {
-    return queue->Post(std::move(request), [model](Request& taken) { return model->Run(taken); })
-                   ? kNodeOk
-                   : kNodeStopped;
+    return queue->Post(std::move(request), [model](Request& taken) { return model->Run(taken); });
 }
 
 ModelManager::ModelManager(std::shared_ptr<Executor> executor)

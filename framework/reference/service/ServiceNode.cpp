@@ -66,9 +66,9 @@ int32_t ServiceNode::Process(AIContext& context,
     }
     return Guarded("request refused", [&]() -> int32_t {
         Request request{context, inputs, outputs, param};
-        const int32_t status = core_->handler->Check(request);
-        if (status != kNodeOk) {
-            return status;
+        const int32_t fits = core_->handler->Check(request);
+        if (fits != kNodeOk) {
+            return fits;
         }
         // Ends what it began, unless the request was taken: then Run() does.
         struct Begun {
@@ -81,9 +81,10 @@ int32_t ServiceNode::Process(AIContext& context,
             IdleTimer& timer;
             bool taken = false;
         } begun(*core_->timer);
-        begun.taken = core_->queue->Post(
+        const int32_t posted = core_->queue->Post(
                 std::move(request), [core = core_](Request& taken) { return core->Run(taken); });
-        return begun.taken ? kNodeOk : kNodeStopped;
+        begun.taken = posted == kNodeOk;
+        return posted;
     });
 }
 

@@ -31,6 +31,8 @@ const char* meaningOf(int32_t status) {
         return "the engine gave up";
     case reference::kNodeStopped:
         return "shut down meanwhile";
+    case reference::kNodeBusy:
+        return "too many requests wait already";
     default:
         return nullptr;
     }

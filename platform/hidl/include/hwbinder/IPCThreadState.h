@@ -26,16 +26,12 @@ public:
     // Serves calls on this thread until the process stops serving.
     void joinThreadPool(bool isMain = true);
 
-    // Whether the thread is serving a call from another process.
-    bool isServingCall() const { return mServing; }
-
 private:
     friend class ServingScope;
     IPCThreadState();
 
     pid_t mCallingPid;
     uid_t mCallingUid;
-    bool mServing = false;
 };
 
 }  // namespace hardware

@@ -6,18 +6,10 @@
 
 #include <unistd.h>
 
-#include "../socket/Channel.h"
 #include "../socket/Reactor.h"
-#include "ServingScope.h"
 
 namespace android {
 namespace hardware {
-
-namespace {
-
-thread_local const ServingScope* innermost = nullptr;
-
-}  // namespace
 
 IPCThreadState* IPCThreadState::self() {
     thread_local IPCThreadState state;
@@ -41,36 +33,6 @@ void IPCThreadState::restoreCallingIdentity(int64_t token) {
 
 void IPCThreadState::joinThreadPool(bool) {
     socket::Reactor::instance().join();
-}
-
-ServingScope::ServingScope(pid_t pid, uid_t uid, bool oneway, socket::Channel* channel)
-        : mOuter(innermost),
-          mDepth(mOuter == nullptr ? 1 : mOuter->mDepth + 1),
-          mChannel(oneway ? nullptr : channel),
-          mOuterPid(IPCThreadState::self()->mCallingPid),
-          mOuterUid(IPCThreadState::self()->mCallingUid) {
-    IPCThreadState* state = IPCThreadState::self();
-    state->mCallingPid = oneway ? 0 : pid;
-    state->mCallingUid = uid;
-    state->mServing = true;
-    innermost = this;
-}
-
-ServingScope::~ServingScope() {
-    IPCThreadState* state = IPCThreadState::self();
-    state->mCallingPid = mOuterPid;
-    state->mCallingUid = mOuterUid;
-    state->mServing = mOuter != nullptr;
-    innermost = mOuter;
-}
-
-socket::Channel* ServingScope::channelTo(const socket::Link& link) {
-    for (const ServingScope* scope = innermost; scope != nullptr; scope = scope->mOuter) {
-        if (scope->mChannel != nullptr && &scope->mChannel->link() == &link) {
-            return scope->mChannel;
-        }
-    }
-    return nullptr;
 }
 
 }  // namespace hardware

@@ -26,6 +26,10 @@ public:
     // How many calls this thread serves, this one included.
     int depth() const { return mDepth; }
 
+    // The call is answered: its caller waits for this thread no longer, and calls back to it go as
+    // any others do.
+    void callerGoesOn() { mChannel = nullptr; }
+
     // The channel on whose far end a thread of the link's peer waits for this thread; null when
     // there is none.
     static socket::Channel* channelTo(const socket::Link& link);
@@ -33,7 +37,7 @@ public:
 private:
     const ServingScope* const mOuter;
     const int mDepth;
-    socket::Channel* const mChannel;  // Null for a oneway call: nobody waits.
+    socket::Channel* mChannel;  // Null when nobody waits, as for a oneway call.
     const pid_t mOuterPid;
     const uid_t mOuterUid;
 };

@@ -70,14 +70,14 @@ void Channel::lost(Io why) {
     }
 }
 
-Io Channel::receive(std::unique_ptr<ReceivedMessage>* message) {
+Io Channel::receive(std::unique_ptr<ReceivedMessage>* message, const Deadline& deadline) {
     if (mRole == Role::kCaller) {
         return ReceivedMessage::receive(mSocket, Wait::kInKernel, message);
     }
     // The peer made this socket and may still share it: it must not decide how long we wait, nor
     // take away what we were told is there.
     for (;;) {
-        const Io ready = waitReadable(mSocket, mLink.replyLimit());
+        const Io ready = waitReadable(mSocket, deadline);
         if (ready != Io::kDone) {
             return ready;
         }
@@ -90,6 +90,8 @@ Io Channel::receive(std::unique_ptr<ReceivedMessage>* message) {
 
 status_t Channel::transact(uint64_t target, uint32_t code, const Parcel& data, Parcel* reply,
                            uint32_t flags) {
+    const bool oneway = (flags & IBinder::FLAG_ONEWAY) != 0;
+    const Deadline deadline(oneway ? kOnewaySendLimit : mLink.replyLimit());
     {
         OutgoingMessage call(MessageKind::kCall, mLink);
         call.header.target = target;
@@ -99,8 +101,7 @@ status_t Channel::transact(uint64_t target, uint32_t code, const Parcel& data, P
         if (packed != NO_ERROR) {
             return packed;
         }
-        const bool oneway = (flags & IBinder::FLAG_ONEWAY) != 0;
-        const Io sent = call.send(mSocket, oneway ? kOnewaySendLimit : mLink.replyLimit());
+        const Io sent = call.send(mSocket, deadline);
         if (sent == Io::kBroken) {
             return FAILED_TRANSACTION;  // Nothing of it went out: the channel is as it was.
         }
@@ -109,21 +110,29 @@ status_t Channel::transact(uint64_t target, uint32_t code, const Parcel& data, P
             return DEAD_OBJECT;
         }
     }
-    if ((flags & IBinder::FLAG_ONEWAY) != 0) {
+    if (oneway) {
         return NO_ERROR;
     }
     for (;;) {
         std::unique_ptr<ReceivedMessage> message;
-        const Io io = receive(&message);
+        const Io io = receive(&message, deadline);
         if (io != Io::kDone) {
             lost(io);
             return DEAD_OBJECT;
         }
         if (message->header().kind == MessageKind::kCall) {
+            // No peer puts its answer off for ever by calling instead.
+            if (deadline.over()) {
+                lost(Io::kTimeout);
+                return DEAD_OBJECT;
+            }
             if (!serve(std::move(message))) {
                 return DEAD_OBJECT;
             }
             continue;
+        }
+        if (message->header().kind == MessageKind::kReply && message->isIncomplete()) {
+            return FAILED_TRANSACTION;
         }
         if (message->header().kind != MessageKind::kReply || !message->resolve(mLink)) {
             lost(Io::kBroken);
@@ -138,6 +147,12 @@ status_t Channel::transact(uint64_t target, uint32_t code, const Parcel& data, P
 }
 
 bool Channel::serve(std::unique_ptr<ReceivedMessage> call) {
+    if (call->header().kind == MessageKind::kCall && call->isIncomplete()) {
+        if ((call->header().flags & IBinder::FLAG_ONEWAY) == 0) {
+            sendStatus(FAILED_TRANSACTION);
+        }
+        return mUsable;
+    }
     if (call->header().kind != MessageKind::kCall || !call->resolve(mLink)) {
         lost(Io::kBroken);
         return false;
@@ -149,7 +164,7 @@ bool Channel::serve(std::unique_ptr<ReceivedMessage> call) {
 void Channel::dispatch(std::unique_ptr<ReceivedMessage> call) {
     const MessageHeader header = call->header();
     const bool oneway = (header.flags & IBinder::FLAG_ONEWAY) != 0;
-    const ServingScope scope(mLink.peer().pid, mLink.peer().uid, oneway, this);
+    ServingScope scope(mLink.peer().pid, mLink.peer().uid, oneway, this);
     if (scope.depth() > kMaxNesting) {
         ALOGE("process %d nests more than %d calls in one another", mLink.peer().pid, kMaxNesting);
         sendStatus(FAILED_TRANSACTION);
@@ -169,6 +184,7 @@ void Channel::dispatch(std::unique_ptr<ReceivedMessage> call) {
                 if (sent != NO_ERROR) {
                     sendStatus(sent);
                 }
+                scope.callerGoesOn();
             }
         });
     } else {

@@ -51,7 +51,7 @@ public:
     bool usable() const { return mUsable; }
 
 private:
-    Io receive(std::unique_ptr<ReceivedMessage>* message);
+    Io receive(std::unique_ptr<ReceivedMessage>* message, const Deadline& deadline);
     void dispatch(std::unique_ptr<ReceivedMessage> call);
     status_t sendReply(const Parcel& reply);
     void sendStatus(status_t status);

@@ -105,10 +105,10 @@ bool isChannelOf(const base::unique_fd& socket, const Link::Peer& peer) {
 }  // namespace
 
 Link::Link(base::unique_fd socket, Peer peer, sp<BHwBinder> root)
-        : mSocket(std::move(socket)),
-          mPeer(peer),
+        : mPeer(peer),
           mReplyLimit(transportSettings().replyLimit()),
-          mRoot(std::move(root)) {
+          mRoot(std::move(root)),
+          mSocket(std::make_shared<const base::unique_fd>(std::move(socket))) {
     ++runtimeCounts().links;
 }
 
@@ -132,13 +132,19 @@ std::shared_ptr<Link> Link::connect(base::unique_fd socket, Peer peer) {
     return accept(std::move(socket), peer, nullptr);
 }
 
+Link::Socket Link::socket() const {
+    Mutex::Autolock lock(mLock);
+    return mSocket;
+}
+
 bool Link::start() {
     if (!AllLinks::instance().add(shared_from_this())) {
         return false;
     }
+    const Socket socket = this->socket();
     mToken = Reactor::instance().add(shared_from_this());
-    if (!Reactor::instance().arm(mToken, mSocket)) {
-        Reactor::instance().remove(mToken, mSocket);
+    if (!Reactor::instance().arm(mToken, *socket)) {
+        Reactor::instance().remove(mToken, *socket);
         return false;
     }
     return true;
@@ -148,10 +154,14 @@ bool Link::start() {
 
 void Link::ready() {
     // One message at a time, so that no peer keeps the thread from the others.
+    const Socket socket = this->socket();
+    if (socket == nullptr) {
+        return;
+    }
     std::unique_ptr<ReceivedMessage> message;
-    const Io io = ReceivedMessage::receive(mSocket, Wait::kNo, &message);
+    const Io io = ReceivedMessage::receive(*socket, Wait::kNo, &message);
     if (io == Io::kEmpty || (io == Io::kDone && handle(std::move(message)))) {
-        Reactor::instance().rearm(mToken, mSocket);
+        Reactor::instance().rearm(mToken, *socket);
         return;
     }
     if (io != Io::kClosed) {
@@ -163,6 +173,9 @@ void Link::ready() {
 bool Link::handle(std::unique_ptr<ReceivedMessage> message) {
     switch (message->header().kind) {
     case MessageKind::kOpenChannel:
+        if (message->isIncomplete()) {
+            return true;  // Its calls find it closed.
+        }
         return adoptChannel(message->takeDescriptor());
     case MessageKind::kRelease: {
         sp<BHwBinder> last;
@@ -219,16 +232,20 @@ void Link::forget(ServerChannel& channel) {
 
 void Link::cut(const char* reason) {
     ALOGE("process %d is cut off: %s", mPeer.pid, reason);
-    // The link's own event does the rest, on a thread of the pool: the caller may hold locks that
-    // death recipients need.
-    ::shutdown(mSocket, SHUT_RDWR);
+    Socket socket;
     {
         Mutex::Autolock lock(mLock);
+        socket = mSocket;
         for (Channel* channel : mChannels) {
             channel->shutDown();
         }
     }
-    Reactor::instance().rearm(mToken, mSocket);
+    // The link's own event does the rest, on a thread of the pool: the caller may hold locks that
+    // death recipients need.
+    if (socket != nullptr) {
+        ::shutdown(*socket, SHUT_RDWR);
+        Reactor::instance().rearm(mToken, *socket);
+    }
 }
 
 void Link::close() {
@@ -236,6 +253,7 @@ void Link::close() {
 }
 
 void Link::end(End why) {
+    Socket socket;
     std::vector<std::shared_ptr<ServerChannel>> serverChannels;
     std::vector<std::unique_ptr<Channel>> idleChannels;
     std::vector<sp<BHwBinder>> exports;
@@ -248,6 +266,7 @@ void Link::end(End why) {
             return;
         }
         mAlive = false;
+        socket = std::move(mSocket);
         serverChannels.swap(mServerChannels);
         idleChannels.swap(mIdleChannels);
         for (Channel* channel : mChannels) {
@@ -264,8 +283,9 @@ void Link::end(End why) {
         }
         mChannelReturned.broadcast();
     }
-    ::shutdown(mSocket, SHUT_RDWR);
-    Reactor::instance().remove(mToken, mSocket);
+    ::shutdown(*socket, SHUT_RDWR);
+    Reactor::instance().remove(mToken, *socket);
+    AllLinks::instance().remove(this);
     for (const auto& channel : serverChannels) {
         channel->close();
     }
@@ -283,7 +303,11 @@ sp<IBinder> Link::root() {
 }
 
 bool Link::connected() const {
-    pollfd entry = {mSocket, POLLRDHUP, 0};
+    const Socket socket = this->socket();
+    if (socket == nullptr) {
+        return false;
+    }
+    pollfd entry = {*socket, POLLRDHUP, 0};
     return poll(&entry, 1, 0) == 0;
 }
 
@@ -310,7 +334,7 @@ sp<IBinder> Link::remote(uint64_t number) {
 }
 
 void Link::release(PeerObject& object) {
-    bool alive;
+    Socket socket;
     {
         Mutex::Autolock lock(mLock);
         const auto it = mProxies.find(object.number());
@@ -318,14 +342,14 @@ void Link::release(PeerObject& object) {
         if (it != mProxies.end() && it->second.object == &object) {
             mProxies.erase(it);
         }
-        alive = mAlive;
+        socket = mSocket;
     }
-    if (alive && object.number() != kRoot) {
+    if (socket != nullptr && object.number() != kRoot) {
         OutgoingMessage message(MessageKind::kRelease, *this);
         message.header.target = object.number();
         message.header.code = object.receptions;
         message.header.flags = object.mentions;
-        if (message.send(mSocket, kLinkSendLimit) == Io::kTimeout) {
+        if (message.send(*socket, kLinkSendLimit) == Io::kTimeout) {
             cut("it does not read what it is sent");
         }
     }
@@ -386,7 +410,7 @@ status_t Link::transact(uint64_t target, uint32_t code, const Parcel& data, Parc
     }
     std::unique_ptr<Channel> channel = acquireChannel();
     if (channel == nullptr) {
-        return DEAD_OBJECT;
+        return connected() ? FAILED_TRANSACTION : DEAD_OBJECT;
     }
     const status_t status = channel->transact(target, code, data, reply, flags);
     returnChannel(std::move(channel));
@@ -436,7 +460,8 @@ std::unique_ptr<Channel> Link::openChannel() {
     const base::unique_fd theirs(ends[1]);
     OutgoingMessage message(MessageKind::kOpenChannel, *this);
     message.lend(theirs);
-    if (message.send(mSocket, kLinkSendLimit) != Io::kDone) {
+    const Socket socket = this->socket();
+    if (socket == nullptr || message.send(*socket, kLinkSendLimit) != Io::kDone) {
         return nullptr;
     }
     auto channel = std::make_unique<Channel>(std::move(ours), *this, Channel::Role::kCaller);
@@ -453,7 +478,10 @@ status_t Link::transactOneway(uint64_t target, uint32_t code, const Parcel& data
     if (mOnewayChannel == nullptr) {
         mOnewayChannel = openChannel();
     }
-    if (mOnewayChannel == nullptr || !mOnewayChannel->usable()) {
+    if (mOnewayChannel == nullptr) {
+        return connected() ? FAILED_TRANSACTION : DEAD_OBJECT;
+    }
+    if (!mOnewayChannel->usable()) {
         return DEAD_OBJECT;
     }
     return mOnewayChannel->transact(target, code, data, nullptr, flags);

@@ -95,6 +95,10 @@ private:
         PeerObject* object;
     };
 
+    using Socket = std::shared_ptr<const base::unique_fd>;
+
+    // Null once the link has ended. Whoever has it keeps it open.
+    Socket socket() const;
     bool start();
     enum class End { kPeerDied, kClosed, kClosedIfIdle };
     void end(End why);
@@ -106,13 +110,14 @@ private:
     void returnChannel(std::unique_ptr<Channel> channel);
     status_t transactOneway(uint64_t target, uint32_t code, const Parcel& data, uint32_t flags);
 
-    const base::unique_fd mSocket;
     const Peer mPeer;
     const TimeLimit mReplyLimit;
     const sp<BHwBinder> mRoot;
     std::atomic<uint64_t> mToken{0};
 
-    Mutex mLock;
+    mutable Mutex mLock;
+    // Let go of with the link's end, however long objects of the peer's are held after it.
+    Socket mSocket GUARDED_BY(mLock);
     bool mAlive GUARDED_BY(mLock) = true;
     ExportTable mExports GUARDED_BY(mLock);
     std::unordered_map<uint64_t, Proxy> mProxies GUARDED_BY(mLock);

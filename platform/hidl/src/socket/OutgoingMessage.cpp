@@ -61,13 +61,6 @@ void OutgoingMessage::lend(int descriptor) {
 
 namespace {
 
-template <typename T>
-T objectAt(const uint8_t* data, uint64_t offset) {
-    T object;
-    std::memcpy(&object, data + offset, sizeof object);
-    return object;
-}
-
 uint32_t typeAt(const uint8_t* data, uint64_t offset) {
     return objectAt<binder_object_header>(data, offset).type;
 }
@@ -193,14 +186,14 @@ status_t OutgoingMessage::pack(const Parcel& parcel) {
     return NO_ERROR;
 }
 
-Io OutgoingMessage::send(int socket, TimeLimit limit) {
+Io OutgoingMessage::send(int socket, const Deadline& deadline) {
     std::vector<uint8_t>& bytes = mScratch->bytes;
     std::memcpy(bytes.data(), &header, sizeof header);
     size_t descriptors = mScratch->descriptors.size();
     for (size_t sent = 0; sent < bytes.size();) {
         const size_t part = std::min(kPacketSize, bytes.size() - sent);
         const Io io = sendPacket(socket, bytes.data() + sent, part, mScratch->descriptors.data(),
-                                 descriptors, limit);
+                                 descriptors, deadline);
         if (io != Io::kDone) {
             // A message that ends in its middle leaves nothing to go on with.
             return sent > 0 && io == Io::kBroken ? Io::kTimeout : io;

@@ -54,7 +54,7 @@ public:
     void lend(int descriptor);
 
     // After kDone, the peer has the message's objects.
-    Io send(int socket, TimeLimit limit);
+    Io send(int socket, const Deadline& deadline);
 
 private:
     struct Scratch;

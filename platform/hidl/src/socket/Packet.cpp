@@ -6,7 +6,9 @@
 
 #include "Packet.h"
 
+#include <algorithm>
 #include <cerrno>
+#include <climits>
 #include <cstring>
 
 #include <poll.h>
@@ -23,17 +25,10 @@ namespace socket {
 
 namespace {
 
-Io waitFor(int socket, short events, TimeLimit limit) {
-    const auto deadline = std::chrono::steady_clock::now() + limit;
+Io waitFor(int socket, short events, const Deadline& deadline) {
     for (;;) {
-        int timeout = -1;
-        if (limit.count() > 0) {
-            const auto left = std::chrono::ceil<std::chrono::milliseconds>(
-                    deadline - std::chrono::steady_clock::now());
-            timeout = static_cast<int>(std::max<int64_t>(left.count(), 0));
-        }
         pollfd entry = {socket, events, 0};
-        const int ready = poll(&entry, 1, timeout);
+        const int ready = poll(&entry, 1, deadline.left());
         if (ready > 0) {
             return Io::kDone;
         }
@@ -48,12 +43,25 @@ Io waitFor(int socket, short events, TimeLimit limit) {
 
 }  // namespace
 
-Io waitReadable(int socket, TimeLimit limit) {
-    return waitFor(socket, POLLIN, limit);
+int Deadline::left() const {
+    using Clock = std::chrono::steady_clock;
+    if (mLimit.count() == 0) {
+        return -1;
+    }
+    const Clock::time_point now = Clock::now();
+    if (mEnd == Clock::time_point()) {
+        mEnd = now + mLimit;
+    }
+    const auto left = std::chrono::ceil<std::chrono::milliseconds>(mEnd - now);
+    return static_cast<int>(std::clamp<int64_t>(left.count(), 0, INT_MAX));
+}
+
+Io waitReadable(int socket, const Deadline& deadline) {
+    return waitFor(socket, POLLIN, deadline);
 }
 
 Io sendPacket(int socket, const void* bytes, size_t size, const int* descriptors,
-              size_t descriptorCount, TimeLimit limit) {
+              size_t descriptorCount, const Deadline& deadline) {
     iovec part = {const_cast<void*>(bytes), size};
     msghdr message = {};
     message.msg_iov = &part;
@@ -77,7 +85,7 @@ Io sendPacket(int socket, const void* bytes, size_t size, const int* descriptors
         case EINTR:
             break;
         case EAGAIN: {
-            const Io room = waitFor(socket, POLLOUT, limit);
+            const Io room = waitFor(socket, POLLOUT, deadline);
             if (room != Io::kDone) {
                 return room;
             }
@@ -144,10 +152,10 @@ Io receivePacket(int socket, void* bytes, size_t capacity, size_t* size,
     }
     if ((message.msg_flags & MSG_CTRUNC) != 0) {
         ALOGE("descriptors were lost: more came than this process may have open");
-        return Io::kBroken;
+        descriptors->clear();
     }
     *size = static_cast<size_t>(received);
-    return Io::kDone;
+    return (message.msg_flags & MSG_CTRUNC) != 0 ? Io::kLost : Io::kDone;
 }
 
 }  // namespace socket

@@ -21,14 +21,31 @@ enum class Io {
     kTimeout,  // The peer took longer than it may.
     kClosed,   // The peer has gone.
     kBroken,   // What came or was to go cannot be used; logged.
+    kLost,     // A packet came without its descriptors: this process may open no more; logged.
 };
 
 // Who waits how long for a peer; zero is for ever.
 using TimeLimit = std::chrono::milliseconds;
 
-// Sends one packet with descriptors, waiting at most `limit` for room.
+// The end of all the waiting for one thing, however often there is something to wait for. It begins
+// to run when first asked, so that whoever need not wait does not look at the clock.
+class Deadline {
+public:
+    template <typename Rep, typename Period>
+    Deadline(std::chrono::duration<Rep, Period> limit) : mLimit(limit) {}
+
+    // For poll(): milliseconds; 0 when it is over, -1 for ever.
+    int left() const;
+    bool over() const { return left() == 0; }
+
+private:
+    const TimeLimit mLimit;
+    mutable std::chrono::steady_clock::time_point mEnd;
+};
+
+// Sends one packet with descriptors, waiting for room until the deadline.
 Io sendPacket(int socket, const void* bytes, size_t size, const int* descriptors,
-              size_t descriptorCount, TimeLimit limit);
+              size_t descriptorCount, const Deadline& deadline);
 
 // Receives one packet and adopts its descriptors. `size` becomes its length.
 enum class Wait {
@@ -39,7 +56,7 @@ Io receivePacket(int socket, void* bytes, size_t capacity, size_t* size,
                  std::vector<base::unique_fd>* descriptors, Wait wait);
 
 // Waits until a packet is there, or the peer has gone.
-Io waitReadable(int socket, TimeLimit limit);
+Io waitReadable(int socket, const Deadline& deadline);
 
 }  // namespace socket
 }  // namespace hardware

@@ -9,6 +9,7 @@
 #include <algorithm>
 #include <cstddef>
 #include <cstring>
+#include <new>
 #include <utility>
 
 #include <linux/android/binder.h>
@@ -24,13 +25,6 @@ namespace {
 
 // How long the rest of a message may take that has begun.
 constexpr TimeLimit kRestLimit{2000};
-
-template <typename T>
-T objectAt(const uint8_t* data, uint64_t offset) {
-    T object;
-    std::memcpy(&object, data + offset, sizeof object);
-    return object;
-}
 
 size_t objectSize(uint32_t type) {
     switch (type) {
@@ -171,9 +165,10 @@ Io ReceivedMessage::receive(int socket, Wait wait, std::unique_ptr<ReceivedMessa
     size_t received;
     const Io io = receivePacket(socket, incoming->mBytes, kPacketSize, &received,
                                 &incoming->mStorage->descriptors, wait);
-    if (io != Io::kDone) {
+    if (io != Io::kDone && io != Io::kLost) {
         return io;
     }
+    incoming->mIncomplete = io == Io::kLost;
     const char* fault = incoming->checkHeader(received);
     if (fault == nullptr && incoming->mTotal > received) {
         const Io rest = incoming->receiveRest(socket, received);
@@ -181,7 +176,7 @@ Io ReceivedMessage::receive(int socket, Wait wait, std::unique_ptr<ReceivedMessa
             return rest;
         }
     }
-    if (fault == nullptr) {
+    if (fault == nullptr && !incoming->mIncomplete) {
         fault = incoming->fixObjects();
     }
     if (fault != nullptr) {
@@ -207,13 +202,16 @@ Io ReceivedMessage::check(const uint8_t* bytes, size_t size,
 }
 
 Io ReceivedMessage::receiveRest(int socket, size_t received) {
-    mWhole.reset(new uint8_t[mTotal]);
+    mWhole.reset(new (std::nothrow) uint8_t[mTotal]);
+    if (mWhole == nullptr) {
+        ALOGE("no memory for a message of %zu bytes", mTotal);
+        return Io::kBroken;
+    }
     mBytes = mWhole.get();
     std::memcpy(mBytes, mStorage->packet, received);
-    const auto deadline = std::chrono::steady_clock::now() + kRestLimit;
+    const Deadline deadline(kRestLimit);
     while (received < mTotal) {
-        const auto left = std::chrono::ceil<TimeLimit>(deadline - std::chrono::steady_clock::now());
-        const Io ready = left.count() <= 0 ? Io::kTimeout : waitReadable(socket, left);
+        const Io ready = deadline.over() ? Io::kTimeout : waitReadable(socket, deadline);
         if (ready != Io::kDone) {
             ALOGE("a message's rest did not follow: %zu of %zu bytes came", received, mTotal);
             return ready;
@@ -226,10 +224,10 @@ Io ReceivedMessage::receiveRest(int socket, size_t received) {
         if (io == Io::kEmpty) {
             continue;
         }
-        if (io != Io::kDone) {
+        if (io != Io::kDone && io != Io::kLost) {
             return io;
         }
-        if (!stray.empty()) {
+        if (!stray.empty() || io == Io::kLost) {
             ALOGE("malformed message: descriptors behind its first packet");
             return Io::kBroken;
         }
@@ -246,7 +244,7 @@ const char* ReceivedMessage::checkHeader(size_t received) {
     if (mHeader.magic != kMagic) {
         return "not of this protocol";
     }
-    if (mHeader.descriptors != mStorage->descriptors.size()) {
+    if (!mIncomplete && mHeader.descriptors != mStorage->descriptors.size()) {
         return "other descriptors than announced";
     }
     if (mHeader.dataSize % 4 != 0 || mHeader.dataSize > kMaxMessageSize) {

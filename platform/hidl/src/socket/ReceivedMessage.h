@@ -47,6 +47,10 @@ public:
 
     const MessageHeader& header() const { return mHeader; }
 
+    // Whether the descriptors that belong to it could not be received. Nothing else of it is usable
+    // then but its header.
+    bool isIncomplete() const { return mIncomplete; }
+
     // Replaces the objects' numbers by binders. False when one is not to be found.
     bool resolve(ObjectFinder& finder);
 
@@ -75,6 +79,7 @@ private:
     std::unique_ptr<uint8_t[]> mWhole;  // Of a message that is larger than a packet.
     uint8_t* mBytes;                    // In whichever of them the message is.
     bool mNamesObjects = false;
+    bool mIncomplete = false;
 };
 
 }  // namespace socket

@@ -56,14 +56,14 @@ status_t ServiceDirectory::add(const std::vector<std::string>& interfaces,
         }
         made.push_back({binder,
                         std::make_shared<ServiceSocket>(std::move(listener), binder->localBinder()),
-                        path, file});
+                        path, file, folder.inodeOf(file)});
     }
     for (size_t i = 0; status == NO_ERROR && i < made.size(); ++i) {
         status = made[i].socket->open();
     }
     if (status != NO_ERROR) {
         for (const Served& served : made) {
-            folder.remove(served.file);
+            folder.remove(served.file, served.inode);
             served.socket->close();
         }
         return status;
@@ -79,18 +79,13 @@ sp<IBinder> ServiceDirectory::get(const std::string& interface, const std::strin
     const std::string path = socket::transportSettings().directory();
     const std::string file = ServiceFolder::fileOf(interface, instance);
     const std::string key = path + "/" + file;
-    Mutex::Autolock lock(mLock);
-    const auto served = mServed.find(key);
-    if (served != mServed.end()) {
-        return served->second.binder;
-    }
-    const auto linked = mLinks.find(key);
-    const auto known = linked == mLinks.end() ? nullptr : linked->second.lock();
-    if (known != nullptr && known->connected()) {
-        if (sp<IBinder> root = known->root()) {
-            return root;
+    {
+        Mutex::Autolock lock(mLock);
+        if (sp<IBinder> binder = known(key)) {
+            return binder;
         }
     }
+    // Without the lock: a server that is there and does not accept must not hold up the others.
     ServiceFolder folder;
     base::unique_fd connection;
     Link::Peer peer;
@@ -107,8 +102,26 @@ sp<IBinder> ServiceDirectory::get(const std::string& interface, const std::strin
         return nullptr;
     }
     const auto link = Link::connect(std::move(connection), peer);
+    if (link == nullptr) {
+        return nullptr;
+    }
+    Mutex::Autolock lock(mLock);
+    if (sp<IBinder> binder = known(key)) {
+        link->close();  // Another thread was faster.
+        return binder;
+    }
     mLinks[key] = link;
-    return link == nullptr ? nullptr : link->root();
+    return link->root();
+}
+
+sp<IBinder> ServiceDirectory::known(const std::string& key) {
+    const auto served = mServed.find(key);
+    if (served != mServed.end()) {
+        return served->second.binder;
+    }
+    const auto linked = mLinks.find(key);
+    const auto link = linked == mLinks.end() ? nullptr : linked->second.lock();
+    return link != nullptr && link->connected() ? link->root() : nullptr;
 }
 
 std::vector<orva_platform::ServiceEntry> ServiceDirectory::list() {
@@ -142,7 +155,7 @@ void ServiceDirectory::clear() {
     for (const auto& entry : served) {
         ServiceFolder folder;
         if (folder.open(entry.second.folder) == NO_ERROR) {
-            folder.remove(entry.second.file);
+            folder.remove(entry.second.file, entry.second.inode);
         }
         entry.second.socket->close();
     }

@@ -46,7 +46,11 @@ private:
         std::shared_ptr<socket::ServiceSocket> socket;
         std::string folder;
         std::string file;
+        ino_t inode;
     };
+
+    // What is known already to be served under a name; null when a connection must tell.
+    sp<IBinder> known(const std::string& key) REQUIRES(mLock);
 
     Mutex mLock;
     // Both by path, folder and file.

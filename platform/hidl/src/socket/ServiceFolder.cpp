@@ -12,6 +12,7 @@
 
 #include <dirent.h>
 #include <fcntl.h>
+#include <poll.h>
 #include <sys/file.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
@@ -19,6 +20,8 @@
 #include <unistd.h>
 
 #include <log/log.h>
+
+#include "Packet.h"
 
 namespace android {
 namespace hardware {
@@ -29,6 +32,8 @@ namespace {
 constexpr char kSeparator = '#';
 constexpr char kLockFile[] = ".lock";
 constexpr timeval kConnectLimit = {5, 0};
+constexpr TimeLimit kLockLimit{5000};
+constexpr int kLockPauseMs = 5;
 
 // The folder may lie deeper than a socket's address is long, so files are named through it.
 bool addressOf(int folder, const std::string& file, sockaddr_un* address) {
@@ -85,10 +90,14 @@ bool ServiceFolder::nameOf(const std::string& file, std::string* interface, std:
 
 base::unique_fd ServiceFolder::lock() const {
     base::unique_fd lock(openat(mFolder, kLockFile, O_RDWR | O_CREAT | O_CLOEXEC, 0600));
-    int locked;
-    do {
-        locked = flock(lock, LOCK_EX);
-    } while (locked != 0 && errno == EINTR);
+    // Whoever holds it is done in no time, or does not mean to be.
+    int locked = flock(lock, LOCK_EX | LOCK_NB);
+    for (const Deadline deadline(kLockLimit);
+         locked != 0 && errno == EWOULDBLOCK && !deadline.over();
+         locked = flock(lock, LOCK_EX | LOCK_NB)) {
+        poll(nullptr, 0, kLockPauseMs);
+        errno = EWOULDBLOCK;
+    }
     if (locked != 0) {
         ALOGE("cannot lock the service folder: %s", strerror(errno));
         lock.reset();
@@ -103,10 +112,11 @@ status_t ServiceFolder::bind(const std::string& file, base::unique_fd* socket) c
         return BAD_VALUE;
     }
     base::unique_fd probe;
-    if (connect(file, false, &probe) != NAME_NOT_FOUND) {
-        return ALREADY_EXISTS;
+    const status_t taken = connect(file, false, &probe);
+    if (taken != NAME_NOT_FOUND) {
+        return taken == NO_ERROR || taken == TIMED_OUT ? ALREADY_EXISTS : taken;
     }
-    remove(file);
+    unlinkat(mFolder, file.c_str(), 0);
     socket->reset(::socket(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
     if (*socket < 0 ||
         ::bind(*socket, reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0 ||
@@ -146,8 +156,15 @@ status_t ServiceFolder::connect(const std::string& file, bool wait, base::unique
     }
 }
 
-void ServiceFolder::remove(const std::string& file) const {
-    unlinkat(mFolder, file.c_str(), 0);
+ino_t ServiceFolder::inodeOf(const std::string& file) const {
+    struct stat info;
+    return fstatat(mFolder, file.c_str(), &info, AT_SYMLINK_NOFOLLOW) == 0 ? info.st_ino : 0;
+}
+
+void ServiceFolder::remove(const std::string& file, ino_t inode) const {
+    if (inodeOf(file) == inode) {
+        unlinkat(mFolder, file.c_str(), 0);
+    }
 }
 
 std::vector<std::string> ServiceFolder::files() const {

@@ -29,12 +29,15 @@ public:
     // Keeps other processes from registering until it is let go of.
     base::unique_fd lock() const;
     // A socket bound to a file, whose place a dead server's socket may have held. ALREADY_EXISTS
-    // when a living one holds it. The folder must be locked.
+    // when a living one holds it; otherwise what the system said. The folder must be locked.
     status_t bind(const std::string& file, base::unique_fd* socket) const;
     // A socket connected to a file; NAME_NOT_FOUND when nobody serves it, TIMED_OUT when whoever
     // does is not accepting, in time or, when not told to wait, at once.
     status_t connect(const std::string& file, bool wait, base::unique_fd* socket) const;
-    void remove(const std::string& file) const;
+    // What tells a file from a later one of the same name; 0 when there is none.
+    ino_t inodeOf(const std::string& file) const;
+    // Removes a file if it is still that one.
+    void remove(const std::string& file, ino_t inode) const;
     std::vector<std::string> files() const;
 
 private:

@@ -90,6 +90,11 @@ void ServiceSocket::acceptOne(base::unique_fd connection) {
         ALOGE("a client of another user is refused");
         return;
     }
+    if (peer.pid == 0) {
+        // Clients are told apart by their numbers.
+        ALOGE("a client of another process namespace, which has no number here, is refused");
+        return;
+    }
     Link::accept(std::move(connection), peer, mBinder);
 }
 

@@ -8,8 +8,6 @@
 
 #include <unistd.h>
 
-#include "RuntimeCounts.h"
-
 namespace android {
 namespace hardware {
 namespace socket {
@@ -18,11 +16,6 @@ namespace socket {
 TransportSettings& transportSettings() {
     static TransportSettings* const settings = new TransportSettings;
     return *settings;
-}
-
-RuntimeCounts& runtimeCounts() {
-    static RuntimeCounts* const counts = new RuntimeCounts;
-    return *counts;
 }
 
 TimeLimit TransportSettings::replyLimit() {

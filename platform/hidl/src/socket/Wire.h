@@ -6,6 +6,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 
 namespace android {
 namespace hardware {
@@ -58,6 +59,14 @@ constexpr uint64_t pad8(uint64_t length) {
 // names are checked.
 constexpr bool inRange(uint64_t offset, uint64_t length, uint64_t size) {
     return offset <= size && length <= size - offset;
+}
+
+// An object as it stands in a parcel's data, at any alignment.
+template <typename T>
+T objectAt(const uint8_t* data, uint64_t offset) {
+    T object;
+    std::memcpy(&object, data + offset, sizeof object);
+    return object;
 }
 
 }  // namespace socket

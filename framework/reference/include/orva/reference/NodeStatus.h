@@ -19,6 +19,7 @@ enum NodeStatus : int32_t {
     kNodeBadRequest = 103,  // tensors that do not fit what the node takes
     kNodeFailed = 104,      // the engine gave up on a request that looked right
     kNodeStopped = 105,     // the node or the framework has been shut down
+    kNodeBusy = 106,        // as many requests wait as may
 };
 
 }  // namespace orva::reference
