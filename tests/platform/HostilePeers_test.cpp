@@ -48,18 +48,22 @@ unique_fd openChannel(int link) {
     return std::move(sockets.ours);
 }
 
-// Waits for the server to end a connection, and takes what it sends until then.
-bool ends(int socket) {
+// Waits for what the server sends.
+Io take(int socket) {
     std::vector<uint8_t> packet(kPacketSize);
     std::vector<unique_fd> descriptors;
     size_t size;
-    while (waitReadable(socket, kLong) == Io::kDone) {
-        if (receivePacket(socket, packet.data(), packet.size(), &size, &descriptors, Wait::kNo) ==
-            Io::kClosed) {
-            return true;
-        }
+    const Io there = waitReadable(socket, kLong);
+    return there == Io::kDone ? receivePacket(socket, packet.data(), packet.size(), &size,
+                                              &descriptors, Wait::kNo)
+                              : there;
+}
+// Waits for the server to end a connection, whatever it sends until then.
+bool ends(int socket) {
+    Io last;
+    while ((last = take(socket)) == Io::kDone) {
     }
-    return false;
+    return last == Io::kClosed;
 }
 
 // Sends it in as many packets as it takes; false when the peer no longer listens.
@@ -87,6 +91,12 @@ WireMessage ping() {
 }
 WireMessage hold() {
     return call([](BpHwProbe& probe) { return probe.hold(new Probe); });
+}
+// The server calls back while it serves this.
+WireMessage callBack() {
+    return call([](BpHwProbe& probe) {
+        return probe.caller(new Probe, [](int32_t, int32_t, uint32_t) {});
+    });
 }
 // The first packet of a call of several.
 void sendFirstPacket(int channel, size_t descriptors = 0) {
@@ -176,6 +186,12 @@ TEST_F(HostilePeers, LoseTheirConnectionAndNothingElse) {
                  while (send(channel, ping())) {
                  }
              }},
+            {"calls in place of an answer",
+             [](int, int channel) {
+                 send(channel, callBack());
+                 while (send(channel, ping()) && take(channel) == Io::kDone) {
+                 }
+             }},
     };
     for (const auto& each : cases) {
         // Whoever does not wait to be cut off leaves amid all this.
@@ -194,6 +210,21 @@ TEST_F(HostilePeers, LoseTheirConnectionAndNothingElse) {
     }
 }
 
+TEST_F(HostilePeers, LeaveNoDescriptorWhereTheirObjectIsHeld) {
+    {
+        const unique_fd link = connectTo(socketOf());
+        const unique_fd channel = openChannel(link);
+        send(channel, hold());
+        EXPECT_EQ(Io::kDone, take(channel));
+    }
+    const std::string descriptors = mHeld.substr(mHeld.rfind(','));
+    EXPECT_TRUE(eventually([&] {
+        const std::string held = resources();
+        return held.substr(held.rfind(',')) == descriptors;
+    })) << resources()
+        << "; at first " << mHeld;
+}
+
 TEST_F(HostilePeers, ConnectOnlySoOftenAndNotWithoutADescriptorLeft) {
     EXPECT_TRUE(isLastCutOff(100));
     expectOk(mProbe->ping());
@@ -206,6 +237,11 @@ TEST_F(HostilePeers, ConnectOnlySoOftenAndNotWithoutADescriptorLeft) {
     const rlimit none = {static_cast<rlim_t>(std::distance(open, {})) + 3, before.rlim_max};
     ASSERT_EQ(0, prlimit(mServer->pid(), RLIMIT_NOFILE, &none, nullptr));
     EXPECT_TRUE(isLastCutOff(30));
+    expectOk(mProbe->ping());
+    // Whom there is no room for any more is not cut off for it.
+    const Return<void> tooMany = mProbe->receive(partOf(10, 0), [](int32_t, int32_t, bool) {});
+    EXPECT_FALSE(tooMany.isOk());
+    EXPECT_FALSE(tooMany.isDeadObject());
     expectOk(mProbe->ping());
     ASSERT_EQ(0, prlimit(mServer->pid(), RLIMIT_NOFILE, &before, nullptr));
 }
