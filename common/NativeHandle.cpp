@@ -8,6 +8,7 @@
 #include <fcntl.h>
 
 #include <algorithm>
+#include <utility>
 
 #include "debug/HeldResources.h"
 
@@ -50,13 +51,18 @@ bool NativeHandle::Duplicate(const native_handle_t* other) {
     return true;
 }
 
-void NativeHandle::Reset() {
+native_handle_t* NativeHandle::Release() {
     if (handle_ != nullptr) {
         heldResources.descriptors.fetch_sub(static_cast<uint64_t>(handle_->numFds),
                                             std::memory_order_relaxed);
-        native_handle_close(handle_);
-        native_handle_delete(handle_);
-        handle_ = nullptr;
+    }
+    return std::exchange(handle_, nullptr);
+}
+
+void NativeHandle::Reset() {
+    if (native_handle_t* const handle = Release()) {
+        native_handle_close(handle);
+        native_handle_delete(handle);
     }
 }
 

@@ -25,6 +25,8 @@ public:
     // Holds duplicates of another handle's descriptors (nothing for null), in place of what was
     // held. False, and nothing held, when they could not be made.
     bool Duplicate(const native_handle_t* other);
+    // The caller's from here on, with its descriptors.
+    native_handle_t* Release();
     void Reset();
 
     const native_handle_t* Get() const { return handle_; }

@@ -40,7 +40,11 @@ std::optional<uint64_t> RegionSize(int fd) {
         break;
     case S_IFCHR:
         // Asked about another device, some ashmem_get_size_region() end the process.
-        size = ashmem_valid(fd) != 0 ? ashmem_get_size_region(fd) : -1;
+        if (ashmem_valid(fd) != 0) {
+            // 2 GiB and more come out negative.
+            const int low = ashmem_get_size_region(fd);
+            size = low != -1 ? static_cast<uint32_t>(low) : -1;
+        }
         break;
     case 0:
         // The inode of a dma-buf has no type, and not every kernel keeps the size in it.

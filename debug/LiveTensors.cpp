@@ -15,8 +15,7 @@ namespace orva::hidl {
 
 namespace {
 
-// One place in a table that has room for the tensors of many clients and stays untouched, and so
-// takes no memory, where there are few.
+// One place in a table that has room for the tensors of many clients.
 struct Slot {
     // A generation, and in the two low bits what the slot is. A reader that finds the same value
     // before and after has read one tensor's fields.

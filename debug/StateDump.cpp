@@ -102,7 +102,7 @@ std::string Text(const View& view) {
     Append(text, "%s in process %d, for %.3f s\n", view.state.name, getpid(),
            Seconds(view.state.activity.Age()));
     if (!view.sessions) {
-        text += "sessions: locked, as an initialisation does while it runs\n";
+        text += "sessions: locked\n";
     } else {
         Append(text, "sessions: %zu\n", view.sessions->size());
         for (const SessionState& session : *view.sessions) {
@@ -112,7 +112,7 @@ std::string Text(const View& view) {
                    " done\n",
                    session.id.c_str(), Quoted(activity.Type()).c_str(),
                    Seconds(activity.SinceLastUse()),
-                   !session.listener   ? "locked, as a delivery does while it runs"
+                   !session.listener   ? "locked"
                    : *session.listener ? "set"
                                        : "not set",
                    activity.InFlight(), activity.Done());

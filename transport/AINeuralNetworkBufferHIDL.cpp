@@ -14,6 +14,7 @@
 #include "common/StatusCodes.h"
 #include "transport/LogTag.h"
 #include "transport/TensorParameters.h"
+#include "transport/TensorTypes.h"
 
 namespace orva::hidl {
 
@@ -45,7 +46,7 @@ bool AINeuralNetworkBufferHIDL::Init(const AITensorDescription& description) {
         return false;
     }
 
-    if (memory_.handle() != nullptr) {
+    if (HoldsReceivedMemory()) {
         // A handle without descriptors is refused in silence.
         if (memory_.handle()->numFds <= 0) {
             return false;
@@ -70,6 +71,7 @@ bool AINeuralNetworkBufferHIDL::Init(const AITensorDescription& description) {
         ORVA_LOGE(kBufferTag, "ashmem allocate fail");
     }
     const int region = fd.Get();
+    memory_ = hidl_memory();  // of an earlier Init; its handle goes now
     if (!handle_.Adopt(std::move(fd))) {
         ORVA_LOGE(kBufferTag, "handle_ is nullptr");
         return false;
@@ -91,8 +93,12 @@ bool AINeuralNetworkBufferHIDL::Init(const AITensorDescription& description) {
     return true;
 }
 
+bool AINeuralNetworkBufferHIDL::HoldsReceivedMemory() const {
+    return memory_.handle() != nullptr && memory_.handle() != handle_.Get();
+}
+
 const char* AINeuralNetworkBufferHIDL::GetTypeName() {
-    return "AINeuralNetworkBuffer";
+    return kBufferType;
 }
 
 uint32_t AINeuralNetworkBufferHIDL::GetSerializeSize() {
@@ -205,7 +211,7 @@ int AINeuralNetworkBufferHIDL::DeserializeFromHidlMemory() {
 }
 
 const char* AINeuralNetworkIonBufferFallback::GetTypeName() {
-    return "AINeuralNetworkIonBuffer";
+    return kIonBufferType;
 }
 
 }  // namespace orva::hidl

@@ -23,9 +23,10 @@ public:
     AINeuralNetworkBufferHIDL();
     ~AINeuralNetworkBufferHIDL() override;
 
-    // Applies the description, then maps the tensor's bytes: the region in memory() when there is
-    // one (the tensor's size becomes that region's), otherwise a new region of the tensor's size.
-    // The mapping lives as long as the tensor, or until the next Init that succeeds.
+    // Applies the description, then maps the tensor's bytes: the region that was received, if one
+    // was (the tensor's size becomes that region's), otherwise a new region of the tensor's size,
+    // which takes the place of one that an earlier Init made. The mapping lives as long as the
+    // tensor, or until the next Init that succeeds.
     bool Init(const AITensorDescription& description) override;
     const char* GetTypeName() override;
     uint32_t GetSerializeSize() override;
@@ -52,6 +53,9 @@ public:
     const android::hardware::hidl_memory& serializeMemory() const { return serializeMemory_; }
 
 protected:
+    // Whether memory() is a peer's, and not one that Init made.
+    bool HoldsReceivedMemory() const;
+
     // The name of every memory that a tensor makes.
     static constexpr char kMemoryName[] = "ashmem";
 

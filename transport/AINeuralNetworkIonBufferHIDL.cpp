@@ -17,6 +17,7 @@
 #include "transport/IonMapLength.h"
 #include "transport/LogTag.h"
 #include "transport/TensorParameters.h"
+#include "transport/TensorTypes.h"
 
 namespace orva::hidl {
 
@@ -47,7 +48,7 @@ bool AINeuralNetworkIonBufferHIDL::Init(const AITensorDescription& description) 
         return false;
     }
 
-    if (memory_.handle() != nullptr) {
+    if (HoldsReceivedMemory()) {
         // A handle without descriptors is refused in silence.
         if (memory_.handle()->numFds <= 0) {
             return false;
@@ -67,7 +68,7 @@ bool AINeuralNetworkIonBufferHIDL::Init(const AITensorDescription& description) 
     }
 
     if (ionFd_ >= 0) {
-        Release();  // of an earlier Init, whose buffer an empty received memory has replaced
+        Release();  // of an earlier Init
     }
     ionFd_ = ion_open();
     if (ionFd_ < 0) {
@@ -93,6 +94,7 @@ bool AINeuralNetworkIonBufferHIDL::Init(const AITensorDescription& description) 
         return false;
     }
     const int buffer = fd.Get();
+    memory_ = hidl_memory();  // of an earlier Init; its handle goes now
     if (!handle_.Adopt(std::move(fd))) {
         Release();
         ORVA_LOGE(kIonBufferTag, "handle_ is nullptr");
@@ -118,7 +120,7 @@ bool AINeuralNetworkIonBufferHIDL::Init(const AITensorDescription& description) 
 }
 
 const char* AINeuralNetworkIonBufferHIDL::GetTypeName() {
-    return "AINeuralNetworkIonBuffer";
+    return kIonBufferType;
 }
 
 KernelGeneration AINeuralNetworkIonBufferHIDL::GetLinuxKernelVersion() {

@@ -10,20 +10,18 @@
 #include "transport/AINeuralNetworkBufferHIDL.h"
 #include "transport/BufferTensorSerializer.h"
 #include "transport/TensorRegistrars.h"
+#include "transport/TensorTypes.h"
 
 namespace orva::hidl {
 
 namespace {
 
-constexpr char kBufferType[] = "AINeuralNetworkBuffer";
-constexpr char kIonBufferType[] = "AINeuralNetworkIonBuffer";
-
 std::shared_ptr<IAITensor> CreateNeuralNetworkBufferTensor(const AITensorDescription&) {
-    return CreateTensor<AINeuralNetworkBufferHIDL>();
+    return NewTensor<AINeuralNetworkBufferHIDL>();
 }
 
 std::shared_ptr<IAITensor> CreateIonBufferFallbackTensor(const AITensorDescription&) {
-    return CreateTensor<AINeuralNetworkIonBufferFallback>();
+    return NewTensor<AINeuralNetworkIonBufferFallback>();
 }
 
 // In the order of the registrations.

@@ -6,29 +6,47 @@
 #include "transport/BufferTensorSerializer.h"
 
 #include <cstring>
+#include <utility>
 
+#include "common/NativeHandle.h"
 #include "common/StatusCodes.h"
 #include "transport/AINeuralNetworkBufferHIDL.h"
 
 namespace orva::hidl {
 
+using android::hardware::hidl_handle;
 using android::hardware::hidl_memory;
+
+namespace {
+
+// Owns duplicates of the descriptors. Assigning the memory would make them, too, but such that a
+// child process inherits them, and a platform may abort when it can make none.
+bool CopyMemory(const hidl_memory& memory, hidl_memory& copy) {
+    NativeHandle duplicate;
+    if (!duplicate.Duplicate(memory.handle())) {
+        return false;
+    }
+    hidl_handle owner;
+    owner.setTo(duplicate.Release(), true /* shouldOwn */);
+    copy = hidl_memory(memory.name(), std::move(owner), memory.size());
+    return true;
+}
+
+}  // namespace
 
 uint32_t SerializeBufferTensor(AITensorHandle& out, const std::shared_ptr<IAITensor>& tensor) {
     if (tensor == nullptr) {
         return kTransportFailure;
     }
     auto& buffer = static_cast<AINeuralNetworkBufferHIDL&>(*tensor);
-    const hidl_memory& data = buffer.memory();
-    const char* const type = buffer.GetTypeName();
-
     // On failure the block of an earlier call, or the peer's, is sent instead.
     buffer.SerializeToHidlMemory();
 
-    out.data = hidl_memory(data.name(), data.handle(), data.size());
+    const char* const type = buffer.GetTypeName();
     out.type.setToExternal(type, std::strlen(type));
-    out.attr = buffer.serializeMemory();
-    return kTransportSuccess;
+    return CopyMemory(buffer.memory(), out.data) && CopyMemory(buffer.serializeMemory(), out.attr)
+                   ? kTransportSuccess
+                   : kTransportFailure;
 }
 
 uint32_t DeserializeBufferTensor(std::shared_ptr<IAITensor>& tensor, const AITensorHandle& in) {

@@ -15,9 +15,8 @@ namespace orva::hidl {
 
 // The serializer pair of every AINeuralNetworkBufferHIDL and its descendants. 0 success, 1 failure.
 
-// Describes a tensor by a handle. `out.data` and `out.type` borrow from the tensor and are valid
-// as long as it; `out.attr` owns its descriptor, because the tensor's own goes with the next
-// serialization of the same tensor, which can come while the handle is still on its way.
+// Describes a tensor by a handle with descriptors of its own, so that it outlives the tensor and
+// the next serialization of it.
 uint32_t SerializeBufferTensor(AITensorHandle& out, const std::shared_ptr<IAITensor>& tensor);
 
 // Fills a tensor from a handle and maps its data. The tensor keeps duplicates of the descriptors.

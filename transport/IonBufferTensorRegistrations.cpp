@@ -12,15 +12,14 @@
 #include "transport/BufferTensorRegistrations.h"
 #include "transport/BufferTensorSerializer.h"
 #include "transport/TensorRegistrars.h"
+#include "transport/TensorTypes.h"
 
 namespace orva::hidl {
 
 namespace {
 
-constexpr char kIonBufferType[] = "AINeuralNetworkIonBuffer";
-
 std::shared_ptr<IAITensor> CreateIonBufferTensor(const AITensorDescription&) {
-    return CreateTensor<AINeuralNetworkIonBufferHIDL>();
+    return NewTensor<AINeuralNetworkIonBufferHIDL>();
 }
 
 const bool sharedMemoryFirst = (RegisterBufferTensors(), true);

@@ -4,6 +4,7 @@
  */
 #pragma once
 
+#include <cstdint>
 #include <memory>
 #include <vector>
 
@@ -15,10 +16,9 @@
 
 namespace orva::hidl {
 
-// Makes the handles by which a request's outputs are sent to its client, in order; they are valid
-// as long as the tensors. One that is null or cannot be serialized is left out, with a line in the
-// log, and then a `result` other than 0 becomes 1: a shorter list never turns a success into a
-// failure.
+// Makes the handles by which a request's outputs are sent to its client, in order. One that is null
+// or cannot be serialized is left out, with a line in the log, and then a `result` other than 0
+// becomes 1: a shorter list never turns a success into a failure.
 std::vector<AITensorHandle> PackOutputs(const std::vector<std::shared_ptr<IAITensor>>& outputs,
                                         int32_t& result, ServiceActivity& activity,
                                         const LogSource& source, const char* tag);

@@ -17,7 +17,7 @@ namespace orva::hidl {
 
 // A new tensor of a class; null when memory ran out.
 template <typename Tensor>
-std::shared_ptr<IAITensor> CreateTensor() {
+std::shared_ptr<IAITensor> NewTensor() {
     return std::unique_ptr<IAITensor>(new (std::nothrow) Tensor);
 }
 

@@ -77,13 +77,14 @@ TEST_F(BufferTensorSerializerTest, ReceivesATensorAndSendsItBack) {
     EXPECT_EQ(224, buffer.GetHeight());
     EXPECT_EQ(5000, buffer.GetSize());
 
-    // What is on its way stays whole when the same tensor is sent again.
+    // What is on its way stays whole when the same tensor is sent again, and when it goes.
     AITensorHandle sent[2] = {};
     for (const int i : {0, 1}) {
         buffer.SetHeight(17 + i);
         sent[i].reserved = 99;
         ASSERT_EQ(0U, SerializeBufferTensor(sent[i], tensor));
     }
+    tensor.reset();
     for (const int i : {0, 1}) {
         EXPECT_EQ(99U, sent[i].reserved);
         EXPECT_STREQ("AINeuralNetworkIonBuffer", sent[i].type.c_str());
@@ -94,9 +95,14 @@ TEST_F(BufferTensorSerializerTest, ReceivesATensorAndSendsItBack) {
     }
     EXPECT_EQ(224, test::ReadRegion<int32_t>(attributes_.Fd(), 5)[1]);
 
-    // The received block goes back when none can be made.
     tensor = std::make_shared<AINeuralNetworkBufferHIDL>();
     ASSERT_EQ(0U, DeserializeBufferTensor(tensor, handle_));
+    for (const size_t ofTheCopies : {2, 3}) {
+        const Fault fault(Call::CreateHandle, ofTheCopies);
+        EXPECT_EQ(1U, SerializeBufferTensor(sent[0], tensor));
+        EXPECT_TRUE(fault.Happened());
+    }
+    // The received block goes back when none can be made.
     const Fault fault(Call::CreateRegion);
     EXPECT_EQ(0U, SerializeBufferTensor(sent[0], tensor));
     EXPECT_EQ(InodeOf(handle_.attr), InodeOf(sent[0].attr));

@@ -34,7 +34,7 @@ namespace {
 TEST(AITensorRegistrar, DoesNothingWithoutAFactory) {
     AITensorFactory& factory = *AITensorFactory::GetInstance();
     const AITensorCreator create = [](const AITensorDescription&) {
-        return CreateTensor<AINeuralNetworkBufferHIDL>();
+        return NewTensor<AINeuralNetworkBufferHIDL>();
     };
     std::optional<AITensorRegistrar> early, late;
     factoryIsGone = true;
