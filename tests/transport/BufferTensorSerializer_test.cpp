@@ -97,15 +97,17 @@ TEST_F(BufferTensorSerializerTest, ReceivesATensorAndSendsItBack) {
 
     tensor = std::make_shared<AINeuralNetworkBufferHIDL>();
     ASSERT_EQ(0U, DeserializeBufferTensor(tensor, handle_));
+    // The received block goes back when none can be made.
+    {
+        const Fault fault(Call::CreateRegion);
+        EXPECT_EQ(0U, SerializeBufferTensor(sent[0], tensor));
+        EXPECT_EQ(InodeOf(handle_.attr), InodeOf(sent[0].attr));
+    }
     for (const size_t ofTheCopies : {2, 3}) {
         const Fault fault(Call::CreateHandle, ofTheCopies);
         EXPECT_EQ(1U, SerializeBufferTensor(sent[0], tensor));
         EXPECT_TRUE(fault.Happened());
     }
-    // The received block goes back when none can be made.
-    const Fault fault(Call::CreateRegion);
-    EXPECT_EQ(0U, SerializeBufferTensor(sent[0], tensor));
-    EXPECT_EQ(InodeOf(handle_.attr), InodeOf(sent[0].attr));
 }
 
 TEST_F(BufferTensorSerializerTest, OnlyTheDataDecidesOverSuccess) {
