@@ -3,8 +3,8 @@
  * SPDX-License-Identifier: Apache-2.0
  */
 // Any bytes and descriptors, received as a message and served by the services themselves, on the
-// reference framework. A session is open, so that requests get beyond the look for one, and they
-// run within the call, so that it can be seen what a message leaves behind. An input is
+// reference framework. A session with a listener is open, so that requests get to their results,
+// and they run within the call, so that it can be seen what a message leaves behind. An input is
 //
 //   service | number of descriptors | a kind for each | the message's bytes
 #include <cutils/ashmem.h>
@@ -167,11 +167,13 @@ WireMessage messageOf(const uint8_t* data, size_t size) {
     return message;
 }
 
-template <typename Stub, typename Service>
+template <typename Stub, typename AListener, typename Service>
 void serve(Service* (*fetch)(const char*), WireMessage message) {
     static const sp<Service> service = fetch("default");
     static const sp<Stub> stub = new Stub(service);
     service->Init(kSession, "echo", "", {}).isOk();
+    service->SetListener(-kSession, new Listener<AListener>).isOk();
+    service->SetListener(kSession, nullptr).isOk();
     orva_test::deliver(std::move(message), *stub);
     service->UnInit(kSession).isOk();
 }
@@ -181,10 +183,11 @@ void serve(const uint8_t* data, size_t size) {
         return;
     }
     if (data[0] % 2 == 0) {
-        serve<V2_1::BnHwAIService>(HIDL_FETCH_IAIService, messageOf(data, size));
+        serve<V2_1::BnHwAIService, IAIServiceListener>(HIDL_FETCH_IAIService,
+                                                       messageOf(data, size));
     } else {
-        serve<V2_1::BnHwModelManagerService>(HIDL_FETCH_IModelManagerService,
-                                             messageOf(data, size));
+        serve<V2_1::BnHwModelManagerService, IModelManagerListener>(HIDL_FETCH_IModelManagerService,
+                                                                    messageOf(data, size));
     }
 }
 
