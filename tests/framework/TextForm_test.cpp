@@ -14,8 +14,7 @@ using Map = std::map<std::string, std::string>;
 TEST(TextForm, ComesBackAsItWasOrChangesNothing) {
     const Map maps[] = {
             {},
-            {{"", ""}},
-            {{"scale", "0.5"}, {"quotes \" \\ /", "lines \n\t\r and \x01"}},
+            {{"scale", "0.5"}, {"", ""}, {"quotes \" \\ /", "lines \n\t\r and \x01"}},
             {{"snö", "雪 \xf0\x9f\x8f\x94"}, {"nul", std::string("a\0b", 3)}},
     };
     const std::string malformed[] = {"x", "{", "null", "[]", R"({"a":})", R"({"a":1})",

@@ -67,6 +67,21 @@ TEST_F(Calls, CarryEveryKindOfValueThereAndBack) {
     expectNothingLeft();
 }
 
+TEST_F(Calls, AreLimitedInWhatTheyCarry) {
+    using Case = std::tuple<size_t, int, int, const char*>;
+    const char* const refused = "transaction failed (FAILED_TRANSACTION)";
+    for (const auto& [bytes, inHandle, inRegion, told] :
+         {Case{900 << 10, 252, 1, "no error"}, Case{2 << 20, 0, 0, refused},
+          Case{0, 200, 54, refused}}) {
+        Part part = partOf(inHandle, inRegion);
+        part.name = std::string(bytes, 'x');
+        const Return<void> result = mProbe->receive(part, [](int32_t, int32_t, bool) {});
+        EXPECT_FALSE(result.isDeadObject());
+        EXPECT_EQ(told, result.description());
+    }
+    expectNothingLeft();
+}
+
 TEST_F(Calls, KnowTheirCallerAndServeCallsBackOnTheThreadThatWaits) {
     pid_t calledBy = -1;
     pid_t servedBy = -1;
@@ -81,9 +96,6 @@ TEST_F(Calls, KnowTheirCallerAndServeCallsBackOnTheThreadThatWaits) {
     }));
     EXPECT_EQ(mServer->pid(), calledBy);
     EXPECT_EQ(gettid(), servedBy);
-    expectOk(local->caller(nullptr, [](int32_t before, int32_t, uint32_t) {
-        EXPECT_EQ(getpid(), before) << "in one process";
-    }));
     expectOk(mProbe->getDebugInfo([&](const auto& info) { EXPECT_EQ(mServer->pid(), info.pid); }));
 }
 

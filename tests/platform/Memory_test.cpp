@@ -3,6 +3,7 @@
  * SPDX-License-Identifier: Apache-2.0
  */
 // Memory that cannot be had, or is taken away.
+#include <cutils/ashmem.h>
 #include <gtest/gtest.h>
 #include <hidl/HidlSupport.h>
 #include <orva_platform/SharedMemory.h>
@@ -10,6 +11,7 @@
 #include <sys/resource.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstdio>
 
 #include "support/Descriptors.h"
@@ -19,7 +21,24 @@ namespace {
 using android::hardware::hidl_handle;
 using orva_test::openDescriptors;
 
-// That the process survives shrunken regions shows where clients shrink them.
+TEST(ShrunkenRegions, WhatIsGoneReadsAsZerosAndTheRestStays) {
+    constexpr size_t kPage = 4096;
+    orva_platform::surviveShrunkenRegions();
+    const size_t before = orva_platform::shrunkenRegions();
+    const int fd = ashmem_create_region("shrinking", 4 * kPage);
+    auto* bytes = static_cast<volatile char*>(
+            mmap(nullptr, 4 * kPage, PROT_READ | PROT_WRITE, MAP_SHARED, fd, 0));
+    std::fill_n(bytes, 4 * kPage, 'x');
+    ASSERT_EQ(ftruncate(fd, kPage), 0);
+    EXPECT_EQ(bytes[2 * kPage], 0);
+    bytes[3 * kPage] = 'y';  // Not a second fault: all behind the first one was replaced.
+    EXPECT_EQ(bytes[3 * kPage], 'y');
+    EXPECT_EQ(bytes[kPage - 1], 'x');
+    EXPECT_EQ(orva_platform::shrunkenRegions(), before + 1);
+    munmap(const_cast<char*>(bytes), 4 * kPage);
+    close(fd);
+}
+
 TEST(ShrunkenRegionsDeathTest, WhatIsNotSharedStillEndsTheProcess) {
     const auto touch = [] {
         orva_platform::surviveShrunkenRegions();

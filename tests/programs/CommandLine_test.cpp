@@ -7,7 +7,6 @@
 #include <filesystem>
 #include <fstream>
 #include <iterator>
-#include <regex>
 
 #include <nlohmann/json.hpp>
 
@@ -79,14 +78,10 @@ TEST(CommandLineUsage, EachMistakeIsNamed) {
         expectRefused(runOrva(arguments), 2, told);
     }
     EXPECT_EQ(runOrva({"--help"}).code, 0);
-    EXPECT_TRUE(
-            std::regex_match(runOrva({"--version"}).output, std::regex("\\d+\\.\\d+\\.\\d+\n")));
 }
 
 TEST_F(CommandLine, ListsWhatIsServedAndSaysHowToStartAHost) {
     expectRefused(orva({"ping"}), 1, "start orva-host");
-    expectRefused(orva({"run", "--node", "echo", "--input", file("input", "four")}), 1,
-                  "start orva-host");
     EXPECT_NE(orva({"list"}).output.find("start orva-host"), std::string::npos);
     EXPECT_EQ(orva({"list", "--json"}).output, "[]\n");
 
@@ -186,7 +181,6 @@ TEST_F(CommandLine, CompilesAModelAndRunsIt) {
     const json states = json::parse(orva({"debug", "--json"}).output);
     ASSERT_EQ(states.size(), 2U);
     EXPECT_EQ(states[1]["refusals"]["framework_build"], 1);
-    EXPECT_TRUE(states[1]["sessions"].empty());
     EXPECT_EQ(states[1]["held"]["mappings"], 0);
 }
 

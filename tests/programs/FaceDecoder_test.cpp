@@ -60,11 +60,10 @@ TEST(FaceDecoder, FindsTheAnchorOfEachNumber) {
     } cases[] = {{kFine, 1, 4, 4},   {kFine, 32, 4, 12},  {kFine, 511, 124, 124},
                  {kCoarse, 5, 8, 8}, {kCoarse, 6, 24, 8}, {kCoarse, 48, 8, 24}};
     for (const auto& c : cases) {
-        SCOPED_TRACE(testing::Message() << c.grid.cells << " cells, anchor " << c.anchor);
         const std::vector<Face> faces = decode({{c.grid, c.anchor, 5, 3, -2, 20}});
-        ASSERT_EQ(faces.size(), 1U);
-        EXPECT_NEAR(faces[0].left, (c.x + 3 - 10) * kPixel, 1e-6);
-        EXPECT_NEAR(faces[0].top, (c.y - 2 - 10) * kPixel, 1e-6);
+        ASSERT_EQ(faces.size(), 1U) << c.anchor;
+        EXPECT_NEAR(faces[0].left, (c.x + 3 - 10) * kPixel, 1e-6) << c.anchor;
+        EXPECT_NEAR(faces[0].top, (c.y - 2 - 10) * kPixel, 1e-6) << c.anchor;
         EXPECT_NEAR(faces[0].width, 20 * kPixel, 1e-6);
         EXPECT_NEAR(faces[0].keyPoints[5].y, (c.y + 11) * kPixel, 1e-6);
     }
