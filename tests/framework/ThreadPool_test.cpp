@@ -19,8 +19,7 @@ namespace {
 using namespace std::chrono_literals;
 using test::Await;
 
-// Holds the threads that run its tasks until it lets them go. Declared before the pool, which ends
-// first.
+// Holds the thread that runs it until it lets it go. Declared before the pool, which ends first.
 struct Holder {
     void operator()() {
         started = true;

@@ -14,8 +14,7 @@
 
 namespace {
 
-// What libraries did to the factory: "+type" or "-type", in order. That the last one counts shows
-// across processes, where ION tensors are refused by their own rule.
+// What libraries did to the factory: "+type" or "-type", in order.
 std::string history;
 
 }  // namespace

@@ -85,7 +85,6 @@ TEST(FaceDecoder, MergesFindsOfOneFaceAndKeepsOthersApartBestFirst) {
     EXPECT_NEAR(merged[0].score, better, 1e-6);
     EXPECT_NEAR(merged[0].left, ((68 * worse + 72 * better) / (worse + better) - 20) * kPixel,
                 1e-5);
-    EXPECT_NEAR(merged[0].width, 40 * kPixel, 1e-5);
     // Side by side.
     for (const auto& [distance, count] : {std::pair(40.F, 2U), {24.F, 2U}, {16.F, 1U}}) {
         const std::vector<Face> faces = decode({{kFine, 264, 2}, {kFine, 265, 3, distance}});
