@@ -25,8 +25,8 @@ using Script = ScriptOf<AIServiceListener>;
 using FakeFramework = FakeOf<AIServiceBase, Script, AIServiceListener>;
 
 constexpr char kTag[] = "AIServiceHIDL";
-constexpr char kType[] = "fake";
-constexpr char kInterface[] = "IAIService";
+const std::string kType = "fake";
+const std::string kInterface = "IAIService";
 // A configuration, which ends at its first NUL; "a" is "b" in it.
 const android::hardware::hidl_string kConfig("{\"a\":\"b\"}\0never read", 20);
 // How messages and those of results begin.
@@ -72,8 +72,8 @@ const std::string kServiceDied;
 
 inline std::vector<Method> Methods(Service& service, const char* context) {
     return {{"Process",
-             [&service, context](int32_t client, const Tensors& inputs, const Tensors& outputs) {
-                 return static_cast<int32_t>(service.Process(client, context, inputs, outputs, -3));
+             [&service, context](auto client, auto& inputs, auto& outputs) -> int32_t {
+                 return service.Process(client, context, inputs, outputs, -3);
              },
              "tensor", false, false}};
 }

@@ -68,8 +68,8 @@ public:
 };
 
 constexpr char kTag[] = "AIModelManagerServiceHIDL";
-constexpr char kType[] = "type";
-constexpr char kInterface[] = "IModelManagerService";
+const std::string kType = "type";
+const std::string kInterface = "IModelManagerService";
 const android::hardware::hidl_string kConfig("{\"a\":\"b\"}");
 const std::string kName = "ModelManagerServiceHIDL";
 const std::string kResult = "I OnProcessDone: ModelManagerServiceHIDL OnAIEvent ";
@@ -104,14 +104,13 @@ const std::string kServiceDied = "E OnServiceDied: ModelManagerServiceHIDL Servi
 
 inline std::vector<Method> Methods(Service& service, const char* context) {
     return {{"Process",
-             [&service, context](int32_t client, const Tensors& inputs, const Tensors& outputs) {
-                 return static_cast<int32_t>(service.Process(client, context, inputs, outputs, -3));
+             [&service, context](auto client, auto& inputs, auto& outputs) -> int32_t {
+                 return service.Process(client, context, inputs, outputs, -3);
              },
              "data", true, true},
             {"SetInputsAndOutputs",
-             [&service, context](int32_t client, const Tensors& inputs, const Tensors& outputs) {
-                 return static_cast<int32_t>(
-                         service.SetInputsAndOutputs(client, context, inputs, outputs));
+             [&service, context](auto client, auto& inputs, auto& outputs) -> int32_t {
+                 return service.SetInputsAndOutputs(client, context, inputs, outputs);
              },
              "tensor", true, false}};
 }

@@ -5,7 +5,6 @@
 #include "support/ChildProcess.h"
 
 #include <cerrno>
-#include <csignal>
 #include <fstream>
 #include <sstream>
 #include <system_error>
@@ -126,10 +125,6 @@ void ChildProcess::freeze() const {
     signal(SIGSTOP);
     siginfo_t info;
     waitid(P_PID, static_cast<id_t>(mPid), &info, WSTOPPED);
-}
-
-void ChildProcess::thaw() const {
-    signal(SIGCONT);
 }
 
 bool ChildProcess::waitsIn(long systemCall) const {

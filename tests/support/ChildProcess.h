@@ -4,6 +4,7 @@
  */
 #pragma once
 
+#include <csignal>
 #include <functional>
 #include <memory>
 #include <optional>
@@ -64,7 +65,7 @@ public:
     void kill();
     // SIGSTOP, and until nothing of the child runs any more.
     void freeze() const;
-    void thaw() const;
+    void thaw() const { signal(SIGCONT); }
     // Whether its main thread waits in this system call.
     bool waitsIn(long systemCall) const;
 

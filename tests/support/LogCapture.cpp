@@ -17,15 +17,8 @@ namespace orva::test {
 
 namespace {
 
-struct Sink {
-    std::mutex mutex;
-    std::vector<LogLine> lines;
-};
-
-Sink& GetSink() {
-    static auto* const sink = new Sink;  // for lines that are logged at exit
-    return *sink;
-}
+std::mutex linesMutex;
+auto* const lines = new std::vector<LogLine>;  // for those that are logged at exit, too
 
 std::atomic<bool> capturing{false};
 constexpr char kNoted[] = "(noted)";
@@ -52,9 +45,9 @@ LogCapture::~LogCapture() {
 }
 
 std::vector<LogLine> LogCapture::Take(int priority) {
-    std::lock_guard<std::mutex> lock(GetSink().mutex);
+    const std::lock_guard<std::mutex> lock(linesMutex);
     std::vector<LogLine> taken;
-    for (LogLine& line : std::exchange(GetSink().lines, {})) {
+    for (LogLine& line : std::exchange(*lines, {})) {
         if (line.priority >= priority) {
             taken.push_back(std::move(line));
         }
@@ -77,8 +70,8 @@ std::string LogCapture::Story(const std::string& expectedTag, int priority) {
 
 void Note(const std::string& call) {
     if (capturing) {
-        std::lock_guard<std::mutex> lock(GetSink().mutex);
-        GetSink().lines.push_back({ANDROID_LOG_VERBOSE, kNoted, "", call});
+        const std::lock_guard<std::mutex> lock(linesMutex);
+        lines->push_back({ANDROID_LOG_VERBOSE, kNoted, "", call});
     }
 }
 
@@ -95,8 +88,7 @@ extern "C" int __android_log_print(int prio, const char* tag, const char* fmt, .
     if (!orva::test::capturing) {
         return __android_log_write(prio, tag, text);
     }
-    auto& sink = orva::test::GetSink();
-    std::lock_guard<std::mutex> lock(sink.mutex);
-    sink.lines.push_back(orva::test::Parse(prio, tag, text));
+    const std::lock_guard<std::mutex> lock(orva::test::linesMutex);
+    orva::test::lines->push_back(orva::test::Parse(prio, tag, text));
     return 1;
 }

@@ -65,7 +65,6 @@ TEST_F(HostLifecycle, WhatCannotServeSaysWhy) {
         std::string message;
     } cases[] = {
             {{"--threads", "0"}, 2, "--threads"},
-            {{"--log-level", "loud"}, 2, "--log-level"},
             {{"--nonsense"}, 2, "--nonsense"},
             {{"--library", "/nowhere/lib.so"}, 1, "cannot load the server library: /nowhere"},
             {{}, 1, "process " + std::to_string(host().pid()) + " serves it already"},

@@ -14,17 +14,6 @@
 
 namespace orva::test {
 
-namespace {
-
-std::vector<std::string> hostCommand(const std::string& folder,
-                                     const std::vector<std::string>& options) {
-    std::vector<std::string> command = {ORVA_HOST, "--socket-dir", folder};
-    command.insert(command.end(), options.begin(), options.end());
-    return command;
-}
-
-}  // namespace
-
 ProcessState ProcessState::of(pid_t pid) {
     using std::filesystem::directory_iterator;
     const std::string process = "/proc/" + std::to_string(pid);
@@ -44,8 +33,9 @@ std::ostream& operator<<(std::ostream& out, const ProcessState& state) {
                << state.threads << " threads";
 }
 
-HostProcess::HostProcess(const std::string& folder, const std::vector<std::string>& options)
-        : ChildProcess(hostCommand(folder, options)) {}
+HostProcess::HostProcess(const std::string& folder, std::vector<std::string> options)
+        : ChildProcess((options.insert(options.begin(), {ORVA_HOST, "--socket-dir", folder}),
+                        options)) {}
 
 int HostProcess::stop() {
     signal(SIGTERM);

@@ -37,7 +37,7 @@ std::ostream& operator<<(std::ostream& out, const ProcessState& state);
 class HostProcess : public ChildProcess {
 public:
     // `options` are further ones of the program's.
-    HostProcess(const std::string& folder, const std::vector<std::string>& options);
+    HostProcess(const std::string& folder, std::vector<std::string> options);
 
     // Waits until it serves; false when it will not, and then output and log say why.
     bool ready() { return output().await("orva-host: ready in "); }
@@ -62,9 +62,6 @@ public:
     int finish() {
         closeInput();
         return await();
-    }
-    std::string idOf(int session) const {
-        return std::to_string(pid()) + ":" + std::to_string(session);
     }
 };
 

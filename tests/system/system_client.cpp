@@ -13,8 +13,9 @@
 //   hold N BYTES      one request, whose result is held up in its callback
 //   let-go            results are taken again    await-death       until the service is dead
 //   rounds COUNT      opens, requests and closes
-//   manage FIRST COUNT  opens sessions on model managers and keeps them; unmanage N closes one
-//   requests, builds  the like until it is killed, a line for each
+//   requests          requests until it is killed, a line for each
+//   manage N          opens session N on a model manager
+//   unmanage N        closes it
 //
 // It ends with the input.
 
@@ -29,7 +30,6 @@
 
 #include <orva_platform/Runtime.h>
 
-#include "client/lib/ManagerSession.h"
 #include "client/lib/Session.h"
 
 namespace {
@@ -105,8 +105,7 @@ public:
 
     // The outcome of a step with its number and word.
     std::string take(const std::string& step, int32_t number, const std::string& word) {
-        const auto found = mSteps.find(step);
-        return found != mSteps.end() ? found->second(number, word) : "unknown step";
+        return mSteps.at(step)(number, word);
     }
 
 private:
@@ -120,35 +119,16 @@ private:
     std::string awaitResult() {
         const auto result = mResults->await(std::chrono::seconds(60));
         if (!result || result->outputs.empty()) {
-            return result ? std::to_string(result->result) + " empty" : "none";
+            return "none";
         }
         const Tensor& output = result->outputs[0];
         const bool same = std::count(output.data(), output.data() + output.size(), 0x5a) ==
                           static_cast<ptrdiff_t>(output.size());
         return std::to_string(result->result) + (same ? " same" : " different");
     }
-    [[noreturn]] static void requests() {
-        for (Session session(findService(), 1000, "echo", "", {});;) {
-            // One may run while the other is delivered.
-            request(session, 2);
-            std::cout << "done" << std::endl;
-        }
-    }
-    [[noreturn]] static void builds() {
-        // Zeros are no model, so every build fails, after its regions have been mapped.
-        std::vector<Model> sources;
-        sources.push_back({"", SharedRegion("source", kRequestBytes)});
-        const SharedRegion output("output", kRequestBytes);
-        for (ManagerSession session(findService<ModelManagerService>(), 1, "", {});;) {
-            try {
-                session.build(sources, output);
-            } catch (const ServiceError&) {
-                std::cout << "done" << std::endl;
-            }
-        }
-    }
 
     const sp<AIService> mService = findService();
+    const sp<ModelManagerService> mManagers = findService<ModelManagerService>();
     const sp<HeldCompletions> mResults = new HeldCompletions;
     const sp<Death> mDeath = new Death;
     Hold mHold;
@@ -163,6 +143,8 @@ private:
                  statuses += take("set-listener", n, "");
                  return statuses + textOf(mService->SetListener(n, nullptr));
              }},
+            {"manage", [&](int32_t n, auto&) { return textOf(mManagers->Init(n, "", "", {})); }},
+            {"unmanage", [&](int32_t n, auto&) { return textOf(mManagers->UnInit(n)); }},
             {"uninit", [&](int32_t n, auto&) { return textOf(mService->UnInit(n)); }},
             {"send", [&](int32_t n, auto& bytes) { return send(n, std::stoul(bytes)); }},
             {"await", [&](auto...) { return awaitResult(); }},
@@ -191,21 +173,14 @@ private:
                  }
                  return "0";
              }},
-            {"manage",
-             [&](int32_t first, auto& count) {
-                 // The status of the first session that is refused, or 0.
-                 std::string status = "0";
-                 for (int32_t n = first; n < first + std::stoi(count) && status == "0"; ++n) {
-                     status = textOf(findService<ModelManagerService>()->Init(n, "", "", {}));
+            {"requests",
+             [&](auto...) -> std::string {
+                 // One may run while the other is delivered.
+                 for (Session session(mService, 1000, "echo", "", {});;) {
+                     request(session, 2);
+                     std::cout << "done" << std::endl;
                  }
-                 return status;
              }},
-            {"unmanage",
-             [&](int32_t n, auto&) {
-                 return textOf(findService<ModelManagerService>()->UnInit(n));
-             }},
-            {"requests", [&](auto...) -> std::string { requests(); }},
-            {"builds", [&](auto...) -> std::string { builds(); }},
     };
 };
 

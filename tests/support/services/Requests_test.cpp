@@ -2,10 +2,158 @@
  * Copyright (C) 2026 The orva project
  * SPDX-License-Identifier: Apache-2.0
  */
+
+// Requests, and the listeners that hear of their results.
+
 #include "support/services/ServiceTest.h"
 
 namespace orva::hidl::test {
 namespace {
+
+// A tensor that has no serializer.
+class ForeignTensor : public IAITensor {
+public:
+    bool Init(const AITensorDescription&) override { return true; }
+    const char* GetTypeName() override { return "X"; }
+    uint32_t GetSerializeSize() override { return 0; }
+};
+
+const std::string kCalling = kResult + "PID:5 call the listener\n";
+const std::string kComplete = kResult + "Complete PID:5 call the listener\n";
+
+class Listeners : public ServiceTest {
+protected:
+    Region first_{100}, second_{100};
+};
+
+TEST_F(Listeners, AreSetOrRefused) {
+    ASSERT_EQ(0, Init(5));
+    const sp<FakeListener> listener = new FakeListener;
+    listener->transport = android::DEAD_OBJECT;  // must not matter
+    const std::string error = "E SetListener: SetListener service PID:";
+    // In this order. A client's own number is negated for its listener.
+    const struct {
+        int32_t client;
+        Call fault;
+        int32_t frameworkStatus;
+        std::string outcome;
+    } cases[] = {
+            {-5, Call::NothrowNew, 0, kNoRecipient + "= 1 out_of_memory\n"},
+            {-5, Call::None, 0, kLinked + "= 0\n"},
+            {-5, Call::None, 0, error + "5 is already set\n= 1 listener_already_set\n"},
+            {5, Call::NothrowNew, 0, kNoFrameworkListener + "= 1 out_of_memory\n"},
+            {5, Call::None, 0, kRegistered + "= 0\n"},
+            {5, Call::None, 31, kRefusedByFramework + "= 31 framework_request\n"},
+            {6, Call::None, 0, error + "6 is not create\n= 2 no_session\n"},
+    };
+    for (const auto& each : cases) {
+        Story();
+        script_.status = each.frameworkStatus;
+        const auto before = script_.listener;
+        {
+            const Fault fault(each.fault);
+            const int32_t status = service_->SetListener(each.client, listener);
+            EXPECT_EQ(kSetting + each.outcome, Outcome(status));
+        }
+        // A new one each time.
+        EXPECT_EQ(each.outcome.find("RegisterListener") != std::string::npos,
+                  before != script_.listener);
+    }
+}
+
+TEST_F(Listeners, AreSentTheResult) {
+    const sp<FakeListener> listener = Listen();
+    listener->during = [&](const Tensors& outputs) {
+        ASSERT_EQ(2U, outputs.size());
+        EXPECT_EQ((std::vector<uint8_t>{7, 7}),
+                  ::orva::test::ReadRegion<uint8_t>(outputs[1].data.handle()->data[0], 2));
+        EXPECT_EQ(20U, outputs[1].attr.size());
+        EXPECT_STREQ("AINeuralNetworkBuffer", outputs[1].type.c_str());
+    };
+    second_.Write<uint8_t>({7, 7});
+    script_.listener->OnProcessDone(Context("v"), 3, {TensorOn(first_), TensorOn(second_)});
+    EXPECT_EQ(kReported + kCalling + kDelivered + "3 {\"k\":\"v\"} 2\n" + kComplete, Story());
+
+    service_->UnInit(5);
+    Outcome(0);
+    script_.listener->OnProcessDone(Context("v"), 3, {TensorOn(first_)});
+    EXPECT_EQ(kReported + "E OnProcessDone: " + kName +
+                      " OnProcessDone not find the listener PID:5\n= 0 result_without_listener\n",
+              Outcome(0));
+    EXPECT_EQ(1, listener->getStrongCount());
+}
+
+// A call that a client makes from inside its callback comes in on the thread that the callback
+// holds up.
+TEST_F(Listeners, MayCallFromTheirCallback) {
+    const sp<FakeListener> listener = Listen(), later = new FakeListener;
+    auto* const reporting = script_.listener.get();
+    listener->during = [&](const Tensors&) {
+        // The framework lets go of the listener that is reporting.
+        EXPECT_EQ(0, service_->SetListener(5, nullptr));
+        EXPECT_EQ(1, service_->SetListener(-5, later));
+        service_->UnInit(5);
+        EXPECT_EQ(0, Init(5));
+        EXPECT_EQ(0, service_->SetListener(-5, later));
+        // A result in the result: of a framework that completes on the caller's thread.
+        script_.listener->OnProcessDone(Context("v"), 4, {});
+    };
+    reporting->OnProcessDone(Context("v"), 3, {TensorOn(first_)});
+    EXPECT_NE(std::string::npos, Story().find(kDelivered + "4 {\"k\":\"v\"} 0\n"));
+    EXPECT_EQ(1, listener->getStrongCount());
+    // The lock is free again, and still keeps threads apart.
+    InAnotherThread([&] { EXPECT_EQ(1, service_->SetListener(-5, later)); });
+}
+
+TEST_F(Listeners, GetWhatCanBeSerialized) {
+    const sp<FakeListener> listener = Listen();
+    const auto good = TensorOn(first_), foreign = std::shared_ptr<IAITensor>(new ForeignTensor);
+    const std::string error = "E OnProcessDone: Process output tensor SerializeTo failed, tensor[",
+                      lost = "E AINeuralNetworkBufferHIDL SerializeTo: Cannot find "
+                             "AITensorSerializer, type X.\n" +
+                             error + "0]\n",
+                      missing = error + "1]\n",
+                      unreached = "E OnProcessDone: " + kName + " call OnProcessDone isOk error\n";
+    const struct {
+        Outputs outputs;
+        int32_t result;
+        std::string lines;
+        const char* delivered;  // result, and the number of outputs
+        const char* refusals;
+    } cases[] = {
+            {{good, foreign, good}, 0, lost, "0 {\"k\":\"v\"} 2\n", " output_not_sent"},
+            {{good, foreign, good}, 7, lost, "1 {\"k\":\"v\"} 2\n", " output_not_sent"},
+            {{nullptr, good}, -1, missing, "1 {\"k\":\"v\"} 1\n", " output_not_sent"},
+            {{foreign, nullptr},
+             0,
+             lost + missing,
+             "0 {\"k\":\"v\"} 0\n",
+             " output_not_sent output_not_sent"},
+            {{good, good}, 7, "", "7 {\"k\":\"v\"} 2\n", ""},
+            {{}, 7, "", "7 {\"k\":\"v\"} 0\n", " listener_not_reached"},
+    };
+    for (const auto& each : cases) {
+        const bool dead = each.outputs.empty();
+        listener->transport = dead ? android::DEAD_OBJECT : android::OK;
+        script_.listener->OnProcessDone(Context("v"), each.result, each.outputs);
+        EXPECT_EQ(kReported + each.lines + kCalling + kDelivered + each.delivered +
+                          (dead ? unreached : "") + kComplete + "= 0" + each.refusals + "\n",
+                  Outcome(0));
+    }
+}
+
+TEST_F(Listeners, MayBeNone) {
+    EXPECT_EQ(0, service_->SetListener(-6, nullptr));
+    EXPECT_EQ(1, service_->SetListener(-6, new FakeListener));
+    Story();
+    // Results are taken in silence.
+    service_->OnProcessDone(std::to_string(getpid()) + ":6", AIContext(), 0, {nullptr});
+    // The framework's may belong to no service.
+    FrameworkListener listener("1:1", nullptr);
+    listener.OnProcessDone(AIContext(), 0, {});
+    listener.OnServiceDied();
+    EXPECT_EQ(kReported + kServiceDied, Story());
+}
 
 using Requests = ServiceTest;
 

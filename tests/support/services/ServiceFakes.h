@@ -33,8 +33,6 @@ using Outputs = std::vector<std::shared_ptr<IAITensor>>;  // tensors as the fram
 // The locks of the service under test that are held, as far as anybody asks: "S" (the one of its
 // sessions), "L" (the one of its listeners), or "SL" (both, which must not be).
 inline std::function<std::string()> heldLocks;
-// What happens just before a session's time is next updated; once.
-inline std::function<void()> beforeUpdate;
 
 // Notes a call among the log's lines, beginning with the held locks, or "-".
 inline void NoteCall(const std::string& what) {
@@ -49,7 +47,7 @@ struct ScriptOf {
     int32_t status = 0;            // of every call
     std::function<void()> during;  // the next call; once
 
-    int made = 0, alive = 0;
+    int alive = 0;
     AIConfig config;
     std::vector<AIModelDescription> models;
     std::shared_ptr<Listener> listener;
@@ -62,7 +60,6 @@ class FakeOf : public Base {
 public:
     explicit FakeOf(Script& script) : script_(script) {
         NoteCall("framework made");
-        ++script.made;
         ++script.alive;
     }
     ~FakeOf() override {

@@ -4,6 +4,10 @@
  */
 #include <orva/AIServiceConnectManager.h>
 
+#include <atomic>
+#include <mutex>
+#include <thread>
+
 #include "common/ServiceId.h"
 #include "support/services/ServiceTest.h"
 
@@ -53,10 +57,9 @@ TEST_F(Sessions, InitReadsConfigAndModelsInOrder) {
 TEST_F(Sessions, InitAnswersWhatWentWrong) {
     Region page(4096), shorter(4095), empty(4096);
     empty.Get()->numFds = 0;
-    const std::string type = kType,
-                      full = "E Init: The number of service is more than limit, init failed.\n"
+    const std::string full = "E Init: The number of service is more than limit, init failed.\n"
                              "= 1 client_limit\n",
-                      none = kAdmitted + "E Init: create AIService type " + type +
+                      none = kAdmitted + "E Init: create AIService type " + kType +
                              " error\n= 1 unknown_type\n",
                       unmapped = kAdmitted + kMade + "E Init: mmap fail\n= 1 model_region\n",
                       failed = kAdmitted + kMade + kInitialised + "E Init: Service init failed\n" +
@@ -102,19 +105,9 @@ TEST_F(Sessions, InitAtTheLimitEvictsATimedOutClient) {
     EXPECT_EQ(2, Ask(5));
     EXPECT_EQ(1, listener->getStrongCount());
 
-    // Also when the session that is opened is there already, or when it is the one to go.
-    EXPECT_EQ(0, Init(6));
-    EXPECT_EQ(0, Ask(6));
-    EXPECT_EQ(3, script_.made);
-    reference::SetClientLimit(2);
-    EXPECT_EQ(0, Init(5));
-    EXPECT_EQ(0, Init(5));
-    EXPECT_EQ(2, Ask(6));
-
     // A client of the other service is only reported.
     auto* const connections = AIServiceConnectManager::GetInstance();
-    service_->UnInit(5);
-    reference::SetClientLimit(1);
+    service_->UnInit(6);
     connections->UpdateServiceTime("1:1");
     Story();
     EXPECT_EQ(0, Init(7));
@@ -146,32 +139,105 @@ TEST(ServiceId, NegatedNumbersAlwaysHaveAMeaning) {
     EXPECT_EQ(std::to_string(getpid()) + ":-2147483648", MakeServiceId(INT32_MIN));
 }
 
-// What is under way when its session ends must not leave the client counted for good.
-TEST_F(Sessions, EndForTheConnectionManagerTooAmidACall) {
-    for (int32_t (Sessions::*const call)(int32_t) : {&Sessions::Init, &Sessions::Ask}) {
-        service_->UnInit(5);
-        if (call != &Sessions::Init) {
-            ASSERT_EQ(0, Init(5));
-        }
-        beforeUpdate = [&] { service_->UnInit(5); };
-        (this->*call)(5);
-        EXPECT_NE(std::string::npos,
-                  Story().find("- UpdateServiceTime 5\nS RemoveServiceTime 5\n"));
-        EXPECT_EQ(0U, reference::ClientCount());
-    }
-}
-
 TEST_F(Sessions, EndWithTheirClient) {
     // Death recipients know the process's own service.
     service_ = Service::GetInstance();
     const sp<FakeListener> listener = Listen();
     listener->recipient->serviceDied(0, nullptr);
-    std::string told = Story();
-    EXPECT_EQ("I serviceDied: AIClient PID:5 is inactive\n", told.substr(0, told.find('\n') + 1));
-    EXPECT_NE(std::string::npos, told.find(kRemove + " Complete\n"));
+    EXPECT_EQ("I serviceDied: AIClient PID:5 is inactive\n" + kRemoved, Story());
     EXPECT_EQ(2, Ask(5));
     EXPECT_EQ(1, listener->getStrongCount());
-    EXPECT_EQ(1, listener->recipient->getStrongCount());
+}
+
+constexpr size_t kClients = 6, kRounds = 60, kRequests = 3;
+
+// Completions under way, each on a thread of its own.
+std::mutex completionsMutex;
+std::vector<std::future<void>> completions;
+
+struct OwnScript {
+    Script script;
+};
+
+// A framework object that completes each request whenever its thread gets to it.
+class RacingFramework : private OwnScript, public FakeFramework {
+public:
+    RacingFramework() : FakeFramework(OwnScript::script) {}
+
+    int32_t Process(AIContext& context, const Outputs&, const Outputs& outputs, int32_t) override {
+        if (script.listener == nullptr) {
+            return 3;
+        }
+        const std::lock_guard<std::mutex> lock(completionsMutex);
+        completions.push_back(std::async(std::launch::async, [=, to = script.listener] {
+            to->OnProcessDone(context, 0, outputs);
+        }));
+        return 0;
+    }
+};
+
+// Clients that open, ask and go in every way there is, also from inside their callbacks, while
+// their results arrive and others evict them: what is accepted is delivered or dropped, and nothing
+// is left in the end.
+TEST_F(Sessions, EndWhileResultsArrive) {
+    service_ = Service::GetInstance();  // whom death recipients know
+    heldLocks = nullptr;                // nobody has the time to look
+    std::atomic<size_t> accepted{0}, delivered{0};
+    const auto play = [&](int32_t client) {
+        Region region(100);
+        AITensorHandle handle = TensorIn(region);
+        Tensors tensors;
+        tensors.setToExternal(&handle, 1);
+        for (size_t round = 0; round < kRounds; ++round) {
+            const sp<FakeListener> listener = new FakeListener;
+            listener->during = [&, client, leaves = round % 3 == 0](const Tensors& outputs) {
+                delivered += outputs.size();
+                if (leaves) {
+                    service_->UnInit(client);
+                }
+            };
+            if (Init(client) != 0) {
+                continue;
+            }
+            const int32_t set = service_->SetListener(-client, listener);
+            // Eviction may have left nothing to serve; then nothing is accepted.
+            service_->SetListener(client, nullptr).isOk();
+            for (size_t request = 0; request < kRequests; ++request) {
+                accepted += service_->Process(client, "", tensors, tensors, 0) == 0 ? 1 : 0;
+            }
+            if (round % 2 == 0 && set == 0) {
+                listener->recipient->serviceDied(0, nullptr);
+            } else {
+                service_->UnInit(client);
+            }
+        }
+    };
+    SetCreator([] { return new RacingFramework; });
+    // Fewer places than clients, and nobody keeps one for certain.
+    reference::SetClientLimit(kClients - 2);
+    reference::SetIdleTimeout(std::chrono::nanoseconds(0));
+    std::vector<std::thread> clients;
+    for (size_t client = 1; client <= kClients; ++client) {
+        clients.emplace_back(play, static_cast<int32_t>(client));
+    }
+    for (std::thread& client : clients) {
+        client.join();
+    }
+    reference::SetClientLimit(512);
+    // Waits for those that are still to come.
+    completions.clear();
+    // An eviction between Init and SetListener leaves a listener behind, which goes with the next
+    // session.
+    for (int32_t client = 1; client <= static_cast<int32_t>(kClients); ++client) {
+        EXPECT_EQ(0, Init(client));
+        service_->UnInit(client);
+    }
+    size_t dropped = 0;
+    for (const ::orva::test::LogLine& line : log_.Take(ANDROID_LOG_ERROR)) {
+        dropped += line.message.find("OnProcessDone not find the listener") != std::string::npos;
+    }
+    EXPECT_LT(0U, accepted);
+    EXPECT_EQ(accepted, delivered + dropped);
 }
 
 }  // namespace

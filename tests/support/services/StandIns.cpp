@@ -27,9 +27,6 @@ STAND_IN(CreateIdleTimer, "_ZN4orva13AIServiceBase15CreateIdleTimerEv", AIServic
 
 STAND_IN(Update, MANAGER "17UpdateServiceTimeE" TEXT, AIServiceConnectManager* manager,
          std::string id) {
-    if (const auto before = std::exchange(beforeUpdate, nullptr)) {
-        before();
-    }
     NoteCall("UpdateServiceTime " + id.substr(id.find(':') + 1));
     RealUpdate(manager, std::move(id));
 }

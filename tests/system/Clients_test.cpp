@@ -3,7 +3,9 @@
  * SPDX-License-Identifier: Apache-2.0
  */
 
-// Clients that end or hang at every step of the protocol, and those that live on.
+// Clients that end or hang at every step of the protocol, and what very many leave behind: nothing.
+
+#include <random>
 
 #include <sys/syscall.h>
 
@@ -17,7 +19,7 @@ class ClientDeaths : public SystemTest {
 protected:
     // By death, once.
     void expectRemoved(const ClientProcess& client) {
-        const std::string id = client.idOf(1);
+        const std::string id = std::to_string(client.pid()) + ":1";
         EXPECT_TRUE(host().log().await("RemoveService " + id + " Complete"));
         EXPECT_EQ(host().log().count("AIClient " + id + " is inactive"), 1U);
     }
@@ -62,20 +64,6 @@ TEST_F(ClientDeaths, KilledAtEachStep) {
     EXPECT_TRUE(host().log().await("AIServiceHIDL call OnProcessDone isOk error"));
 }
 
-// Before a listener is registered nothing tells the host of a session's end: it goes when its time
-// has run out and another client needs the room.
-TEST_F(ClientDeaths, WithoutAListenerTheSessionIsLeftToTheTimeOut) {
-    startHost({"--log-level", "info", "--max-clients", "1", "--idle-timeout", "0.2"});
-    auto client = newClient();
-    ASSERT_EQ(client->ask("init 1 echo"), "0");
-    const std::string id = client->idOf(1);
-    client->kill();
-    client = newClient();
-    EXPECT_TRUE(eventually([&] { return client->ask("init 1 echo") == "0"; }));
-    EXPECT_TRUE(host().log().await("RemoveService " + id + " Complete"));
-    EXPECT_EQ(client->ask("uninit 1"), "0");
-}
-
 // More clients than the host has threads, none of which answers or dies. Others are served
 // meanwhile, and they are cut off in the end.
 TEST_F(ClientDeaths, FrozenInsideTheirCallbacks) {
@@ -97,6 +85,76 @@ TEST_F(ClientDeaths, FrozenInsideTheirCallbacks) {
         EXPECT_EQ(client->ask("await-death"), "died");
         EXPECT_EQ(client->finish(), 0);
     }
+}
+
+constexpr int kRounds = kSanitized ? 200 : 1000;
+constexpr int kKills = kSanitized ? 30 : 200;
+// What the host admits here, so that whoever is left behind is missed.
+constexpr int kRoom = 8;
+// Threads that serve calls and those that wait for clients, at most; see the host's options.
+constexpr size_t kMostThreads = 8 + 16;
+
+class Endurance : public SystemTest {
+protected:
+    void SetUp() override {
+        SystemTest::SetUp();
+        startHost({"--max-clients", std::to_string(kRoom), "--idle-timeout", "600"});
+    }
+    void TearDown() override {
+        EXPECT_LE(ProcessState::of(host().pid()).threads, kMostThreads);
+        expectRoomFor(kRoom);
+        SystemTest::TearDown();
+    }
+
+    std::vector<std::unique_ptr<ClientProcess>> fourAtOnce(const std::string& step) {
+        std::vector<std::unique_ptr<ClientProcess>> clients;
+        for (int i = 0; i < 4; ++i) {
+            clients.push_back(newClient());
+            clients.back()->write(step);
+        }
+        return clients;
+    }
+};
+
+TEST_F(Endurance, RoundsLeaveNothing) {
+    for (const auto& client : fourAtOnce("rounds " + std::to_string(kRounds / 4))) {
+        EXPECT_EQ(client->answer(), "0");
+        EXPECT_EQ(client->finish(), 0);
+    }
+}
+
+TEST_F(Endurance, KilledClientsLeaveNothing) {
+    std::mt19937 random(17);
+    for (int killed = 0; killed < kKills && !HasFailure(); killed += 4) {
+        for (const auto& client : fourAtOnce("requests")) {
+            for (unsigned done = random() % 8 + 1; done > 0; --done) {
+                ASSERT_EQ(client->answer(), "done");
+            }
+            client->kill();
+        }
+        // There is room again only when the host has heard of their end.
+        expectSettled();
+    }
+}
+
+using ModelManagers = SystemTest;
+
+TEST_F(ModelManagers, TwoHundredAndOneSessionsOfManyProcesses) {
+    startHost({"--log-level", "info", "--max-clients", "300"});
+    std::vector<std::unique_ptr<ClientProcess>> clients;
+    for (int i = 0; i < 3; ++i) {
+        clients.push_back(newClient());
+        for (int session = 1; session <= 67; ++session) {
+            ASSERT_EQ(clients.back()->ask("manage " + std::to_string(session)), "0");
+        }
+    }
+    EXPECT_LE(ProcessState::of(host().pid()).threads, kMostThreads) << "none is a session's own";
+    const auto late = newClient();
+    EXPECT_EQ(late->ask("manage 1"), "1");
+    EXPECT_TRUE(host().log().await("AIModelManagerImpl count more than 200"));
+    EXPECT_EQ(clients[1]->ask("unmanage 5"), "0");
+    EXPECT_EQ(late->ask("manage 1"), "0");
+    EXPECT_EQ(late->ask("manage 2"), "1");
 }
 
 }  // namespace
