@@ -14,6 +14,7 @@
 #include "common/Log.h"
 #include "common/ModelBuffers.h"
 #include "common/ServiceId.h"
+#include "common/ServiceTime.h"
 #include "common/StatusCodes.h"
 
 namespace orva::hidl {
@@ -47,7 +48,7 @@ Return<int32_t> AIServiceHIDL::Init(int32_t clientId, const hidl_string& type,
     }
 
     std::string serviceId;
-    std::shared_ptr<AIServiceBase> node;
+    Session session;
     {
         MutexLock lock(serviceMutex);
         serviceId = MakeServiceId(clientId);
@@ -57,16 +58,16 @@ Return<int32_t> AIServiceHIDL::Init(int32_t clientId, const hidl_string& type,
             return kStatusSuccess;
         }
         const std::string nodeType = type;
-        node = AINNNodeFactory::GetInstance()->CreateNNNode(nodeType);
-        if (node == nullptr) {
+        session.node = AINNNodeFactory::GetInstance()->CreateNNNode(nodeType);
+        if (session.node == nullptr) {
             ORVA_LOGE(kServiceTag, "create AIService type %s error", nodeType.c_str());
             activity.Refuse(Refusal::kUnknownType);
             return kStatusFailure;
         }
-        node->CreateIdleTimer();
-        serviceNodes[serviceId] = node;
-        sessionActivities[serviceId] =
-                std::make_shared<SessionActivity>(activity, nodeType.c_str());
+        session.node->CreateIdleTimer();
+        session.activity = std::make_shared<SessionActivity>(activity, nodeType.c_str());
+        serviceNodes[serviceId] = session.node;
+        sessionActivities[serviceId] = session.activity;
     }
 
     // The session exists from here on, but a slow initialisation must not hold up other clients.
@@ -79,9 +80,9 @@ Return<int32_t> AIServiceHIDL::Init(int32_t clientId, const hidl_string& type,
         activity.Refuse(Refusal::kModelRegion);
         return kStatusFailure;
     }
-    const int32_t status = node->Init(nodeConfig, descriptions);
+    const int32_t status = session.node->Init(nodeConfig, descriptions);
     if (status == kStatusSuccess) {
-        UpdateServiceTime(serviceId);
+        UpdateServiceTime(serviceId, *session.activity);
         return kStatusSuccess;
     }
 
@@ -89,7 +90,7 @@ Return<int32_t> AIServiceHIDL::Init(int32_t clientId, const hidl_string& type,
     activity.Refuse(Refusal::kInit);
     MutexLock lock(serviceMutex);
     serviceNodes.erase(serviceId);
-    sessionActivities.erase(serviceId);
+    EndSession(sessionActivities, serviceId);
     AIServiceConnectManager::GetInstance()->RemoveServiceTime(serviceId);
     return status;
 }
@@ -100,30 +101,22 @@ Return<void> AIServiceHIDL::UnInit(int32_t clientId) {
     return Void();
 }
 
-void AIServiceHIDL::UpdateServiceTime(const std::string& serviceId) {
-    AIServiceConnectManager* const connections = AIServiceConnectManager::GetInstance();
-    connections->UpdateServiceTime(serviceId);
-    MutexLock lock(serviceMutex);
-    if (!UseSession(sessionActivities, serviceId)) {
-        connections->RemoveServiceTime(serviceId);
-    }
-}
-
 void AIServiceHIDL::RemoveService(const std::string& serviceId) {
     ORVA_LOGI(kServiceTag, "AIServiceHIDL RemoveService %s", serviceId.c_str());
     {
         MutexLock lock(serviceMutex);
+        EndSession(sessionActivities, serviceId);
         // Also without a session: the id may be known from a session of the other service.
         AIServiceConnectManager::GetInstance()->RemoveServiceTime(serviceId);
         if (serviceNodes.erase(serviceId) == 0) {
             ORVA_LOGE(kServiceTag, "RemoveService service %s is not create", serviceId.c_str());
             return;
         }
-        sessionActivities.erase(serviceId);
     }
+    sp<IAIServiceListener> listener;
     {
         MutexLock lock(listenerMutex);
-        ForgetClient(serviceId, clientListeners, deathRecipients);
+        listener = ForgetClient(serviceId, clientListeners, deathRecipients);
     }
     ORVA_LOGI(kServiceTag, "AIServiceHIDL RemoveService %s Complete", serviceId.c_str());
 }

@@ -79,9 +79,6 @@ private:
     Session FindSession(const std::string& serviceId) ORVA_REQUIRES(serviceMutex);
     // Nothing while the sessions are locked.
     std::optional<std::vector<SessionState>> SessionStates();
-    // Tells the connection manager that a session is in use; of one that has been removed since it
-    // was looked up nothing stays there, because nobody would be left to remove it.
-    void UpdateServiceTime(const std::string& serviceId) ORVA_EXCLUDES(serviceMutex);
 
     std::map<std::string, android::sp<IAIServiceListener>> clientListeners
             ORVA_GUARDED_BY(listenerMutex);

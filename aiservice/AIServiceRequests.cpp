@@ -13,6 +13,7 @@
 #include "aiservice/AIServiceHIDL.h"
 #include "common/Log.h"
 #include "common/ServiceId.h"
+#include "common/ServiceTime.h"
 #include "common/StatusCodes.h"
 #include "transport/TensorPacking.h"
 #include "transport/TensorUnpacking.h"
@@ -65,7 +66,7 @@ Return<int32_t> AIServiceHIDL::Process(int32_t clientId, const hidl_string& cont
     AIContext nodeContext;
     nodeContext.Deserialize(context);
     ORVA_LOGI(kServiceTag, "Process context: %s", context.c_str());
-    UpdateServiceTime(serviceId);
+    UpdateServiceTime(serviceId, *session.activity);
     session.activity->RequestStarts();
     const int32_t status = session.node->Process(nodeContext, inputTensors, outputTensors, param);
     if (status != kStatusSuccess) {

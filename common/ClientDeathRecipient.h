@@ -15,7 +15,7 @@
 namespace orva::hidl {
 
 // Ends a session of a service when the process behind its listener dies. Called on a binder
-// thread. The service is asked for only then, so that it may have come to its end before.
+// thread. The service is asked for only then, and made if there is none yet.
 template <typename Service>
 class ClientDeathRecipient : public android::hardware::hidl_death_recipient {
 public:
@@ -33,9 +33,12 @@ private:
 };
 
 // Takes a client's listener and its recipient out of a service's tables, whichever are there, and
-// the link between them.
+// the link between them. Answers the listener, to be released without the service's locks: the last
+// reference tells the client's process, which may be slow to listen.
 template <typename Listeners, typename Recipients>
-void ForgetClient(const std::string& serviceId, Listeners& listeners, Recipients& recipients) {
+typename Listeners::mapped_type ForgetClient(const std::string& serviceId, Listeners& listeners,
+                                             Recipients& recipients) {
+    typename Listeners::mapped_type forgotten;
     const auto listener = listeners.find(serviceId);
     const auto recipient = recipients.find(serviceId);
     if (listener != listeners.end() && recipient != recipients.end() &&
@@ -47,8 +50,10 @@ void ForgetClient(const std::string& serviceId, Listeners& listeners, Recipients
         recipients.erase(recipient);
     }
     if (listener != listeners.end()) {
+        forgotten = std::move(listener->second);
         listeners.erase(listener);
     }
+    return forgotten;
 }
 
 }  // namespace orva::hidl

@@ -82,13 +82,12 @@ void SessionActivity::End() {
     ServiceActivity::Add(service_.ended_);
 }
 
-bool UseSession(const SessionActivities& sessions, const std::string& serviceId) {
+void EndSession(SessionActivities& sessions, const std::string& serviceId) {
     const auto found = sessions.find(serviceId);
-    if (found == sessions.end()) {
-        return false;
+    if (found != sessions.end()) {
+        found->second->SessionEnds();
+        sessions.erase(found);
     }
-    found->second->Use();
-    return true;
 }
 
 }  // namespace orva::hidl

@@ -80,6 +80,9 @@ public:
     SessionActivity(ServiceActivity& service, const char* type);
 
     void Use() { lastUse_.store(MonotonicNow(), std::memory_order_relaxed); }
+    // The session is no longer among its service's.
+    void SessionEnds() { sessionEnded_ = true; }
+    bool HasEnded() const { return sessionEnded_; }
     // Each request that starts ends once: it is done, or was refused, which is counted as such.
     void RequestStarts();
     void RequestIsDone();
@@ -100,6 +103,7 @@ private:
     ServiceActivity& service_;
     const std::string type_;
     std::atomic<int64_t> lastUse_{MonotonicNow()};
+    std::atomic<bool> sessionEnded_{false};
     ServiceActivity::Counter started_{0};
     ServiceActivity::Counter ended_{0};
     ServiceActivity::Counter done_{0};
@@ -108,7 +112,7 @@ private:
 // Of a service's sessions, by their service id.
 using SessionActivities = std::map<std::string, std::shared_ptr<SessionActivity>>;
 
-// Notes that a session is in use. False when there is none of that id.
-bool UseSession(const SessionActivities& sessions, const std::string& serviceId);
+// Takes a session out, if it is there, marked as ended for those who still hold it.
+void EndSession(SessionActivities& sessions, const std::string& serviceId);
 
 }  // namespace orva::hidl

@@ -11,9 +11,11 @@
 
 #include "common/Log.h"
 #include "common/ServiceId.h"
+#include "common/ServiceTime.h"
 #include "common/SharedMapping.h"
 #include "common/StatusCodes.h"
 #include "modelmanager/ModelManagerServiceHIDL.h"
+#include "modelmanager/RequireCallback.h"
 
 namespace orva::hidl {
 
@@ -77,6 +79,7 @@ Return<void> ModelManagerServiceHIDL::BuildModel(int32_t clientId, const hidl_st
                                                  const hidl_vec<ModelBuffer>& inputModels,
                                                  const ModelBuffer& outputModel,
                                                  BuildModel_cb _hidl_cb) {
+    RequireCallback(_hidl_cb);
     AIContext buildContext;
     buildContext.Deserialize(context);
     const std::string processName = buildContext.GetPara("processName");
@@ -120,7 +123,7 @@ Return<void> ModelManagerServiceHIDL::BuildModel(int32_t clientId, const hidl_st
         _hidl_cb(0, kStatusFailure);
         return Void();
     }
-    UpdateServiceTime(serviceId);
+    UpdateServiceTime(serviceId, *session.activity);
     session.activity->RequestStarts();
 
     // What comes before the answer to the client and what after it differs from path to path, and

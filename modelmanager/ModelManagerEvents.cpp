@@ -9,6 +9,7 @@
 
 #include "common/Log.h"
 #include "common/ServiceId.h"
+#include "common/ServiceTime.h"
 #include "common/StatusCodes.h"
 #include "modelmanager/ModelManagerServiceHIDL.h"
 #include "transport/TensorPacking.h"
@@ -55,17 +56,10 @@ Return<int32_t> ModelManagerServiceHIDL::SetListener(int32_t clientId,
         return kStatusSuccess;
     }
 
-    std::string serviceId;
-    Session session;
-    {
-        MutexLock lock(managerMutex);
-        serviceId = MakeServiceId(clientId);
-        session = FindSession(serviceId);
-        if (session.manager == nullptr) {
-            ORVA_LOGE(kManagerTag, "SetListener service %s is not create", serviceId.c_str());
-            activity.Refuse(Refusal::kNoSession);
-            return kStatusNoSession;
-        }
+    const std::string serviceId = MakeServiceId(clientId);
+    const Session session = TakeSession(serviceId, ORVA_HERE);
+    if (session.manager == nullptr) {
+        return kStatusNoSession;
     }
     {
         // The model manager is called with the lock held, so that of two listeners set at once the
@@ -90,7 +84,7 @@ Return<int32_t> ModelManagerServiceHIDL::SetListener(int32_t clientId,
             return status;
         }
     }
-    UpdateServiceTime(serviceId);
+    UpdateServiceTime(serviceId, *session.activity);
     return kStatusSuccess;
 }
 

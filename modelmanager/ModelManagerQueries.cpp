@@ -7,8 +7,10 @@
 
 #include "common/Log.h"
 #include "common/ServiceId.h"
+#include "common/ServiceTime.h"
 #include "common/StatusCodes.h"
 #include "modelmanager/ModelManagerServiceHIDL.h"
+#include "modelmanager/RequireCallback.h"
 
 namespace orva::hidl {
 
@@ -42,7 +44,7 @@ Return<int32_t> ModelManagerServiceHIDL::GetMaxUsedMemory(int32_t clientId) {
     if (session.manager == nullptr) {
         return kStatusNoSession;
     }
-    UpdateServiceTime(serviceId);
+    UpdateServiceTime(serviceId, *session.activity);
     return session.manager->GetMaxUsedMemory();
 }
 
@@ -53,7 +55,7 @@ Return<int32_t> ModelManagerServiceHIDL::CheckModelValid(int32_t clientId) {
     if (session.manager == nullptr) {
         return kStatusNoSession;
     }
-    UpdateServiceTime(serviceId);
+    UpdateServiceTime(serviceId, *session.activity);
     return session.manager->CheckModelValid();
 }
 
@@ -62,6 +64,7 @@ Return<void> ModelManagerServiceHIDL::GetModelIOTensorDim(int32_t clientId,
                                                           GetModelIOTensorDim_cb _hidl_cb) {
     // The second blank is meant: readers of the log look for it.
     ORVA_LOGI(kManagerTag, "ModelManagerServiceHIDL  GetModelIOTensorDim");
+    RequireCallback(_hidl_cb);
     const std::string serviceId = MakeServiceId(clientId);
     Session session;
     {
@@ -76,12 +79,13 @@ Return<void> ModelManagerServiceHIDL::GetModelIOTensorDim(int32_t clientId,
             return Void();
         }
     }
-    UpdateServiceTime(serviceId);
+    UpdateServiceTime(serviceId, *session.activity);
 
     std::vector<AIModelIOTensor> inputs;
     std::vector<AIModelIOTensor> outputs;
     const int32_t status = session.manager->GetModelIOTensorDim(modelName, inputs, outputs);
     if (status != kStatusSuccess) {
+        activity.Refuse(Refusal::kRequest);
         _hidl_cb({}, {}, status);
         return Void();
     }

@@ -7,6 +7,7 @@
 
 #include "common/Log.h"
 #include "common/ServiceId.h"
+#include "common/ServiceTime.h"
 #include "common/StatusCodes.h"
 #include "modelmanager/ModelManagerServiceHIDL.h"
 #include "transport/TensorUnpacking.h"
@@ -56,7 +57,7 @@ Return<int32_t> ModelManagerServiceHIDL::Process(int32_t clientId, const hidl_st
     AIContext managerContext;
     managerContext.Deserialize(context);
     ORVA_LOGI(kManagerTag, "Process context: %s", context.c_str());
-    UpdateServiceTime(serviceId);
+    UpdateServiceTime(serviceId, *session.activity);
     session.activity->RequestStarts();
     const int32_t status =
             session.manager->Process(managerContext, inputTensors, outputTensors, processArg);
@@ -95,7 +96,7 @@ Return<int32_t> ModelManagerServiceHIDL::SetInputsAndOutputs(
     AIContext managerContext;
     managerContext.Deserialize(context);
     ORVA_LOGI(kManagerTag, "SetInputsAndOutputs context: %s", context.c_str());
-    UpdateServiceTime(serviceId);
+    UpdateServiceTime(serviceId, *session.activity);
     const int32_t status =
             session.manager->SetInputsAndOutputs(managerContext, inputTensors, outputTensors);
     if (status != kStatusSuccess) {
@@ -117,7 +118,7 @@ Return<int32_t> ModelManagerServiceHIDL::StartCompute(int32_t clientId,
     AIContext managerContext;
     managerContext.Deserialize(context);
     ORVA_LOGI(kManagerTag, "StartCompute context: %s", context.c_str());
-    UpdateServiceTime(serviceId);
+    UpdateServiceTime(serviceId, *session.activity);
     session.activity->RequestStarts();
     if (session.manager->StartCompute(managerContext) != kStatusSuccess) {
         session.activity->RequestIsRefused(Refusal::kRequest);

@@ -14,6 +14,7 @@
 #include "common/Log.h"
 #include "common/ModelBuffers.h"
 #include "common/ServiceId.h"
+#include "common/ServiceTime.h"
 #include "common/StatusCodes.h"
 
 namespace orva::hidl {
@@ -69,15 +70,6 @@ ModelManagerServiceHIDL::Session ModelManagerServiceHIDL::TakeSession(const std:
     return session;
 }
 
-void ModelManagerServiceHIDL::UpdateServiceTime(const std::string& serviceId) {
-    AIServiceConnectManager* const connections = AIServiceConnectManager::GetInstance();
-    connections->UpdateServiceTime(serviceId);
-    MutexLock lock(managerMutex);
-    if (!UseSession(sessionActivities, serviceId)) {
-        connections->RemoveServiceTime(serviceId);
-    }
-}
-
 Return<int32_t> ModelManagerServiceHIDL::Init(int32_t clientId, const hidl_string& serviceType,
                                               const hidl_string& config,
                                               const hidl_vec<ModelBuffer>& models) {
@@ -88,6 +80,7 @@ Return<int32_t> ModelManagerServiceHIDL::Init(int32_t clientId, const hidl_strin
     }
 
     const std::string serviceId = MakeServiceId(clientId);
+    std::shared_ptr<SessionActivity> opened;
     {
         // Held until the model manager is ready: initialisations go one after the other, and a
         // request never finds one that is not done.
@@ -111,8 +104,8 @@ Return<int32_t> ModelManagerServiceHIDL::Init(int32_t clientId, const hidl_strin
             return kStatusFailure;
         }
         modelManagers[serviceId] = manager;
-        sessionActivities[serviceId] =
-                std::make_shared<SessionActivity>(activity, serviceType.c_str());
+        opened = std::make_shared<SessionActivity>(activity, serviceType.c_str());
+        sessionActivities[serviceId] = opened;
 
         // The session stays whatever happens from here on, until the client ends it or its time
         // runs out.
@@ -131,7 +124,7 @@ Return<int32_t> ModelManagerServiceHIDL::Init(int32_t clientId, const hidl_strin
             return status;
         }
     }
-    UpdateServiceTime(serviceId);
+    UpdateServiceTime(serviceId, *opened);
     return kStatusSuccess;
 }
 
@@ -143,24 +136,18 @@ Return<void> ModelManagerServiceHIDL::UnInit(int32_t clientId) {
 
 void ModelManagerServiceHIDL::RemoveService(const std::string& serviceId) {
     ORVA_LOGI(kManagerTag, "ModelManagerServiceHIDL RemoveService %s", serviceId.c_str());
-    // Let go of outside the lock: a model manager may wait for its requests at its end, and they
-    // for their delivery.
-    std::shared_ptr<AIModelManager> manager;
     {
         MutexLock lock(managerMutex);
-        const auto found = modelManagers.find(serviceId);
-        if (found == modelManagers.end()) {
+        if (modelManagers.erase(serviceId) == 0) {
             ORVA_LOGE(kManagerTag, "RemoveService service %s is not create", serviceId.c_str());
             return;
         }
-        manager = std::move(found->second);
-        modelManagers.erase(found);
-        sessionActivities.erase(serviceId);
+        EndSession(sessionActivities, serviceId);
     }
-    manager.reset();
+    sp<IModelManagerListener> listener;
     {
         CallbackLock lock(listenerMutex);
-        ForgetClient(serviceId, clientListeners, deathRecipients);
+        listener = ForgetClient(serviceId, clientListeners, deathRecipients);
         AIServiceConnectManager::GetInstance()->RemoveServiceTime(serviceId);
     }
     ORVA_LOGI(kManagerTag, "ModelManagerServiceHIDL RemoveService %s Complete", serviceId.c_str());

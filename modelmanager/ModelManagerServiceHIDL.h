@@ -113,9 +113,6 @@ private:
             ORVA_EXCLUDES(managerMutex);
     // Both null when there is no such session.
     Session FindSession(const std::string& serviceId) ORVA_REQUIRES(managerMutex);
-    // Tells the connection manager that a session is in use; of one that has been removed since it
-    // was looked up nothing stays there, because nobody would be left to remove it.
-    void UpdateServiceTime(const std::string& serviceId) ORVA_EXCLUDES(managerMutex);
     // Nothing while the sessions are locked.
     std::optional<std::vector<SessionState>> SessionStates();
 

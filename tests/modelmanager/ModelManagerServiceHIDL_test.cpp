@@ -61,7 +61,8 @@ TEST_F(ModelManagerQueries, SayWhatBecomesOfThem) {
             EXPECT_EQ(called + "- UpdateServiceTime 5\n- framework " + each.method +
                               (answers ? " face\n- " : "\n") +
                               (status == 0 ? each.answer : each.noAnswer) + "= " +
-                              std::to_string(status) + "\n",
+                              std::to_string(status) +
+                              (answers && status != 0 ? " framework_request\n" : "\n"),
                       each.ask());
         }
         service_->UnInit(5);
@@ -123,6 +124,13 @@ TEST_F(ModelManagerService, HasRoomForTwoHundredAndOne) {
     for (int32_t client = 0; client < 202; ++client) {
         service_->UnInit(client);
     }
+}
+
+TEST_F(ModelManagerService, EmptyCallbacksThrowAndLeaveNothingLocked) {
+    const hidl_vec<ModelBuffer> none;
+    EXPECT_THROW(service_->GetModelIOTensorDim(5, "face", nullptr), std::bad_function_call);
+    EXPECT_THROW(service_->BuildModel(5, "", 0, none, {}, nullptr), std::bad_function_call);
+    EXPECT_EQ(2, static_cast<int32_t>(service_->CheckModelValid(5)));
 }
 
 TEST_F(ModelManagerService, StartComputeKnowsOneFailureOnly) {

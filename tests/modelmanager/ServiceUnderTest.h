@@ -87,7 +87,7 @@ const std::string kAdmitted = "I Init: create AIService type type\n";
 const std::string kMade = "S framework made\n";
 const std::string kInitialised = "S framework Init\n";
 const std::string kUndone;
-const std::string kGone = "- framework gone\nL listener unlinkToDeath\nL RemoveServiceTime 5\n";
+const std::string kGone = "S framework gone\nL listener unlinkToDeath\nL RemoveServiceTime 5\n";
 const std::string kNothingGone;
 
 const std::string kSetting = "I SetListener: ModelManagerServiceHIDL SetListener\n";
