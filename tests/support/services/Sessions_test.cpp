@@ -9,6 +9,7 @@
 #include <thread>
 
 #include "common/ServiceId.h"
+#include "common/ServiceTime.h"
 #include "support/services/ServiceTest.h"
 
 namespace orva::hidl::test {
@@ -131,6 +132,21 @@ TEST_F(Sessions, UnInitEndsOne) {
     EXPECT_TRUE(service_->UnInit(5).isOk());
     EXPECT_EQ(called + kRemove + "\n" + kNothingGone + NotThere("PID:5"), Story());
     EXPECT_EQ(1, service_->SetListener(-5, listener));
+}
+
+TEST_F(Sessions, ThatEndedAmidACallAreNotKeptInUse) {
+    reference::SetClientLimit(1);
+    auto* const connections = AIServiceConnectManager::GetInstance();
+    ServiceActivity activity;
+    const auto session = std::make_shared<SessionActivity>(activity, "type");
+    SessionActivities sessions = {{"1:1", session}};
+    UpdateServiceTime("1:1", *session);
+    EXPECT_FALSE(connections->CheckServiceNum());
+    EndSession(sessions, "1:1");
+    connections->RemoveServiceTime("1:1");
+    // By a call that had found the session before.
+    UpdateServiceTime("1:1", *session);
+    EXPECT_TRUE(connections->CheckServiceNum());
 }
 
 TEST(ServiceId, NegatedNumbersAlwaysHaveAMeaning) {
