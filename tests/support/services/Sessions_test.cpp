@@ -96,24 +96,25 @@ TEST_F(Sessions, InitAnswersWhatWentWrong) {
     }
 }
 
-TEST_F(Sessions, InitAtTheLimitEvictsATimedOutClient) {
+TEST_F(Sessions, InitAtTheLimitEvictsTheLongestIdleClient) {
+    ASSERT_EQ(0, Init(6));
     const sp<FakeListener> listener = Listen();
+    EXPECT_EQ(0, Ask(6));  // a sign of life
+    Story();
     reference::SetIdleTimeout(std::chrono::nanoseconds(0));
-    reference::SetClientLimit(1);
-    EXPECT_EQ(0, Init(6));
+    reference::SetClientLimit(2);
+    EXPECT_EQ(0, Init(7));
     const std::string evicting = kInit + kRemoved + kAdmitted + kMade;
     EXPECT_EQ(evicting, Story().substr(0, evicting.size()));
     EXPECT_EQ(2, Ask(5));
-    EXPECT_EQ(1, listener->getStrongCount());
 
     // A client of the other service is only reported.
-    auto* const connections = AIServiceConnectManager::GetInstance();
     service_->UnInit(6);
-    connections->UpdateServiceTime("1:1");
-    Story();
-    EXPECT_EQ(0, Init(7));
+    AIServiceConnectManager::GetInstance()->UpdateServiceTime("1:1");
+    EXPECT_EQ(0, Ask(7));
+    EXPECT_EQ(0, Init(6));
     EXPECT_NE(std::string::npos, Story().find(NotThere("1:1")));
-    connections->RemoveServiceTime("1:1");
+    AIServiceConnectManager::GetInstance()->RemoveServiceTime("1:1");
 }
 
 TEST_F(Sessions, UnInitEndsOne) {
