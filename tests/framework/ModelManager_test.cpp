@@ -67,11 +67,11 @@ struct Manager : ModelManager {
 // What is built of files; the status when that fails.
 int32_t Build(std::vector<File> sources, File& built, size_t room = 100000) {
     std::vector<MappedBuffer> inputs;
-    for (File& source : sources) {
-        inputs.push_back({source.data(), static_cast<uint32_t>(source.size())});
-    }
+    std::transform(sources.begin(), sources.end(), std::back_inserter(inputs), [](File& source) {
+        return MappedBuffer{source.data(), static_cast<uint32_t>(source.size())};
+    });
     // Its own allocation, so that the byte after it is out of bounds.
-    const std::unique_ptr<uint8_t[]> output(new uint8_t[room]);
+    const auto output = std::make_unique<uint8_t[]>(room);
     uint32_t size = 100;
     const int32_t status = ModelManager().BuildModel(
             -7, inputs, {output.get(), static_cast<uint32_t>(room)}, size);

@@ -28,7 +28,7 @@ TEST(WriteFile, ReplacesAllOrNothingAndKeepsLinkAndMode) {
     };
     const auto isNew = [&] {
         char word[8] = {};
-        std::ifstream(file).read(word, sizeof word);
+        std::ifstream(file).read(word, sizeof word - 1);
         return std::string(word) == "new";
     };
     write(file, "a longer old one");
