@@ -125,8 +125,9 @@ TEST_F(Endurance, RoundsLeaveNothing) {
 
 TEST_F(Endurance, KilledClientsLeaveNothing) {
     std::mt19937 random(17);
-    for (int killed = 0; killed < kKills && !HasFailure(); killed += 4) {
-        for (const auto& client : fourAtOnce("requests")) {
+    for (int killed = 0; killed < 2 * kKills && !HasFailure(); killed += 4) {
+        // Of either service, amid whatever they do then.
+        for (const auto& client : fourAtOnce(killed % 8 == 0 ? "requests" : "managed")) {
             for (unsigned done = random() % 8 + 1; done > 0; --done) {
                 ASSERT_EQ(client->answer(), "done");
             }

@@ -14,6 +14,7 @@
 //   let-go            results are taken again    await-death       until the service is dead
 //   rounds COUNT      opens, requests and closes
 //   requests          requests until it is killed, a line for each
+//   managed           requests of a model manager, and builds, until it is killed, the same
 //   manage N          opens session N on a model manager
 //   unmanage N        closes it
 //
@@ -30,7 +31,9 @@
 
 #include <orva_platform/Runtime.h>
 
+#include "client/lib/ManagerSession.h"
 #include "client/lib/Session.h"
+#include "client/model/ModelFile.h"
 
 namespace {
 
@@ -42,6 +45,7 @@ using android::hardware::Return;
 using vendor::selkat::hardware::ai::V2_0::AITensorHandle;
 
 constexpr size_t kRequestBytes = 4096;
+constexpr char kModel[] = "/usr/share/libonnx-testdata/data/node/test_relu/model.onnx";
 
 // One result that is held up in its callback.
 struct Hold {
@@ -96,6 +100,29 @@ void request(Session& session, int count) {
         if (result.result != 0 || result.outputs.size() != 1) {
             throw std::runtime_error("result " + std::to_string(result.result));
         }
+    }
+}
+
+// All that a model manager does in a session. There is one: who is killed between its opening and
+// its listener keeps its place until the idle time-out.
+[[noreturn]] void manage(const sp<ModelManagerService>& managers) {
+    ModelFile file(kModel);
+    const TensorShape shape = file.models()[0].inputs[0];
+    std::vector<Model> models;
+    models.push_back(std::move(file).take());
+    std::vector<Tensor> inputs, outputs;
+    inputs.emplace_back(shape.attributes(), shape.bytes());
+    outputs.emplace_back(shape.attributes(), shape.bytes());
+    const SharedRegion built("built", kRequestBytes);
+    for (ManagerSession session(managers, 1000, "", models);;) {
+        session.send("", inputs, outputs);
+        session.bind("", inputs, outputs);
+        session.start("");
+        if (session.await().result + session.await().result != 0 ||
+            session.build(models, built) == 0) {
+            throw std::runtime_error("it was not done");
+        }
+        std::cout << "done" << std::endl;
     }
 }
 
@@ -181,6 +208,7 @@ private:
                      std::cout << "done" << std::endl;
                  }
              }},
+            {"managed", [&](auto...) -> std::string { manage(mManagers); }},
     };
 };
 
