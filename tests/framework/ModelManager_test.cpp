@@ -206,7 +206,7 @@ TEST(ModelManager, RefusesABuiltModelThatIsSealedButWrong) {
     };
     for (const auto& testCase : cases) {
         File file = built;
-        std::copy(testCase.bytes.begin(), testCase.bytes.end(), file.begin() + testCase.at);
+        std::copy(testCase.bytes.begin(), testCase.bytes.end(), &file[testCase.at]);
         Digest digest;
         digest.Add({file.data() + 64, file.size() - 64});
         digest.Add({file.data(), 32});

@@ -116,7 +116,7 @@ TEST_F(NodesTest, OnnxRefusesBrokenModels) {
     const std::vector<uint8_t> whole = CaseModel(kSplit);
     // Without the last six bytes the graph is still whole.
     for (size_t size = 1; size < whole.size() - 6; ++size) {
-        EXPECT_EQ(kNodeBadModel, Init("onnx", {whole.begin(), whole.begin() + size})) << size;
+        EXPECT_EQ(kNodeBadModel, Init("onnx", {whole.data(), whole.data() + size})) << size;
     }
 }
 
