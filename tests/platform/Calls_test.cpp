@@ -95,7 +95,14 @@ TEST_F(Calls, KnowTheirCallerAndServeCallsBackOnTheThreadThatWaits) {
     }));
     EXPECT_EQ(mServer->pid(), calledBy);
     EXPECT_EQ(gettid(), servedBy);
+    // Within one process it is the process itself.
+    expectOk(local->caller(nullptr, [](int32_t before, int32_t, uint32_t uid) {
+        EXPECT_EQ(getpid(), before);
+        EXPECT_EQ(getuid(), uid);
+    }));
+    EXPECT_EQ(getpid(), calledBy);
     expectOk(mProbe->getDebugInfo([&](const auto& info) { EXPECT_EQ(mServer->pid(), info.pid); }));
+    expectOk(mProbe->getHashChain([](const auto& chain) { EXPECT_EQ(2U, chain.size()); }));
 }
 
 TEST_F(Calls, NestOnlyToALimit) {
