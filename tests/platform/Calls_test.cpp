@@ -105,6 +105,22 @@ TEST_F(Calls, KnowTheirCallerAndServeCallsBackOnTheThreadThatWaits) {
     expectOk(mProbe->getHashChain([](const auto& chain) { EXPECT_EQ(2U, chain.size()); }));
 }
 
+TEST_F(Calls, BackAfterTheAnswerGoAWayOfTheirOwn) {
+    // Nobody waits for this thread any more when it has answered.
+    struct Late : Probe {
+        explicit Late(sp<IProbe> probe) : peer(std::move(probe)) {}
+        Return<void> caller(const sp<IProbe>&, caller_cb answer) override {
+            answer(1, 2, 3);
+            expectOk(peer->ping());
+            return android::hardware::Void();
+        }
+        const sp<IProbe> peer;
+    };
+    int32_t before = 0;
+    expectOk(mProbe->caller(new Late(mProbe), [&](int32_t pid, auto...) { before = pid; }));
+    EXPECT_EQ(getpid(), before);
+}
+
 TEST_F(Calls, NestOnlyToALimit) {
     for (const auto& [depth, limit] : {std::pair(20, 20), {1000, 32}, {3, 3}}) {
         int reached = 0;

@@ -39,7 +39,7 @@ ServingScope::~ServingScope() {
 socket::Channel* ServingScope::channelTo(const socket::Link& link) {
     for (const ServingScope* scope = innermost; scope != nullptr; scope = scope->mOuter) {
         if (scope->mChannel != nullptr && &scope->mChannel->link() == &link) {
-            return scope->mChannel;
+            return scope->mCallerWaits ? scope->mChannel : nullptr;
         }
     }
     return nullptr;

@@ -28,7 +28,7 @@ public:
 
     // The call is answered: its caller waits for this thread no longer, and calls back to it go as
     // any others do.
-    void callerGoesOn() { mChannel = nullptr; }
+    void callerGoesOn() { mCallerWaits = false; }
 
     // The channel on whose far end a thread of the link's peer waits for this thread; null when
     // there is none.
@@ -37,7 +37,8 @@ public:
 private:
     const ServingScope* const mOuter;
     const int mDepth;
-    socket::Channel* mChannel;  // Null when nobody waits, as for a oneway call.
+    socket::Channel* const mChannel;  // Null for a oneway call: nobody waits.
+    bool mCallerWaits = true;
     const pid_t mOuterPid;
     const uid_t mOuterUid;
 };
