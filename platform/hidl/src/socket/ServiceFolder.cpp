@@ -96,7 +96,6 @@ base::unique_fd ServiceFolder::lock() const {
          locked != 0 && errno == EWOULDBLOCK && !deadline.over();
          locked = flock(lock, LOCK_EX | LOCK_NB)) {
         poll(nullptr, 0, kLockPauseMs);
-        errno = EWOULDBLOCK;
     }
     if (locked != 0) {
         ALOGE("cannot lock the service folder: %s", strerror(errno));
