@@ -12,6 +12,7 @@
 
 #include <cstring>
 #include <memory>
+#include <ostream>
 #include <set>
 #include <vector>
 
@@ -39,6 +40,10 @@ struct Kind {
     // What a tensor of 5000 bytes asks of the platform to have them, and at its end.
     std::string begin, end;
 };
+
+void PrintTo(const Kind& kind, std::ostream* out) {
+    *out << kind.name;
+}
 
 const Kind kShared = {"SharedMemory",
                       "AINeuralNetworkBufferHIDL",
