@@ -37,6 +37,9 @@ Latency repeat(AnySession* session, const std::function<void()>& start, size_t o
         const Completion completion = session->await();
         latency.add(watch.elapsed());
         requireSuccess(completion.result, "the request");
+        if (!completion.fault.empty()) {
+            throw ServiceError("the result cannot be taken: " + completion.fault, -1);
+        }
         if (completion.outputs.size() != outputs) {
             throw ServiceError("the result has " + std::to_string(completion.outputs.size()) +
                                        " tensors instead of " + std::to_string(outputs),

@@ -17,9 +17,6 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-// Stands for a result whose tensors this process could not take.
-constexpr int32_t kOutputsLost = -1;
-
 }  // namespace
 
 std::optional<Completion> CompletionQueue::await(std::chrono::milliseconds limit) {
@@ -42,14 +39,14 @@ std::optional<Completion> CompletionQueue::await(std::chrono::milliseconds limit
 
 void CompletionQueue::add(int32_t result, const hidl_string& context,
                           const hidl_vec<AITensorHandle>& outputs) {
-    Completion completion = {result, context, {}};
+    Completion completion = {result, context, {}, ""};
     try {
         for (const AITensorHandle& output : outputs) {
             completion.outputs.emplace_back(output);
         }
     } catch (const std::exception& error) {
-        completion.result = kOutputsLost;
-        completion.context = error.what();
+        completion.outputs.clear();
+        completion.fault = error.what();
     }
     const Mutex::Autolock lock(mLock);
     mWaiting.push_back(std::move(completion));

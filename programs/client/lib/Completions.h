@@ -25,6 +25,7 @@ struct Completion {
     int32_t result;  // 0 for success, otherwise the framework's code
     std::string context;
     std::vector<Tensor> outputs;
+    std::string fault;  // why this process could not take the outputs; empty when it could
 };
 
 // Results that are kept until they are asked for. Every operation may be called from any thread.
