@@ -78,4 +78,6 @@ inline std::vector<Method> Methods(Service& service, const char* context) {
              "tensor", false, false}};
 }
 
+inline void AskMore(Service&, int32_t, const Tensors&) {}
+
 }  // namespace orva::hidl::test

@@ -115,4 +115,13 @@ inline std::vector<Method> Methods(Service& service, const char* context) {
              "tensor", true, false}};
 }
 
+// What else a client may ask while its session comes to its end.
+inline void AskMore(Service& service, int32_t client, const Tensors& tensors) {
+    service.SetInputsAndOutputs(client, "", tensors, tensors).isOk();
+    service.StartCompute(client, "").isOk();
+    service.GetModelIOTensorDim(client, "", [](auto&&...) {});
+    const ModelBuffer model{"", tensors[0].data.handle(), tensors[0].data.size(), ""};
+    service.BuildModel(client, "", 0, {model}, model, [](auto&&...) {});
+}
+
 }  // namespace orva::hidl::test

@@ -221,6 +221,7 @@ TEST_F(Sessions, EndWhileResultsArrive) {
             service_->SetListener(client, nullptr).isOk();
             for (size_t request = 0; request < kRequests; ++request) {
                 accepted += service_->Process(client, "", tensors, tensors, 0) == 0 ? 1 : 0;
+                AskMore(*service_, client, tensors);
             }
             if (round % 2 == 0 && set == 0) {
                 listener->recipient->serviceDied(0, nullptr);
