@@ -76,6 +76,15 @@ std::string ConvModel(const std::string& attributes, const Dims& weights = {1, 1
                  Node("Conv", {"x", "w"}, {"y"}, attributes));
 }
 
+// A few bytes again and again.
+std::string Many(const std::string& bytes, size_t count) {
+    std::string all;
+    for (; count > 0; --count) {
+        all += bytes;
+    }
+    return all;
+}
+
 ByteRange Range(const std::string& bytes) {
     return {reinterpret_cast<const uint8_t*>(bytes.data()), bytes.size()};
 }
@@ -112,6 +121,11 @@ TEST(OnnxModel, RefusesWithTheReason) {
             {"padding without bounds", ConvModel(Attribute("pads", {0, 0, 0, INT64_MAX})), "Conv"},
             {"a window of another rank", ConvModel(Attribute("kernel_shape", {3, 3, 3})), "Conv"},
             {"weights of another rank", ConvModel("", {1, 1, 3}), "Conv"},
+            {"nodes without end", Graph(Many(Text(1, ""), 70'000)), "too large"},
+            {"inputs without end", Graph(Many(Text(11, ""), 70'000)), "too large"},
+            {"outputs without end", Graph(Many(Text(12, ""), 2'000)), "too large"},
+            {"attributes without end", ConvModel(Attribute("strides", Dims(70'000, 1))),
+             "malformed"},
     };
     for (const auto& testCase : cases) {
         OnnxModel model;
