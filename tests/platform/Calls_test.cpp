@@ -108,16 +108,16 @@ TEST_F(Calls, KnowTheirCallerAndServeCallsBackOnTheThreadThatWaits) {
 TEST_F(Calls, BackAfterTheAnswerGoAWayOfTheirOwn) {
     // Nobody waits for this thread any more when it has answered.
     struct Late : Probe {
-        explicit Late(sp<IProbe> probe) : peer(std::move(probe)) {}
+        explicit Late(IProbe& probe) : peer(probe) {}
         Return<void> caller(const sp<IProbe>&, caller_cb answer) override {
             answer(1, 2, 3);
-            expectOk(peer->ping());
+            expectOk(peer.ping());
             return android::hardware::Void();
         }
-        const sp<IProbe> peer;
+        IProbe& peer;
     };
     int32_t before = 0;
-    expectOk(mProbe->caller(new Late(mProbe), [&](int32_t pid, auto...) { before = pid; }));
+    expectOk(mProbe->caller(new Late(*mProbe), [&](int32_t pid, auto...) { before = pid; }));
     EXPECT_EQ(getpid(), before);
 }
 

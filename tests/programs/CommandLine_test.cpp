@@ -122,9 +122,10 @@ TEST_F(CommandLine, RefusesWhatDoesNotFitTheModel) {
 TEST_F(CommandLine, StretchesAPictureToTheModelsInput) {
     startHost();
     // Four pixels of red 40, green 50 and blue 60, for the largest of each of three channels.
-    const Outcome outcome = orva(
-            {"run", "--model", ORVA_ONNX_CASES "/test_globalmaxpool/model.onnx", "--image",
-             file("x.ppm", "P6 2 2 255\n(2<(2<(2<(2<"), "--scale", "2", "--bias", "1", "--json"});
+    const std::string model = ORVA_ONNX_CASES "/test_globalmaxpool/model.onnx";
+    const Outcome outcome =
+            orva({"run", "--model", model, "--image", file("x.ppm", "P6 2 2 255\n(2<(2<(2<(2<"),
+                  "--scale", "2", "--bias", "1", "--json"});
     ASSERT_EQ(outcome.code, 0) << outcome.errors;
     EXPECT_EQ(json::parse(outcome.output)["outputs"][0]["first"], json::array({81, 101, 121}));
 }

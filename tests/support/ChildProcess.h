@@ -25,11 +25,11 @@ public:
 
     // The first line not taken yet; empty at the process's end, and when the watchdog barks.
     std::optional<std::string> next();
-    // Waits until that many lines contain the text. False at the process's end and when the
+    // Waits until that many lines contain a text. False at the process's end and when the
     // watchdog barks.
-    bool await(const std::string& text, size_t times = 1);
-    // How many of the lines written so far contain the text.
-    size_t count(const std::string& text);
+    bool await(const std::string& wanted, size_t times = 1);
+    // How many of the lines written so far contain a text.
+    size_t count(const std::string& wanted);
     // All that was written so far.
     const std::string& text();
 

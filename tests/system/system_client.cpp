@@ -178,7 +178,7 @@ private:
             {"hold",
              [&](int32_t n, auto& bytes) {
                  mResults->next = &mHold;
-                 const std::string status = send(n, std::stoul(bytes));
+                 std::string status = send(n, std::stoul(bytes));
                  mHold.arrived.get_future().wait();
                  return status;
              }},
