@@ -9,7 +9,6 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <limits>
 #include <optional>
 
@@ -88,9 +87,9 @@ SharedMapping SharedMapping::MapReceived(const native_handle_t* handle, uint64_t
     }
     const int fd = handle->data[0];
     const std::optional<uint64_t> size = RegionSize(fd);
+    // A size is below 2^63, so the sum does not wrap.
     if (!size || length > *size ||
-        length > kMostMapped - std::min(kMostMapped, heldResources.mappedBytes.load(
-                                                             std::memory_order_relaxed))) {
+        length + heldResources.mappedBytes.load(std::memory_order_relaxed) > kMostMapped) {
         return {};
     }
     return MapOwn(fd, length);
