@@ -114,6 +114,27 @@ TEST_F(Services, RefuseAnotherUser) {
     expectNothingLeft();
 }
 
+TEST_F(Services, AreServedByOneThreadThatPollsForCalls) {
+    serve("0");
+    std::vector<std::thread> callers;
+    for (int i = 0; i < 3; ++i) {
+        callers.emplace_back([this] {
+            for (int calls = 0; calls < 20; ++calls) {
+                expectOk(mProbe->caller(new Probe, [](int32_t, int32_t, uint32_t) {}));
+                expectOk(mProbe->note(calls));
+            }
+        });
+    }
+    for (std::thread& caller : callers) {
+        caller.join();
+    }
+    EXPECT_TRUE(eventually([&] { return notes().size() == 61; })) << "one of the fixture's own";
+    const std::filesystem::directory_iterator threads("/proc/" + std::to_string(mServer->pid()) +
+                                                      "/task");
+    EXPECT_EQ(1, std::distance(begin(threads), end(threads)));
+    EXPECT_GT(0, android::hardware::setupTransportPolling()) << "with connections it is too late";
+}
+
 TEST_F(Services, EndThoughAClientNeverAnswers) {
     android::hardware::configureRpcThreadpool(2, false);
     android::hardware::ProcessState::self()->startThreadPool();

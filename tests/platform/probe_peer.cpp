@@ -4,8 +4,10 @@
  */
 // The other process of the transport's tests, until it is killed:
 //
-//   probe_peer INSTANCE THREADS [REPLY-LIMIT-MS]   serves a probe
+//   probe_peer INSTANCE THREADS [REPLY-LIMIT-MS]   serves a probe; with 0 threads, polls for calls
 //   probe_peer                                     has the default service hold a probe of its own
+#include <poll.h>
+
 #include <cstdio>
 #include <string>
 
@@ -19,11 +21,16 @@ using namespace orva_test;
 int main(int count, char** words) {
     sp<IProbe> server;
     bool ready;
+    int polled = -1;
     if (count > 2) {
         if (count > 3) {
             orva_platform::setReplyLimit(std::chrono::milliseconds(std::stoi(words[3])));
         }
-        android::hardware::configureRpcThreadpool(std::stoul(words[2]), true);
+        if (const size_t threads = std::stoul(words[2])) {
+            android::hardware::configureRpcThreadpool(threads, true);
+        } else {
+            polled = android::hardware::setupTransportPolling();
+        }
         server = new Probe;
         ready = server->registerAsService(words[1]) == android::OK;
     } else {
@@ -32,6 +39,10 @@ int main(int count, char** words) {
     }
     puts(ready ? "ready" : "failed");
     fflush(stdout);
+    pollfd entry = {polled, POLLIN, 0};
+    while (polled >= 0 && poll(&entry, 1, -1) == 1 &&
+           android::hardware::handleTransportPoll(polled) == android::OK) {
+    }
     android::hardware::joinRpcThreadpool();
     return 0;
 }

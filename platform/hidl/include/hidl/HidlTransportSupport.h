@@ -28,6 +28,22 @@ void configureRpcThreadpool(size_t maxThreads, bool callerWillJoin);
 void joinRpcThreadpool();
 
 /**
+ * Has this process serve its calls on the one thread that polls for them, in place of a pool: for
+ * programs with an event loop, and for clients that wait for nothing but callbacks. Must come
+ * before any service is registered or got. Who never polls looks to its peers as if it hung.
+ * @return a descriptor, the runtime's own, that is readable while a call waits to be served;
+ *         negative when it is too late.
+ */
+int setupTransportPolling();
+
+/**
+ * Serves one call on the calling thread; waits for it when none is there.
+ * @param fd what setupTransportPolling returned.
+ * @return OK; DEAD_OBJECT once the runtime is stopped.
+ */
+status_t handleTransportPoll(int fd);
+
+/**
  * Keeps with what scheduling a local service is to be called; to be called before it is first sent
  * to another process. False for a null or remote object and for values that the kernel knows not.
  */

@@ -26,6 +26,16 @@ void joinRpcThreadpool() {
     IPCThreadState::self()->joinThreadPool();
 }
 
+int setupTransportPolling() {
+    int fd = -1;
+    const status_t status = IPCThreadState::self()->setupPolling(&fd);
+    return status == OK ? fd : status;
+}
+
+status_t handleTransportPoll(int) {
+    return IPCThreadState::self()->handlePolledCommands();
+}
+
 bool setMinSchedulerPolicy(const sp<IBase>& service, int policy, int priority) {
     if (service == nullptr || service->isRemote())
         return false;

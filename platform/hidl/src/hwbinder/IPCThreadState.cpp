@@ -35,5 +35,18 @@ void IPCThreadState::joinThreadPool(bool) {
     socket::Reactor::instance().join();
 }
 
+status_t IPCThreadState::setupPolling(int* fd) {
+    const int polled = socket::Reactor::instance().configurePolling();
+    if (polled < 0) {
+        return INVALID_OPERATION;
+    }
+    *fd = polled;
+    return NO_ERROR;
+}
+
+status_t IPCThreadState::handlePolledCommands() {
+    return socket::Reactor::instance().serveOne() ? NO_ERROR : DEAD_OBJECT;
+}
+
 }  // namespace hardware
 }  // namespace android

@@ -11,7 +11,6 @@
 #include <system_error>
 #include <utility>
 
-#include <sys/epoll.h>
 #include <sys/eventfd.h>
 
 #include <log/log.h>
@@ -24,8 +23,7 @@ namespace {
 
 constexpr uint64_t kWakeUpToken = 0;
 
-// One thread at a time gets an item's events: whoever serves a conversation has it to itself.
-constexpr uint32_t kEvents = EPOLLIN | EPOLLRDHUP | EPOLLONESHOT;
+constexpr uint32_t kEvents = EPOLLIN | EPOLLRDHUP;
 
 }  // namespace
 
@@ -51,10 +49,17 @@ uint64_t Reactor::add(std::shared_ptr<ReactorItem> item) {
     return mNextToken++;
 }
 
-bool Reactor::arm(uint64_t token, int socket) {
+// One thread at a time gets an item's events: whoever serves a conversation has it to itself. Where
+// there is but one thread, it need not be told so each time.
+epoll_event Reactor::eventsOf(uint64_t token) const {
     epoll_event event = {};
-    event.events = kEvents;
+    event.events = mPolled ? kEvents : kEvents | EPOLLONESHOT;
     event.data.u64 = token;
+    return event;
+}
+
+bool Reactor::arm(uint64_t token, int socket) {
+    epoll_event event = eventsOf(token);
     if (epoll_ctl(mEpoll, EPOLL_CTL_ADD, socket, &event) != 0) {
         ALOGE("cannot wait on a socket: %s", strerror(errno));
         return false;
@@ -63,9 +68,10 @@ bool Reactor::arm(uint64_t token, int socket) {
 }
 
 void Reactor::rearm(uint64_t token, int socket) {
-    epoll_event event = {};
-    event.events = kEvents;
-    event.data.u64 = token;
+    if (mPolled) {
+        return;  // Still armed.
+    }
+    epoll_event event = eventsOf(token);
     mHandOvers.fetch_add(1, std::memory_order_release);
     // Fails when the item was removed meanwhile, and then there is nothing to wait for.
     epoll_ctl(mEpoll, EPOLL_CTL_MOD, socket, &event);
@@ -88,26 +94,30 @@ std::shared_ptr<ReactorItem> Reactor::find(uint64_t token) {
     return it == mItems.end() ? nullptr : it->second;
 }
 
+bool Reactor::serveOne() {
+    epoll_event event;
+    ++mWaiting;
+    const int ready = epoll_wait(mEpoll, &event, 1, -1);
+    const bool lastToWait = --mWaiting == 0;
+    if (ready < 0 && errno != EINTR) {
+        ALOGE("cannot wait for calls: %s", strerror(errno));
+        return false;
+    }
+    if (ready <= 0 || event.data.u64 == kWakeUpToken) {
+        return !mStopping;
+    }
+    if (lastToWait) {
+        growIfBusy();
+    }
+    mHandOvers.load(std::memory_order_acquire);
+    if (const auto item = find(event.data.u64)) {
+        item->ready();
+    }
+    return !mStopping;
+}
+
 void Reactor::loop() {
-    while (!mStopping) {
-        epoll_event event;
-        ++mWaiting;
-        const int ready = epoll_wait(mEpoll, &event, 1, -1);
-        const bool lastToWait = --mWaiting == 0;
-        if (ready < 0 && errno != EINTR) {
-            ALOGE("cannot wait for calls: %s", strerror(errno));
-            return;
-        }
-        if (ready <= 0 || event.data.u64 == kWakeUpToken) {
-            continue;
-        }
-        if (lastToWait) {
-            growIfBusy();
-        }
-        mHandOvers.load(std::memory_order_acquire);
-        if (const auto item = find(event.data.u64)) {
-            item->ready();
-        }
+    while (!mStopping && serveOne()) {
     }
 }
 
@@ -136,6 +146,23 @@ void Reactor::configure(size_t maxThreads, bool callerJoins) {
     Mutex::Autolock lock(mPoolLock);
     mMaxThreads = maxThreads;
     mCallerJoins = callerJoins;
+}
+
+int Reactor::configurePolling() {
+    {
+        Mutex::Autolock lock(mItemsLock);
+        if (!mItems.empty()) {
+            return -1;
+        }
+    }
+    Mutex::Autolock lock(mPoolLock);
+    if (mRunning > 0) {
+        return -1;
+    }
+    mMaxThreads = 1;
+    mCallerJoins = true;
+    mPolled = true;
+    return mEpoll;
 }
 
 size_t Reactor::maxThreads() {

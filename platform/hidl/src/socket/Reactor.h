@@ -13,6 +13,8 @@
 #include <unordered_map>
 #include <vector>
 
+#include <sys/epoll.h>
+
 #include <android-base/unique_fd.h>
 #include <utils/Condition.h>
 #include <utils/Mutex.h>
@@ -45,12 +47,18 @@ public:
     void remove(uint64_t token, int socket);
 
     void configure(size_t maxThreads, bool callerJoins);
+    // The same for a process one thread of which calls serveOne() by itself, from now on for good.
+    // Returns what is readable while there is an event to serve, or -1 when there are threads or
+    // sockets already.
+    int configurePolling();
     size_t maxThreads();
     // Starts the first thread of the pool, if it has any of its own.
     void start();
     // Serves on the calling thread until the pool is stopped.
     void join();
-    // Makes join() return. Safe in a signal handler.
+    // Waits for one event and serves it on the calling thread. False once the pool is stopped.
+    bool serveOne();
+    // Makes join() and serveOne() return. Safe in a signal handler.
     void requestStop();
     // Takes no more events and waits for those under way; false when that takes longer.
     bool quiesce(std::chrono::milliseconds patience);
@@ -62,6 +70,7 @@ public:
 private:
     Reactor();
 
+    epoll_event eventsOf(uint64_t token) const;
     std::shared_ptr<ReactorItem> find(uint64_t token);
     void run();
     void loop();
@@ -75,6 +84,7 @@ private:
     // it in the language's sense, too; the kernel has it in order anyway.
     std::atomic<size_t> mHandOvers{0};
     std::atomic<bool> mStopping{false};
+    std::atomic<bool> mPolled{false};
     std::atomic<int> mWaiting{0};
 
     Mutex mItemsLock;
