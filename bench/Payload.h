@@ -27,6 +27,15 @@ constexpr size_t kAttributeSize = 20;
 // Where the services' tensors lie. The floor knows shared memory only.
 enum class TensorMemory { kShared, kIon };
 
+// Who in a client serves its callbacks: the thread that makes its calls, between them, or a thread
+// of the runtime's own.
+enum class Callbacks { kPolled, kPooled };
+
+// Who awaits no completion never polls.
+constexpr Callbacks usualCallbacks(Work work) {
+    return work == Work::kSession || work == Work::kBuild ? Callbacks::kPooled : Callbacks::kPolled;
+}
+
 // The regions that a build's sources lie in, all of one size. The built model's is as large as
 // they are together.
 constexpr size_t kSources = 4;
@@ -37,6 +46,7 @@ struct Load {
     size_t clients;
     TensorMemory memory = TensorMemory::kShared;
     Work work = Work::kRequest;
+    Callbacks callbacks = Callbacks::kPolled;
 };
 
 }  // namespace orva_bench

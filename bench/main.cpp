@@ -83,7 +83,7 @@ int main(int argc, char** argv) {
     CLI::App app(
             "Measures what a request through the services costs, beside a floor: a bare pair "
             "of programs that makes only the system calls that a request cannot do without.");
-    RequestSettings settings = {{lastAllowedCore(), false}, 9, 2000, ""};
+    RequestSettings settings = {{lastAllowedCore(), false}, 101, 200, ""};
     bool quick = false;
     bool json = false;
     std::string alone;
@@ -100,8 +100,9 @@ int main(int argc, char** argv) {
             ->capture_default_str();
     app.add_flag("--quick", quick, "As little as shows that it runs");
     app.add_flag("--json", json, "Prints one JSON document");
-    auto* const only = app.add_option("--only", alone, "Runs one contestant alone, for profilers")
-                               ->check(CLI::IsMember({"floor", "services"}));
+    auto* const only =
+            app.add_option("--only", alone, "Runs one row alone, or one contestant for profilers")
+                    ->check(CLI::IsMember({"both", "floor", "services"}));
     app.add_option("--input-bytes", load.inputSize, "The input of --only")->needs(only);
     app.add_flag_callback(
                "--ion", [&load] { load.memory = TensorMemory::kIon; },
@@ -140,6 +141,13 @@ int main(int argc, char** argv) {
         const Folder folder;
         settings.folder = sessions.folder = folder.path();
         if (*only) {
+            load.callbacks = usualCallbacks(load.work);
+            if (alone == "both") {
+                Report report(settings, json);
+                report.begin();
+                report.add(runPair(settings, load));
+                return 0;
+            }
             printf("%.1f us\n", runAlone(settings, alone == "floor", load));
             return 0;
         }

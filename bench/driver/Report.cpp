@@ -56,9 +56,10 @@ void Report::begin() const {
     }
     printf("%s, %s, load average %.2f\n", processorName().c_str(), kernelRelease().c_str(),
            loadAverage());
-    printf("All processes on %s; medians of %u rounds of %u requests, floor and services in turn; "
-           "a request is 4 descriptors and its completion 2;\n"
-           "the host logs warnings and errors only.\n\n",
+    printf("All processes on %s; medians of %u rounds of %u requests, floor and services in turn, "
+           "the ratio that of neighbours;\n"
+           "a request is 4 descriptors and its completion 2; the host logs warnings and errors "
+           "only.\n\n",
            describe(settings_.placement).c_str(), settings_.rounds, settings_.requests);
     printf("%12s %9s %11s %11s %7s\n", "input bytes", "sessions", "floor us", "ours us", "ratio");
     fflush(stdout);
@@ -68,7 +69,7 @@ void Report::add(const RequestRow& row) {
     rows_.push_back(row);
     if (!json_) {
         printf("%12zu %9zu %11.1f %11.1f %7.2f%s%s\n", row.load.inputSize, row.load.clients,
-               row.floorUs, row.oursUs, row.ratio(), row.variant.empty() ? "" : "  ",
+               row.floorUs, row.oursUs, row.ratio, row.variant.empty() ? "" : "  ",
                row.variant.c_str());
         fflush(stdout);
     }
@@ -103,7 +104,7 @@ void Report::end() const {
                                     {"sessions", row.load.clients},
                                     {"floorUs", row.floorUs},
                                     {"oursUs", row.oursUs},
-                                    {"ratio", row.ratio()}});
+                                    {"ratio", row.ratio}});
     }
     printf("%s\n", document.dump(2).c_str());
 }

@@ -25,7 +25,7 @@ constexpr size_t operator""_MiB(unsigned long long count) {
 }
 
 constexpr Load managed(Work work, size_t inputSize) {
-    return {inputSize, 1, TensorMemory::kShared, work};
+    return {inputSize, 1, TensorMemory::kShared, work, usualCallbacks(work)};
 }
 
 constexpr Case kCases[] = {
@@ -38,6 +38,8 @@ constexpr Case kCases[] = {
         {"", {kPictureSize, 64}},
         {"ION tensors", {kPictureSize, 1, TensorMemory::kIon}},
         {"ION tensors", {64_MiB, 1, TensorMemory::kIon}},
+        {"client with a pool",
+         {kPictureSize, 1, TensorMemory::kShared, Work::kRequest, Callbacks::kPooled}},
         {"node without threads", {kPictureSize, 1}, kInlineNode},
         {"log of each step", {kPictureSize, 1}, kPooledNode, Contestant::Log::kProgressToNowhere},
         {"model manager: request", managed(Work::kManagerRequest, kPictureSize)},
@@ -53,20 +55,30 @@ double median(std::vector<double> values) {
     return *middle;
 }
 
+// So many that each client has several in a round.
+uint32_t requestsInRound(const RequestSettings& settings, const Load& load) {
+    return settings.requests == 1
+                   ? 1
+                   : std::max(settings.requests, static_cast<uint32_t>(20 * load.clients));
+}
+
 RequestRow measure(const RequestSettings& settings, const Case& which) {
     const Contestant floor = Contestant::floor(which.load, settings.placement, settings.folder);
     const Contestant ours = Contestant::services(which.load, settings.placement, settings.folder,
                                                  which.nodeType, which.log);
+    const uint32_t requests = requestsInRound(settings, which.load);
     // A round that does not count, until what is made once has been made.
-    floor.round(settings.requests);
-    ours.round(settings.requests);
+    floor.round(requests);
+    ours.round(requests);
     std::vector<double> floorUs;
     std::vector<double> oursUs;
+    std::vector<double> ratios;
     for (uint32_t round = 0; round < settings.rounds; ++round) {
-        floorUs.push_back(floor.round(settings.requests));
-        oursUs.push_back(ours.round(settings.requests));
+        floorUs.push_back(floor.round(requests));
+        oursUs.push_back(ours.round(requests));
+        ratios.push_back(oursUs.back() / floorUs.back());
     }
-    return {which.variant, which.load, median(floorUs), median(oursUs)};
+    return {which.variant, which.load, median(floorUs), median(oursUs), median(ratios)};
 }
 
 }  // namespace
@@ -76,6 +88,10 @@ void runRequestBench(const RequestSettings& settings,
     for (const Case& each : kCases) {
         report(measure(settings, each));
     }
+}
+
+RequestRow runPair(const RequestSettings& settings, const Load& load) {
+    return measure(settings, {"", load});
 }
 
 double runAlone(const RequestSettings& settings, bool floor, const Load& load) {

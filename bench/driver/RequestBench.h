@@ -26,14 +26,18 @@ struct RequestRow {
     Load load;
     double floorUs;
     double oursUs;
-
-    double ratio() const { return oursUs / floorUs; }
+    // The median of the ratios of neighbouring rounds, and not the ratio of the medians: a machine
+    // that others use, too, changes its speed for seconds at a time.
+    double ratio;
 };
 
 // Measures the floor and the services under every load and variant, their rounds taking turns, and
 // hands out each row as soon as it is there.
 void runRequestBench(const RequestSettings& settings,
                      const std::function<void(const RequestRow&)>& report);
+
+// Both under one load.
+RequestRow runPair(const RequestSettings& settings, const Load& load);
 
 // One contestant alone under one load, for a look at it with other tools. Returns microseconds.
 double runAlone(const RequestSettings& settings, bool floor, const Load& load);

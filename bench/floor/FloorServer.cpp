@@ -6,6 +6,7 @@
 
 #include <fcntl.h>
 #include <sys/mman.h>
+#include <sys/stat.h>
 #include <sys/un.h>
 #include <unistd.h>
 
@@ -31,8 +32,15 @@ void* mapShared(int fd, size_t size) {
     return mmap(nullptr, size, PROT_READ | PROT_WRITE, MAP_SHARED, fd, 0);
 }
 
+// A peer's region is as long as it says, or touching it would end the process.
+void* mapReceived(int fd, size_t size) {
+    struct stat status;
+    const bool whole = fstat(fd, &status) == 0 && status.st_size >= static_cast<off_t>(size);
+    return whole ? mapShared(fd, size) : MAP_FAILED;
+}
+
 bool readAttributes(int fd, AttributeRecord* record) {
-    void* const block = mapShared(fd, kAttributeSize);
+    void* const block = mapReceived(fd, kAttributeSize);
     if (block == MAP_FAILED) {
         return false;
     }
@@ -72,16 +80,20 @@ bool takeTensor(int attributes, int data, size_t size, Tensor* tensor) {
     tensor->size = size;
     tensor->attributeBlock = duplicate(attributes);
     tensor->data = duplicate(data);
-    tensor->bytes = mapShared(data, size);
+    tensor->bytes = mapReceived(data, size);
     return readAttributes(attributes, &tensor->attributes) && tensor->attributeBlock.Get() >= 0 &&
            tensor->data.Get() >= 0 && tensor->bytes != MAP_FAILED;
 }
 
+// What is sent is the handle's own: the tensor keeps its memories.
 bool complete(int listener, const Tensor& output) {
-    const UniqueFd attributes = makeAttributes(output.attributes);
-    const std::array<int, 2> sent = {attributes.Get(), output.data.Get()};
+    const UniqueFd block = makeAttributes(output.attributes);
+    const UniqueFd attributes = duplicate(block.Get());
+    const UniqueFd data = duplicate(output.data.Get());
+    const std::array<int, 2> sent = {attributes.Get(), data.Get()};
     FloorPacket acknowledgement;
-    return attributes.Get() >= 0 && sendPacket(listener, {0}, sent.data(), sent.size()) &&
+    return attributes.Get() >= 0 && data.Get() >= 0 &&
+           sendPacket(listener, {0}, sent.data(), sent.size()) &&
            receivePacket(listener, &acknowledgement);
 }
 
@@ -124,7 +136,7 @@ bool serveBuild(int requests) {
     std::array<void*, kSources + 1> mapped;
     bool ok = true;
     for (size_t i = 0; i < mapped.size(); ++i) {
-        mapped[i] = mapShared(received[i].Get(), i < kSources ? built / kSources : built);
+        mapped[i] = mapReceived(received[i].Get(), i < kSources ? built / kSources : built);
         ok = ok && mapped[i] != MAP_FAILED;
     }
     for (size_t i = 0; i < mapped.size() && ok; ++i) {

@@ -4,6 +4,9 @@
  */
 #include "request/BenchClient.h"
 
+#include <optional>
+
+#include <hidl/HidlTransportSupport.h>
 #include <orva_platform/Runtime.h>
 
 #include "request/BenchSession.h"
@@ -47,12 +50,16 @@ bool work(ManagerSession& session, Work work) {
 
 template <class Session>
 int runClient(const Control& control, const std::string& nodeType, const Load& load) {
+    std::optional<int> polled;
+    if (load.callbacks == Callbacks::kPolled) {
+        polled = android::hardware::setupTransportPolling();
+    }
     const auto service = Session::Service::getService();
     if (service == nullptr) {
         control.send(Ready{false});
         return 1;
     }
-    Session session(service, 1);
+    Session session(service, 1, polled);
     const bool ok = session.open(nodeType) && prepare(session, load);
     if (!control.send(Ready{ok}) || !ok) {
         return 1;

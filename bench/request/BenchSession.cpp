@@ -14,8 +14,11 @@ using android::sp;
 using android::hardware::hidl_memory;
 
 template <class Service, class Listener>
-BenchSession<Service, Listener>::BenchSession(sp<Service> service, int32_t id)
-        : service_(std::move(service)), listener_(new CompletionListener<Listener>), id_(id) {}
+BenchSession<Service, Listener>::BenchSession(sp<Service> service, int32_t id,
+                                              std::optional<int> polled)
+        : service_(std::move(service)),
+          listener_(new CompletionListener<Listener>(polled)),
+          id_(id) {}
 
 template <class Service, class Listener>
 BenchSession<Service, Listener>::~BenchSession() {

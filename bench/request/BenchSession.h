@@ -7,6 +7,7 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <optional>
 #include <string>
 
 #include <utils/StrongPointer.h>
@@ -25,8 +26,9 @@ class BenchSession {
 public:
     using Service = ServiceInterface;
 
-    // The session has the number `id` (positive) among those of this process.
-    BenchSession(android::sp<Service> service, int32_t id);
+    // The session has the number `id` (positive) among those of this process. `polled` is what the
+    // process polls for its callbacks, if it does.
+    BenchSession(android::sp<Service> service, int32_t id, std::optional<int> polled = {});
     ~BenchSession();
     BenchSession(const BenchSession&) = delete;
     BenchSession& operator=(const BenchSession&) = delete;

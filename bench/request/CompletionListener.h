@@ -7,6 +7,9 @@
 #include <semaphore.h>
 
 #include <cerrno>
+#include <optional>
+
+#include <hidl/HidlTransportSupport.h>
 
 #include "Payload.h"
 #include "common/Interfaces.h"
@@ -14,11 +17,13 @@
 namespace orva_bench {
 
 // Where a client's completions arrive, by either service's listener interface. Made and called on
-// any thread, awaited on one.
+// any thread, awaited on one, which serves them itself if it has a descriptor to poll.
 template <class Listener>
 class CompletionListener : public Listener {
 public:
-    CompletionListener() { sem_init(&completed_, 0, 0); }
+    explicit CompletionListener(std::optional<int> polled) : polled_(polled) {
+        sem_init(&completed_, 0, 0);
+    }
     ~CompletionListener() override { sem_destroy(&completed_); }
 
     android::hardware::Return<void> OnProcessDone(
@@ -31,12 +36,18 @@ public:
 
     // Whether the next completion is as it should be.
     bool await() {
-        while (sem_wait(&completed_) != 0 && errno == EINTR) {
+        while (polled_ && sem_trywait(&completed_) != 0) {
+            if (android::hardware::handleTransportPoll(*polled_) != android::OK) {
+                return false;
+            }
+        }
+        while (!polled_ && sem_wait(&completed_) != 0 && errno == EINTR) {
         }
         return ok_;
     }
 
 private:
+    const std::optional<int> polled_;
     sem_t completed_;
     bool ok_ = false;  // handed over by the semaphore
 };
