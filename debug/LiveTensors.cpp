@@ -41,7 +41,7 @@ void TensorMark::Set(const char* type, uint64_t bytes) {
     Clear();
     counted_ = true;
     aliveTensors.fetch_add(1, std::memory_order_relaxed);
-    const size_t first = nextSlot.fetch_add(1, std::memory_order_relaxed);
+    const size_t first = nextSlot.load(std::memory_order_relaxed);
     for (size_t i = 0; i < kTries; ++i) {
         const size_t index = (first + i) % kSlots;
         Slot& slot = slots[index];
@@ -58,8 +58,10 @@ void TensorMark::Set(const char* type, uint64_t bytes) {
                        std::memory_order_release);
         slot.state.store(state | kLive, std::memory_order_release);
         slot_ = index;
+        nextSlot.store(index + 1, std::memory_order_relaxed);
         return;
     }
+    nextSlot.store(first + kTries, std::memory_order_relaxed);
 }
 
 void TensorMark::Clear() {
@@ -67,6 +69,8 @@ void TensorMark::Clear() {
         Slot& slot = slots[slot_];
         const uint64_t state = slot.state.load(std::memory_order_relaxed);
         slot.state.store((state & ~kMask) + kNextGeneration, std::memory_order_release);
+        // The next tensor finds it in the processor's cache.
+        nextSlot.store(slot_, std::memory_order_relaxed);
         slot_ = kNowhere;
     }
     if (counted_) {

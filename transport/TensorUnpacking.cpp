@@ -5,17 +5,32 @@
 
 #include "transport/TensorUnpacking.h"
 
+#include <string>
 #include <utility>
 
 #include <orva/AITensorFactory.h>
 
 #include "common/StatusCodes.h"
 #include "transport/AITensorSerializerRegistry.h"
+#include "transport/TensorTypes.h"
 
 namespace orva::hidl {
 
+namespace {
+
+// The name that most tensors have, which need not be copied for each. Never destroyed: requests may
+// come as long as the process lives.
+const std::string& UsualType() {
+    static const std::string& type = *new std::string(kBufferType);
+    return type;
+}
+
+}  // namespace
+
 std::shared_ptr<IAITensor> CreateTensor(const AITensorHandle& handle) {
-    return AITensorFactory::GetInstance()->CreateTensor(handle.type);
+    AITensorFactory* const factory = AITensorFactory::GetInstance();
+    return handle.type == kBufferType ? factory->CreateTensor(UsualType())
+                                      : factory->CreateTensor(handle.type);
 }
 
 bool FillTensor(std::shared_ptr<IAITensor> tensor, const AITensorHandle& handle,

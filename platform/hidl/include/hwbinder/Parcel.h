@@ -15,6 +15,8 @@
 #include <utils/RefBase.h>
 #include <utils/String16.h>
 
+struct binder_buffer_object;
+
 namespace android {
 namespace hardware {
 
@@ -41,6 +43,8 @@ public:
     void setDataPosition(size_t position) const;
     const uint64_t* objects() const;
     size_t objectsCount() const;
+    // What the buffers written so far take together, each padded to 8 bytes.
+    uint64_t buffersSize() const { return mBuffersSize; }
 
     // NO_ERROR, or why what was written so far cannot be sent.
     status_t errorCheck() const { return mError; }
@@ -154,6 +158,7 @@ private:
     const uint8_t* consume(size_t length) const;
     template <typename T>
     status_t writeObject(const T& object, bool listed);
+    status_t writeBufferObject(const binder_buffer_object& object);
     template <typename T>
     status_t readObject(T* object, bool* listed, size_t* index) const;
     status_t readBufferObject(size_t length, size_t* handle, bool embedded, size_t parentHandle,
@@ -165,6 +170,7 @@ private:
 
     InlineVector<uint8_t, 1024> mData;
     InlineVector<uint64_t, 32> mObjects;
+    uint64_t mBuffersSize = 0;
     std::vector<sp<IBinder>> mBinders;  // Keeps written objects alive.
     status_t mError = NO_ERROR;
     mutable size_t mPosition = 0;

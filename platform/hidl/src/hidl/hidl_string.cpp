@@ -12,6 +12,10 @@ namespace android::hardware {
 
 namespace {
 constexpr char kEmpty[] = "";
+
+// What nearly all shared memory is named. Every copy of a memory copies its name, too, so those
+// share this one.
+constexpr std::string_view kMemoryName = "ashmem";
 }  // namespace
 
 hidl_string::hidl_string() : mBuffer(kEmpty) {}
@@ -82,6 +86,10 @@ void hidl_string::copyFrom(const char* text, size_t length) {
         details::logAlwaysFatal("hidl_string: more than 2^32 - 2 bytes");
     if (length == 0) {
         mBuffer = kEmpty;
+        return;
+    }
+    if (std::string_view(text, length) == kMemoryName) {
+        setToExternal(kMemoryName.data(), kMemoryName.size());
         return;
     }
     char* copy = new char[length + 1];

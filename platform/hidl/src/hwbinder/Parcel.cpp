@@ -46,6 +46,7 @@ void Parcel::setDataPosition(size_t position) const {
 void Parcel::setIncoming(std::unique_ptr<IncomingData> incoming) {
     mData.clear();
     mObjects.clear();
+    mBuffersSize = 0;
     mBinders.clear();
     mError = NO_ERROR;
     mPosition = 0;
@@ -58,7 +59,9 @@ void Parcel::setIncoming(std::unique_ptr<IncomingData> incoming) {
 uint8_t* Parcel::append(size_t length) {
     const size_t padded = pad4(length);
     uint8_t* at = mData.grow(padded);
-    std::memset(at + length, 0, padded - length);
+    if (padded != length) {
+        std::memset(at + length, 0, padded - length);
+    }
     mPosition = mData.size();
     return at;
 }

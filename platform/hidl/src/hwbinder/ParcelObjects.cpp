@@ -4,6 +4,7 @@
  */
 #include <hwbinder/Parcel.h>
 
+#include <algorithm>
 #include <cstddef>
 #include <cstring>
 
@@ -70,9 +71,18 @@ status_t Parcel::readObject(T* object, bool* listed, size_t* index) const {
     return NO_ERROR;
 }
 
+status_t Parcel::writeBufferObject(const binder_buffer_object& object) {
+    if (object.buffer == 0) {
+        return writeObject(object, false);
+    }
+    // No buffer is so long that a few could make the sum wrap.
+    mBuffersSize += (std::min<uint64_t>(object.length, uint64_t{1} << 48) + 7) & ~uint64_t{7};
+    return writeObject(object, true);
+}
+
 status_t Parcel::writeBuffer(const void* buffer, size_t length, size_t* handle) {
     *handle = mObjects.size();
-    return writeObject(bufferObject(buffer, length), buffer != nullptr);
+    return writeBufferObject(bufferObject(buffer, length));
 }
 
 status_t Parcel::writeEmbeddedBuffer(const void* buffer, size_t length, size_t* handle,
@@ -82,7 +92,7 @@ status_t Parcel::writeEmbeddedBuffer(const void* buffer, size_t length, size_t* 
     object.parent = parentHandle;
     object.parent_offset = parentOffset;
     *handle = mObjects.size();
-    return writeObject(object, buffer != nullptr);
+    return writeBufferObject(object);
 }
 
 status_t Parcel::readBufferObject(size_t length, size_t* handle, bool embedded, size_t parentHandle,

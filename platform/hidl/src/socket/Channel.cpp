@@ -6,6 +6,8 @@
 
 #include "Channel.h"
 
+#include <functional>
+
 #include <sys/socket.h>
 #include <sys/time.h>
 
@@ -176,17 +178,19 @@ void Channel::dispatch(std::unique_ptr<ReceivedMessage> call) {
     data.setIncoming(std::move(call));
     bool answered = oneway;
     status_t status = BAD_VALUE;
-    if (target != nullptr) {
-        status = target->transact(header.code, data, &reply, header.flags, [&](Parcel& out) {
-            if (!answered) {
-                answered = true;
-                const status_t sent = sendReply(out);
-                if (sent != NO_ERROR) {
-                    sendStatus(sent);
-                }
-                scope.callerGoesOn();
+    const auto answer = [&](Parcel& out) {
+        if (!answered) {
+            answered = true;
+            const status_t sent = sendReply(out);
+            if (sent != NO_ERROR) {
+                sendStatus(sent);
             }
-        });
+            scope.callerGoesOn();
+        }
+    };
+    if (target != nullptr) {
+        // By reference, which takes no memory.
+        status = target->transact(header.code, data, &reply, header.flags, std::cref(answer));
     } else {
         ALOGE("process %d calls an object that it does not hold", mLink.peer().pid);
     }

@@ -59,105 +59,60 @@ void OutgoingMessage::lend(int descriptor) {
     header.descriptors = static_cast<uint32_t>(mScratch->descriptors.size());
 }
 
-namespace {
-
-uint32_t typeAt(const uint8_t* data, uint64_t offset) {
-    return objectAt<binder_object_header>(data, offset).type;
-}
-
-}  // namespace
-
 status_t OutgoingMessage::measure(const Parcel& parcel, uint64_t* total) {
-    const size_t count = parcel.objectsCount();
-    uint64_t buffers = 0;
-    for (size_t i = 0; i < count; ++i) {
-        const uint64_t offset = parcel.objects()[i];
-        if (typeAt(parcel.data(), offset) != BINDER_TYPE_PTR) {
-            continue;
-        }
-        const auto buffer = objectAt<binder_buffer_object>(parcel.data(), offset);
-        if (buffer.length > kMaxMessageSize) {
-            ALOGE("cannot send a buffer of %llu bytes",
-                  static_cast<unsigned long long>(buffer.length));
-            return FAILED_TRANSACTION;
-        }
-        buffers += pad8(buffer.length);
-    }
-    *total = sizeof header + pad8(parcel.dataSize()) + count * sizeof(uint64_t) + buffers;
+    *total = sizeof header + pad8(parcel.dataSize()) + parcel.objectsCount() * sizeof(uint64_t) +
+             parcel.buffersSize();
     if (*total > kMaxMessageSize) {
         ALOGE("cannot send a message of %llu bytes, %zu at the most",
               static_cast<unsigned long long>(*total), kMaxMessageSize);
         return FAILED_TRANSACTION;
     }
     header.dataSize = static_cast<uint32_t>(parcel.dataSize());
-    header.objectCount = static_cast<uint32_t>(count);
-    header.buffersSize = buffers;
+    header.objectCount = static_cast<uint32_t>(parcel.objectsCount());
+    header.buffersSize = parcel.buffersSize();
     return NO_ERROR;
 }
 
-// Copies one object's buffer behind what is there, or translates it, and blanks every address.
-status_t OutgoingMessage::placeObject(const Parcel& parcel, size_t index, uint8_t* data,
-                                      uint64_t* next) {
-    const uint64_t offset = parcel.objects()[index];
-    uint8_t* bytes = mScratch->bytes.data();
-    switch (typeAt(parcel.data(), offset)) {
-    case BINDER_TYPE_PTR: {
-        const auto buffer = objectAt<binder_buffer_object>(parcel.data(), offset);
-        std::memcpy(bytes + *next, reinterpret_cast<const void*>(buffer.buffer), buffer.length);
-        mScratch->positions[index] = *next;
-        *next += pad8(buffer.length);
-        if ((buffer.flags & BINDER_BUFFER_FLAG_HAS_PARENT) != 0) {
-            if (buffer.parent >= index || mScratch->positions[buffer.parent] == 0) {
-                return BAD_VALUE;
-            }
-            std::memset(bytes + mScratch->positions[buffer.parent] + buffer.parent_offset, 0,
-                        sizeof(void*));
-        }
-        std::memset(data + offset + offsetof(binder_buffer_object, buffer), 0,
-                    sizeof buffer.buffer);
-        return NO_ERROR;
-    }
-    case BINDER_TYPE_FDA: {
-        const auto array = objectAt<binder_fd_array_object>(parcel.data(), offset);
-        if (array.parent >= index || mScratch->positions[array.parent] == 0) {
-            return BAD_VALUE;
-        }
-        uint8_t* at = bytes + mScratch->positions[array.parent] + array.parent_offset;
-        const size_t before = mScratch->descriptors.size();
-        if (array.num_fds > kMaxDescriptors - before) {
-            ALOGE("cannot send more than %zu descriptors at once", kMaxDescriptors);
-            return FAILED_TRANSACTION;
-        }
-        if (array.num_fds > 0) {
-            const size_t size = array.num_fds * sizeof(int);
-            mScratch->descriptors.resize(before + array.num_fds);
-            std::memcpy(mScratch->descriptors.data() + before, at, size);
-            std::memset(at, 0, size);
-        }
-        return NO_ERROR;
-    }
-    case BINDER_TYPE_BINDER:
-    case BINDER_TYPE_HANDLE: {
-        auto object = objectAt<flat_binder_object>(parcel.data(), offset);
-        const sp<IBinder> binder = reinterpret_cast<IBinder*>(object.cookie);
-        uint64_t number;
-        if (object.hdr.type == BINDER_TYPE_BINDER) {
-            number = mNumbers.numberOfLocal(binder);
-            mScratch->exported.push_back(number);
-        } else if (mNumbers.numberOfRemote(binder, &number)) {
-            mScratch->mentioned.push_back(binder.get());
-        } else {
-            ALOGE("cannot pass on an object of a third process");
-            return FAILED_TRANSACTION;
-        }
-        object.binder = number;
-        object.cookie = 0;
-        std::memcpy(data + offset, &object, sizeof object);
-        return NO_ERROR;
-    }
-    default:
+// Collects the descriptors of the array at `object` and blanks them in their buffer.
+status_t OutgoingMessage::lendArray(const uint8_t* object, size_t index) {
+    const auto array = objectAt<binder_fd_array_object>(object, 0);
+    if (array.parent >= index || mScratch->positions[array.parent] == 0) {
         return BAD_VALUE;
     }
+    const size_t before = mScratch->descriptors.size();
+    if (array.num_fds > kMaxDescriptors - before) {
+        ALOGE("cannot send more than %zu descriptors at once", kMaxDescriptors);
+        return FAILED_TRANSACTION;
+    }
+    if (array.num_fds > 0) {
+        uint8_t* const at =
+                mScratch->bytes.data() + mScratch->positions[array.parent] + array.parent_offset;
+        const size_t size = array.num_fds * sizeof(int);
+        mScratch->descriptors.resize(before + array.num_fds);
+        std::memcpy(mScratch->descriptors.data() + before, at, size);
+        std::memset(at, 0, size);
+    }
+    return NO_ERROR;
+}
+
+// Replaces the binder at `place` by its number.
+status_t OutgoingMessage::translateBinder(uint8_t* place) {
+    auto object = objectAt<flat_binder_object>(place, 0);
+    const sp<IBinder> binder = reinterpret_cast<IBinder*>(object.cookie);
+    uint64_t number;
+    if (object.hdr.type == BINDER_TYPE_BINDER) {
+        number = mNumbers.numberOfLocal(binder);
+        mScratch->exported.push_back(number);
+    } else if (mNumbers.numberOfRemote(binder, &number)) {
+        mScratch->mentioned.push_back(binder.get());
+    } else {
+        ALOGE("cannot pass on an object of a third process");
+        return FAILED_TRANSACTION;
+    }
+    object.binder = number;
+    object.cookie = 0;
+    std::memcpy(place, &object, sizeof object);
+    return NO_ERROR;
 }
 
 status_t OutgoingMessage::pack(const Parcel& parcel) {
@@ -169,15 +124,44 @@ status_t OutgoingMessage::pack(const Parcel& parcel) {
     const size_t count = parcel.objectsCount();
     mScratch->bytes.resize(total);  // New bytes, and so all padding, are zero.
     mScratch->positions.assign(count, 0);
-    uint8_t* data = mScratch->bytes.data() + sizeof header;
-    uint8_t* offsets = data + pad8(parcel.dataSize());
+    uint8_t* const bytes = mScratch->bytes.data();
+    uint64_t* const positions = mScratch->positions.data();
+    uint8_t* const data = bytes + sizeof header;
+    uint8_t* const offsets = data + pad8(parcel.dataSize());
     std::memcpy(data, parcel.data(), parcel.dataSize());
     if (count > 0) {
         std::memcpy(offsets, parcel.objects(), count * sizeof(uint64_t));
     }
     uint64_t next = sizeof header + pad8(parcel.dataSize()) + count * sizeof(uint64_t);
+    // Buffers are copied behind what is there, and every address is blanked.
     for (size_t i = 0; i < count; ++i) {
-        const status_t placed = placeObject(parcel, i, data, &next);
+        uint8_t* const place = data + objectAt<uint64_t>(offsets, i * sizeof(uint64_t));
+        status_t placed = BAD_VALUE;
+        switch (objectAt<binder_object_header>(place, 0).type) {
+        case BINDER_TYPE_PTR: {
+            const auto buffer = objectAt<binder_buffer_object>(place, 0);
+            std::memcpy(bytes + next, reinterpret_cast<const void*>(buffer.buffer), buffer.length);
+            positions[i] = next;
+            next += pad8(buffer.length);
+            if ((buffer.flags & BINDER_BUFFER_FLAG_HAS_PARENT) != 0) {
+                if (buffer.parent >= i || positions[buffer.parent] == 0) {
+                    return BAD_VALUE;
+                }
+                std::memset(bytes + positions[buffer.parent] + buffer.parent_offset, 0,
+                            sizeof(void*));
+            }
+            std::memset(place + offsetof(binder_buffer_object, buffer), 0, sizeof buffer.buffer);
+            placed = NO_ERROR;
+            break;
+        }
+        case BINDER_TYPE_FDA:
+            placed = lendArray(place, i);
+            break;
+        case BINDER_TYPE_BINDER:
+        case BINDER_TYPE_HANDLE:
+            placed = translateBinder(place);
+            break;
+        }
         if (placed != NO_ERROR) {
             return placed;
         }

@@ -60,7 +60,8 @@ private:
     struct Scratch;
 
     status_t measure(const Parcel& parcel, uint64_t* total);
-    status_t placeObject(const Parcel& parcel, size_t index, uint8_t* data, uint64_t* next);
+    status_t lendArray(const uint8_t* object, size_t index);
+    status_t translateBinder(uint8_t* place);
 
     ObjectNumbers& mNumbers;
     std::unique_ptr<Scratch> mScratch;

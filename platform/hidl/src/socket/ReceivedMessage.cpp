@@ -12,6 +12,8 @@
 #include <new>
 #include <utility>
 
+#include <unistd.h>
+
 #include <linux/android/binder.h>
 #include <log/log.h>
 
@@ -132,6 +134,29 @@ private:
 
 }  // namespace
 
+namespace {
+
+// Closes them with as few calls as can be: what came together has mostly numbers in a row.
+void closeAll(std::vector<base::unique_fd>& descriptors) {
+    for (size_t first = 0; first < descriptors.size();) {
+        size_t end = first + 1;
+        while (end < descriptors.size() && descriptors[end] == descriptors[end - 1] + 1) {
+            ++end;
+        }
+        const bool closed = end - first > 1 &&
+                            close_range(static_cast<unsigned>(descriptors[first].get()),
+                                        static_cast<unsigned>(descriptors[end - 1].get()), 0) == 0;
+        for (; first < end; ++first) {
+            if (closed) {
+                [[maybe_unused]] const int gone = descriptors[first].release();
+            }
+        }
+    }
+    descriptors.clear();
+}
+
+}  // namespace
+
 struct ReceivedMessage::Storage {
     alignas(std::max_align_t) uint8_t packet[kPacketSize];
     std::vector<base::unique_fd> descriptors;
@@ -139,11 +164,23 @@ struct ReceivedMessage::Storage {
     std::vector<std::pair<size_t, sp<IBinder>>> binders;
 };
 
+struct ReceivedMessage::Block {
+    alignas(ReceivedMessage) uint8_t bytes[sizeof(ReceivedMessage)];
+};
+
+void* ReceivedMessage::operator new(size_t) {
+    return ThreadSpare<Block>::take().release();
+}
+
+void ReceivedMessage::operator delete(void* memory) {
+    ThreadSpare<Block>::give(std::unique_ptr<Block>(static_cast<Block*>(memory)));
+}
+
 ReceivedMessage::ReceivedMessage()
         : mStorage(ThreadSpare<Storage>::take()), mBytes(mStorage->packet) {}
 
 ReceivedMessage::~ReceivedMessage() {
-    mStorage->descriptors.clear();
+    closeAll(mStorage->descriptors);
     mStorage->binders.clear();
     if (mStorage->buffers.capacity() > kPacketSize / sizeof(Buffer)) {
         std::vector<Buffer>().swap(mStorage->buffers);  // A large message is rare; its memory goes.
@@ -283,7 +320,9 @@ const char* ReceivedMessage::fixObjects() {
         return nullptr;
     }
     const size_t count = mHeader.objectCount;
-    mStorage->buffers.resize(count);
+    if (mStorage->buffers.size() < count) {
+        mStorage->buffers.resize(count);
+    }
     uint8_t* const start = mBytes + sizeof mHeader;
     const uint64_t* const offsets = objects();
     const uint64_t firstBuffer =

@@ -45,6 +45,10 @@ public:
 
     ~ReceivedMessage() override;
 
+    // Each thread keeps one message's memory for the next one.
+    static void* operator new(size_t size);
+    static void operator delete(void* memory);
+
     const MessageHeader& header() const { return mHeader; }
 
     // Whether the descriptors that belong to it could not be received. Nothing else of it is usable
@@ -68,6 +72,7 @@ private:
 
     // What a message needs memory for; kept by its thread for the next one.
     struct Storage;
+    struct Block;
 
     Io receiveRest(int socket, size_t received);
     const char* checkHeader(size_t received);
