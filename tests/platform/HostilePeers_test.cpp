@@ -151,6 +151,16 @@ TEST_F(HostilePeers, LoseTheirConnectionAndNothingElse) {
             {"a call on the link", [](int link, int) { send(link, ping()); }},
             {"a release of what it does not hold",
              [](int link, int) { control(link, MessageKind::kRelease, 4711, 1); }},
+            {"the same with an answer",
+             [](int, int channel) {
+                 send(channel, callBack());
+                 take(channel);
+                 WireMessage message = ping();
+                 message.header().kind = MessageKind::kReply;
+                 message.header().target = 4711;
+                 message.header().code = 1;
+                 send(channel, message);
+             }},
             {"a channel that is no socket",
              [](int link, int) { control(link, MessageKind::kOpenChannel, 0, 0, 1); }},
             {"1000 channels",

@@ -16,7 +16,6 @@
 
 #include "../hwbinder/ServingScope.h"
 #include "Link.h"
-#include "OutgoingMessage.h"
 #include "RuntimeCounts.h"
 
 namespace android {
@@ -134,9 +133,11 @@ status_t Channel::transact(uint64_t target, uint32_t code, const Parcel& data, P
             continue;
         }
         if (message->header().kind == MessageKind::kReply && message->isIncomplete()) {
+            mLink.released(message->header());
             return FAILED_TRANSACTION;
         }
-        if (message->header().kind != MessageKind::kReply || !message->resolve(mLink)) {
+        if (message->header().kind != MessageKind::kReply || !message->resolve(mLink) ||
+            !mLink.released(message->header())) {
             lost(Io::kBroken);
             return DEAD_OBJECT;
         }
@@ -201,6 +202,24 @@ void Channel::dispatch(std::unique_ptr<ReceivedMessage> call) {
     if (!answered) {
         sendStatus(status);
     }
+    scope.callerGoesOn();
+}
+
+bool Channel::tellWithAnswer(const Release& release) {
+    if (mRelease.number != 0) {
+        return false;
+    }
+    mRelease = release;
+    return true;
+}
+
+Io Channel::sendAnswer(OutgoingMessage& answer) {
+    answer.tell(mRelease);
+    const Io sent = answer.send(mSocket, kReplySendLimit);
+    if (sent == Io::kDone) {
+        mRelease = {};
+    }
+    return sent;
 }
 
 // NO_ERROR also when the peer has gone: then nobody waits for another answer.
@@ -213,7 +232,7 @@ status_t Channel::sendReply(const Parcel& reply) {
     if (packed != NO_ERROR) {
         return packed;
     }
-    const Io sent = message.send(mSocket, kReplySendLimit);
+    const Io sent = sendAnswer(message);
     if (sent == Io::kBroken) {
         return FAILED_TRANSACTION;
     }
@@ -226,7 +245,7 @@ status_t Channel::sendReply(const Parcel& reply) {
 void Channel::sendStatus(status_t status) {
     OutgoingMessage message(MessageKind::kReply, mLink);
     message.header.status = status;
-    const Io sent = message.send(mSocket, kReplySendLimit);
+    const Io sent = sendAnswer(message);
     if (sent != Io::kDone) {
         lost(sent);
     }

@@ -11,6 +11,7 @@
 #include <android-base/unique_fd.h>
 #include <hwbinder/Parcel.h>
 
+#include "OutgoingMessage.h"
 #include "Packet.h"
 #include "Reactor.h"
 #include "ReceivedMessage.h"
@@ -42,6 +43,10 @@ public:
     // Serves one call and answers it. False when the channel is no longer of use.
     bool serve(std::unique_ptr<ReceivedMessage> call);
 
+    // Has the answer that the peer waits for tell of an object given up, which saves it a message
+    // of its own. False when it tells of one already.
+    bool tellWithAnswer(const Release& release);
+
     // Ends the conversation from another thread: whoever waits in it finds the peer gone.
     void shutDown();
 
@@ -52,6 +57,7 @@ public:
 
 private:
     Io receive(std::unique_ptr<ReceivedMessage>* message, const Deadline& deadline);
+    Io sendAnswer(OutgoingMessage& answer);
     void dispatch(std::unique_ptr<ReceivedMessage> call);
     status_t sendReply(const Parcel& reply);
     void sendStatus(status_t status);
@@ -61,6 +67,7 @@ private:
     Link& mLink;
     const Role mRole;
     bool mUsable = true;
+    Release mRelease;  // For the next answer to tell.
 };
 
 // A channel on which the peer calls; served by the pool.

@@ -178,14 +178,7 @@ bool Link::handle(std::unique_ptr<ReceivedMessage> message) {
         }
         return adoptChannel(message->takeDescriptor());
     case MessageKind::kRelease: {
-        sp<BHwBinder> last;
-        bool held;
-        {
-            Mutex::Autolock lock(mLock);
-            held = mExports.release(message->header().target, message->header().code,
-                                    message->header().flags, &last);
-        }
-        last.clear();
+        const bool held = message->header().target != kRoot && released(message->header());
         end(End::kClosedIfIdle);
         return held;
     }
@@ -333,6 +326,15 @@ sp<IBinder> Link::remote(uint64_t number) {
     return binder;
 }
 
+bool Link::released(const MessageHeader& header) {
+    if (header.target == kRoot) {
+        return true;
+    }
+    sp<BHwBinder> last;  // Released after the lock.
+    Mutex::Autolock lock(mLock);
+    return mExports.release(header.target, header.code, header.flags, &last);
+}
+
 void Link::release(PeerObject& object) {
     Socket socket;
     {
@@ -345,15 +347,21 @@ void Link::release(PeerObject& object) {
         socket = mSocket;
     }
     if (socket != nullptr && object.number() != kRoot) {
-        OutgoingMessage message(MessageKind::kRelease, *this);
-        message.header.target = object.number();
-        message.header.code = object.receptions;
-        message.header.flags = object.mentions;
-        if (message.send(*socket, kLinkSendLimit) == Io::kTimeout) {
-            cut("it does not read what it is sent");
-        }
+        tell(*socket, {object.number(), object.receptions, object.mentions});
     }
     end(End::kClosedIfIdle);
+}
+
+void Link::tell(const base::unique_fd& socket, const Release& release) {
+    Channel* const answering = ServingScope::channelTo(*this);
+    if (answering != nullptr && answering->tellWithAnswer(release)) {
+        return;
+    }
+    OutgoingMessage message(MessageKind::kRelease, *this);
+    message.tell(release);
+    if (message.send(socket, kLinkSendLimit) == Io::kTimeout) {
+        cut("it does not read what it is sent");
+    }
 }
 
 sp<IBinder> Link::local(uint64_t number) {

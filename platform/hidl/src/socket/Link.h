@@ -70,6 +70,9 @@ public:
     sp<BHwBinder> findTarget(uint64_t number, bool mentioned);
     // A proxy has gone.
     void release(PeerObject& object);
+    // The peer has given up an object of this process's, or none, as a message's header says. False
+    // when it does not hold it.
+    bool released(const MessageHeader& header);
 
     // Ends the link because of what the peer did; its objects die, as far as this process can tell.
     void cut(const char* reason);
@@ -103,6 +106,7 @@ private:
     enum class End { kPeerDied, kClosed, kClosedIfIdle };
     void end(End why);
     bool handle(std::unique_ptr<ReceivedMessage> message);
+    void tell(const base::unique_fd& socket, const Release& release);
     bool adoptChannel(base::unique_fd socket);
 
     std::unique_ptr<Channel> openChannel();

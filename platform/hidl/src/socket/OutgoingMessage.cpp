@@ -54,6 +54,12 @@ OutgoingMessage::~OutgoingMessage() {
     ThreadSpare<Scratch>::give(std::move(mScratch));
 }
 
+void OutgoingMessage::tell(const Release& release) {
+    header.target = release.number;
+    header.code = release.receptions;
+    header.flags = release.mentions;
+}
+
 void OutgoingMessage::lend(int descriptor) {
     mScratch->descriptors.push_back(descriptor);
     header.descriptors = static_cast<uint32_t>(mScratch->descriptors.size());

@@ -35,6 +35,14 @@ public:
     virtual void takeBackMention(const sp<IBinder>& binder) = 0;
 };
 
+// An object of the peer's that this process gives up: its number, how often it was received, and in
+// how many messages it is mentioned.
+struct Release {
+    uint64_t number = 0;
+    uint32_t receptions = 0;
+    uint32_t mentions = 0;
+};
+
 // One message as it goes out: a parcel laid out flat, and the descriptors it lends.
 class OutgoingMessage {
 public:
@@ -49,6 +57,9 @@ public:
     // Lays out a parcel, which must outlive the message. NO_ERROR, or FAILED_TRANSACTION, with a
     // logged reason, when it is too large, is malformed or holds what cannot be passed on.
     status_t pack(const Parcel& parcel);
+
+    // Tells of an object given up, or of none.
+    void tell(const Release& release);
 
     // Lends one descriptor.
     void lend(int descriptor);

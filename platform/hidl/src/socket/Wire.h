@@ -22,7 +22,7 @@ namespace socket {
 // packet follows in more, without a header of their own.
 enum class MessageKind : uint32_t {
     kCall = 1,         // target, code, flags, and a parcel.
-    kReply = 2,        // status, and a parcel if it is 0.
+    kReply = 2,        // status, and a parcel if it is 0; also a release, if target is not 0.
     kOpenChannel = 3,  // One descriptor: the receiver's end of a new channel. Links only.
     kRelease = 4,      // target; in code how many receptions of it are given up, and in flags how
                        // many messages mention it, which may yet arrive. Links only.
