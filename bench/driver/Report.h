@@ -23,8 +23,9 @@ public:
     void end() const;
 
 private:
-    // What a build of the most bytes costs by one of the fewest; nobody copies any.
-    double buildGrowth(double RequestRow::*figure) const;
+    // What a build of the most bytes costs by one of the fewest, each beside its floor; nobody
+    // copies any.
+    double buildGrowth() const;
 
     const RequestSettings settings_;
     const bool json_;

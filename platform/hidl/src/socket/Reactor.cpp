@@ -106,7 +106,7 @@ bool Reactor::serveOne() {
     if (ready <= 0 || event.data.u64 == kWakeUpToken) {
         return !mStopping;
     }
-    if (lastToWait) {
+    if (lastToWait && !mPolled) {
         growIfBusy();
     }
     mHandOvers.load(std::memory_order_acquire);
