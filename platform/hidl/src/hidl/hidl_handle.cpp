@@ -11,7 +11,6 @@
 
 #include <cerrno>
 #include <cstring>
-#include <utility>
 
 #include <log/log.h>
 
@@ -51,18 +50,8 @@ native_handle_t* duplicate(const native_handle_t* handle) {
 
 }  // namespace
 
-hidl_handle::hidl_handle(const native_handle_t* handle) : mHandle(handle) {}
-
 hidl_handle::hidl_handle(const hidl_handle& other) {
     *this = other;
-}
-
-hidl_handle::hidl_handle(hidl_handle&& other) noexcept {
-    *this = std::move(other);
-}
-
-hidl_handle::~hidl_handle() {
-    release();
 }
 
 hidl_handle& hidl_handle::operator=(const hidl_handle& other) {
@@ -85,15 +74,6 @@ hidl_handle& hidl_handle::operator=(const native_handle_t* handle) {
     return *this;
 }
 
-hidl_handle& hidl_handle::operator=(hidl_handle&& other) noexcept {
-    if (this != &other) {
-        release();
-        mHandle = std::exchange(other.mHandle, nullptr);
-        mOwnsHandle = std::exchange(other.mOwnsHandle, false);
-    }
-    return *this;
-}
-
 void hidl_handle::setTo(native_handle_t* handle, bool shouldOwn) {
     if (handle != mHandle)
         release();
@@ -101,11 +81,9 @@ void hidl_handle::setTo(native_handle_t* handle, bool shouldOwn) {
     mOwnsHandle = shouldOwn;
 }
 
-void hidl_handle::release() {
-    if (mOwnsHandle && mHandle != nullptr)
+void hidl_handle::closeOwned() {
+    if (mHandle != nullptr)
         closeAndDelete(const_cast<native_handle_t*>(getNativeHandle()));
-    mHandle = nullptr;
-    mOwnsHandle = false;
 }
 
 }  // namespace android::hardware

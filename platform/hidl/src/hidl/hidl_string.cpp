@@ -6,19 +6,16 @@
 
 #include <cstring>
 #include <ostream>
-#include <utility>
 
 namespace android::hardware {
 
 namespace {
-constexpr char kEmpty[] = "";
-
 // What nearly all shared memory is named. Every copy of a memory copies its name, too, so those
 // share this one.
 constexpr std::string_view kMemoryName = "ashmem";
 }  // namespace
 
-hidl_string::hidl_string() : mBuffer(kEmpty) {}
+const char hidl_string::kEmpty[1] = "";
 
 hidl_string::hidl_string(const char* text)
         : hidl_string(text, text == nullptr ? 0 : strlen(text)) {}
@@ -31,26 +28,9 @@ hidl_string::hidl_string(const std::string& text) : hidl_string(text.c_str(), te
 
 hidl_string::hidl_string(const hidl_string& other) : hidl_string(other.c_str(), other.size()) {}
 
-hidl_string::hidl_string(hidl_string&& other) noexcept {
-    moveFrom(std::move(other));
-}
-
-hidl_string::~hidl_string() {
-    if (mOwnsBuffer)
-        delete[] mBuffer;
-}
-
 hidl_string& hidl_string::operator=(const hidl_string& other) {
     if (this != &other)
         *this = hidl_string(other);
-    return *this;
-}
-
-hidl_string& hidl_string::operator=(hidl_string&& other) noexcept {
-    if (this != &other) {
-        clear();
-        moveFrom(std::move(other));
-    }
     return *this;
 }
 
@@ -63,12 +43,8 @@ hidl_string& hidl_string::operator=(const std::string& text) {
     return *this = hidl_string(text);
 }
 
-void hidl_string::clear() {
-    if (mOwnsBuffer)
-        delete[] mBuffer;
-    mBuffer = kEmpty;
-    mSize = 0;
-    mOwnsBuffer = false;
+void hidl_string::freeOwned() {
+    delete[] mBuffer;
 }
 
 void hidl_string::setToExternal(const char* text, size_t length) {
@@ -98,12 +74,6 @@ void hidl_string::copyFrom(const char* text, size_t length) {
     mBuffer = copy;
     mSize = static_cast<uint32_t>(length);
     mOwnsBuffer = true;
-}
-
-void hidl_string::moveFrom(hidl_string&& other) noexcept {
-    mBuffer = std::exchange(other.mBuffer, kEmpty);
-    mSize = std::exchange(other.mSize, 0);
-    mOwnsBuffer = std::exchange(other.mOwnsBuffer, false);
 }
 
 std::ostream& operator<<(std::ostream& out, const hidl_string& text) {

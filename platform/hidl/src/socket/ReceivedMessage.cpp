@@ -12,8 +12,6 @@
 #include <new>
 #include <utility>
 
-#include <unistd.h>
-
 #include <linux/android/binder.h>
 #include <log/log.h>
 
@@ -134,29 +132,6 @@ private:
 
 }  // namespace
 
-namespace {
-
-// Closes them with as few calls as can be: what came together has mostly numbers in a row.
-void closeAll(std::vector<base::unique_fd>& descriptors) {
-    for (size_t first = 0; first < descriptors.size();) {
-        size_t end = first + 1;
-        while (end < descriptors.size() && descriptors[end] == descriptors[end - 1] + 1) {
-            ++end;
-        }
-        const bool closed = end - first > 1 &&
-                            close_range(static_cast<unsigned>(descriptors[first].get()),
-                                        static_cast<unsigned>(descriptors[end - 1].get()), 0) == 0;
-        for (; first < end; ++first) {
-            if (closed) {
-                [[maybe_unused]] const int gone = descriptors[first].release();
-            }
-        }
-    }
-    descriptors.clear();
-}
-
-}  // namespace
-
 struct ReceivedMessage::Storage {
     alignas(std::max_align_t) uint8_t packet[kPacketSize];
     std::vector<base::unique_fd> descriptors;
@@ -180,7 +155,7 @@ ReceivedMessage::ReceivedMessage()
         : mStorage(ThreadSpare<Storage>::take()), mBytes(mStorage->packet) {}
 
 ReceivedMessage::~ReceivedMessage() {
-    closeAll(mStorage->descriptors);
+    mStorage->descriptors.clear();
     mStorage->binders.clear();
     if (mStorage->buffers.capacity() > kPacketSize / sizeof(Buffer)) {
         std::vector<Buffer>().swap(mStorage->buffers);  // A large message is rare; its memory goes.

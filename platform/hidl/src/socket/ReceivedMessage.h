@@ -31,7 +31,7 @@ public:
 };
 
 // One message as it came in, hostile until checked. Owns its bytes and its descriptors.
-class ReceivedMessage : public IncomingData {
+class ReceivedMessage final : public IncomingData {
 public:
     // Receives and checks one message, all but its objects' meaning. kDone, and `message` is set;
     // kEmpty only when told not to wait for its start. A message whose rest does not follow within

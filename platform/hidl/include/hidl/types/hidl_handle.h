@@ -6,6 +6,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <utility>
 
 #include <cutils/native_handle.h>
 
@@ -22,14 +23,21 @@ class hidl_handle {
 public:
     hidl_handle() = default;
     /** Refers to a handle that the caller owns and that must outlive this one. */
-    hidl_handle(const native_handle_t* handle);
+    hidl_handle(const native_handle_t* handle) : mHandle(handle) {}
     hidl_handle(const hidl_handle& other);
-    hidl_handle(hidl_handle&& other) noexcept;
-    ~hidl_handle();
+    hidl_handle(hidl_handle&& other) noexcept { *this = std::move(other); }
+    ~hidl_handle() { release(); }
 
     hidl_handle& operator=(const hidl_handle& other);
     hidl_handle& operator=(const native_handle_t* handle);
-    hidl_handle& operator=(hidl_handle&& other) noexcept;
+    hidl_handle& operator=(hidl_handle&& other) noexcept {
+        if (this != &other) {
+            release();
+            mHandle = std::exchange(other.mHandle, nullptr);
+            mOwnsHandle = std::exchange(other.mOwnsHandle, false);
+        }
+        return *this;
+    }
 
     /** Refers to a handle or, with shouldOwn, adopts it: its descriptors are then closed here. */
     void setTo(native_handle_t* handle, bool shouldOwn = false);
@@ -43,7 +51,13 @@ public:
 private:
     friend struct details::ReceivedFields;
 
-    void release();
+    void release() {
+        if (mOwnsHandle)
+            closeOwned();
+        mHandle = nullptr;
+        mOwnsHandle = false;
+    }
+    void closeOwned();
 
     details::hidl_pointer<const native_handle_t> mHandle;
     bool mOwnsHandle = false;

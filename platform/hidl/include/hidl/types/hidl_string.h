@@ -10,6 +10,7 @@
 #include <string>
 #include <string_view>
 #include <type_traits>
+#include <utility>
 
 #include <hidl/HidlInternal.h>
 
@@ -19,16 +20,22 @@ namespace android::hardware {
  */
 class hidl_string {
 public:
-    hidl_string();
+    hidl_string() = default;
     hidl_string(const char* text);  // a null pointer makes an empty string
     hidl_string(const char* text, size_t length);
     hidl_string(const std::string& text);
     hidl_string(const hidl_string& other);
-    hidl_string(hidl_string&& other) noexcept;
-    ~hidl_string();
+    hidl_string(hidl_string&& other) noexcept { moveFrom(other); }
+    ~hidl_string() { clear(); }
 
     hidl_string& operator=(const hidl_string& other);
-    hidl_string& operator=(hidl_string&& other) noexcept;
+    hidl_string& operator=(hidl_string&& other) noexcept {
+        if (this != &other) {
+            clear();
+            moveFrom(other);
+        }
+        return *this;
+    }
     hidl_string& operator=(const char* text);
     hidl_string& operator=(const std::string& text);
 
@@ -37,7 +44,13 @@ public:
     const char* c_str() const { return mBuffer; }
     size_t size() const { return mSize; }
     bool empty() const { return mSize == 0; }
-    void clear();
+    void clear() {
+        if (mOwnsBuffer)
+            freeOwned();
+        mBuffer = kEmpty;
+        mSize = 0;
+        mOwnsBuffer = false;
+    }
 
     /** Refers to text that the caller owns; text[length] must be NUL. */
     void setToExternal(const char* text, size_t length);
@@ -48,9 +61,16 @@ private:
     friend struct details::ReceivedFields;
 
     void copyFrom(const char* text, size_t length);
-    void moveFrom(hidl_string&& other) noexcept;
+    void freeOwned();
+    void moveFrom(hidl_string& other) noexcept {
+        mBuffer = std::exchange(other.mBuffer, kEmpty);
+        mSize = std::exchange(other.mSize, 0);
+        mOwnsBuffer = std::exchange(other.mOwnsBuffer, false);
+    }
 
-    details::hidl_pointer<const char> mBuffer;
+    static const char kEmpty[1];
+
+    details::hidl_pointer<const char> mBuffer = kEmpty;
     uint32_t mSize = 0;
     bool mOwnsBuffer = false;
     uint8_t mPad[3] = {};
