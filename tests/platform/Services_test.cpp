@@ -116,8 +116,10 @@ TEST_F(Services, RefuseAnotherUser) {
 
 TEST_F(Services, AreServedByOneThreadThatPollsForCalls) {
     serve("0");
+    constexpr int kCallers = 3;
     std::vector<std::thread> callers;
-    for (int i = 0; i < 3; ++i) {
+    callers.reserve(kCallers);
+    for (int i = 0; i < kCallers; ++i) {
         callers.emplace_back([this] {
             for (int calls = 0; calls < 20; ++calls) {
                 expectOk(mProbe->caller(new Probe, [](int32_t, int32_t, uint32_t) {}));
