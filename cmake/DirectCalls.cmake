@@ -1,5 +1,5 @@
 # A request makes some hundred calls of small functions, most from library to library. A stub on the
-# way of each is a line of code more to fetch, which a request's time shows.
+# way of each is one more cache line of code to fetch, which a request's time shows.
 add_compile_options($<$<CONFIG:Release>:-fno-plt>)
 
 # orva_direct_calls: for a library whose own functions nobody replaces, so that it calls them without

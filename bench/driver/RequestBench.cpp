@@ -55,7 +55,7 @@ double median(std::vector<double> values) {
     return *middle;
 }
 
-// So many that each client has several in a round.
+// So many that each client has several in a round, unless a look at it is all that is wanted.
 uint32_t requestsInRound(const RequestSettings& settings, const Load& load) {
     return settings.requests == 1
                    ? 1

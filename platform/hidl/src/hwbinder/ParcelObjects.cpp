@@ -75,7 +75,7 @@ status_t Parcel::writeBufferObject(const binder_buffer_object& object) {
     if (object.buffer == 0) {
         return writeObject(object, false);
     }
-    // No buffer is so long that a few could make the sum wrap.
+    // As the kernel counts them. Capped, or lengths that no buffer has could make the sum wrap.
     mBuffersSize += (std::min<uint64_t>(object.length, uint64_t{1} << 48) + 7) & ~uint64_t{7};
     return writeObject(object, true);
 }

@@ -202,6 +202,7 @@ void Channel::dispatch(std::unique_ptr<ReceivedMessage> call) {
     if (!answered) {
         sendStatus(status);
     }
+    // What is let go of with the parcels can no longer be told of with this answer.
     scope.callerGoesOn();
 }
 
