@@ -151,10 +151,18 @@ TEST_F(Calls, OfManyThreadsRunAtOnceUpToTheServersBound) {
         callers.emplace_back([&] { expectOk(call(mProbe, local)); });
     }
     EXPECT_TRUE(eventually([&] { return inside == kThreads; }));
+    // Several on one channel, before a thread can look at the first.
+    const std::vector<int32_t> notesLeft = {1, 2, 3, 4, 5};
+    for (const int32_t value : notesLeft) {
+        expectOk(mProbe->note(value));
+    }
     open = true;
     for (std::thread& caller : callers) {
         caller.join();
     }
+    EXPECT_TRUE(eventually([&] { return notes().size() > notesLeft.size(); }));
+    const std::vector<int32_t> noted = notes();
+    EXPECT_EQ(notesLeft, std::vector<int32_t>(std::next(noted.begin()), noted.end()));
 }
 
 TEST_F(Calls, ThatTheServerDoesNotSurviveAreDead) {

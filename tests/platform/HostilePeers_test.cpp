@@ -5,11 +5,14 @@
 // What a client that keeps to no rule can do to a server: lose its own connection.
 #include <algorithm>
 
+#include <poll.h>
+#include <sys/ioctl.h>
 #include <sys/resource.h>
 #include <sys/socket.h>
 #include <sys/un.h>
 
 #include <linux/android/binder.h>
+#include <linux/sockios.h>
 #include <orva/test/1.0/BpHwProbe.h>
 
 #include "TransportTest.h"
@@ -64,6 +67,16 @@ bool ends(int socket) {
     while ((last = take(socket)) == Io::kDone) {
     }
     return last == Io::kClosed;
+}
+
+// Waits for one more answer than there were before, and leaves them all unread.
+bool answerCame(int socket, int* unread) {
+    const int before = *unread;
+    pollfd end = {socket, POLLRDHUP, 0};
+    EXPECT_TRUE(eventually([&] {
+        return ioctl(socket, SIOCINQ, unread) != 0 || *unread > before || poll(&end, 1, 0) != 0;
+    }));
+    return *unread > before;
 }
 
 // Sends it in as many packets as it takes; false when the peer no longer listens.
@@ -193,7 +206,8 @@ TEST_F(HostilePeers, LoseTheirConnectionAndNothingElse) {
             {"thousands of objects", [](int, int channel) { send(channel, manyObjects(5000)); }},
             {"calls whose replies it never reads",
              [](int, int channel) {
-                 while (send(channel, ping())) {
+                 int unread = 0;
+                 while (send(channel, ping()) && answerCame(channel, &unread)) {
                  }
              }},
             {"calls in place of an answer",

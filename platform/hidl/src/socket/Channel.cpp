@@ -93,6 +93,11 @@ status_t Channel::transact(uint64_t target, uint32_t code, const Parcel& data, P
                            uint32_t flags) {
     const bool oneway = (flags & IBinder::FLAG_ONEWAY) != 0;
     const Deadline deadline(oneway ? kOnewaySendLimit : mLink.replyLimit());
+    if (mRole == Role::kServer && !mDisarmed) {
+        // What comes until the answer to this is this thread's: no other need wake up for it.
+        Reactor::instance().disarm(mToken, mSocket);
+        mDisarmed = true;
+    }
     {
         OutgoingMessage call(MessageKind::kCall, mLink);
         call.header.target = target;
@@ -257,7 +262,8 @@ ServerChannel::ServerChannel(base::unique_fd socket, std::shared_ptr<Link> link)
 
 bool ServerChannel::open() {
     mToken = Reactor::instance().add(shared_from_this());
-    if (!Reactor::instance().arm(mToken, mChannel.socket())) {
+    mChannel.setToken(mToken);
+    if (!Reactor::instance().arm(mToken, mChannel.socket(), Notice::kEach)) {
         Reactor::instance().remove(mToken, mChannel.socket());
         return false;
     }
@@ -269,17 +275,29 @@ void ServerChannel::close() {
     Reactor::instance().remove(mToken, mChannel.socket());
 }
 
-void ServerChannel::ready() {
+// Whoever is told first has the channel to itself. What it finds there is all that can be, since a
+// caller that waits for its answer sends nothing behind its call; only where something may be left
+// that no thread was told of is the kernel asked to tell of it.
+bool ServerChannel::ready() {
+    if (mTold.fetch_add(1, std::memory_order_acquire) != 0) {
+        return true;
+    }
     std::unique_ptr<ReceivedMessage> call;
     const Io io = ReceivedMessage::receive(mChannel.socket(), Wait::kNo, &call);
+    const bool oneway = io == Io::kDone && (call->header().flags & IBinder::FLAG_ONEWAY) != 0;
     if (io == Io::kEmpty || (io == Io::kDone && mChannel.serve(std::move(call)))) {
-        Reactor::instance().rearm(mToken, mChannel.socket());
-        return;
+        const bool disarmed = mChannel.takeDisarmed();
+        const bool othersTold = mTold.exchange(0, std::memory_order_acq_rel) > 1;
+        if (oneway || disarmed || othersTold) {
+            Reactor::instance().rearm(mToken, mChannel.socket(), Notice::kEach);
+        }
+        return io != Io::kEmpty;
     }
     if (io == Io::kBroken || io == Io::kTimeout) {
         mLink->cut("it does not keep to the protocol");
     }
     mLink->forget(*this);
+    return true;
 }
 
 }  // namespace socket

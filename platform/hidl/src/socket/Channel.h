@@ -7,6 +7,7 @@
 #include <atomic>
 #include <cstdint>
 #include <memory>
+#include <utility>
 
 #include <android-base/unique_fd.h>
 #include <hwbinder/Parcel.h>
@@ -50,6 +51,11 @@ public:
     // Ends the conversation from another thread: whoever waits in it finds the peer gone.
     void shutDown();
 
+    // What a channel that the peer calls on is known to the reactor by.
+    void setToken(uint64_t token) { mToken = token; }
+    // Whether the reactor was told to be silent since this was asked last.
+    bool takeDisarmed() { return std::exchange(mDisarmed, false); }
+
     int socket() const { return mSocket; }
     Link& link() const { return mLink; }
     // False once the two sides may no longer agree on what comes next.
@@ -68,6 +74,8 @@ private:
     const Role mRole;
     bool mUsable = true;
     Release mRelease;  // For the next answer to tell.
+    uint64_t mToken = 0;
+    bool mDisarmed = false;
 };
 
 // A channel on which the peer calls; served by the pool.
@@ -78,12 +86,14 @@ public:
     // Serves from here on. False when the kernel has no room for it.
     bool open();
     void close();
-    void ready() override;
+    bool ready() override;
 
 private:
     const std::shared_ptr<Link> mLink;
     Channel mChannel;
     std::atomic<uint64_t> mToken{0};
+    // Threads that were told of something since one began to serve, that one included.
+    std::atomic<uint32_t> mTold{0};
 };
 
 }  // namespace socket

@@ -143,7 +143,7 @@ bool Link::start() {
     }
     const Socket socket = this->socket();
     mToken = Reactor::instance().add(shared_from_this());
-    if (!Reactor::instance().arm(mToken, *socket)) {
+    if (!Reactor::instance().arm(mToken, *socket, Notice::kOnce)) {
         Reactor::instance().remove(mToken, *socket);
         return false;
     }
@@ -152,22 +152,23 @@ bool Link::start() {
 
 // --- The link's own socket --------------------------------------------------------------------
 
-void Link::ready() {
+bool Link::ready() {
     // One message at a time, so that no peer keeps the thread from the others.
     const Socket socket = this->socket();
     if (socket == nullptr) {
-        return;
+        return true;
     }
     std::unique_ptr<ReceivedMessage> message;
     const Io io = ReceivedMessage::receive(*socket, Wait::kNo, &message);
     if (io == Io::kEmpty || (io == Io::kDone && handle(std::move(message)))) {
-        Reactor::instance().rearm(mToken, *socket);
-        return;
+        Reactor::instance().rearm(mToken, *socket, Notice::kOnce);
+        return io != Io::kEmpty;
     }
     if (io != Io::kClosed) {
         cut("it does not keep to the protocol");
     }
     end(End::kPeerDied);
+    return true;
 }
 
 bool Link::handle(std::unique_ptr<ReceivedMessage> message) {
@@ -237,7 +238,7 @@ void Link::cut(const char* reason) {
     // death recipients need.
     if (socket != nullptr) {
         ::shutdown(*socket, SHUT_RDWR);
-        Reactor::instance().rearm(mToken, *socket);
+        Reactor::instance().rearm(mToken, *socket, Notice::kOnce);
     }
 }
 

@@ -81,7 +81,7 @@ public:
     // A channel that the peer called on is of no more use.
     void forget(ServerChannel& channel);
 
-    void ready() override;
+    bool ready() override;
 
     uint64_t numberOfLocal(const sp<IBinder>& binder) override;
     void takeBack(uint64_t number) override;

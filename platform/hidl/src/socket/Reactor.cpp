@@ -25,6 +25,9 @@ constexpr uint64_t kWakeUpToken = 0;
 
 constexpr uint32_t kEvents = EPOLLIN | EPOLLRDHUP;
 
+// How many messages of one item's come before all others are looked at.
+constexpr int kMostInARow = 16;
+
 }  // namespace
 
 // Never destroyed: threads of the pool may outlive the program's static objects.
@@ -49,17 +52,19 @@ uint64_t Reactor::add(std::shared_ptr<ReactorItem> item) {
     return mNextToken++;
 }
 
-// One thread at a time gets an item's events: whoever serves a conversation has it to itself. Where
-// there is but one thread, it need not be told so each time.
-epoll_event Reactor::eventsOf(uint64_t token) const {
+// Where there is but one thread, it need not be told who has what.
+epoll_event Reactor::eventsOf(uint64_t token, Notice notice) const {
     epoll_event event = {};
-    event.events = mPolled ? kEvents : kEvents | EPOLLONESHOT;
+    event.events = kEvents;
+    if (!mPolled) {
+        event.events |= notice == Notice::kOnce ? EPOLLONESHOT : EPOLLET;
+    }
     event.data.u64 = token;
     return event;
 }
 
-bool Reactor::arm(uint64_t token, int socket) {
-    epoll_event event = eventsOf(token);
+bool Reactor::arm(uint64_t token, int socket, Notice notice) {
+    epoll_event event = eventsOf(token, notice);
     if (epoll_ctl(mEpoll, EPOLL_CTL_ADD, socket, &event) != 0) {
         ALOGE("cannot wait on a socket: %s", strerror(errno));
         return false;
@@ -67,13 +72,23 @@ bool Reactor::arm(uint64_t token, int socket) {
     return true;
 }
 
-void Reactor::rearm(uint64_t token, int socket) {
+void Reactor::rearm(uint64_t token, int socket, Notice notice) {
     if (mPolled) {
         return;  // Still armed.
     }
-    epoll_event event = eventsOf(token);
+    epoll_event event = eventsOf(token, notice);
     mHandOvers.fetch_add(1, std::memory_order_release);
     // Fails when the item was removed meanwhile, and then there is nothing to wait for.
+    epoll_ctl(mEpoll, EPOLL_CTL_MOD, socket, &event);
+}
+
+void Reactor::disarm(uint64_t token, int socket) {
+    if (mPolled) {
+        return;  // Its one thread does not wait meanwhile.
+    }
+    epoll_event event = {};
+    event.events = EPOLLET;
+    event.data.u64 = token;
     epoll_ctl(mEpoll, EPOLL_CTL_MOD, socket, &event);
 }
 
@@ -94,7 +109,21 @@ std::shared_ptr<ReactorItem> Reactor::find(uint64_t token) {
     return it == mItems.end() ? nullptr : it->second;
 }
 
+// Who polls has been told that something is there; mostly it is where the last message came from.
+bool Reactor::serveLast() {
+    if (mServedInARow == 0) {
+        return false;
+    }
+    const auto item = find(mLastServed);
+    const bool served = mServedInARow < kMostInARow && item != nullptr && item->ready();
+    mServedInARow = served ? mServedInARow + 1 : 0;
+    return served;
+}
+
 bool Reactor::serveOne() {
+    if (mPolled && serveLast()) {
+        return !mStopping;
+    }
     epoll_event event;
     ++mWaiting;
     const int ready = epoll_wait(mEpoll, &event, 1, -1);
@@ -112,6 +141,10 @@ bool Reactor::serveOne() {
     mHandOvers.load(std::memory_order_acquire);
     if (const auto item = find(event.data.u64)) {
         item->ready();
+    }
+    if (mPolled) {
+        mLastServed = event.data.u64;
+        mServedInARow = 1;
     }
     return !mStopping;
 }

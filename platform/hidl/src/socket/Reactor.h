@@ -23,12 +23,20 @@ namespace android {
 namespace hardware {
 namespace socket {
 
-// What waits on a socket. While ready() runs, and until the item is armed again, no other thread
-// gets its events.
+// What waits on a socket.
 class ReactorItem {
 public:
     virtual ~ReactorItem() = default;
-    virtual void ready() = 0;
+    // Something has come, or the peer has gone. False when there was nothing after all.
+    virtual bool ready() = 0;
+};
+
+// When the pool's threads are told of what comes on a socket.
+enum class Notice {
+    // Once, and then not until it is armed again: one thread at a time has the item to itself.
+    kOnce,
+    // Of each arrival, also while a thread is in ready(), which spares it to arm the item again.
+    kEach,
 };
 
 // The process's thread pool: threads that wait on all sockets at once. The thread that is woken is
@@ -40,9 +48,11 @@ public:
     // Keeps an item until its removal, and through a ready() under way; the token names it.
     uint64_t add(std::shared_ptr<ReactorItem> item);
     // Begins to wait on the item's socket. False when the kernel refuses; logged.
-    bool arm(uint64_t token, int socket);
-    // Waits again, after ready() was called.
-    void rearm(uint64_t token, int socket);
+    bool arm(uint64_t token, int socket, Notice notice);
+    // Waits again after kOnce, or asks after kEach to be told also of what is there already.
+    void rearm(uint64_t token, int socket, Notice notice);
+    // Tells of nothing but the peer's end until the item is armed again.
+    void disarm(uint64_t token, int socket);
     // Must come before the socket is closed.
     void remove(uint64_t token, int socket);
 
@@ -70,8 +80,9 @@ public:
 private:
     Reactor();
 
-    epoll_event eventsOf(uint64_t token) const;
+    epoll_event eventsOf(uint64_t token, Notice notice) const;
     std::shared_ptr<ReactorItem> find(uint64_t token);
+    bool serveLast();
     void run();
     void loop();
     void growIfBusy();
@@ -86,6 +97,10 @@ private:
     std::atomic<bool> mStopping{false};
     std::atomic<bool> mPolled{false};
     std::atomic<int> mWaiting{0};
+
+    // Of the one thread that polls.
+    uint64_t mLastServed = 0;
+    int mServedInARow = 0;
 
     Mutex mItemsLock;
     uint64_t mNextToken GUARDED_BY(mItemsLock) = 1;

@@ -49,7 +49,7 @@ status_t ServiceSocket::open() {
         return -errno;
     }
     mToken = Reactor::instance().add(shared_from_this());
-    if (!Reactor::instance().arm(mToken, mSocket)) {
+    if (!Reactor::instance().arm(mToken, mSocket, Notice::kOnce)) {
         Reactor::instance().remove(mToken, mSocket);
         return NO_MEMORY;
     }
@@ -60,7 +60,7 @@ void ServiceSocket::close() {
     Reactor::instance().remove(mToken, mSocket);
 }
 
-void ServiceSocket::ready() {
+bool ServiceSocket::ready() {
     // One at a time, so that no crowd of clients keeps the thread from the others' calls.
     base::unique_fd connection(accept4(mSocket, nullptr, nullptr, SOCK_CLOEXEC));
     if (connection >= 0) {
@@ -68,7 +68,8 @@ void ServiceSocket::ready() {
     } else if (errno != EAGAIN && errno != EINTR && errno != ECONNABORTED) {
         refuseOne(strerror(errno));
     }
-    Reactor::instance().rearm(mToken, mSocket);
+    Reactor::instance().rearm(mToken, mSocket, Notice::kOnce);
+    return true;
 }
 
 void ServiceSocket::refuseOne(const char* reason) {

@@ -30,7 +30,7 @@ public:
     // Listens from here on. NO_ERROR, or what the system said.
     status_t open();
     void close();
-    void ready() override;
+    bool ready() override;
 
 private:
     void acceptOne(base::unique_fd connection);
