@@ -36,13 +36,17 @@ constexpr Callbacks usualCallbacks(Work work) {
     return work == Work::kSession || work == Work::kBuild ? Callbacks::kPooled : Callbacks::kPolled;
 }
 
+// The model that the demonstration looks for faces with.
+constexpr size_t kModelSize = 442'005;
+
 // The regions that a build's sources lie in, all of one size. The built model's is as large as
 // they are together.
 constexpr size_t kSources = 4;
 
 // What a contestant is asked to do.
 struct Load {
-    size_t inputSize;  // of all sources together in a build; 0 where there is none
+    // Of all sources together in a build, of the model in a session; 0 where there is none.
+    size_t inputSize;
     size_t clients;
     TensorMemory memory = TensorMemory::kShared;
     Work work = Work::kRequest;

@@ -50,8 +50,7 @@ Contestant Contestant::floor(const Load& load, const ChildProcess::Placement& pl
     const std::string path = folder + "/floor";
     unlink(path.c_str());
     return Contestant(
-            placement,
-            [&](const Control& control) { return runFloorServer(control, path, load.work); },
+            placement, [&](const Control& control) { return runFloorServer(control, path, load); },
             [&](const Control& control) { return runFloorClient(control, path, load); },
             load.clients);
 }

@@ -44,7 +44,9 @@ constexpr Case kCases[] = {
         {"log of each step", {kPictureSize, 1}, kPooledNode, Contestant::Log::kProgressToNowhere},
         {"model manager: request", managed(Work::kManagerRequest, kPictureSize)},
         {"model manager: bind, start", managed(Work::kBinding, kPictureSize)},
-        {"model manager: open, close", managed(Work::kSession, 0)},
+        {"model manager: open, close", managed(Work::kSession, kModelSize)},
+        {"model manager: open, close", managed(Work::kSession, 4096)},
+        {"no model: open, close", managed(Work::kSession, 0)},
         {"model manager: build", managed(Work::kBuild, 4096)},
         {"model manager: build", managed(Work::kBuild, 200_MiB)},
 };

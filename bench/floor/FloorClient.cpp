@@ -65,7 +65,7 @@ UniqueFd registerListener(int requests) {
 std::vector<size_t> regionSizes(const Load& load) {
     switch (load.work) {
     case Work::kSession:
-        return {};
+        return load.inputSize > 0 ? std::vector<size_t>{load.inputSize} : std::vector<size_t>{};
     case Work::kBuild: {
         std::vector<size_t> sizes(kSources, load.inputSize / kSources);
         sizes.push_back(load.inputSize);
@@ -116,10 +116,10 @@ private:
     }
 
     // Opened, its listener registered on the client's side and on the model manager's, closed: four
-    // calls, each with an answer that the next one waits for. No descriptor travels in any of them,
-    // since the connection for callbacks is the process's and not the session's.
+    // calls, each with an answer that the next one waits for. No descriptor travels in any of them
+    // but the model's, since the connection for callbacks is the process's and not the session's.
     bool session() const {
-        return call({}) == 0 && call({}) == 0 && call({}) == 0 && call({}) == 0;
+        return call(sent_) == 0 && call({}) == 0 && call({}) == 0 && call({}) == 0;
     }
 
     bool awaitCompletion() const {

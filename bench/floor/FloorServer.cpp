@@ -125,6 +125,29 @@ bool serveRequest(int requests, int listener, bool started) {
     return completed;
 }
 
+// A model's bytes are the server's own once they have come.
+bool serveModel(int requests) {
+    FloorPacket call;
+    Descriptors<1> received;
+    if (!receivePacket(requests, &call, &received)) {
+        return false;
+    }
+    const auto size = static_cast<size_t>(call.value);
+    void* const bytes = mapReceived(received[0].Get(), size);
+    if (bytes == MAP_FAILED) {
+        return false;
+    }
+    const auto* const first = static_cast<const uint8_t*>(bytes);
+    const std::vector<uint8_t> model(first, first + size);
+    munmap(bytes, size);
+    return sendPacket(requests, {0});
+}
+
+bool serveSession(int requests, bool withModel) {
+    const bool opened = withModel ? serveModel(requests) : serveBareCall(requests);
+    return opened && serveBareCall(requests) && serveBareCall(requests) && serveBareCall(requests);
+}
+
 // All regions are mapped at a time, as a build needs them, and gone before the answer.
 bool serveBuild(int requests) {
     FloorPacket request;
@@ -145,30 +168,30 @@ bool serveBuild(int requests) {
     return ok && sendPacket(requests, {request.value});
 }
 
-bool serve(Work work, int requests, int listener) {
-    switch (work) {
+bool serve(const Load& load, int requests, int listener) {
+    switch (load.work) {
     case Work::kSession:
-        return serveBareCall(requests);
+        return serveSession(requests, load.inputSize > 0);
     case Work::kBuild:
         return serveBuild(requests);
     default:
-        return serveRequest(requests, listener, work == Work::kBinding);
+        return serveRequest(requests, listener, load.work == Work::kBinding);
     }
 }
 
-void serveClient(const UniqueFd& requests, Work work) {
+void serveClient(const UniqueFd& requests, const Load& load) {
     FloorPacket hello;
     Descriptors<1> listener;
     if (!receivePacket(requests.Get(), &hello, &listener) || !sendPacket(requests.Get(), {0})) {
         return;
     }
-    while (serve(work, requests.Get(), listener[0].Get())) {
+    while (serve(load, requests.Get(), listener[0].Get())) {
     }
 }
 
 }  // namespace
 
-int runFloorServer(const Control& control, const std::string& path, Work work) {
+int runFloorServer(const Control& control, const std::string& path, const Load& load) {
     const UniqueFd listening(socket(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0));
     const sockaddr_un address = floorAddress(path);
     const bool ok = bind(listening.Get(), reinterpret_cast<const sockaddr*>(&address),
@@ -183,7 +206,7 @@ int runFloorServer(const Control& control, const std::string& path, Work work) {
         if (client < 0) {
             break;
         }
-        threads.emplace_back([client, work] { serveClient(UniqueFd(client), work); });
+        threads.emplace_back([client, &load] { serveClient(UniqueFd(client), load); });
     }
     for (std::thread& thread : threads) {
         thread.join();

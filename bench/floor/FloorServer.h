@@ -14,6 +14,6 @@ namespace orva_bench {
 // The server of the floor: what the work costs when nothing is done but the system calls
 // without which its outcome is not to be had. One thread for each client, which only ever blocks in
 // the kernel. Listens at `path`.
-int runFloorServer(const Control& control, const std::string& path, Work work);
+int runFloorServer(const Control& control, const std::string& path, const Load& load);
 
 }  // namespace orva_bench

@@ -23,7 +23,7 @@ bool prepare(AiSession& session, const Load& load) {
 bool prepare(ManagerSession& session, const Load& load) {
     switch (load.work) {
     case Work::kSession:
-        return true;
+        return session.prepareModel(load.inputSize);
     case Work::kBuild:
         return session.prepareBuild(load.inputSize);
     default:

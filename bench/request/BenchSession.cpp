@@ -27,7 +27,7 @@ BenchSession<Service, Listener>::~BenchSession() {
 
 template <class Service, class Listener>
 bool BenchSession<Service, Listener>::open(const std::string& nodeType) {
-    open_ = service_->Init(id_, nodeType, "{}", {}).withDefault(-1) == 0;
+    open_ = service_->Init(id_, nodeType, "", models_).withDefault(-1) == 0;
     return open_ && service_->SetListener(-id_, listener_).withDefault(-1) == 0 &&
            service_->SetListener(id_, nullptr).withDefault(-1) == 0;
 }

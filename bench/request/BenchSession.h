@@ -33,8 +33,8 @@ public:
     BenchSession(const BenchSession&) = delete;
     BenchSession& operator=(const BenchSession&) = delete;
 
-    // Opens the session on a node of the type (a model manager has none, and only logs it) and
-    // registers its listener on both sides.
+    // Opens the session on a node of the type (a model manager has none, and only logs it) with its
+    // models, of which there are none at first, and registers its listener on both sides.
     bool open(const std::string& nodeType);
     void close();
 
@@ -50,6 +50,7 @@ protected:
     const android::sp<Service> service_;
     const android::sp<CompletionListener<Listener>> listener_;
     const int32_t id_;
+    android::hardware::hidl_vec<orva::hidl::ModelBuffer> models_;
     android::hardware::hidl_string context_;  // without parameters
     android::hardware::hidl_vec<orva::hidl::AITensorHandle> inputs_;
     android::hardware::hidl_vec<orva::hidl::AITensorHandle> outputs_;

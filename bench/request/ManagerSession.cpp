@@ -9,6 +9,19 @@
 
 namespace orva_bench {
 
+bool ManagerSession::prepareModel(size_t size) {
+    if (size == 0) {
+        return true;
+    }
+    if (!makeRegion(size, TensorMemory::kShared, &modelRegion_)) {
+        return false;
+    }
+    models_.resize(1);
+    models_[0].modelHandle = modelRegion_.Get();
+    models_[0].size = size;
+    return true;
+}
+
 bool ManagerSession::reopen() {
     close();
     return open(kPooledNode);

@@ -20,6 +20,8 @@ class ManagerSession : public BenchSession<orva::hidl::IModelManagerService_hidl
 public:
     using BenchSession::BenchSession;
 
+    // The session has a model of so many bytes, or none, when it is opened again.
+    bool prepareModel(size_t size);
     // Closes the session and opens it again.
     bool reopen();
     // Binds the tensors, starts a computation on them and waits for its completion.
@@ -29,6 +31,7 @@ public:
     bool build();
 
 private:
+    orva::hidl::NativeHandle modelRegion_;
     std::array<orva::hidl::NativeHandle, kSources + 1> buildRegions_;
     android::hardware::hidl_vec<orva::hidl::ModelBuffer> sources_;
     orva::hidl::ModelBuffer built_;
