@@ -103,7 +103,8 @@ int main(int argc, char** argv) {
     auto* const only =
             app.add_option("--only", alone, "Runs one row alone, or one contestant for profilers")
                     ->check(CLI::IsMember({"both", "floor", "services"}));
-    app.add_option("--input-bytes", load.inputSize, "The input of --only")->needs(only);
+    app.add_option("--input-bytes", load.inputSize, "The input of --only, or its model")
+            ->needs(only);
     app.add_flag_callback(
                "--ion", [&load] { load.memory = TensorMemory::kIon; },
                "The tensors of --only lie in ION buffers")

@@ -275,9 +275,10 @@ void ServerChannel::close() {
     Reactor::instance().remove(mToken, mChannel.socket());
 }
 
-// Whoever is told first has the channel to itself. What it finds there is all that can be, since a
-// caller that waits for its answer sends nothing behind its call; only where something may be left
-// that no thread was told of is the kernel asked to tell of it.
+// Whoever is told first has the channel to itself. A caller that waits for its answer sends nothing
+// behind its call, and if it does all the same, that lies there until it sends more or leaves. Only
+// where a sender that keeps to the rules may have left something that no thread was told of is the
+// kernel asked to tell of it.
 bool ServerChannel::ready() {
     if (mTold.fetch_add(1, std::memory_order_acquire) != 0) {
         return true;
