@@ -56,7 +56,9 @@ TEST_F(Sessions, InitReadsConfigAndModelsInOrder) {
 }
 
 TEST_F(Sessions, InitAnswersWhatWentWrong) {
-    Region page(4096), shorter(4095), empty(4096);
+    // More than all regions together may take of the address space.
+    constexpr uint64_t kEndless = uint64_t{1} << 46;
+    Region page(4096), shorter(4095), empty(4096), endless(kEndless);
     empty.Get()->numFds = 0;
     const std::string full = "E Init: The number of service is more than limit, init failed.\n"
                              "= 1 client_limit\n",
@@ -75,6 +77,7 @@ TEST_F(Sessions, InitAnswersWhatWentWrong) {
             {&page, 1, none, false},
             {&shorter, 4096, unmapped, true},
             {&empty, 4096, unmapped, true},
+            {&endless, kEndless, unmapped, true},
             {&page, 1ULL << 63, unmapped, true},
             {&page, 1, failed, kUndone.empty()},
     };
