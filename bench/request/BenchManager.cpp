@@ -8,10 +8,9 @@
 #include <utility>
 
 #include <orva/AIModelManager.h>
+#include <orva/reference/Executor.h>
 #include <orva/reference/ModelManagerRegistry.h>
-#include <orva/reference/ServiceNode.h>
-
-#include "request/IdleHandler.h"
+#include <orva/reference/NodeStatus.h>
 
 namespace orva_bench {
 
@@ -21,63 +20,57 @@ using orva::AIContext;
 using orva::AIModelIOTensor;
 using orva::AIModelManagerListener;
 using orva::MappedBuffer;
+using orva::reference::kNodeOk;
 using Tensors = std::vector<std::shared_ptr<orva::IAITensor>>;
 
-class ToManagerListener : public orva::AIServiceListener {
-public:
-    explicit ToManagerListener(std::shared_ptr<AIModelManagerListener> listener)
-            : listener_(std::move(listener)) {}
-
-    void OnProcessDone(const AIContext& context, int32_t result, const Tensors& outputs) override {
-        listener_->OnProcessDone(context, result, outputs);
-    }
-    void OnServiceDied() override { listener_->OnServiceDied(); }
-
-private:
-    const std::shared_ptr<AIModelManagerListener> listener_;
-};
-
-// A node does what both have in common. One client's calls come one at a time, so that what is
-// bound needs no lock.
+// One client's calls come one at a time, so that nothing here needs a lock.
 class BenchManager : public orva::AIModelManager {
 public:
-    int32_t Init(const orva::AIConfig& config,
-                 std::vector<orva::AIModelDescription>& models) override {
-        return node_.Init(config, models);
+    int32_t Init(const orva::AIConfig&, std::vector<orva::AIModelDescription>&) override {
+        return kNodeOk;
     }
     int32_t Process(AIContext& context, const Tensors& inputs, const Tensors& outputs,
-                    int32_t processArg) override {
-        return node_.Process(context, inputs, outputs, processArg);
+                    int32_t) override {
+        return complete(context, inputs, outputs);
     }
     int32_t RegisterListener(const std::shared_ptr<AIModelManagerListener>& listener) override {
-        return node_.RegisterListener(std::make_shared<ToManagerListener>(listener));
+        listener_ = listener;
+        return kNodeOk;
     }
     int32_t GetModelIOTensorDim(const std::string&, std::vector<AIModelIOTensor>&,
                                 std::vector<AIModelIOTensor>&) override {
-        return orva::reference::kNodeOk;
+        return kNodeOk;
     }
-    int32_t CheckModelCompatibility(const orva::AIModelDescription&) override {
-        return orva::reference::kNodeOk;
-    }
+    int32_t CheckModelCompatibility(const orva::AIModelDescription&) override { return kNodeOk; }
     int32_t GetMaxUsedMemory() override { return 0; }
     int32_t BuildModel(int32_t, const std::vector<MappedBuffer>&, const MappedBuffer& output,
                        uint32_t& outputModelSize) override {
         outputModelSize = output.length;
-        return orva::reference::kNodeOk;
+        return kNodeOk;
     }
-    int32_t CheckModelValid() override { return orva::reference::kNodeOk; }
+    int32_t CheckModelValid() override { return kNodeOk; }
     int32_t SetInputsAndOutputs(AIContext&, const Tensors& inputs,
                                 const Tensors& outputs) override {
         inputs_ = inputs;
         outputs_ = outputs;
-        return orva::reference::kNodeOk;
+        return kNodeOk;
     }
     int32_t StartCompute(AIContext& context) override {
-        return node_.Process(context, inputs_, outputs_, 0);
+        return complete(context, inputs_, outputs_);
     }
 
 private:
-    orva::reference::ServiceNode node_{std::make_unique<IdleHandler>()};
+    // Keeps the tensors until their client has heard of them.
+    int32_t complete(const AIContext& context, const Tensors& inputs, const Tensors& outputs) {
+        const bool taken = executor_->Post([listener = listener_, context, inputs, outputs] {
+            listener->OnProcessDone(context, kNodeOk, outputs);
+        });
+        return taken ? kNodeOk : orva::reference::kNodeStopped;
+    }
+
+    const std::shared_ptr<orva::reference::Executor> executor_ =
+            orva::reference::FrameworkExecutor();
+    std::shared_ptr<AIModelManagerListener> listener_;
     Tensors inputs_;
     Tensors outputs_;
 };
