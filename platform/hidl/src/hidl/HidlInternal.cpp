@@ -35,9 +35,6 @@ std::string toHexString(uint64_t value, bool prefix) {
     return text;
 }
 
-HidlInstrumentor::HidlInstrumentor(const std::string& /*package*/,
-                                   const std::string& /*interface*/) {}
-
 HidlInstrumentor::~HidlInstrumentor() = default;
 
 void HidlInstrumentor::configureInstrumentation(bool /*log*/) {}
