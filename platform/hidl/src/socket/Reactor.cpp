@@ -25,8 +25,10 @@ constexpr uint64_t kWakeUpToken = 0;
 
 constexpr uint32_t kEvents = EPOLLIN | EPOLLRDHUP;
 
-// How many messages of one item's come before all others are looked at.
+// How many messages of one item's come before all others are looked at, and how many times nobody
+// looks there first when a look was in vain.
 constexpr int kMostInARow = 16;
+constexpr int kPause = 16;
 
 }  // namespace
 
@@ -109,15 +111,25 @@ std::shared_ptr<ReactorItem> Reactor::find(uint64_t token) {
     return it == mItems.end() ? nullptr : it->second;
 }
 
-// Who polls has been told that something is there; mostly it is where the last message came from.
+// Who polls has been told that something is there, and mostly it is where the last message came
+// from. Who comes early finds nothing there, and would ask the kernel once too often.
 bool Reactor::serveLast() {
-    if (mServedInARow == 0) {
+    if (mPause > 0) {
+        --mPause;
+        return false;
+    }
+    if (mServedInARow == kMostInARow) {
+        mServedInARow = 0;
         return false;
     }
     const auto item = find(mLastServed);
-    const bool served = mServedInARow < kMostInARow && item != nullptr && item->ready();
-    mServedInARow = served ? mServedInARow + 1 : 0;
-    return served;
+    if (item != nullptr && item->ready()) {
+        ++mServedInARow;
+        return true;
+    }
+    mServedInARow = 0;
+    mPause = kPause;
+    return false;
 }
 
 bool Reactor::serveOne() {
@@ -144,7 +156,6 @@ bool Reactor::serveOne() {
     }
     if (mPolled) {
         mLastServed = event.data.u64;
-        mServedInARow = 1;
     }
     return !mStopping;
 }

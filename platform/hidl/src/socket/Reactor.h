@@ -100,7 +100,8 @@ private:
 
     // Of the one thread that polls.
     uint64_t mLastServed = 0;
-    int mServedInARow = 0;
+    int mServedInARow = 0;  // without asking the kernel
+    int mPause = 0;
 
     Mutex mItemsLock;
     uint64_t mNextToken GUARDED_BY(mItemsLock) = 1;
