@@ -261,10 +261,9 @@ ServerChannel::ServerChannel(base::unique_fd socket, std::shared_ptr<Link> link)
         : mLink(std::move(link)), mChannel(std::move(socket), *mLink, Channel::Role::kServer) {}
 
 bool ServerChannel::open() {
-    mToken = Reactor::instance().add(shared_from_this());
-    mChannel.setToken(mToken);
-    if (!Reactor::instance().arm(mToken, mChannel.socket(), Notice::kEach)) {
-        Reactor::instance().remove(mToken, mChannel.socket());
+    mChannel.setToken(Reactor::instance().add(shared_from_this()));
+    if (!Reactor::instance().arm(mChannel.token(), mChannel.socket(), Notice::kEach)) {
+        Reactor::instance().remove(mChannel.token(), mChannel.socket());
         return false;
     }
     return true;
@@ -272,7 +271,7 @@ bool ServerChannel::open() {
 
 void ServerChannel::close() {
     mChannel.shutDown();
-    Reactor::instance().remove(mToken, mChannel.socket());
+    Reactor::instance().remove(mChannel.token(), mChannel.socket());
 }
 
 // Whoever is told first has the channel to itself. A caller that waits for its answer sends nothing
@@ -281,7 +280,7 @@ void ServerChannel::close() {
 // kernel asked to tell of it.
 bool ServerChannel::ready() {
     if (mTold.fetch_add(1, std::memory_order_acquire) != 0) {
-        return true;
+        return false;
     }
     std::unique_ptr<ReceivedMessage> call;
     const Io io = ReceivedMessage::receive(mChannel.socket(), Wait::kNo, &call);
@@ -290,7 +289,7 @@ bool ServerChannel::ready() {
         const bool disarmed = mChannel.takeDisarmed();
         const bool othersTold = mTold.exchange(0, std::memory_order_acq_rel) > 1;
         if (oneway || disarmed || othersTold) {
-            Reactor::instance().rearm(mToken, mChannel.socket(), Notice::kEach);
+            Reactor::instance().rearm(mChannel.token(), mChannel.socket(), Notice::kEach);
         }
         return io != Io::kEmpty;
     }

@@ -53,6 +53,7 @@ public:
 
     // What a channel that the peer calls on is known to the reactor by.
     void setToken(uint64_t token) { mToken = token; }
+    uint64_t token() const { return mToken; }
     // Whether the reactor was told to be silent since this was asked last.
     bool takeDisarmed() { return std::exchange(mDisarmed, false); }
 
@@ -74,7 +75,7 @@ private:
     const Role mRole;
     bool mUsable = true;
     Release mRelease;  // For the next answer to tell.
-    uint64_t mToken = 0;
+    std::atomic<uint64_t> mToken{0};
     bool mDisarmed = false;
 };
 
@@ -91,7 +92,6 @@ public:
 private:
     const std::shared_ptr<Link> mLink;
     Channel mChannel;
-    std::atomic<uint64_t> mToken{0};
     // Threads that were told of something since one began to serve, that one included.
     std::atomic<uint32_t> mTold{0};
 };

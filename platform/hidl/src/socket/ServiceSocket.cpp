@@ -63,13 +63,15 @@ void ServiceSocket::close() {
 bool ServiceSocket::ready() {
     // One at a time, so that no crowd of clients keeps the thread from the others' calls.
     base::unique_fd connection(accept4(mSocket, nullptr, nullptr, SOCK_CLOEXEC));
+    const bool nobodyThere =
+            connection < 0 && (errno == EAGAIN || errno == EINTR || errno == ECONNABORTED);
     if (connection >= 0) {
         acceptOne(std::move(connection));
-    } else if (errno != EAGAIN && errno != EINTR && errno != ECONNABORTED) {
+    } else if (!nobodyThere) {
         refuseOne(strerror(errno));
     }
     Reactor::instance().rearm(mToken, mSocket, Notice::kOnce);
-    return true;
+    return !nobodyThere;
 }
 
 void ServiceSocket::refuseOne(const char* reason) {
