@@ -134,9 +134,6 @@ void ThreadPool::Work(std::list<Worker>::iterator self) {
             idle_.push_back(&*self);
             const bool surplus = workers_.size() > count_;
             lock.Unlock();
-            // Where threads share a processor, those that are ready may bring the next task, and
-            // then neither they nor this one need the kernel to sleep and to wake.
-            std::this_thread::yield();
             if (!surplus) {
                 self->wakeUp.Wait();
             } else if (!self->wakeUp.WaitFor(kSurplusTime)) {
