@@ -2,8 +2,11 @@
  * Copyright (C) 2026 The orva project
  * SPDX-License-Identifier: Apache-2.0
  */
-// What a client that keeps to no rule can do to a server: lose its own connection.
+// What a client that keeps to no rule can do to a server, and a server to its client: lose its own
+// connection.
 #include <algorithm>
+#include <functional>
+#include <thread>
 
 #include <poll.h>
 #include <sys/ioctl.h>
@@ -23,16 +26,21 @@ namespace {
 using namespace orva_test;
 using namespace android::hardware::socket;
 using android::base::unique_fd;
+using orva::test::LogCapture;
 using orva::test::V1_0::BpHwProbe;
 
 constexpr std::chrono::seconds kLong{10};
 
 // A client without a runtime has a link, and channels on it, to put anything on.
-unique_fd connectTo(const std::string& path) {
-    unique_fd link(socket(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0));
+sockaddr_un addressOf(const std::string& path) {
     sockaddr_un address = {AF_UNIX, {}};
     path.copy(address.sun_path, sizeof address.sun_path - 1);
-    EXPECT_EQ(0, connect(link, reinterpret_cast<sockaddr*>(&address), sizeof address));
+    return address;
+}
+unique_fd connectTo(const std::string& path) {
+    unique_fd link(socket(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0));
+    const sockaddr_un address = addressOf(path);
+    EXPECT_EQ(0, connect(link, reinterpret_cast<const sockaddr*>(&address), sizeof address));
     return link;
 }
 // Sends a message of nothing but its header and at most one descriptor.
@@ -45,21 +53,35 @@ void control(int link, MessageKind kind, uint64_t target, uint32_t code, int des
     header.descriptors = descriptor < 0 ? 0 : 1;
     sendPacket(link, &header, sizeof header, &descriptor, header.descriptors, kLong);
 }
-unique_fd openChannel(int link) {
-    SocketPair sockets;
-    control(link, MessageKind::kOpenChannel, 0, 0, sockets.theirs.get());
-    return std::move(sockets.ours);
-}
 
 // Waits for what the server sends.
-Io take(int socket) {
+Io take(int socket, std::vector<unique_fd>* descriptors) {
     std::vector<uint8_t> packet(kPacketSize);
-    std::vector<unique_fd> descriptors;
     size_t size;
     const Io there = waitReadable(socket, kLong);
     return there == Io::kDone ? receivePacket(socket, packet.data(), packet.size(), &size,
-                                              &descriptors, Wait::kNo)
+                                              descriptors, Wait::kNo)
                               : there;
+}
+Io take(int socket) {
+    std::vector<unique_fd> descriptors;
+    return take(socket, &descriptors);
+}
+
+// A channel of the client's making, or the server's, of which the client has nothing but its end.
+unique_fd openChannel(int link, uint32_t code = kReplaceChannel) {
+    SocketPair sockets;
+    control(link, MessageKind::kOpenChannel, 0, code, sockets.theirs.get());
+    sockets.theirs.reset();
+    if (code == kKeepChannel) {
+        return std::move(sockets.ours);
+    }
+    std::vector<unique_fd> channel;
+    if (take(sockets.ours, &channel) != Io::kDone) {
+        return {};
+    }
+    EXPECT_EQ(Io::kClosed, take(sockets.ours)) << "nobody may have the first one still";
+    return std::move(channel.at(0));
 }
 // Waits for the server to end a connection, whatever it sends until then.
 bool ends(int socket) {
@@ -222,7 +244,7 @@ TEST_F(HostilePeers, LoseTheirConnectionAndNothingElse) {
         for (const bool waits : {true, false}) {
             SCOPED_TRACE(each.what);
             const unique_fd link = connectTo(socketOf());
-            const unique_fd channel = openChannel(link);
+            const unique_fd channel = openChannel(link, waits ? kReplaceChannel : kKeepChannel);
             each.act(link, channel);
             if (waits) {
                 expectOk(mProbe->ping());  // Another client is served meanwhile.
@@ -249,6 +271,26 @@ TEST_F(HostilePeers, LeaveNoDescriptorWhereTheirObjectIsHeld) {
         << "; at first " << mHeld;
 }
 
+// A thread of the server's stays with whoever calls often, but not when it is needed.
+TEST_F(HostilePeers, KeepNoThreadByTheirSilence) {
+    const PeerProcess server("patient", "2", "60000");
+    const auto start = std::chrono::steady_clock::now();
+    const unique_fd silent = connectTo(socketOf("patient"));
+    const unique_fd called = openChannel(silent);
+    for (int i = 0; i < 50; ++i) {
+        send(called, ping());
+        EXPECT_EQ(Io::kDone, take(called));
+    }
+    const unique_fd other = connectTo(socketOf("patient"));
+    const unique_fd calling = openChannel(other);
+    send(calling, callBack());
+    EXPECT_EQ(Io::kDone, take(calling)) << "the call back, which is never answered";
+    const sp<IProbe> probe = IProbe::getService("patient");
+    ASSERT_NE(nullptr, probe);
+    expectOk(probe->ping());
+    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(30));
+}
+
 TEST_F(HostilePeers, ConnectOnlySoOftenAndNotWithoutADescriptorLeft) {
     EXPECT_TRUE(isLastCutOff(100));
     expectNothingLeft();
@@ -267,6 +309,45 @@ TEST_F(HostilePeers, ConnectOnlySoOftenAndNotWithoutADescriptorLeft) {
     EXPECT_FALSE(tooMany.isDeadObject());
     expectOk(mProbe->ping());
     ASSERT_EQ(0, prlimit(mServer->pid(), RLIMIT_NOFILE, &before, nullptr));
+}
+
+using HostileServers = TransportTest;
+
+TEST_F(HostileServers, LoseTheirClient) {
+    struct Case {
+        const char* reason;
+        std::function<void(unique_fd& link, int offered)> act;
+    };
+    const std::vector<Case> cases = {
+            {"DEAD_OBJECT", [](unique_fd& link, int) { link.reset(); }},
+            {"took too long to open a channel", [](unique_fd&, int) {}},
+            {"does not keep to the protocol",
+             [](unique_fd&, int offered) { control(offered, MessageKind::kRelease, 4711, 1); }},
+            {"does not keep to the protocol",
+             [](unique_fd&, int offered) {
+                 control(offered, MessageKind::kOpenChannel, 0, 0, STDOUT_FILENO);
+             }},
+            {"malformed message",
+             [](unique_fd&, int offered) { ::send(offered, "garbage", 7, 0); }},
+    };
+    orva_platform::setReplyLimit(std::chrono::milliseconds(200));
+    for (const auto& each : cases) {
+        SCOPED_TRACE(each.reason);
+        const unique_fd listening(socket(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0));
+        const sockaddr_un address = addressOf(socketOf());
+        ASSERT_EQ(0, bind(listening, reinterpret_cast<const sockaddr*>(&address), sizeof address));
+        ASSERT_EQ(0, listen(listening, 1));
+        LogCapture log;
+        std::thread client([] { EXPECT_EQ(nullptr, IProbe::getService()); });
+        unique_fd link(accept4(listening, nullptr, nullptr, SOCK_CLOEXEC));
+        std::vector<unique_fd> offered;
+        EXPECT_EQ(Io::kDone, take(link, &offered));
+        each.act(link, offered.at(0));
+        client.join();
+        EXPECT_TRUE(logged(log, each.reason));
+        EXPECT_EQ(0, unlink(address.sun_path));
+    }
+    orva_platform::setReplyLimit(std::chrono::milliseconds(0));
 }
 
 }  // namespace

@@ -9,7 +9,6 @@
 #include <sys/un.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <thread>
 
 #include <android-base/unique_fd.h>
@@ -24,16 +23,8 @@ namespace {
 using namespace orva_test;
 using android::base::unique_fd;
 using orva::test::LogCapture;
-using orva::test::LogLine;
 
 using Services = TransportTest;
-
-bool logged(LogCapture& log, const std::string& text) {
-    const std::vector<LogLine> lines = log.Take(ANDROID_LOG_ERROR);
-    return std::any_of(lines.begin(), lines.end(), [&](const LogLine& line) {
-        return line.message.find(text) != std::string::npos;
-    });
-}
 
 TEST_F(Services, ThatAreNotThereAreNullWithAReason) {
     LogCapture log;
@@ -151,6 +142,16 @@ TEST_F(Services, EndThoughAClientNeverAnswers) {
     orva_platform::stop();
     waiting.join();
     EXPECT_FALSE(std::filesystem::exists(socketOf()));
+}
+
+TEST_F(Services, CanBeLeftThoughTheyNeverAnswer) {
+    PeerProcess stalled("default", "1");
+    stalled.freeze();
+    const size_t before = orva_platform::counts().links;
+    std::thread waiting([] { EXPECT_EQ(nullptr, IProbe::getService()); });
+    EXPECT_TRUE(eventually([&] { return orva_platform::counts().links > before; }));
+    orva_platform::stop();
+    waiting.join();
 }
 
 }  // namespace

@@ -4,6 +4,7 @@
  */
 #pragma once
 
+#include <algorithm>
 #include <filesystem>
 #include <memory>
 #include <string>
@@ -14,6 +15,7 @@
 #include "Probe.h"
 #include "support/ChildProcess.h"
 #include "support/Eventually.h"
+#include "support/LogCapture.h"
 #include "support/ResourceTest.h"
 
 namespace orva_test {
@@ -23,6 +25,14 @@ using orva::test::eventually;
 template <typename T>
 void expectOk(const Return<T>& result) {
     EXPECT_TRUE(result.isOk()) << result.description();
+}
+
+// Whether one of the errors logged since it was asked last says so.
+inline bool logged(orva::test::LogCapture& log, const std::string& text) {
+    const std::vector<orva::test::LogLine> lines = log.Take(ANDROID_LOG_ERROR);
+    return std::any_of(lines.begin(), lines.end(), [&](const orva::test::LogLine& line) {
+        return line.message.find(text) != std::string::npos;
+    });
 }
 
 // The other end of a connection under test: the program probe_peer with these arguments, ready.

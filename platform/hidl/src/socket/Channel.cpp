@@ -34,6 +34,18 @@ constexpr TimeLimit kOnewaySendLimit{1000};
 // How long an answer may wait for room: its caller waits for it, and so takes it at once.
 constexpr TimeLimit kReplySendLimit{2000};
 
+// How long a thread of the pool waits for a caller's next call, and after how many further calls it
+// does so again when none came.
+constexpr TimeLimit kStay{5};
+constexpr int kPause = 16;
+
+void limitReceiving(int socket, TimeLimit limit) {
+    timeval time = {};
+    time.tv_sec = limit.count() / 1000;
+    time.tv_usec = limit.count() % 1000 * 1000;
+    setsockopt(socket, SOL_SOCKET, SO_RCVTIMEO, &time, sizeof time);
+}
+
 }  // namespace
 
 Channel::Channel(base::unique_fd socket, Link& link, Role role)
@@ -41,11 +53,8 @@ Channel::Channel(base::unique_fd socket, Link& link, Role role)
     ++runtimeCounts().channels;
     const TimeLimit limit = mLink.replyLimit();
     if (mRole == Role::kCaller && limit.count() > 0) {
-        // The peer has the other end only, so the kernel may keep the time for this one.
-        timeval time = {};
-        time.tv_sec = limit.count() / 1000;
-        time.tv_usec = limit.count() % 1000 * 1000;
-        setsockopt(mSocket, SOL_SOCKET, SO_RCVTIMEO, &time, sizeof time);
+        // Nobody has this socket who is not trusted, so the kernel may keep the time.
+        limitReceiving(mSocket, limit);
     }
 }
 
@@ -55,6 +64,12 @@ Channel::~Channel() {
 
 void Channel::shutDown() {
     ::shutdown(mSocket, SHUT_RDWR);
+}
+
+void Channel::disarm() {
+    if (!std::exchange(mDisarmed, true)) {
+        Reactor::instance().disarm(mToken, mSocket);
+    }
 }
 
 void Channel::lost(Io why) {
@@ -73,10 +88,10 @@ void Channel::lost(Io why) {
 
 Io Channel::receive(std::unique_ptr<ReceivedMessage>* message, const Deadline& deadline) {
     if (mRole == Role::kCaller) {
-        return ReceivedMessage::receive(mSocket, Wait::kInKernel, message);
+        return ReceivedMessage::receive(mSocket, Wait::kForPeer, message);
     }
-    // The peer made this socket and may still share it: it must not decide how long we wait, nor
-    // take away what we were told is there.
+    // The peer may have made this socket and still share it: it must not decide how long we wait,
+    // nor take away what we were told is there.
     for (;;) {
         const Io ready = waitReadable(mSocket, deadline);
         if (ready != Io::kDone) {
@@ -93,10 +108,8 @@ status_t Channel::transact(uint64_t target, uint32_t code, const Parcel& data, P
                            uint32_t flags) {
     const bool oneway = (flags & IBinder::FLAG_ONEWAY) != 0;
     const Deadline deadline(oneway ? kOnewaySendLimit : mLink.replyLimit());
-    if (mRole == Role::kServer && !mDisarmed) {
-        // What comes until the answer to this is this thread's: no other need wake up for it.
-        Reactor::instance().disarm(mToken, mSocket);
-        mDisarmed = true;
+    if (mRole == Role::kServer) {
+        disarm();
     }
     {
         OutgoingMessage call(MessageKind::kCall, mLink);
@@ -257,8 +270,14 @@ void Channel::sendStatus(status_t status) {
     }
 }
 
-ServerChannel::ServerChannel(base::unique_fd socket, std::shared_ptr<Link> link)
-        : mLink(std::move(link)), mChannel(std::move(socket), *mLink, Channel::Role::kServer) {}
+ServerChannel::ServerChannel(base::unique_fd socket, Maker maker, std::shared_ptr<Link> link)
+        : mLink(std::move(link)),
+          mChannel(std::move(socket), *mLink, Channel::Role::kServer),
+          mStays(maker == Maker::kSelf) {
+    if (mStays) {
+        limitReceiving(mChannel.socket(), kStay);
+    }
+}
 
 bool ServerChannel::open() {
     mChannel.setToken(Reactor::instance().add(shared_from_this()));
@@ -274,6 +293,44 @@ void ServerChannel::close() {
     Reactor::instance().remove(mChannel.token(), mChannel.socket());
 }
 
+// Most callers call again at once. Whoever waits for that in the kernel, on this socket alone,
+// spares the server a call of the kernel's each time; but others must be there for everybody else.
+bool ServerChannel::mayStay() {
+    if (!mStays || !Reactor::instance().othersWait()) {
+        return false;
+    }
+    if (mPause > 0) {
+        --mPause;
+        return false;
+    }
+    return true;
+}
+
+// Serves what is there and what follows at once. kEmpty when there may be more later.
+Io ServerChannel::serveCalls(bool* found, bool* oneway) {
+    std::unique_ptr<ReceivedMessage> call;
+    Io io = ReceivedMessage::receive(mChannel.socket(), Wait::kNo, &call);
+    while (io == Io::kDone) {
+        *found = true;
+        *oneway = *oneway || (call->header().flags & IBinder::FLAG_ONEWAY) != 0;
+        const bool stays = mayStay();
+        if (stays) {
+            mChannel.disarm();
+        }
+        if (!mChannel.serve(std::move(call))) {
+            return Io::kClosed;
+        }
+        if (!stays || !Reactor::instance().othersWait()) {
+            return Io::kEmpty;
+        }
+        io = ReceivedMessage::receive(mChannel.socket(), Wait::kForMore, &call);
+        if (io == Io::kEmpty) {
+            mPause = kPause;
+        }
+    }
+    return io;
+}
+
 // Whoever is told first has the channel to itself. A caller that waits for its answer sends nothing
 // behind its call, and if it does all the same, that lies there until it sends more or leaves. Only
 // where a sender that keeps to the rules may have left something that no thread was told of is the
@@ -282,16 +339,16 @@ bool ServerChannel::ready() {
     if (mTold.fetch_add(1, std::memory_order_acquire) != 0) {
         return false;
     }
-    std::unique_ptr<ReceivedMessage> call;
-    const Io io = ReceivedMessage::receive(mChannel.socket(), Wait::kNo, &call);
-    const bool oneway = io == Io::kDone && (call->header().flags & IBinder::FLAG_ONEWAY) != 0;
-    if (io == Io::kEmpty || (io == Io::kDone && mChannel.serve(std::move(call)))) {
+    bool found = false;
+    bool oneway = false;
+    const Io io = serveCalls(&found, &oneway);
+    if (io == Io::kEmpty) {
         const bool disarmed = mChannel.takeDisarmed();
         const bool othersTold = mTold.exchange(0, std::memory_order_acq_rel) > 1;
         if (oneway || disarmed || othersTold) {
             Reactor::instance().rearm(mChannel.token(), mChannel.socket(), Notice::kEach);
         }
-        return io != Io::kEmpty;
+        return found;
     }
     if (io == Io::kBroken || io == Io::kTimeout) {
         mLink->cut("it does not keep to the protocol");

@@ -28,7 +28,7 @@ class Link;
 // opened. Used by one thread at a time.
 class Channel {
 public:
-    // Whether this process starts the calls, and so made the socket, or the peer did.
+    // Whether this process starts the calls.
     enum class Role { kCaller, kServer };
 
     // The link outlives the channel.
@@ -54,7 +54,9 @@ public:
     // What a channel that the peer calls on is known to the reactor by.
     void setToken(uint64_t token) { mToken = token; }
     uint64_t token() const { return mToken; }
-    // Whether the reactor was told to be silent since this was asked last.
+    // Has what comes from here on left to the thread that serves: no other is woken up for it.
+    void disarm();
+    // Whether that was done since this was asked last.
     bool takeDisarmed() { return std::exchange(mDisarmed, false); }
 
     int socket() const { return mSocket; }
@@ -82,7 +84,11 @@ private:
 // A channel on which the peer calls; served by the pool.
 class ServerChannel : public ReactorItem, public std::enable_shared_from_this<ServerChannel> {
 public:
-    ServerChannel(base::unique_fd socket, std::shared_ptr<Link> link);
+    // Who made the socket. What the peer made it may still share, and so decide how long whoever
+    // waits in the kernel waits.
+    enum class Maker { kPeer, kSelf };
+
+    ServerChannel(base::unique_fd socket, Maker maker, std::shared_ptr<Link> link);
 
     // Serves from here on. False when the kernel has no room for it.
     bool open();
@@ -90,8 +96,13 @@ public:
     bool ready() override;
 
 private:
+    bool mayStay();
+    Io serveCalls(bool* found, bool* oneway);
+
     const std::shared_ptr<Link> mLink;
     Channel mChannel;
+    const bool mStays;
+    int mPause = 0;  // Of the thread that has the channel to itself.
     // Threads that were told of something since one began to serve, that one included.
     std::atomic<uint32_t> mTold{0};
 };

@@ -36,6 +36,9 @@ constexpr size_t kMaxChannels = 32;
 // The peer need not be waited for: what goes over a link is small and it is always read.
 constexpr TimeLimit kLinkSendLimit{1000};
 
+// A socket made for this answer alone has room for it.
+constexpr TimeLimit kReplacementSendLimit{1};
+
 // Every link of the process. Never destroyed: links may outlive the program's static objects.
 class AllLinks {
 public:
@@ -84,6 +87,18 @@ private:
     std::unordered_map<const Link*, std::weak_ptr<Link>> mLinks GUARDED_BY(mLock);
     std::unordered_map<pid_t, size_t> mHeld GUARDED_BY(mLock);
 };
+
+// The ends of a new channel; false when there are no descriptors left, logged.
+bool makeChannel(base::unique_fd* ours, base::unique_fd* theirs) {
+    int ends[2];
+    if (socketpair(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0, ends) != 0) {
+        ALOGE("cannot open a channel: %s", strerror(errno));
+        return false;
+    }
+    ours->reset(ends[0]);
+    theirs->reset(ends[1]);
+    return true;
+}
 
 bool isChannelOf(const base::unique_fd& socket, const Link::Peer& peer) {
     int domain = 0;
@@ -177,7 +192,7 @@ bool Link::handle(std::unique_ptr<ReceivedMessage> message) {
         if (message->isIncomplete()) {
             return true;  // Its calls find it closed.
         }
-        return adoptChannel(message->takeDescriptor());
+        return adoptChannel(message->takeDescriptor(), message->header().code == kReplaceChannel);
     case MessageKind::kRelease: {
         const bool held = message->header().target != kRoot && released(message->header());
         end(End::kClosedIfIdle);
@@ -188,12 +203,20 @@ bool Link::handle(std::unique_ptr<ReceivedMessage> message) {
     }
 }
 
-bool Link::adoptChannel(base::unique_fd socket) {
+bool Link::adoptChannel(base::unique_fd socket, bool replace) {
     if (!isChannelOf(socket, mPeer)) {
         ALOGE("process %d offers a channel that is not its own", mPeer.pid);
         return false;
     }
-    auto channel = std::make_shared<ServerChannel>(std::move(socket), shared_from_this());
+    if (replace) {
+        socket = replaceByOwn(socket);
+        if (socket < 0) {
+            return true;  // The peer finds the other one closed.
+        }
+    }
+    auto channel = std::make_shared<ServerChannel>(
+            std::move(socket), replace ? ServerChannel::Maker::kSelf : ServerChannel::Maker::kPeer,
+            shared_from_this());
     Mutex::Autolock lock(mLock);
     if (!mAlive) {
         return true;
@@ -207,6 +230,19 @@ bool Link::adoptChannel(base::unique_fd socket) {
     }
     mServerChannels.push_back(std::move(channel));
     return true;
+}
+
+// Answers the peer with an end of a channel that it cannot share the other end of.
+base::unique_fd Link::replaceByOwn(const base::unique_fd& socket) {
+    base::unique_fd ours;
+    base::unique_fd theirs;
+    if (!makeChannel(&ours, &theirs)) {
+        return {};
+    }
+    OutgoingMessage message(MessageKind::kOpenChannel, *this);
+    message.lend(theirs);
+    return message.send(socket, kReplacementSendLimit) == Io::kDone ? std::move(ours)
+                                                                    : base::unique_fd();
 }
 
 void Link::forget(ServerChannel& channel) {
@@ -442,7 +478,9 @@ std::unique_ptr<Channel> Link::acquireChannel() {
         }
         ++mOpening;
     }
-    std::unique_ptr<Channel> channel = openChannel();
+    // A client trusts its server with how long it waits for it; the other way round is not safe.
+    const bool isServer = mRoot != nullptr;
+    std::unique_ptr<Channel> channel = openChannel(isServer ? kKeepChannel : kReplaceChannel);
     Mutex::Autolock lock(mLock);
     --mOpening;
     mChannelReturned.signal();
@@ -459,19 +497,48 @@ void Link::returnChannel(std::unique_ptr<Channel> channel) {
     mChannelReturned.signal();
 }
 
-std::unique_ptr<Channel> Link::openChannel() {
-    int ends[2];
-    if (socketpair(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0, ends) != 0) {
-        ALOGE("cannot open a channel: %s", strerror(errno));
+base::unique_fd Link::awaitReplacement(const base::unique_fd& socket, const base::unique_fd& link) {
+    std::unique_ptr<ReceivedMessage> answer;
+    Io io = waitReadable(socket, mReplyLimit, link);
+    if (io == Io::kDone) {
+        io = ReceivedMessage::receive(socket, Wait::kNo, &answer);
+    }
+    if (io == Io::kTimeout) {
+        cut("it took too long to open a channel");
+    }
+    if (io != Io::kDone || answer->isIncomplete()) {
+        return {};
+    }
+    base::unique_fd replacement;
+    if (answer->header().kind == MessageKind::kOpenChannel) {
+        replacement = answer->takeDescriptor();
+    }
+    if (!isChannelOf(replacement, mPeer)) {
+        cut("it does not keep to the protocol");
+        return {};
+    }
+    return replacement;
+}
+
+std::unique_ptr<Channel> Link::openChannel(uint32_t code) {
+    base::unique_fd ours;
+    base::unique_fd theirs;
+    const Socket socket = this->socket();
+    if (socket == nullptr || !makeChannel(&ours, &theirs)) {
         return nullptr;
     }
-    base::unique_fd ours(ends[0]);
-    const base::unique_fd theirs(ends[1]);
     OutgoingMessage message(MessageKind::kOpenChannel, *this);
+    message.header.code = code;
     message.lend(theirs);
-    const Socket socket = this->socket();
-    if (socket == nullptr || message.send(*socket, kLinkSendLimit) != Io::kDone) {
+    if (message.send(*socket, kLinkSendLimit) != Io::kDone) {
         return nullptr;
+    }
+    if (code == kReplaceChannel) {
+        theirs.reset();  // So that its end can be seen.
+        ours = awaitReplacement(ours, *socket);
+        if (ours < 0) {
+            return nullptr;
+        }
     }
     auto channel = std::make_unique<Channel>(std::move(ours), *this, Channel::Role::kCaller);
     Mutex::Autolock lock(mLock);
@@ -485,7 +552,7 @@ std::unique_ptr<Channel> Link::openChannel() {
 status_t Link::transactOneway(uint64_t target, uint32_t code, const Parcel& data, uint32_t flags) {
     Mutex::Autolock lock(mOnewayLock);
     if (mOnewayChannel == nullptr) {
-        mOnewayChannel = openChannel();
+        mOnewayChannel = openChannel(kKeepChannel);  // Which waits for no answer.
     }
     if (mOnewayChannel == nullptr) {
         return connected() ? FAILED_TRANSACTION : DEAD_OBJECT;

@@ -107,9 +107,11 @@ private:
     void end(End why);
     bool handle(std::unique_ptr<ReceivedMessage> message);
     void tell(const base::unique_fd& socket, const Release& release);
-    bool adoptChannel(base::unique_fd socket);
+    bool adoptChannel(base::unique_fd socket, bool replace);
+    base::unique_fd replaceByOwn(const base::unique_fd& socket);
 
-    std::unique_ptr<Channel> openChannel();
+    std::unique_ptr<Channel> openChannel(uint32_t code);
+    base::unique_fd awaitReplacement(const base::unique_fd& socket, const base::unique_fd& link);
     std::unique_ptr<Channel> acquireChannel();
     void returnChannel(std::unique_ptr<Channel> channel);
     status_t transactOneway(uint64_t target, uint32_t code, const Parcel& data, uint32_t flags);

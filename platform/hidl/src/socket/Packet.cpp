@@ -25,12 +25,12 @@ namespace socket {
 
 namespace {
 
-Io waitFor(int socket, short events, const Deadline& deadline) {
+Io waitFor(int socket, short events, const Deadline& deadline, int orEndOf = -1) {
     for (;;) {
-        pollfd entry = {socket, events, 0};
-        const int ready = poll(&entry, 1, deadline.left());
+        pollfd entries[] = {{socket, events, 0}, {orEndOf, POLLRDHUP, 0}};
+        const int ready = poll(entries, 2, deadline.left());
         if (ready > 0) {
-            return Io::kDone;
+            return entries[0].revents != 0 ? Io::kDone : Io::kClosed;
         }
         if (ready == 0) {
             return Io::kTimeout;
@@ -56,8 +56,8 @@ int Deadline::left() const {
     return static_cast<int>(std::clamp<int64_t>(left.count(), 0, INT_MAX));
 }
 
-Io waitReadable(int socket, const Deadline& deadline) {
-    return waitFor(socket, POLLIN, deadline);
+Io waitReadable(int socket, const Deadline& deadline, int orEndOf) {
+    return waitFor(socket, POLLIN, deadline, orEndOf);
 }
 
 Io sendPacket(int socket, const void* bytes, size_t size, const int* descriptors,
@@ -120,7 +120,7 @@ Io receivePacket(int socket, void* bytes, size_t capacity, size_t* size,
     if (received < 0) {
         switch (errno) {
         case EAGAIN:
-            return wait == Wait::kNo ? Io::kEmpty : Io::kTimeout;
+            return wait == Wait::kForPeer ? Io::kTimeout : Io::kEmpty;
         case ECONNRESET:
         case ENOTCONN:
         case EINVAL:

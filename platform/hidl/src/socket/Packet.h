@@ -50,13 +50,16 @@ Io sendPacket(int socket, const void* bytes, size_t size, const int* descriptors
 // Receives one packet and adopts its descriptors. `size` becomes its length.
 enum class Wait {
     kNo,
-    kInKernel,  // Blocks in the receiving call; the socket's own time-out bounds it.
+    // Block in the receiving call; the socket's own time-out bounds it. When it is over, the peer
+    // took too long, or there is just nothing.
+    kForPeer,
+    kForMore,
 };
 Io receivePacket(int socket, void* bytes, size_t capacity, size_t* size,
                  std::vector<base::unique_fd>* descriptors, Wait wait);
 
-// Waits until a packet is there, or the peer has gone.
-Io waitReadable(int socket, const Deadline& deadline);
+// Waits until a packet is there, or the peer has gone, or the connection `orEndOf` has ended.
+Io waitReadable(int socket, const Deadline& deadline, int orEndOf = -1);
 
 }  // namespace socket
 }  // namespace hardware

@@ -68,6 +68,8 @@ public:
     void join();
     // Waits for one event and serves it on the calling thread. False once the pool is stopped.
     bool serveOne();
+    // Whether a thread waits for whatever comes, so that the calling one may do something else.
+    bool othersWait() const { return mWaiting > 0 && !mStopping; }
     // Makes join() and serveOne() return. Safe in a signal handler.
     void requestStop();
     // Takes no more events and waits for those under way; false when that takes longer.

@@ -23,9 +23,12 @@ namespace socket {
 enum class MessageKind : uint32_t {
     kCall = 1,         // target, code, flags, and a parcel.
     kReply = 2,        // status, and a parcel if it is 0; also a release, if target is not 0.
-    kOpenChannel = 3,  // One descriptor: the receiver's end of a new channel. Links only.
-    kRelease = 4,      // target; in code how many receptions of it are given up, and in flags how
-                       // many messages mention it, which may yet arrive. Links only.
+    kOpenChannel = 3,  // One descriptor: the receiver's end of a new channel; in code whether it is
+                       // to be replaced. Then the receiver answers on it with a message of this
+                       // kind and an end of a channel that it made itself, which takes the first
+                       // one's place. Links only, but for that answer.
+    kRelease = 4,  // target; in code how many receptions of it are given up, and in flags how
+                   // many messages mention it, which may yet arrive. Links only.
 };
 
 // An object that a message mentions is one of the receiver's own: in its data, or as the target of
@@ -45,6 +48,10 @@ struct MessageHeader {
     uint64_t buffersSize;
 };
 static_assert(sizeof(MessageHeader) == 48, "the header is part of the wire");
+
+// The codes of kOpenChannel.
+constexpr uint32_t kKeepChannel = 0;
+constexpr uint32_t kReplaceChannel = 1;
 
 constexpr uint32_t kMagic = 0x4f525631;  // "ORV1"
 constexpr size_t kPacketSize = 16 * 1024;
