@@ -270,11 +270,11 @@ void Channel::sendStatus(status_t status) {
     }
 }
 
-ServerChannel::ServerChannel(base::unique_fd socket, Maker maker, std::shared_ptr<Link> link)
+ServerChannel::ServerChannel(base::unique_fd socket, Stay stay, std::shared_ptr<Link> link)
         : mLink(std::move(link)),
           mChannel(std::move(socket), *mLink, Channel::Role::kServer),
-          mStays(maker == Maker::kSelf) {
-    if (mStays) {
+          mStay(stay) {
+    if (mStay == Stay::kShortly) {
         limitReceiving(mChannel.socket(), kStay);
     }
 }
@@ -293,10 +293,10 @@ void ServerChannel::close() {
     Reactor::instance().remove(mChannel.token(), mChannel.socket());
 }
 
-// Most callers call again at once. Whoever waits for that in the kernel, on this socket alone,
-// spares the server a call of the kernel's each time; but others must be there for everybody else.
+// Most callers call again at once. Whoever waits for that spares this process a call of the
+// kernel's each time; but others must be there for everybody else.
 bool ServerChannel::mayStay() {
-    if (!mStays || !Reactor::instance().othersWait()) {
+    if (mStay == Stay::kNever || !Reactor::instance().othersWait()) {
         return false;
     }
     if (mPause > 0) {

@@ -84,11 +84,11 @@ private:
 // A channel on which the peer calls; served by the pool.
 class ServerChannel : public ReactorItem, public std::enable_shared_from_this<ServerChannel> {
 public:
-    // Who made the socket. What the peer made it may still share, and so decide how long whoever
-    // waits in the kernel waits.
-    enum class Maker { kPeer, kSelf };
+    // Whether a thread may wait for the next call in the kernel, on this socket alone. Whoever
+    // shares the socket decides how long that takes.
+    enum class Stay { kNever, kShortly };
 
-    ServerChannel(base::unique_fd socket, Maker maker, std::shared_ptr<Link> link);
+    ServerChannel(base::unique_fd socket, Stay stay, std::shared_ptr<Link> link);
 
     // Serves from here on. False when the kernel has no room for it.
     bool open();
@@ -101,7 +101,7 @@ private:
 
     const std::shared_ptr<Link> mLink;
     Channel mChannel;
-    const bool mStays;
+    const Stay mStay;
     int mPause = 0;  // Of the thread that has the channel to itself.
     // Threads that were told of something since one began to serve, that one included.
     std::atomic<uint32_t> mTold{0};

@@ -214,9 +214,8 @@ bool Link::adoptChannel(base::unique_fd socket, bool replace) {
             return true;  // The peer finds the other one closed.
         }
     }
-    auto channel = std::make_shared<ServerChannel>(
-            std::move(socket), replace ? ServerChannel::Maker::kSelf : ServerChannel::Maker::kPeer,
-            shared_from_this());
+    const auto stay = replace ? ServerChannel::Stay::kShortly : ServerChannel::Stay::kNever;
+    auto channel = std::make_shared<ServerChannel>(std::move(socket), stay, shared_from_this());
     Mutex::Autolock lock(mLock);
     if (!mAlive) {
         return true;
@@ -478,9 +477,7 @@ std::unique_ptr<Channel> Link::acquireChannel() {
         }
         ++mOpening;
     }
-    // A client trusts its server with how long it waits for it; the other way round is not safe.
-    const bool isServer = mRoot != nullptr;
-    std::unique_ptr<Channel> channel = openChannel(isServer ? kKeepChannel : kReplaceChannel);
+    std::unique_ptr<Channel> channel = openChannel(isServer() ? kKeepChannel : kReplaceChannel);
     Mutex::Autolock lock(mLock);
     --mOpening;
     mChannelReturned.signal();

@@ -107,6 +107,9 @@ private:
     void end(End why);
     bool handle(std::unique_ptr<ReceivedMessage> message);
     void tell(const base::unique_fd& socket, const Release& release);
+    // A client trusts its server with how long its threads wait in the kernel; the other way round
+    // would not be safe.
+    bool isServer() const { return mRoot != nullptr; }
     bool adoptChannel(base::unique_fd socket, bool replace);
     base::unique_fd replaceByOwn(const base::unique_fd& socket);
 

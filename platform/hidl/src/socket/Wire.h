@@ -27,8 +27,8 @@ enum class MessageKind : uint32_t {
                        // to be replaced. Then the receiver answers on it with a message of this
                        // kind and an end of a channel that it made itself, which takes the first
                        // one's place. Links only, but for that answer.
-    kRelease = 4,  // target; in code how many receptions of it are given up, and in flags how
-                   // many messages mention it, which may yet arrive. Links only.
+    kRelease = 4,      // target; in code how many receptions of it are given up, and in flags how
+                       // many messages mention it, which may yet arrive. Links only.
 };
 
 // An object that a message mentions is one of the receiver's own: in its data, or as the target of
