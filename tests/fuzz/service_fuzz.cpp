@@ -3,8 +3,9 @@
  * SPDX-License-Identifier: Apache-2.0
  */
 // Any bytes and descriptors, received as a message and served by the services themselves, on the
-// reference framework. A session with a listener is open, so that requests get to their results,
-// and they run within the call, so that it can be seen what a message leaves behind. An input is
+// reference framework. A session with a listener is open, the model manager's with a model to which
+// tensors are bound, so that requests get to their results; and they run within the call, so that
+// it can be seen what a message leaves behind. An input is
 //
 //   service | number of descriptors | a kind for each | the message's bytes
 #include <cutils/ashmem.h>
@@ -23,8 +24,10 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <filesystem>
 #include <memory>
 
+#include "framework/OnnxCase.h"
 #include "platform/WireKit.h"
 
 using namespace vendor::selkat::hardware::ai::V2_0;
@@ -62,16 +65,28 @@ hidl_handle region(int words = 0) {
 hidl_vec<ModelBuffer> models() {
     return {{"first", region(), 4096, "extra"}, {"", region(3), 4096, ""}};
 }
-hidl_vec<AITensorHandle> tensors() {
-    hidl_vec<AITensorHandle> tensors = {{}, {}};
+// In a region of 4096 bytes an ION tensor has room for 3840.
+hidl_vec<AITensorHandle> tensors(size_t count = 2, uint64_t size = 3840) {
+    hidl_vec<AITensorHandle> tensors;
+    tensors.resize(count);
     for (AITensorHandle& tensor : tensors) {
         tensor.attr = hidl_memory("ashmem", region(), 20);
-        // In a region of 4096 bytes an ION tensor has room for so many.
-        tensor.data = hidl_memory("ashmem", region(), 3840);
-        tensor.type = "AINeuralNetworkBuffer";
+        tensor.data = hidl_memory("ashmem", region(), size);
+        tensor.type = &tensor == &tensors[1] ? "AINeuralNetworkIonBuffer" : "AINeuralNetworkBuffer";
     }
-    tensors[1].type = "AINeuralNetworkIonBuffer";
     return tensors;
+}
+
+// The model of the model manager's session, which subtracts its second input from its first.
+constexpr uint64_t kModelTensor = 3 * 4 * 5;
+hidl_vec<ModelBuffer> subtraction() {
+    const std::vector<uint8_t> bytes = orva::test::CaseModel("test_sub_uint8");
+    hidl_vec<ModelBuffer> models = {{"", region(), static_cast<uint32_t>(bytes.size()), ""}};
+    if (pwrite(models[0].modelHandle->data[0], bytes.data(), bytes.size(), 0) !=
+        static_cast<ssize_t>(bytes.size())) {
+        abort();
+    }
+    return models;
 }
 
 // Valid calls for the fuzzer to begin with: what they put on the wire.
@@ -81,7 +96,12 @@ struct Seeds {
         addShared<V2_1::BpHwModelManagerService, IModelManagerListener>(1, "onnx");
         const auto addMore = [&](auto call) { add<V2_1::BpHwModelManagerService>(1, call); };
         addMore([](auto& proxy) {
-            return proxy.SetInputsAndOutputs(kSession, "context", tensors(), tensors());
+            return proxy.SetInputsAndOutputs(kSession, "context", tensors(2, kModelTensor),
+                                             tensors(1, kModelTensor));
+        });
+        addMore([](auto& proxy) {
+            return proxy.Process(kSession, "context", tensors(2, kModelTensor),
+                                 tensors(1, kModelTensor), 7);
         });
         addMore([](auto& proxy) { return proxy.StartCompute(kSession, "context"); });
         addMore([](auto& proxy) {
@@ -167,15 +187,26 @@ WireMessage messageOf(const uint8_t* data, size_t size) {
     return message;
 }
 
+// Where it is open already, nothing but what is bound changes.
+void openSession(V2_1::IAIService& service) {
+    service.Init(kSession, "echo", "", {}).isOk();
+}
+void openSession(V2_1::IModelManagerService& service) {
+    static const hidl_vec<ModelBuffer> models = subtraction();
+    static const hidl_vec<AITensorHandle> inputs = tensors(2, kModelTensor);
+    static const hidl_vec<AITensorHandle> outputs = tensors(1, kModelTensor);
+    service.Init(kSession, "onnx", "", models).isOk();
+    service.SetInputsAndOutputs(kSession, "", inputs, outputs).isOk();
+}
+
 template <typename Stub, typename AListener, typename Service>
 void serve(Service* (*fetch)(const char*), WireMessage message) {
     static const sp<Service> service = fetch("default");
     static const sp<Stub> stub = new Stub(service);
-    service->Init(kSession, "echo", "", {}).isOk();
     service->SetListener(-kSession, new Listener<AListener>).isOk();
     service->SetListener(kSession, nullptr).isOk();
     orva_test::deliver(std::move(message), *stub);
-    service->UnInit(kSession).isOk();
+    openSession(*service);
 }
 
 void serve(const uint8_t* data, size_t size) {
@@ -191,10 +222,8 @@ void serve(const uint8_t* data, size_t size) {
     }
 }
 
-int lowestFreeDescriptor() {
-    const int descriptor = dup(0);
-    close(descriptor);
-    return descriptor;
+ptrdiff_t openDescriptors() {
+    return std::distance(std::filesystem::directory_iterator("/proc/self/fd"), {});
 }
 
 }  // namespace
@@ -229,9 +258,9 @@ extern "C" size_t LLVMFuzzerCustomMutator(uint8_t* data, size_t size, size_t cap
 }
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
-    const int before = lowestFreeDescriptor();
+    const ptrdiff_t before = openDescriptors();
     serve(data, size);
-    if (lowestFreeDescriptor() != before) {
+    if (openDescriptors() != before) {
         abort();
     }
     return 0;
