@@ -234,8 +234,9 @@ extern "C" int __android_log_print(int, const char*, const char*, ...) {
 }
 
 extern "C" int LLVMFuzzerInitialize(int*, char***) {
-    // Messages open sessions of any number, which nobody closes.
-    orva::reference::SetClientLimit(16);
+    // Messages open sessions of any number, which nobody closes. The services' own limits leave
+    // room to open ours again; the framework's would not.
+    orva::reference::SetClientLimit(1000);
     orva::reference::UseExecutor(std::make_shared<orva::reference::InlineExecutor>());
     // What the process opens for good, it opens now.
     for (const Input& seed : seeds()) {
