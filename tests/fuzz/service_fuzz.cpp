@@ -69,10 +69,10 @@ hidl_vec<ModelBuffer> models() {
 hidl_vec<AITensorHandle> tensors(size_t count = 2, uint64_t size = 3840) {
     hidl_vec<AITensorHandle> tensors;
     tensors.resize(count);
-    for (AITensorHandle& tensor : tensors) {
-        tensor.attr = hidl_memory("ashmem", region(), 20);
-        tensor.data = hidl_memory("ashmem", region(), size);
-        tensor.type = &tensor == &tensors[1] ? "AINeuralNetworkIonBuffer" : "AINeuralNetworkBuffer";
+    for (size_t i = 0; i < count; ++i) {
+        tensors[i].attr = hidl_memory("ashmem", region(), 20);
+        tensors[i].data = hidl_memory("ashmem", region(), size);
+        tensors[i].type = i == 1 ? "AINeuralNetworkIonBuffer" : "AINeuralNetworkBuffer";
     }
     return tensors;
 }

@@ -327,7 +327,7 @@ TEST_F(HostileServers, LoseTheirClient) {
              [](unique_fd&, int offered) {
                  control(offered, MessageKind::kOpenChannel, 0, 0, STDOUT_FILENO);
              }},
-            {"malformed message",
+            {"does not keep to the protocol",
              [](unique_fd&, int offered) { ::send(offered, "garbage", 7, 0); }},
     };
     orva_platform::setReplyLimit(std::chrono::milliseconds(200));

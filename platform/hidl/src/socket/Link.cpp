@@ -500,21 +500,21 @@ base::unique_fd Link::awaitReplacement(const base::unique_fd& socket, const base
     if (io == Io::kDone) {
         io = ReceivedMessage::receive(socket, Wait::kNo, &answer);
     }
+    if (io == Io::kDone && answer->isIncomplete()) {
+        return {};
+    }
+    if (io == Io::kDone && answer->header().kind == MessageKind::kOpenChannel) {
+        base::unique_fd replacement = answer->takeDescriptor();
+        if (isChannelOf(replacement, mPeer)) {
+            return replacement;
+        }
+    }
     if (io == Io::kTimeout) {
         cut("it took too long to open a channel");
-    }
-    if (io != Io::kDone || answer->isIncomplete()) {
-        return {};
-    }
-    base::unique_fd replacement;
-    if (answer->header().kind == MessageKind::kOpenChannel) {
-        replacement = answer->takeDescriptor();
-    }
-    if (!isChannelOf(replacement, mPeer)) {
+    } else if (io != Io::kClosed) {
         cut("it does not keep to the protocol");
-        return {};
     }
-    return replacement;
+    return {};
 }
 
 std::unique_ptr<Channel> Link::openChannel(uint32_t code) {
