@@ -42,16 +42,16 @@ void fetch(void* library, const char* name, std::vector<OfferedService>* service
 }  // namespace
 
 ServiceLibrary::ServiceLibrary(const std::string& path)
-        : mHandle(dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL)) {
-    if (mHandle == nullptr) {
+        : handle_(dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL)) {
+    if (handle_ == nullptr) {
         throw std::runtime_error(std::string("cannot load the server library: ") + dlerror());
     }
 }
 
 std::vector<OfferedService> ServiceLibrary::services() const {
     std::vector<OfferedService> services;
-    fetch<IAIService>(mHandle, "IAIService", &services);
-    fetch<IModelManagerService>(mHandle, "IModelManagerService", &services);
+    fetch<IAIService>(handle_, "IAIService", &services);
+    fetch<IModelManagerService>(handle_, "IModelManagerService", &services);
     return services;
 }
 

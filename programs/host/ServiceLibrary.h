@@ -33,7 +33,7 @@ public:
     static std::string defaultPath();
 
 private:
-    void* const mHandle;
+    void* const handle_;
 };
 
 }  // namespace orva::host

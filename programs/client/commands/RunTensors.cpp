@@ -58,13 +58,13 @@ std::string fileName(size_t number, const std::string& name) {
 }  // namespace
 
 RunTensors::RunTensors(const RunSources& sources, const RequestOptions& options)
-        : mTensorType(options.tensorType) {
+        : tensorType_(options.tensorType) {
     if (sources.model.empty()) {
         std::vector<TensorShape> shapes;
         for (const std::string& path : sources.inputs) {
             addFile(path, nullptr);
             shapes.push_back(
-                    {"", ElementType::kUint8, {static_cast<int64_t>(mInputs.back().size())}});
+                    {"", ElementType::kUint8, {static_cast<int64_t>(inputs_.back().size())}});
         }
         addOutputs(sources.outputShapes.empty() ? shapes : shapesOf(sources.outputShapes, {}));
         return;
@@ -89,7 +89,7 @@ RunTensors::RunTensors(const RunSources& sources, const RequestOptions& options)
     }
     addOutputs(sources.outputShapes.empty() ? model.outputs
                                             : shapesOf(sources.outputShapes, model.outputs));
-    mModels.push_back(std::move(file).take());
+    models_.push_back(std::move(file).take());
 }
 
 void RunTensors::addImage(const std::string& path, TensorShape shape) {
@@ -107,8 +107,8 @@ void RunTensors::addImage(const std::string& path, TensorShape shape) {
             channels == 1 ? picture.grey(width, height) : picture.stretched(width, height, planes);
     // The node makes floats of bytes where the model wants floats.
     shape.type = ElementType::kUint8;
-    mInputs.emplace_back(shape.attributes(), bytes.size(), mTensorType);
-    std::memcpy(mInputs.back().data(), bytes.data(), bytes.size());
+    inputs_.emplace_back(shape.attributes(), bytes.size(), tensorType_);
+    std::memcpy(inputs_.back().data(), bytes.data(), bytes.size());
 }
 
 void RunTensors::addFile(const std::string& path, const TensorShape* shape) {
@@ -123,21 +123,21 @@ void RunTensors::addFile(const std::string& path, const TensorShape* shape) {
         }
         taken = *shape;
     }
-    mInputs.emplace_back(taken.attributes(), bytes.size(), mTensorType);
-    std::memcpy(mInputs.back().data(), bytes.data(), bytes.size());
+    inputs_.emplace_back(taken.attributes(), bytes.size(), tensorType_);
+    std::memcpy(inputs_.back().data(), bytes.data(), bytes.size());
 }
 
 void RunTensors::addOutputs(std::vector<TensorShape> shapes) {
-    mOutputShapes = std::move(shapes);
-    for (const TensorShape& shape : mOutputShapes) {
-        mOutputs.emplace_back(shape.attributes(), shape.bytes(), mTensorType);
+    outputShapes_ = std::move(shapes);
+    for (const TensorShape& shape : outputShapes_) {
+        outputs_.emplace_back(shape.attributes(), shape.bytes(), tensorType_);
     }
 }
 
 std::vector<OutputSummary> RunTensors::summaries() const {
     std::vector<OutputSummary> summaries;
-    for (size_t i = 0; i < mOutputs.size(); ++i) {
-        summaries.push_back(OutputSummary::of(mOutputShapes[i], mOutputs[i]));
+    for (size_t i = 0; i < outputs_.size(); ++i) {
+        summaries.push_back(OutputSummary::of(outputShapes_[i], outputs_[i]));
     }
     return summaries;
 }
@@ -145,9 +145,9 @@ std::vector<OutputSummary> RunTensors::summaries() const {
 std::vector<std::string> RunTensors::save(const std::string& folder) const {
     std::filesystem::create_directories(folder);
     std::vector<std::string> paths;
-    for (size_t i = 0; i < mOutputs.size(); ++i) {
-        paths.push_back(std::filesystem::path(folder) / fileName(i, mOutputShapes[i].name));
-        writeFile(paths.back(), mOutputs[i].data(), mOutputs[i].size());
+    for (size_t i = 0; i < outputs_.size(); ++i) {
+        paths.push_back(std::filesystem::path(folder) / fileName(i, outputShapes_[i].name));
+        writeFile(paths.back(), outputs_[i].data(), outputs_[i].size());
     }
     return paths;
 }

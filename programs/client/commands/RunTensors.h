@@ -45,9 +45,9 @@ public:
     // Throws std::exception, saying what does not fit, when no request can be made of the sources.
     RunTensors(const RunSources& sources, const RequestOptions& options);
 
-    const std::vector<Model>& models() const { return mModels; }
-    const std::vector<Tensor>& inputs() const { return mInputs; }
-    const std::vector<Tensor>& outputs() const { return mOutputs; }
+    const std::vector<Model>& models() const { return models_; }
+    const std::vector<Tensor>& inputs() const { return inputs_; }
+    const std::vector<Tensor>& outputs() const { return outputs_; }
 
     std::vector<OutputSummary> summaries() const;
     // Writes each output's bytes to a file of its own and answers their paths.
@@ -58,11 +58,11 @@ private:
     void addFile(const std::string& path, const TensorShape* shape);
     void addOutputs(std::vector<TensorShape> shapes);
 
-    const std::string mTensorType;
-    std::vector<Model> mModels;
-    std::vector<Tensor> mInputs;
-    std::vector<Tensor> mOutputs;
-    std::vector<TensorShape> mOutputShapes;
+    const std::string tensorType_;
+    std::vector<Model> models_;
+    std::vector<Tensor> inputs_;
+    std::vector<Tensor> outputs_;
+    std::vector<TensorShape> outputShapes_;
 };
 
 }  // namespace orva::client

@@ -72,7 +72,7 @@ void FaceDecoder::add(const Grid& grid, const float* scores, const float* boxes)
     for (size_t i = 0; i < grid.anchors(); ++i) {
         const float score = sigmoid(scores[i]);
         // Written so that a score that is no number is no face.
-        if (!(score >= mThreshold)) {
+        if (!(score >= threshold_)) {
             continue;
         }
         const size_t cell = i / grid.anchorsPerCell;
@@ -81,12 +81,12 @@ void FaceDecoder::add(const Grid& grid, const float* scores, const float* boxes)
         const size_t row = cell / grid.cells;
         const Point anchor = {(static_cast<float>(column) + 0.5F) / edge,
                               (static_cast<float>(row) + 0.5F) / edge};
-        mFound.push_back(decode(score, anchor, boxes + i * kNumbersPerAnchor));
+        found_.push_back(decode(score, anchor, boxes + i * kNumbersPerAnchor));
     }
 }
 
 std::vector<Face> FaceDecoder::faces() const {
-    std::vector<Face> rest = mFound;
+    std::vector<Face> rest = found_;
     std::stable_sort(rest.begin(), rest.end(),
                      [](const Face& a, const Face& b) { return a.score > b.score; });
     std::vector<Face> faces;
@@ -95,7 +95,7 @@ std::vector<Face> FaceDecoder::faces() const {
         std::vector<Face> group = {best};
         std::vector<Face> others;
         for (size_t i = 1; i < rest.size(); ++i) {
-            const bool same = intersectionOverUnion(best, rest[i]) > mOverlap;
+            const bool same = intersectionOverUnion(best, rest[i]) > overlap_;
             (same ? group : others).push_back(rest[i]);
         }
         faces.push_back(mean(group));

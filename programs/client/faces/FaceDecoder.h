@@ -51,7 +51,7 @@ public:
     // `threshold`: the least score of a face. `overlap`: boxes whose intersection is more than this
     // part of their union are of one face.
     explicit FaceDecoder(float threshold = 0.75F, float overlap = 0.3F)
-            : mThreshold(threshold), mOverlap(overlap) {}
+            : threshold_(threshold), overlap_(overlap) {}
 
     // Adds what one grid found. `scores`: one for each anchor, before the sigmoid; `boxes`:
     // kNumbersPerAnchor for each anchor. Anchors go by row, column and number within their cell.
@@ -61,9 +61,9 @@ public:
     std::vector<Face> faces() const;
 
 private:
-    const float mThreshold;
-    const float mOverlap;
-    std::vector<Face> mFound;
+    const float threshold_;
+    const float overlap_;
+    std::vector<Face> found_;
 };
 
 }  // namespace orva::client

@@ -47,17 +47,17 @@ Picture::Picture(const std::string& path) {
         throw std::runtime_error("cannot read the picture " + path + ": there is no such file");
     }
     try {
-        mPixels = cv::imread(path, cv::IMREAD_COLOR);
+        pixels_ = cv::imread(path, cv::IMREAD_COLOR);
     } catch (const cv::Exception& error) {
         throw std::runtime_error("cannot read the picture " + path + ": " + error.err);
     }
-    if (mPixels.empty()) {
+    if (pixels_.empty()) {
         throw std::runtime_error("cannot read the picture " + path + ": it is no picture");
     }
 }
 
 std::vector<uint8_t> Picture::stretched(int width, int height, bool planes) const {
-    const cv::Mat rgb = converted(resized(mPixels, width, height), cv::COLOR_BGR2RGB);
+    const cv::Mat rgb = converted(resized(pixels_, width, height), cv::COLOR_BGR2RGB);
     if (!planes) {
         return bytesOf(rgb);
     }
@@ -72,7 +72,7 @@ std::vector<uint8_t> Picture::stretched(int width, int height, bool planes) cons
 }
 
 std::vector<uint8_t> Picture::grey(int width, int height) const {
-    return bytesOf(converted(resized(mPixels, width, height), cv::COLOR_BGR2GRAY));
+    return bytesOf(converted(resized(pixels_, width, height), cv::COLOR_BGR2GRAY));
 }
 
 std::vector<uint8_t> Picture::fitted(int edge, Placement* placement) const {
@@ -83,7 +83,7 @@ std::vector<uint8_t> Picture::fitted(int edge, Placement* placement) const {
 
     cv::Mat canvas(edge, edge, CV_8UC3, cv::Scalar::all(0));
     const cv::Rect place(placement->left, placement->top, fittedWidth, fittedHeight);
-    resized(mPixels, fittedWidth, fittedHeight).copyTo(canvas(place));
+    resized(pixels_, fittedWidth, fittedHeight).copyTo(canvas(place));
     return bytesOf(converted(canvas, cv::COLOR_BGR2RGB));
 }
 
@@ -93,9 +93,9 @@ void Picture::draw(const Face& face) {
     const double letters = std::max(0.4, std::min(width(), height()) / 900.0);
     const cv::Rect box(cvRound(face.left), cvRound(face.top), cvRound(face.width),
                        cvRound(face.height));
-    cv::rectangle(mPixels, box, kBoxColour, line, cv::LINE_AA);
+    cv::rectangle(pixels_, box, kBoxColour, line, cv::LINE_AA);
     for (const Point& point : face.keyPoints) {
-        cv::circle(mPixels, {cvRound(point.x), cvRound(point.y)}, 2 * line, kPointColour,
+        cv::circle(pixels_, {cvRound(point.x), cvRound(point.y)}, 2 * line, kPointColour,
                    cv::FILLED, cv::LINE_AA);
     }
 
@@ -104,16 +104,16 @@ void Picture::draw(const Face& face) {
     int below = 0;
     const cv::Size size = cv::getTextSize(text, cv::FONT_HERSHEY_SIMPLEX, letters, 1, &below);
     const int top = std::max(0, box.y - size.height - below - line);
-    cv::rectangle(mPixels, {box.x, top, size.width + 4, size.height + below + line}, kBoxColour,
+    cv::rectangle(pixels_, {box.x, top, size.width + 4, size.height + below + line}, kBoxColour,
                   cv::FILLED);
-    cv::putText(mPixels, text, {box.x + 2, top + size.height + line}, cv::FONT_HERSHEY_SIMPLEX,
+    cv::putText(pixels_, text, {box.x + 2, top + size.height + line}, cv::FONT_HERSHEY_SIMPLEX,
                 letters, kTextColour, 1, cv::LINE_AA);
 }
 
 void Picture::save(const std::string& path) const {
     bool written = false;
     try {
-        written = cv::imwrite(path, mPixels);
+        written = cv::imwrite(path, pixels_);
     } catch (const cv::Exception& error) {
         throw std::runtime_error("cannot write " + path + ": " + error.err);
     }

@@ -26,8 +26,8 @@ public:
     // Throws std::runtime_error when the file is no picture that can be read.
     explicit Picture(const std::string& path);
 
-    int width() const { return mPixels.cols; }
-    int height() const { return mPixels.rows; }
+    int width() const { return pixels_.cols; }
+    int height() const { return pixels_.rows; }
 
     // The picture stretched to a size, in the order red, green, blue by pixel, or as whole planes.
     std::vector<uint8_t> stretched(int width, int height, bool planes) const;
@@ -43,7 +43,7 @@ public:
     void save(const std::string& path) const;
 
 private:
-    cv::Mat mPixels;
+    cv::Mat pixels_;
 };
 
 }  // namespace orva::client

@@ -21,19 +21,19 @@ using Clock = std::chrono::steady_clock;
 
 std::optional<Completion> CompletionQueue::await(std::chrono::milliseconds limit) {
     const Clock::time_point deadline = Clock::now() + limit;
-    const Mutex::Autolock lock(mLock);
-    while (!mEnded && mWaiting.empty()) {
+    const Mutex::Autolock lock(lock_);
+    while (!ended_ && waiting_.empty()) {
         const auto left = std::chrono::nanoseconds(deadline - Clock::now()).count();
         if (left <= 0) {
             break;
         }
-        mArrived.waitRelative(mLock, left);
+        arrived_.waitRelative(lock_, left);
     }
-    if (mWaiting.empty()) {
+    if (waiting_.empty()) {
         return std::nullopt;
     }
-    Completion next = std::move(mWaiting.front());
-    mWaiting.pop_front();
+    Completion next = std::move(waiting_.front());
+    waiting_.pop_front();
     return next;
 }
 
@@ -48,15 +48,15 @@ void CompletionQueue::add(int32_t result, const hidl_string& context,
         completion.outputs.clear();
         completion.fault = error.what();
     }
-    const Mutex::Autolock lock(mLock);
-    mWaiting.push_back(std::move(completion));
-    mArrived.signal();
+    const Mutex::Autolock lock(lock_);
+    waiting_.push_back(std::move(completion));
+    arrived_.signal();
 }
 
 void CompletionQueue::end() {
-    const Mutex::Autolock lock(mLock);
-    mEnded = true;
-    mArrived.broadcast();
+    const Mutex::Autolock lock(lock_);
+    ended_ = true;
+    arrived_.broadcast();
 }
 
 }  // namespace orva::client

@@ -40,10 +40,10 @@ public:
     void end();
 
 private:
-    android::Mutex mLock;
-    android::Condition mArrived;
-    std::deque<Completion> mWaiting GUARDED_BY(mLock);
-    bool mEnded GUARDED_BY(mLock) = false;
+    android::Mutex lock_;
+    android::Condition arrived_;
+    std::deque<Completion> waiting_ GUARDED_BY(lock_);
+    bool ended_ GUARDED_BY(lock_) = false;
 };
 
 // What a client gives a service to hear of its results.

@@ -17,12 +17,12 @@ namespace orva::client {
 class ServiceError : public std::runtime_error {
 public:
     ServiceError(const std::string& what, int32_t status)
-            : std::runtime_error(what), mStatus(status) {}
+            : std::runtime_error(what), status_(status) {}
     // The service's status; -1 when the transport failed.
-    int32_t status() const { return mStatus; }
+    int32_t status() const { return status_; }
 
 private:
-    const int32_t mStatus;
+    const int32_t status_;
 };
 
 // For messages: "status 103 (the tensors do not fit)".

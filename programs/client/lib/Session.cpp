@@ -24,14 +24,14 @@ template <typename Listener>
 class ServiceDeath : public hidl_death_recipient {
 public:
     explicit ServiceDeath(const sp<CompletionsOf<Listener>>& completions)
-            : mCompletions(completions) {}
+            : completions_(completions) {}
 
     void serviceDied(uint64_t, const wp<android::hidl::base::V1_0::IBase>&) override {
-        mCompletions->end();
+        completions_->end();
     }
 
 private:
-    const sp<CompletionsOf<Listener>> mCompletions;
+    const sp<CompletionsOf<Listener>> completions_;
 };
 
 }  // namespace
@@ -78,16 +78,16 @@ template <typename Service, typename Listener>
 BasicSession<Service, Listener>::BasicSession(sp<Service> service, int32_t clientId,
                                               const std::string& type, const std::string& config,
                                               const std::vector<Model>& models)
-        : mService(std::move(service)),
-          mClientId(clientId),
-          mCompletions(new CompletionsOf<Listener>) {
+        : service_(std::move(service)),
+          clientId_(clientId),
+          completions_(new CompletionsOf<Listener>) {
     try {
-        requireSuccess(mService->Init(mClientId, type, config, buffersOf(models)),
+        requireSuccess(service_->Init(clientId_, type, config, buffersOf(models)),
                        "opening a session of type '" + type + "'");
-        mDeath = new ServiceDeath<Listener>(mCompletions);
-        mService->linkToDeath(mDeath, 0).isOk();
-        requireSuccess(mService->SetListener(-mClientId, mCompletions), "registering the listener");
-        requireSuccess(mService->SetListener(mClientId, nullptr), "asking for the results");
+        death_ = new ServiceDeath<Listener>(completions_);
+        service_->linkToDeath(death_, 0).isOk();
+        requireSuccess(service_->SetListener(-clientId_, completions_), "registering the listener");
+        requireSuccess(service_->SetListener(clientId_, nullptr), "asking for the results");
     } catch (...) {
         // Also when it was refused: the session of a model that could not be mapped is there.
         close();
@@ -103,10 +103,10 @@ BasicSession<Service, Listener>::~BasicSession() {
 // The service may have gone already; then there is nothing to close.
 template <typename Service, typename Listener>
 void BasicSession<Service, Listener>::close() {
-    if (mDeath != nullptr) {
-        mService->unlinkToDeath(mDeath).isOk();
+    if (death_ != nullptr) {
+        service_->unlinkToDeath(death_).isOk();
     }
-    mService->UnInit(mClientId).isOk();
+    service_->UnInit(clientId_).isOk();
 }
 
 template <typename Service, typename Listener>
@@ -114,13 +114,13 @@ void BasicSession<Service, Listener>::send(const std::string& context,
                                            const std::vector<Tensor>& inputs,
                                            const std::vector<Tensor>& outputs, int32_t param) {
     requireSuccess(
-            mService->Process(mClientId, context, handlesOf(inputs), handlesOf(outputs), param),
+            service_->Process(clientId_, context, handlesOf(inputs), handlesOf(outputs), param),
             "the request");
 }
 
 template <typename Service, typename Listener>
 Completion BasicSession<Service, Listener>::await(std::chrono::milliseconds limit) {
-    auto completion = mCompletions->await(limit);
+    auto completion = completions_->await(limit);
     if (!completion) {
         throw ServiceError("no result came: the service has died or takes too long", -1);
     }

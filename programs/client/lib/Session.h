@@ -63,16 +63,16 @@ public:
     Completion await(std::chrono::milliseconds limit = std::chrono::seconds(60));
 
 protected:
-    Service& service() const { return *mService; }
-    int32_t clientId() const { return mClientId; }
+    Service& service() const { return *service_; }
+    int32_t clientId() const { return clientId_; }
 
 private:
     void close();
 
-    const android::sp<Service> mService;
-    const int32_t mClientId;
-    const android::sp<CompletionsOf<Listener>> mCompletions;
-    android::sp<android::hardware::hidl_death_recipient> mDeath;
+    const android::sp<Service> service_;
+    const int32_t clientId_;
+    const android::sp<CompletionsOf<Listener>> completions_;
+    android::sp<android::hardware::hidl_death_recipient> death_;
 };
 
 using Session = BasicSession<AIService, vendor::selkat::hardware::ai::V2_0::IAIServiceListener>;

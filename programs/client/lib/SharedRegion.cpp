@@ -67,14 +67,14 @@ unique_fd duplicate(const hidl_memory& memory) {
 }  // namespace
 
 SharedRegion::SharedRegion(unique_fd fd, size_t size, size_t length)
-        : mSize(size), mLength(length) {
+        : size_(size), length_(length) {
     void* address = mmap(nullptr, length, PROT_READ | PROT_WRITE, MAP_SHARED, fd, 0);
     if (address == MAP_FAILED) {
         throw std::system_error(errno, std::generic_category(), "cannot map a shared region");
     }
-    mAddress = address;
-    mHandle = native_handle_create(1, 0);
-    mHandle->data[0] = fd.release();
+    address_ = address;
+    handle_ = native_handle_create(1, 0);
+    handle_->data[0] = fd.release();
 }
 
 SharedRegion::SharedRegion(const std::string& name, size_t size)
@@ -89,26 +89,26 @@ SharedRegion::SharedRegion(const hidl_memory& memory)
         : SharedRegion(duplicate(memory), memory.size(), memory.size()) {}
 
 SharedRegion::~SharedRegion() {
-    if (mAddress != nullptr) {
-        munmap(mAddress, mLength);
+    if (address_ != nullptr) {
+        munmap(address_, length_);
     }
-    if (mHandle != nullptr) {
-        native_handle_close(mHandle);
-        native_handle_delete(mHandle);
+    if (handle_ != nullptr) {
+        native_handle_close(handle_);
+        native_handle_delete(handle_);
     }
 }
 
 SharedRegion::SharedRegion(SharedRegion&& other) noexcept
-        : mSize(other.mSize),
-          mLength(other.mLength),
-          mAddress(std::exchange(other.mAddress, nullptr)),
-          mHandle(std::exchange(other.mHandle, nullptr)) {}
+        : size_(other.size_),
+          length_(other.length_),
+          address_(std::exchange(other.address_, nullptr)),
+          handle_(std::exchange(other.handle_, nullptr)) {}
 
 hidl_memory SharedRegion::memory() const {
-    return hidl_memory(kMemoryName, mHandle, mSize);
+    return hidl_memory(kMemoryName, handle_, size_);
 }
 hidl_handle SharedRegion::handle() const {
-    return hidl_handle(mHandle);
+    return hidl_handle(handle_);
 }
 
 }  // namespace orva::client

@@ -29,8 +29,8 @@ public:
     SharedRegion(SharedRegion&& other) noexcept;
     SharedRegion& operator=(SharedRegion&&) = delete;
 
-    uint8_t* data() const { return static_cast<uint8_t*>(mAddress); }
-    size_t size() const { return mSize; }
+    uint8_t* data() const { return static_cast<uint8_t*>(address_); }
+    size_t size() const { return size_; }
 
     // The region as it travels in a call; lends its descriptor, so valid as long as the region.
     android::hardware::hidl_memory memory() const;
@@ -40,10 +40,10 @@ private:
     // Takes over the descriptor of a region and maps the region's first `length` bytes.
     SharedRegion(android::base::unique_fd fd, size_t size, size_t length);
 
-    size_t mSize;
-    size_t mLength;  // Of the mapping.
-    void* mAddress = nullptr;
-    native_handle_t* mHandle = nullptr;
+    size_t size_;
+    size_t length_;  // Of the mapping.
+    void* address_ = nullptr;
+    native_handle_t* handle_ = nullptr;
 };
 
 }  // namespace orva::client

@@ -12,31 +12,31 @@ namespace orva::client {
 using vendor::selkat::hardware::ai::V2_0::AITensorHandle;
 
 Tensor::Tensor(const TensorAttributes& attributes, size_t bytes, const std::string& type)
-        : mAttributes("orva tensor attributes", sizeof attributes),
-          mData(type == kIonBuffer ? SharedRegion::ofIon(bytes)
+        : attributes_("orva tensor attributes", sizeof attributes),
+          data_(type == kIonBuffer ? SharedRegion::ofIon(bytes)
                                    : SharedRegion("orva tensor", bytes)),
-          mType(type) {
-    std::memcpy(mAttributes.data(), &attributes, sizeof attributes);
+          type_(type) {
+    std::memcpy(attributes_.data(), &attributes, sizeof attributes);
 }
 
 Tensor::Tensor(const AITensorHandle& handle)
-        : mAttributes(handle.attr), mData(handle.data), mType(handle.type) {
-    if (mAttributes.size() < sizeof(TensorAttributes)) {
+        : attributes_(handle.attr), data_(handle.data), type_(handle.type) {
+    if (attributes_.size() < sizeof(TensorAttributes)) {
         throw std::runtime_error("the service sent a tensor with a short attribute record");
     }
 }
 
 TensorAttributes Tensor::attributes() const {
     TensorAttributes attributes;
-    std::memcpy(&attributes, mAttributes.data(), sizeof attributes);
+    std::memcpy(&attributes, attributes_.data(), sizeof attributes);
     return attributes;
 }
 
 AITensorHandle Tensor::handle() const {
     AITensorHandle handle = {};
-    handle.attr = mAttributes.memory();
-    handle.data = mData.memory();
-    handle.type = mType;
+    handle.attr = attributes_.memory();
+    handle.data = data_.memory();
+    handle.type = type_;
     return handle;
 }
 

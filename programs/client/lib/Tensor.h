@@ -36,16 +36,16 @@ public:
     explicit Tensor(const vendor::selkat::hardware::ai::V2_0::AITensorHandle& handle);
 
     TensorAttributes attributes() const;
-    uint8_t* data() const { return mData.data(); }
-    size_t size() const { return mData.size(); }
+    uint8_t* data() const { return data_.data(); }
+    size_t size() const { return data_.size(); }
 
     // The tensor as it travels in a call; lends its descriptors, so valid as long as the tensor.
     vendor::selkat::hardware::ai::V2_0::AITensorHandle handle() const;
 
 private:
-    SharedRegion mAttributes;
-    SharedRegion mData;
-    std::string mType;
+    SharedRegion attributes_;
+    SharedRegion data_;
+    std::string type_;
 };
 
 }  // namespace orva::client

@@ -132,27 +132,27 @@ std::string refusalText(const Model& model, int32_t status) {
     return statusText(status) + "; the host's log says why";
 }
 
-ModelFile::ModelFile(const std::string& path) : mPath(path), mModel(readModel(path)) {
+ModelFile::ModelFile(const std::string& path) : path_(path), model_(readModel(path)) {
     try {
-        mModels = outlinesIn(mModel, nameOf(path));
+        models_ = outlinesIn(model_, nameOf(path));
     } catch (const std::exception& error) {
         throw std::runtime_error(path + " " + error.what());
     }
 }
 
 const ModelOutline& ModelFile::pick(const std::string& name) const {
-    if (name.empty() && mModels.size() == 1) {
-        return mModels[0];
+    if (name.empty() && models_.size() == 1) {
+        return models_[0];
     }
     std::string names;
-    for (const ModelOutline& model : mModels) {
+    for (const ModelOutline& model : models_) {
         if (!name.empty() && model.name == name) {
             return model;
         }
         names += (names.empty() ? "'" : ", '") + model.name + "'";
     }
-    throw std::runtime_error(mPath + " holds " +
-                             (name.empty() ? std::to_string(mModels.size()) + " models"
+    throw std::runtime_error(path_ + " holds " +
+                             (name.empty() ? std::to_string(models_.size()) + " models"
                                            : "no model '" + name + "'") +
                              "; --model-name picks one of " + names);
 }

@@ -39,19 +39,19 @@ public:
     // with tensors that can be sent.
     explicit ModelFile(const std::string& path);
 
-    const std::vector<ModelOutline>& models() const { return mModels; }
+    const std::vector<ModelOutline>& models() const { return models_; }
     // The one of that name; for the empty name, its only one. Throws std::runtime_error, naming
     // those that there are, when there is none such.
     const ModelOutline& pick(const std::string& name) const;
 
     // What a session loads.
-    const Model& model() const { return mModel; }
-    Model take() && { return std::move(mModel); }
+    const Model& model() const { return model_; }
+    Model take() && { return std::move(model_); }
 
 private:
-    const std::string mPath;
-    Model mModel;
-    std::vector<ModelOutline> mModels;
+    const std::string path_;
+    Model model_;
+    std::vector<ModelOutline> models_;
 };
 
 }  // namespace orva::client

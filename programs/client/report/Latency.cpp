@@ -21,7 +21,7 @@ double inMilliseconds(std::chrono::nanoseconds time) {
 }  // namespace
 
 double Latency::percentile(double part) const {
-    std::vector<std::chrono::nanoseconds> sorted = mTimes;
+    std::vector<std::chrono::nanoseconds> sorted = times_;
     std::sort(sorted.begin(), sorted.end());
     const auto rank = static_cast<size_t>(std::ceil(part * static_cast<double>(sorted.size())));
     return inMilliseconds(sorted[std::clamp<size_t>(rank, 1, sorted.size()) - 1]);

@@ -15,8 +15,8 @@ namespace orva::client {
 // How long requests took, from the call to the arrival of their result.
 class Latency {
 public:
-    void add(std::chrono::nanoseconds time) { mTimes.push_back(time); }
-    size_t count() const { return mTimes.size(); }
+    void add(std::chrono::nanoseconds time) { times_.push_back(time); }
+    size_t count() const { return times_.size(); }
 
     // The least time that `part` (0 to 1) of the requests did not exceed. Unit: milliseconds.
     // At least one request must have been added.
@@ -27,17 +27,17 @@ public:
     nlohmann::json json() const;
 
 private:
-    std::vector<std::chrono::nanoseconds> mTimes;
+    std::vector<std::chrono::nanoseconds> times_;
 };
 
 // Measures from its making on.
 class Stopwatch {
 public:
-    std::chrono::nanoseconds elapsed() const { return Clock::now() - mBegin; }
+    std::chrono::nanoseconds elapsed() const { return Clock::now() - begin_; }
 
 private:
     using Clock = std::chrono::steady_clock;
-    Clock::time_point mBegin = Clock::now();
+    Clock::time_point begin_ = Clock::now();
 };
 
 // For messages: "2.31 ms", "224.3 KiB".

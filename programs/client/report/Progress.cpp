@@ -33,42 +33,42 @@ void draw(std::string line) {
 }  // namespace
 
 Progress::Progress(std::string what, size_t total)
-        : mWhat(std::move(what)), mTotal(total), mTerminal(isatty(STDERR_FILENO) == 1) {}
+        : what_(std::move(what)), total_(total), terminal_(isatty(STDERR_FILENO) == 1) {}
 
 Progress::~Progress() {
-    if (mDrawn) {
+    if (drawn_) {
         fputs("\r\033[K", stderr);
     }
 }
 
 bool Progress::isDue() {
-    const std::chrono::nanoseconds now = mSinceBegin.elapsed();
-    if (!mTerminal || now < kPatience || now - mDrawnAt < kInterval) {
+    const std::chrono::nanoseconds now = sinceBegin_.elapsed();
+    if (!terminal_ || now < kPatience || now - drawnAt_ < kInterval) {
         return false;
     }
-    mDrawnAt = now;
-    mDrawn = true;
+    drawnAt_ = now;
+    drawn_ = true;
     return true;
 }
 
 void Progress::update(size_t done) {
-    if (mTotal == 0 || !isDue()) {
+    if (total_ == 0 || !isDue()) {
         return;
     }
-    const size_t cells = kCells * std::min(done, mTotal) / mTotal;
-    draw(mWhat + " [" + std::string(cells, '#') + std::string(kCells - cells, '.') + "] " +
-         std::to_string(done) + "/" + std::to_string(mTotal));
+    const size_t cells = kCells * std::min(done, total_) / total_;
+    draw(what_ + " [" + std::string(cells, '#') + std::string(kCells - cells, '.') + "] " +
+         std::to_string(done) + "/" + std::to_string(total_));
 }
 
 void Progress::goOn() {
     if (isDue()) {
-        const auto seconds = std::chrono::duration<double>(mDrawnAt).count();
+        const auto seconds = std::chrono::duration<double>(drawnAt_).count();
         // One cell that goes round.
         std::string cells(kCells, '.');
         cells[static_cast<size_t>(seconds * 10) % kCells] = '#';
         char time[32];
         snprintf(time, sizeof time, "%.1f s", seconds);
-        draw(mWhat + " [" + cells + "] " + time);
+        draw(what_ + " [" + cells + "] " + time);
     }
 }
 

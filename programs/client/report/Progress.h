@@ -30,12 +30,12 @@ private:
     // Whether it is time to draw, which is then noted.
     bool isDue();
 
-    const std::string mWhat;
-    const size_t mTotal;
-    const bool mTerminal;
-    const Stopwatch mSinceBegin;
-    std::chrono::nanoseconds mDrawnAt{0};
-    bool mDrawn = false;
+    const std::string what_;
+    const size_t total_;
+    const bool terminal_;
+    const Stopwatch sinceBegin_;
+    std::chrono::nanoseconds drawnAt_{0};
+    bool drawn_ = false;
 };
 
 // Does work that does not say how far it is on a thread of its own, and shows meanwhile that it
