@@ -85,6 +85,11 @@ struct Recipient : hidl_death_recipient {
 TEST_F(Objects, TellOfTheirServersDeathOnAThreadOfThePool) {
     const sp<IProbe> made = mProbe->make();
     const sp<Recipient> linked = new Recipient, other = new Recipient, unlinked = new Recipient;
+    std::atomic<uint64_t> toldBefore{0};
+    orva_platform::onPeerGone([&](pid_t pid) {
+        EXPECT_EQ(mServer->pid(), pid);
+        toldBefore = linked->cookies * 10 + other->cookies;
+    });
     EXPECT_TRUE(mProbe->linkToDeath(linked, 7));
     EXPECT_TRUE(mProbe->linkToDeath(unlinked, 1));
     EXPECT_TRUE(mProbe->linkToDeath(linked, 8));
@@ -93,7 +98,8 @@ TEST_F(Objects, TellOfTheirServersDeathOnAThreadOfThePool) {
     EXPECT_FALSE(mProbe->unlinkToDeath(unlinked)) << "once is enough";
     EXPECT_FALSE(mProbe->unlinkToDeath(other)) << "never linked";
     mServer->kill();
-    EXPECT_TRUE(eventually([&] { return linked->cookies == 78 && other->cookies == 9; }));
+    EXPECT_TRUE(eventually([&] { return toldBefore == 789; })) << toldBefore;
+    orva_platform::onPeerGone(nullptr);
     EXPECT_NE(gettid(), linked->thread);
     EXPECT_TRUE(linked->sawItDead);
     EXPECT_EQ(0u, unlinked->cookies);

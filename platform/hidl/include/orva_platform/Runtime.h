@@ -6,6 +6,7 @@
 
 #include <sys/types.h>
 #include <chrono>
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -23,6 +24,11 @@ std::string serviceDirectory();
 // How long a peer may take to answer a call of ours, or to read what we send, before it is cut off
 // as if it had died; zero (the default) waits for ever. Concerns connections made from here on.
 void setReplyLimit(std::chrono::milliseconds limit);
+
+// What is done when a process that connected to this one, or was connected to, has gone: called
+// with its number, on a thread of the pool, after the recipients of its objects' deaths have been
+// told. One at a time for one process; an empty function for nothing, as by default.
+void onPeerGone(std::function<void(pid_t)> act);
 
 // One registered instance, as the directory shows it.
 struct ServiceEntry {

@@ -60,15 +60,18 @@ public:
         return true;
     }
 
-    void remove(const Link* link) {
+    // Whether that was its peer's last.
+    bool remove(const Link* link) {
         Mutex::Autolock lock(mLock);
         if (mLinks.erase(link) == 0) {
-            return;
+            return false;
         }
         const auto held = mHeld.find(link->peer().pid);
         if (--held->second == 0) {
             mHeld.erase(held);
+            return true;
         }
+        return false;
     }
 
     std::vector<std::shared_ptr<Link>> living() {
@@ -314,13 +317,17 @@ void Link::end(End why) {
     }
     ::shutdown(*socket, SHUT_RDWR);
     Reactor::instance().remove(mToken, *socket);
-    AllLinks::instance().remove(this);
+    const bool lastOfPeer = AllLinks::instance().remove(this);
     for (const auto& channel : serverChannels) {
         channel->close();
     }
     if (why == End::kPeerDied) {
         for (const auto& proxy : proxies) {
             proxy->sendObituary();
+        }
+        const auto peerGone = transportSettings().onPeerGone();
+        if (lastOfPeer && peerGone != nullptr) {
+            peerGone(mPeer.pid);
         }
     }
 }

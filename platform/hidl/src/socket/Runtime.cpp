@@ -4,6 +4,8 @@
  */
 #include <orva_platform/Runtime.h>
 
+#include <utility>
+
 #include "Link.h"
 #include "Reactor.h"
 #include "RuntimeCounts.h"
@@ -35,6 +37,10 @@ std::string serviceDirectory() {
 
 void setReplyLimit(std::chrono::milliseconds limit) {
     transportSettings().setReplyLimit(limit);
+}
+
+void onPeerGone(std::function<void(pid_t)> act) {
+    transportSettings().setOnPeerGone(std::move(act));
 }
 
 std::vector<ServiceEntry> listServices() {

@@ -5,6 +5,7 @@
 #include "TransportSettings.h"
 
 #include <cstdlib>
+#include <utility>
 
 #include <unistd.h>
 
@@ -45,6 +46,16 @@ std::string TransportSettings::directory() {
 void TransportSettings::setDirectory(const std::string& path) {
     Mutex::Autolock lock(mLock);
     mDirectory = path;
+}
+
+std::function<void(pid_t)> TransportSettings::onPeerGone() {
+    Mutex::Autolock lock(mLock);
+    return mOnPeerGone;
+}
+
+void TransportSettings::setOnPeerGone(std::function<void(pid_t)> act) {
+    Mutex::Autolock lock(mLock);
+    mOnPeerGone = std::move(act);
 }
 
 }  // namespace socket

@@ -4,8 +4,10 @@
  */
 #pragma once
 
+#include <functional>
 #include <string>
 
+#include <sys/types.h>
 #include <utils/Mutex.h>
 
 #include "Packet.h"
@@ -22,11 +24,15 @@ public:
     // Where services are; see setServiceDirectory.
     std::string directory();
     void setDirectory(const std::string& path);
+    // What is done when a peer has gone; may be empty.
+    std::function<void(pid_t)> onPeerGone();
+    void setOnPeerGone(std::function<void(pid_t)> act);
 
 private:
     Mutex mLock;
     TimeLimit mReplyLimit GUARDED_BY(mLock){0};
     std::string mDirectory GUARDED_BY(mLock);
+    std::function<void(pid_t)> mOnPeerGone GUARDED_BY(mLock);
 };
 
 TransportSettings& transportSettings();
