@@ -68,4 +68,12 @@ TEST(Return, AnyCheckIsEnough) {
     const Return<int> unused = 5;
 }
 
+TEST(Status, SaysWhatADevicesLogSays) {
+    EXPECT_EQ("No error", Return<void>().description());
+    EXPECT_EQ("Status(EX_TRANSACTION_FAILED): 'DEAD_OBJECT: '",
+              Status::fromStatusT(android::DEAD_OBJECT).description());
+    EXPECT_EQ("Status(EX_NULL_POINTER): 'no listener'",
+              Status::fromExceptionCode(Status::EX_NULL_POINTER, "no listener").description());
+}
+
 }  // namespace

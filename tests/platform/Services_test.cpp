@@ -13,6 +13,7 @@
 
 #include <android-base/unique_fd.h>
 #include <hidl/HidlTransportSupport.h>
+#include <hidl/ServiceManagement.h>
 #include <hwbinder/ProcessState.h>
 
 #include "TransportTest.h"
@@ -22,6 +23,7 @@ namespace {
 
 using namespace orva_test;
 using android::base::unique_fd;
+using android::hardware::details::registerAsServiceInternal;
 using orva::test::LogCapture;
 
 using Services = TransportTest;
@@ -34,6 +36,7 @@ TEST_F(Services, ThatAreNotThereAreNullWithAReason) {
         EXPECT_EQ(nullptr, IProbe::getService(name).get()) << name;
         EXPECT_EQ(android::UNKNOWN_ERROR, (new Probe)->registerAsService(name)) << name;
     }
+    EXPECT_EQ(android::UNEXPECTED_NULL, registerAsServiceInternal(nullptr, "default"));
 }
 
 TEST_F(Services, ComeBackToAClientThatNobodyToldOfTheirEnd) {

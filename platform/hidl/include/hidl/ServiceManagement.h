@@ -29,7 +29,7 @@ sp<hidl::base::V1_0::IBase> getRawServiceInternal(const std::string& descriptor,
                                                   const std::string& instance, bool retry,
                                                   bool getStub);
 
-/** OK; BAD_VALUE for null; UNKNOWN_ERROR, with a logged reason, where the name cannot be had. */
+/** OK; UNEXPECTED_NULL; UNKNOWN_ERROR, with a logged reason, where the name cannot be had. */
 status_t registerAsServiceInternal(const sp<hidl::base::V1_0::IBase>& service,
                                    const std::string& name);
 

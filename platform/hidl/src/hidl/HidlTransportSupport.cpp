@@ -6,6 +6,8 @@
 
 #include <hidl/HidlTransportSupport.h>
 
+#include <cstring>
+
 #include <log/log.h>
 
 #include <hidl/Static.h>
@@ -72,13 +74,12 @@ namespace details {
 Return<bool> canCastInterface(IBase* interface, const char* castTo, bool emitError) {
     if (interface == nullptr)
         return false;
-    const std::string_view wanted = castTo;
-    if (wanted == IBase::descriptor)
+    if (strcmp(castTo, IBase::descriptor) == 0)
         return true;
     bool found = false;
     const Return<void> told = interface->interfaceChain([&](const hidl_vec<hidl_string>& chain) {
         for (const hidl_string& name : chain)
-            found |= viewOf(name) == wanted;
+            found |= name == castTo;
     });
     if (!told.isOk()) {
         ALOGE("Cannot ask an object whether it is a %s: %s", castTo, told.description().c_str());

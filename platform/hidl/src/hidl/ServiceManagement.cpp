@@ -53,7 +53,7 @@ sp<IBase> getRawServiceInternal(const std::string& descriptor, const std::string
 
 status_t registerAsServiceInternal(const sp<IBase>& service, const std::string& name) {
     if (service == nullptr) {
-        return BAD_VALUE;
+        return UNEXPECTED_NULL;
     }
     return defaultServiceManager()->add(name, service).withDefault(false) ? OK : UNKNOWN_ERROR;
 }

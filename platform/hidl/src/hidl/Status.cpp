@@ -14,33 +14,29 @@ namespace {
 
 std::string exceptionName(int32_t code) {
     switch (code) {
-    case Status::EX_NONE:
-        return "no error";
     case Status::EX_SECURITY:
-        return "security exception";
+        return "EX_SECURITY";
     case Status::EX_BAD_PARCELABLE:
-        return "bad parcelable";
+        return "EX_BAD_PARCELABLE";
     case Status::EX_ILLEGAL_ARGUMENT:
-        return "illegal argument";
+        return "EX_ILLEGAL_ARGUMENT";
     case Status::EX_NULL_POINTER:
-        return "null pointer";
+        return "EX_NULL_POINTER";
     case Status::EX_ILLEGAL_STATE:
-        return "illegal state";
+        return "EX_ILLEGAL_STATE";
     case Status::EX_NETWORK_MAIN_THREAD:
-        return "network on the main thread";
+        return "EX_NETWORK_MAIN_THREAD";
     case Status::EX_UNSUPPORTED_OPERATION:
-        return "unsupported operation";
+        return "EX_UNSUPPORTED_OPERATION";
     case Status::EX_TRANSACTION_FAILED:
-        return "transaction failed";
+        return "EX_TRANSACTION_FAILED";
     default:
-        return "exception " + std::to_string(code);
+        return std::to_string(code);
     }
 }
 
 std::string errorName(status_t error) {
     switch (error) {
-    case OK:
-        return "OK";
     case NO_MEMORY:
         return "NO_MEMORY";
     case INVALID_OPERATION:
@@ -78,7 +74,7 @@ std::string errorName(status_t error) {
     case UNKNOWN_ERROR:
         return "UNKNOWN_ERROR";
     default:
-        return "error " + std::to_string(error);
+        return std::to_string(error);
     }
 }
 
@@ -108,13 +104,14 @@ void Status::setFromStatusT(status_t error) {
     mMessage.clear();
 }
 
+// In the words that a device's logs have, which people search for.
 std::string Status::description() const {
-    std::string text = exceptionName(mException);
+    if (isOk())
+        return "No error";
+    std::string text = "Status(" + exceptionName(mException) + "): '";
     if (mException == EX_TRANSACTION_FAILED)
-        text += " (" + errorName(mError) + ")";
-    if (!mMessage.empty())
-        text += ": " + mMessage;
-    return text;
+        text += errorName(mError) + ": ";
+    return text + mMessage + "'";
 }
 
 std::ostream& operator<<(std::ostream& out, const Status& status) {

@@ -6,9 +6,9 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 #include <iosfwd>
 #include <string>
-#include <string_view>
 #include <type_traits>
 #include <utility>
 
@@ -81,13 +81,13 @@ std::ostream& operator<<(std::ostream& out, const hidl_string& text);
 
 namespace details {
 
-inline std::string_view viewOf(const hidl_string& text) {
-    return {text.c_str(), text.size()};
+inline const char* charsOf(const hidl_string& text) {
+    return text.c_str();
 }
-inline std::string_view viewOf(const std::string& text) {
-    return text;
+inline const char* charsOf(const std::string& text) {
+    return text.c_str();
 }
-inline std::string_view viewOf(const char* text) {
+inline const char* charsOf(const char* text) {
     return text;
 }
 
@@ -102,29 +102,31 @@ using IfAnyIsHidlString =
 
 }  // namespace details
 
+// Comparisons are by strcmp, as on a device: whatever stands behind a NUL is not looked at.
+
 template <typename L, typename R, typename = details::IfAnyIsHidlString<L, R>>
 bool operator==(const L& left, const R& right) {
-    return details::viewOf(left) == details::viewOf(right);
+    return strcmp(details::charsOf(left), details::charsOf(right)) == 0;
 }
 template <typename L, typename R, typename = details::IfAnyIsHidlString<L, R>>
 bool operator!=(const L& left, const R& right) {
-    return details::viewOf(left) != details::viewOf(right);
+    return strcmp(details::charsOf(left), details::charsOf(right)) != 0;
 }
 template <typename L, typename R, typename = details::IfAnyIsHidlString<L, R>>
 bool operator<(const L& left, const R& right) {
-    return details::viewOf(left) < details::viewOf(right);
+    return strcmp(details::charsOf(left), details::charsOf(right)) < 0;
 }
 template <typename L, typename R, typename = details::IfAnyIsHidlString<L, R>>
 bool operator<=(const L& left, const R& right) {
-    return details::viewOf(left) <= details::viewOf(right);
+    return strcmp(details::charsOf(left), details::charsOf(right)) <= 0;
 }
 template <typename L, typename R, typename = details::IfAnyIsHidlString<L, R>>
 bool operator>(const L& left, const R& right) {
-    return details::viewOf(left) > details::viewOf(right);
+    return strcmp(details::charsOf(left), details::charsOf(right)) > 0;
 }
 template <typename L, typename R, typename = details::IfAnyIsHidlString<L, R>>
 bool operator>=(const L& left, const R& right) {
-    return details::viewOf(left) >= details::viewOf(right);
+    return strcmp(details::charsOf(left), details::charsOf(right)) >= 0;
 }
 
 }  // namespace android::hardware
