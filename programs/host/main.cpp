@@ -32,7 +32,7 @@ struct Options {
     std::string socketDir;
     std::string instance = "default";
     unsigned threads = 8;
-    unsigned maxClients = 512;
+    unsigned maxClients = 192;
     double idleTimeout = 600;
     double callbackTimeout = 30;
     int logLevel = ANDROID_LOG_WARN;

@@ -156,6 +156,13 @@ TEST_F(ModelManagers, TwoHundredAndOneSessionsOfManyProcesses) {
     EXPECT_EQ(clients[1]->ask("unmanage 5"), "0");
     EXPECT_EQ(late->ask("manage 1"), "0");
     EXPECT_EQ(late->ask("manage 2"), "1");
+    // Without a listener nobody hears of their deaths.
+    for (const auto& client : clients) {
+        for (int session = 1; session <= 67; ++session) {
+            client->ask("unmanage " + std::to_string(session));
+        }
+    }
+    EXPECT_EQ(late->ask("unmanage 1"), "0");
 }
 
 }  // namespace

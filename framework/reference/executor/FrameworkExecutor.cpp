@@ -9,19 +9,25 @@
 
 #include "base/Mutex.h"
 #include "executor/ThreadPool.h"
+#include "executor/Work.h"
 
 namespace orva::reference {
 
 namespace {
 
+constexpr std::chrono::seconds kPatienceAtExit{10};
+
 // The pool itself is never destroyed, since nodes may be around as long as the process is; its
 // threads end with the first of Shutdown and the process's exit. The first node is made after the
-// services have been, so their threads have ended before the services are destroyed.
+// services have been, so their threads have ended before the services are destroyed; but for those
+// that nothing ends, which the exit must not wait for.
 const std::shared_ptr<ThreadPool>& Pool() {
     static const auto& pool = *new std::shared_ptr<ThreadPool>(new ThreadPool(4, 512));
     static const struct AtExit {
         ~AtExit() {
-            while (!pool->Shutdown(std::chrono::hours(1))) {
+            if (!pool->Shutdown(kPatienceAtExit)) {
+                CancelAllWork();
+                pool->Shutdown(Work::kGrace);
             }
         }
     } atExit;

@@ -64,18 +64,41 @@ void Strand::Drain() {
     draining_ = false;
 }
 
-// Runs the first task; true when another one waits. The strand may be gone after false.
+void Strand::GoOnWithoutTask() {
+    std::shared_ptr<Strand> idle;
+    MutexLock lock(mutex_);
+    ++turn_;
+    if (tasks_.empty()) {
+        idle.swap(scheduled_);
+    } else {
+        lock.Unlock();
+        const bool scheduled = Schedule();
+        lock.Lock();
+        if (!scheduled) {
+            --turn_;  // The executor takes no more turns, so the task goes on with the rest.
+        }
+    }
+}
+
+// Runs the first task; true when another one waits that is this turn's to run. The strand may be
+// gone after false.
 bool Strand::RunFirst() {
     Executor::Task task;
+    unsigned turn;
+    std::shared_ptr<Strand> idle;  // Perhaps the last to hold it, so let go of after the lock.
     {
         MutexLock lock(mutex_);
         task = std::move(tasks_.front());
         tasks_.pop_front();
+        turn = ++turn_;
     }
+    const std::shared_ptr<Strand> self = shared_from_this();
     task();
     task = nullptr;
-    std::shared_ptr<Strand> idle;  // Perhaps the last to hold it, so let go of after the lock.
     MutexLock lock(mutex_);
+    if (turn != turn_) {
+        return false;
+    }
     if (!tasks_.empty()) {
         return true;
     }

@@ -22,6 +22,9 @@ public:
 
     // As Executor::Post.
     bool Post(Executor::Task task);
+    // The task that runs will not end soon: the next one begins beside it. From another thread than
+    // the task's, once for each.
+    void GoOnWithoutTask();
     Executor& executor() { return executor_; }
 
 private:
@@ -37,6 +40,8 @@ private:
     // address.
     std::shared_ptr<Strand> scheduled_ ORVA_GUARDED_BY(mutex_);
     bool draining_ ORVA_GUARDED_BY(mutex_) = false;
+    // Counts turns and those taken away from a task, so that the task finds out when it ends.
+    unsigned turn_ ORVA_GUARDED_BY(mutex_) = 0;
 };
 
 }  // namespace orva::reference

@@ -15,6 +15,7 @@
 #include "base/Log.h"
 #include "base/Mutex.h"
 #include "executor/RequestQueue.h"
+#include "executor/Work.h"
 #include "manager/ModelBuild.h"
 #include "manager/ModelSet.h"
 #include "service/InitOnce.h"
@@ -128,7 +129,8 @@ bool ModelManager::Core::TakeBinding(const OnnxRunner& model, Request& request) 
 }
 
 int32_t ModelManager::Core::Post(const std::shared_ptr<OnnxRunner>& model, Request request) const {
-    return queue->Post(std::move(request), [model](Request& taken) { return model->Run(taken); });
+    return queue->Post(std::move(request),
+                       [model](Request& taken, Cancellation&) { return model->Run(taken); });
 }
 
 ModelManager::ModelManager(std::shared_ptr<Executor> executor)
@@ -139,7 +141,10 @@ ModelManager::~ModelManager() {
 }
 
 int32_t ModelManager::Init(const AIConfig& config, std::vector<AIModelDescription>& models) {
-    return core_->init.Try([&] { return core_->Load(config, models); });
+    return core_->init.Try([&] {
+        const Work work(core_->queue->client(), LoadTimeout());
+        return work.Outcome(core_->Load(config, models));
+    });
 }
 
 int32_t ModelManager::Process(AIContext& context, const Tensors& inputs, const Tensors& outputs,
@@ -179,6 +184,7 @@ int32_t ModelManager::CheckModelCompatibility(const AIModelDescription& model) {
     return Guarded(
             "model refused",
             [&] {
+                const Work work(core_->queue->client(), LoadTimeout());
                 ModelSet().Add(model);
                 return kNodeOk;
             },

@@ -13,7 +13,7 @@
 
 namespace orva::reference {
 
-int32_t EchoNode::Load(const AIConfig&, std::vector<AIModelDescription>&) {
+int32_t EchoNode::Load(const AIConfig&, std::vector<AIModelDescription>&, Cancellation&) {
     return kNodeOk;
 }
 
@@ -37,7 +37,7 @@ int32_t EchoNode::Check(const Request& request) const {
     return kNodeOk;
 }
 
-int32_t EchoNode::Run(Request& request) {
+int32_t EchoNode::Run(Request& request, Cancellation&) {
     for (size_t i = 0; i < request.inputs.size(); ++i) {
         BufferView input;
         BufferView output;

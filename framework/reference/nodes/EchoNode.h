@@ -12,9 +12,10 @@ namespace orva::reference {
 // Refuses requests whose inputs and outputs differ in number or in size.
 class EchoNode : public RequestHandler {
 public:
-    int32_t Load(const AIConfig& config, std::vector<AIModelDescription>& models) override;
+    int32_t Load(const AIConfig& config, std::vector<AIModelDescription>& models,
+                 Cancellation& cancellation) override;
     int32_t Check(const Request& request) const override;
-    int32_t Run(Request& request) override;
+    int32_t Run(Request& request, Cancellation& cancellation) override;
 };
 
 }  // namespace orva::reference

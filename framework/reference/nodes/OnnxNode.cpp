@@ -12,7 +12,8 @@
 
 namespace orva::reference {
 
-int32_t OnnxNode::Load(const AIConfig& config, std::vector<AIModelDescription>& models) {
+int32_t OnnxNode::Load(const AIConfig& config, std::vector<AIModelDescription>& models,
+                       Cancellation&) {
     ByteConversion conversion;
     if (!ReadByteConversion(config, conversion)) {
         return kNodeBadConfig;
@@ -35,7 +36,7 @@ int32_t OnnxNode::Check(const Request& request) const {
     return runner_->Check(request);
 }
 
-int32_t OnnxNode::Run(Request& request) {
+int32_t OnnxNode::Run(Request& request, Cancellation&) {
     return runner_->Run(request);
 }
 

@@ -16,9 +16,10 @@ namespace orva::reference {
 // ReadByteConversion's.
 class OnnxNode : public RequestHandler {
 public:
-    int32_t Load(const AIConfig& config, std::vector<AIModelDescription>& models) override;
+    int32_t Load(const AIConfig& config, std::vector<AIModelDescription>& models,
+                 Cancellation& cancellation) override;
     int32_t Check(const Request& request) const override;
-    int32_t Run(Request& request) override;
+    int32_t Run(Request& request, Cancellation& cancellation) override;
 
 private:
     std::unique_ptr<OnnxRunner> runner_;

@@ -5,6 +5,7 @@
 #include <orva/AIModelManagerFactory.h>
 
 #include <exception>
+#include <memory>
 #include <utility>
 
 #include <orva/reference/ModelManager.h>
@@ -12,6 +13,7 @@
 
 #include "base/Log.h"
 #include "base/Mutex.h"
+#include "client/SessionShare.h"
 
 namespace orva {
 
@@ -28,6 +30,20 @@ Registry& TheRegistry() {
     // Never destroyed: calls may come while the process exits.
     static auto& registry = *new Registry;
     return registry;
+}
+
+// One that holds one of its client's sessions.
+class CountedManager : public ModelManager {
+public:
+    explicit CountedManager(std::unique_ptr<SessionShare> share) : share_(std::move(share)) {}
+
+private:
+    const std::unique_ptr<SessionShare> share_;
+};
+
+AIModelManager* MakeCounted() {
+    auto share = std::make_unique<SessionShare>();
+    return share->taken() ? new CountedManager(std::move(share)) : nullptr;
 }
 
 }  // namespace
@@ -53,7 +69,7 @@ AIModelManager* AIModelManagerFactory::createModelManager() {
         creator = registry.creator;
     }
     try {
-        return creator ? creator() : new reference::ModelManager;
+        return creator ? creator() : reference::MakeCounted();
     } catch (const std::exception& error) {
         ORVA_LOGE("cannot make a model manager: %s", error.what());
         return nullptr;

@@ -13,6 +13,7 @@
 
 #include "base/Log.h"
 #include "base/Mutex.h"
+#include "client/SessionShare.h"
 #include "nodes/EchoNode.h"
 #include "nodes/OnnxNode.h"
 
@@ -39,6 +40,20 @@ Registry& NodeTypes() {
     // Never destroyed: calls may come while the process exits.
     static auto& registry = *new Registry;
     return registry;
+}
+
+// The node holds one of its client's sessions. Empty where there is none left.
+std::shared_ptr<AIServiceBase> MakeCounted(const NodeCreator& creator) {
+    struct Counted {
+        SessionShare share;
+        std::shared_ptr<AIServiceBase> node;
+    };
+    auto counted = std::make_shared<Counted>();
+    if (counted->share.taken()) {
+        counted->node = creator();
+    }
+    AIServiceBase* const node = counted->node.get();
+    return node != nullptr ? std::shared_ptr<AIServiceBase>(std::move(counted), node) : nullptr;
 }
 
 }  // namespace
@@ -77,7 +92,7 @@ std::shared_ptr<AIServiceBase> AINNNodeFactory::CreateNNNode(const std::string& 
         return nullptr;
     }
     try {
-        return creator();
+        return reference::MakeCounted(creator);
     } catch (const std::exception& error) {
         ORVA_LOGE("cannot make a node of type %s: %s", type.c_str(), error.what());
         return nullptr;

@@ -59,6 +59,9 @@ void SetClientLimit(size_t limit) {
 void SetIdleTimeout(std::chrono::nanoseconds timeout) {
     Table().SetTimeout(timeout);
 }
+void SetClientsWithoutSession(size_t most) {
+    Table().SetSpare(most);
+}
 size_t ClientCount() {
     return Table().Count();
 }

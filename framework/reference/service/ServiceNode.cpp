@@ -11,6 +11,7 @@
 #include "base/Guarded.h"
 #include "base/Log.h"
 #include "executor/RequestQueue.h"
+#include "executor/Work.h"
 #include "service/IdleTimer.h"
 #include "service/InitOnce.h"
 
@@ -23,12 +24,12 @@ struct ServiceNode::Core {
               queue(std::make_shared<RequestQueue<AIServiceListener>>(executor)),
               timer(std::move(timer)) {}
 
-    int32_t Run(Request& request) const {
+    int32_t Run(Request& request, Cancellation& cancellation) const {
         const struct Ending {
             ~Ending() { timer.RequestEnds(); }
             IdleTimer& timer;
         } ending{*timer};
-        return handler->Run(request);
+        return handler->Run(request, cancellation);
     }
 
     const std::unique_ptr<RequestHandler> handler;
@@ -47,7 +48,12 @@ ServiceNode::~ServiceNode() {
 }
 
 int32_t ServiceNode::Init(const AIConfig& config, std::vector<AIModelDescription>& models) {
-    return core_->init.Try([&] { return core_->handler->Load(config, models); });
+    return core_->init.Try([&] {
+        Work work(core_->queue->client(), LoadTimeout());
+        return work.Outcome(Guarded("loading failed", [&] {
+            return core_->handler->Load(config, models, work.cancellation());
+        }));
+    });
 }
 
 int32_t ServiceNode::RegisterListener(const std::shared_ptr<AIServiceListener>& listener) {
@@ -82,7 +88,9 @@ int32_t ServiceNode::Process(AIContext& context,
             bool taken = false;
         } begun(*core_->timer);
         const int32_t posted = core_->queue->Post(
-                std::move(request), [core = core_](Request& taken) { return core->Run(taken); });
+                std::move(request), [core = core_](Request& taken, Cancellation& cancellation) {
+                    return core->Run(taken, cancellation);
+                });
         begun.taken = posted == kNodeOk;
         return posted;
     });

@@ -20,6 +20,7 @@ enum NodeStatus : int32_t {
     kNodeFailed = 104,      // the engine gave up on a request that looked right
     kNodeStopped = 105,     // the node or the framework has been shut down
     kNodeBusy = 106,        // as many requests wait as may
+    kNodeTimedOut = 107,    // a load or a request took longer than it may
 };
 
 }  // namespace orva::reference

@@ -12,6 +12,7 @@
 #include <orva/AIContext.h>
 #include <orva/AIModelDescription.h>
 #include <orva/IAITensor.h>
+#include <orva/reference/Cancellation.h>
 
 namespace orva::reference {
 
@@ -29,16 +30,20 @@ class RequestHandler {
 public:
     virtual ~RequestHandler() = default;
 
-    // Called before anything else, again after a failure, and never again after a success.
-    virtual int32_t Load(const AIConfig& config, std::vector<AIModelDescription>& models) = 0;
+    // Called before anything else, again after a failure, and never again after a success. What
+    // takes long must heed `cancellation`, for the caller waits until this returns.
+    virtual int32_t Load(const AIConfig& config, std::vector<AIModelDescription>& models,
+                         Cancellation& cancellation) = 0;
 
     // Whether a request fits; a nonzero status refuses it. Called on the caller's thread, several
     // calls at a time, also beside Run.
     virtual int32_t Check(const Request& request) const = 0;
 
     // Runs a request that fits and returns its result. One call at a time, in the requests' order,
-    // on the executor's threads. What it throws becomes kNodeFailed.
-    virtual int32_t Run(Request& request) = 0;
+    // on the executor's threads. What it throws becomes kNodeFailed. A call that goes on although
+    // it was cancelled is given up: its client is told so, its result is dropped, and the next one
+    // may begin beside it.
+    virtual int32_t Run(Request& request, Cancellation& cancellation) = 0;
 };
 
 }  // namespace orva::reference
