@@ -57,7 +57,8 @@ std::vector<OfferedService> ServiceLibrary::services() const {
 
 std::string ServiceLibrary::defaultPath() {
     const std::filesystem::path program = std::filesystem::read_symlink("/proc/self/exe");
-    return program.parent_path().parent_path() / "lib" / "liborva_hidl_server.so";
+    const std::filesystem::path folder = program.parent_path() / ORVA_BIN_TO_LIB;
+    return folder.lexically_normal() / "liborva_hidl_server.so";
 }
 
 }  // namespace orva::host

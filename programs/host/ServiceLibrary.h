@@ -29,7 +29,7 @@ public:
     // What the factories answer. A factory that is missing or answers null offers nothing; logged.
     std::vector<OfferedService> services() const;
 
-    // Where the library lies unless told otherwise: beside the programs, in ../lib.
+    // Where the library lies unless told otherwise: as far from the programs as it is installed.
     static std::string defaultPath();
 
 private:
