@@ -10,6 +10,7 @@
 #include <cstring>
 
 #include <fcntl.h>
+#include <pthread.h>
 #include <signal.h>
 #include <sys/mman.h>
 #include <unistd.h>
@@ -24,6 +25,16 @@ std::atomic<size_t> replaced{0};
 struct sigaction previous;
 // /proc/self/maps, opened beforehand: there may be no descriptor left when it is needed.
 int maps = -1;
+
+void openMaps() {
+    maps = open("/proc/self/maps", O_RDONLY | O_CLOEXEC);
+}
+
+// The parent's file goes on describing the parent.
+void reopenMaps() {
+    close(maps);
+    openMaps();
+}
 
 // One line of /proc/self/maps: "start-end perms offset device inode path".
 struct MapsLine {
@@ -85,15 +96,30 @@ MapsLine findRegion(uintptr_t address) {
     return found;
 }
 
+bool putZeros(uintptr_t start, uintptr_t end) {
+    // What the peer's region was said to hold may be more than this machine has. Only what is
+    // written to takes memory.
+    return mmap(reinterpret_cast<void*>(start), end - start, PROT_READ | PROT_WRITE,
+                MAP_PRIVATE | MAP_ANONYMOUS | MAP_FIXED | MAP_NORESERVE, -1, 0) != MAP_FAILED;
+}
+
 // What lies behind the touched page is gone as well, so one replacement serves the whole mapping.
+// Nothing says how large the pages of a region are: those of a huge-page region can only be
+// replaced as a whole, and are gone as a whole, too.
 bool replace(uintptr_t address) {
+    constexpr uintptr_t kLargestPage = uintptr_t{16} << 30;
     const MapsLine region = findRegion(address);
-    if (region.end == 0) {
-        return false;
+    for (auto page = static_cast<uintptr_t>(getpagesize()); page <= kLargestPage; page *= 2) {
+        const uintptr_t start = address & ~(page - 1);
+        if (region.end == 0 || start < region.start) {
+            return false;
+        }
+        // A machine that promises no more memory than it has may give the touched page alone.
+        if (putZeros(start, region.end) || (errno == ENOMEM && putZeros(start, start + page))) {
+            return true;
+        }
     }
-    const auto page = address & ~static_cast<uintptr_t>(getpagesize() - 1);
-    return mmap(reinterpret_cast<void*>(page), region.end - page, PROT_READ | PROT_WRITE,
-                MAP_PRIVATE | MAP_ANONYMOUS | MAP_FIXED, -1, 0) != MAP_FAILED;
+    return false;
 }
 
 void onBusError(int, siginfo_t* info, void*) {
@@ -116,7 +142,8 @@ void onBusError(int, siginfo_t* info, void*) {
 
 void surviveShrunkenRegions() {
     static const bool installed = [] {
-        maps = open("/proc/self/maps", O_RDONLY | O_CLOEXEC);
+        openMaps();
+        pthread_atfork(nullptr, nullptr, reopenMaps);
         struct sigaction action = {};
         action.sa_sigaction = onBusError;
         action.sa_flags = SA_SIGINFO | SA_ONSTACK;

@@ -9,6 +9,7 @@
 #include <orva_platform/SharedMemory.h>
 #include <sys/mman.h>
 #include <sys/resource.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -21,22 +22,87 @@ namespace {
 using android::hardware::hidl_handle;
 using orva_test::openDescriptors;
 
+// A region of a peer's, mapped here.
+class Mapped {
+public:
+    Mapped(int fd, size_t length)
+            : mFd(fd),
+              mLength(length),
+              mAddress(mmap(nullptr, length, PROT_READ | PROT_WRITE, MAP_SHARED, fd, 0)) {}
+    ~Mapped() {
+        if (isMapped()) {
+            munmap(mAddress, mLength);
+        }
+        close(mFd);
+    }
+    Mapped(const Mapped&) = delete;
+    Mapped& operator=(const Mapped&) = delete;
+
+    bool isMapped() const { return mAddress != MAP_FAILED; }
+    void shrink(size_t length) const { ASSERT_EQ(ftruncate(mFd, static_cast<off_t>(length)), 0); }
+    volatile char& operator[](size_t at) const { return static_cast<char*>(mAddress)[at]; }
+
+private:
+    const int mFd;
+    const size_t mLength;
+    void* const mAddress;
+};
+
+// Its first half stays; what is behind is replaced at the first touch, and only then.
+void expectZerosBehindTheMiddle(const Mapped& region, size_t page, size_t length) {
+    const size_t before = orva_platform::shrunkenRegions();
+    const size_t middle = length / 2 / page * page;
+    region[middle - 1] = 'x';
+    region[middle] = 'x';
+    region[length - 1] = 'x';
+    region.shrink(middle);
+    EXPECT_EQ(region[middle + page / 2], 0);
+    region[length - 1] = 'y';
+    EXPECT_EQ(region[length - 1], 'y');
+    EXPECT_EQ(region[middle], 0);
+    EXPECT_EQ(region[middle - 1], 'x');
+    EXPECT_EQ(orva_platform::shrunkenRegions(), before + 1);
+}
+
 TEST(ShrunkenRegions, WhatIsGoneReadsAsZerosAndTheRestStays) {
     constexpr size_t kPage = 4096;
+    constexpr size_t kMoreThanThisMachineHas = size_t{1} << 40;
     orva_platform::surviveShrunkenRegions();
-    const size_t before = orva_platform::shrunkenRegions();
-    const int fd = ashmem_create_region("shrinking", 4 * kPage);
-    auto* bytes = static_cast<volatile char*>(
-            mmap(nullptr, 4 * kPage, PROT_READ | PROT_WRITE, MAP_SHARED, fd, 0));
-    std::fill_n(bytes, 4 * kPage, 'x');
-    ASSERT_EQ(ftruncate(fd, kPage), 0);
-    EXPECT_EQ(bytes[2 * kPage], 0);
-    bytes[3 * kPage] = 'y';  // Not a second fault: all behind the first one was replaced.
-    EXPECT_EQ(bytes[3 * kPage], 'y');
-    EXPECT_EQ(bytes[kPage - 1], 'x');
-    EXPECT_EQ(orva_platform::shrunkenRegions(), before + 1);
-    munmap(const_cast<char*>(bytes), 4 * kPage);
-    close(fd);
+    for (const size_t length : {4 * kPage, kMoreThanThisMachineHas}) {
+        const Mapped region(ashmem_create_region("shrinking", length), length);
+        ASSERT_TRUE(region.isMapped());
+        expectZerosBehindTheMiddle(region, kPage, length);
+    }
+}
+
+TEST(ShrunkenRegions, OfHugePagesToo) {
+    constexpr size_t kPage = size_t{2} << 20;  // on most machines
+    orva_platform::surviveShrunkenRegions();
+    const int fd = memfd_create("shrinking", MFD_CLOEXEC | MFD_HUGETLB);
+    if (fd >= 0) {
+        ASSERT_EQ(ftruncate(fd, 4 * kPage), 0);
+        const Mapped region(fd, 4 * kPage);
+        if (region.isMapped()) {
+            expectZerosBehindTheMiddle(region, kPage, 4 * kPage);
+            return;
+        }
+    }
+    GTEST_SKIP() << "this machine has no four huge pages to give; see /proc/sys/vm/nr_hugepages";
+}
+
+TEST(ShrunkenRegions, InAForkedProcessAsWell) {
+    constexpr size_t kPage = 4096;
+    orva_platform::surviveShrunkenRegions();
+    const pid_t child = fork();
+    if (child == 0) {
+        // Mapped after the fork, where the parent may have nothing.
+        const Mapped region(ashmem_create_region("child", 4 * kPage), 4 * kPage);
+        region.shrink(0);
+        _exit(region[kPage]);
+    }
+    int status = -1;
+    ASSERT_EQ(waitpid(child, &status, 0), child);
+    EXPECT_EQ(status, 0);
 }
 
 TEST(ShrunkenRegionsDeathTest, WhatIsNotSharedStillEndsTheProcess) {
