@@ -89,7 +89,9 @@ TEST(Sessions, AreBoundedForEachProcessOverNodesAndModelManagers) {
     SetClientSessions(3);
     auto* const nodes = AINNNodeFactory::GetInstance();
     auto* const managers = AIModelManagerFactory::Instance();
-    const auto manager = [&] { return std::shared_ptr<AIModelManager>(managers->createModelManager()); };
+    const auto manager = [&] {
+        return std::shared_ptr<AIModelManager>(managers->createModelManager());
+    };
     {
         const CallingProcess caller(getpid());
         auto first = nodes->CreateNNNode("echo");
@@ -115,9 +117,11 @@ TEST(ConnectionTable, TheDeadMakeWayAtOnceAndBeforeTheIdle) {
     const auto idOf = [](const Child& child, int number) {
         return std::to_string(child.pid()) + ":" + std::to_string(number);
     };
-    const std::pair<std::string, std::chrono::seconds> touches[] = {
-            {"nonsense", 20s}, {idle, 1s},           {idOf(zombie, 1), 2s},
-            {idOf(dead, 1), 3s}, {idOf(zombie, 2), 5s}};
+    const std::pair<std::string, std::chrono::seconds> touches[] = {{"nonsense", 20s},
+                                                                    {idle, 1s},
+                                                                    {idOf(zombie, 1), 2s},
+                                                                    {idOf(dead, 1), 3s},
+                                                                    {idOf(zombie, 2), 5s}};
     for (const auto& [id, time] : touches) {
         now = ConnectionTable::Clock::time_point() + time;
         table.Touch(id);

@@ -25,7 +25,9 @@ TEST(Cancellation, TellsEachListenerOnceAndKeepsTheFirstCause) {
     Cancellation cancellation;
     int early = 0, late = 0, gone = 0;
     const Cancellation::Listener first(cancellation, [&] { ++early; });
-    { const Cancellation::Listener second(cancellation, [&] { ++gone; }); }
+    {
+        const Cancellation::Listener second(cancellation, [&] { ++gone; });
+    }
     cancellation.Cancel(CancelCause::kClosed);
     cancellation.Cancel(CancelCause::kTimeout);
     const Cancellation::Listener third(cancellation, [&] { ++late; });

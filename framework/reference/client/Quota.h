@@ -18,11 +18,7 @@ public:
     // `what` is held, and `each` and `all` are the host's options for it, for people.
     constexpr Quota(const char* what, size_t each, const char* eachOption, size_t all = 0,
                     const char* allOption = "")
-            : what_(what),
-              eachOption_(eachOption),
-              allOption_(allOption),
-              each_(each),
-              all_(all) {}
+            : what_(what), eachOption_(eachOption), allOption_(allOption), each_(each), all_(all) {}
     Quota(const Quota&) = delete;
     Quota& operator=(const Quota&) = delete;
 

@@ -37,8 +37,8 @@ private:
     const char* const mPath;
 };
 
-// A memory file a buffer, on any kernel. What only dma-bufs can, such as being synchronised, the
-// kernel refuses.
+// A memory file a buffer, on any kernel but 4.14, where a buffer has to be synchronised. What only
+// dma-bufs can, as that, the kernel refuses.
 class MemoryFileBackend : public Backend {
 public:
     unique_fd openClient() const override;

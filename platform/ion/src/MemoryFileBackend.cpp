@@ -5,10 +5,12 @@
 #include "Backend.h"
 
 #include <cerrno>
+#include <cstring>
 #include <utility>
 
 #include <fcntl.h>
 #include <sys/mman.h>
+#include <sys/utsname.h>
 #include <unistd.h>
 
 namespace orva_platform {
@@ -22,6 +24,15 @@ size_t largestBuffer() {
            static_cast<size_t>(sysconf(_SC_PAGESIZE));
 }
 
+// Whoever allocates on a 4.14 kernel synchronises the buffer next, and where that fails leaves it
+// open, for on a device it does not fail. On a memory file it always does. A release that speaks of
+// 4.9 as well, such as 4.14.98, is taken for that.
+bool isSynchronised() {
+    utsname kernel;
+    return uname(&kernel) == 0 && std::strstr(kernel.release, "4.9") == nullptr &&
+           std::strstr(kernel.release, "4.14") != nullptr;
+}
+
 }  // namespace
 
 unique_fd MemoryFileBackend::openClient() const {
@@ -31,6 +42,9 @@ unique_fd MemoryFileBackend::openClient() const {
 int MemoryFileBackend::allocate(int, size_t length, unique_fd* buffer) const {
     if (length > largestBuffer()) {
         return -ENOMEM;
+    }
+    if (isSynchronised()) {
+        return -ENODEV;
     }
     unique_fd file(memfd_create("ion buffer", MFD_CLOEXEC | MFD_ALLOW_SEALING));
     // Sealed, because a dma-buf keeps its size, too.
