@@ -25,17 +25,17 @@ using android::base::unique_fd;
 const std::string& LineReader::text() {
     char piece[4096];
     for (ssize_t size;
-         (size = pread(mFile, piece, sizeof piece, static_cast<off_t>(mText.size()))) > 0;) {
-        mText.append(piece, static_cast<size_t>(size));
+         (size = pread(file_, piece, sizeof piece, static_cast<off_t>(text_.size()))) > 0;) {
+        text_.append(piece, static_cast<size_t>(size));
     }
-    return mText;
+    return text_;
 }
 
 bool LineReader::waitFor(const std::function<bool()>& condition) {
     bool holds = false;
     eventually([&] {
         // In this order: what it wrote last counts, too.
-        const bool ended = mHasEnded();
+        const bool ended = hasEnded_();
         holds = condition();
         return holds || ended;
     });
@@ -44,11 +44,11 @@ bool LineReader::waitFor(const std::function<bool()>& condition) {
 
 std::optional<std::string> LineReader::next() {
     size_t end = 0;
-    if (!waitFor([&] { return (end = text().find('\n', mTaken)) != std::string::npos; })) {
+    if (!waitFor([&] { return (end = text().find('\n', taken_)) != std::string::npos; })) {
         return std::nullopt;
     }
-    std::string line = mText.substr(mTaken, end - mTaken);
-    mTaken = end + 1;
+    std::string line = text_.substr(taken_, end - taken_);
+    taken_ = end + 1;
     return line;
 }
 
@@ -75,17 +75,17 @@ ChildProcess::ChildProcess(const std::vector<std::string>& command) {
     int ends[2] = {-1, -1};
     const int piped = pipe2(ends, O_CLOEXEC);
     const unique_fd input(ends[0]);
-    mInput.reset(ends[1]);
+    input_.reset(ends[1]);
     unique_fd output(memfd_create("output", MFD_CLOEXEC));
     unique_fd errors(memfd_create("errors", MFD_CLOEXEC));
     // A write to a child that has gone is an error, not the test's end.
     std::signal(SIGPIPE, SIG_IGN);
 
-    mPid = piped == 0 ? fork() : -1;
-    if (mPid < 0) {
+    pid_ = piped == 0 ? fork() : -1;
+    if (pid_ < 0) {
         throw std::system_error(errno, std::generic_category(), "fork");
     }
-    if (mPid == 0) {
+    if (pid_ == 0) {
         // The test may have threads, so nothing but plain system calls from here on.
         prctl(PR_SET_PDEATHSIG, SIGKILL);
         dup2(input, STDIN_FILENO);
@@ -94,25 +94,25 @@ ChildProcess::ChildProcess(const std::vector<std::string>& command) {
         execv(arguments[0], arguments.data());
         _exit(127);
     }
-    mOutput = std::make_unique<LineReader>(std::move(output), [this] { return hasEnded(); });
-    mErrors = std::make_unique<LineReader>(std::move(errors), [this] { return hasEnded(); });
+    output_ = std::make_unique<LineReader>(std::move(output), [this] { return hasEnded(); });
+    errors_ = std::make_unique<LineReader>(std::move(errors), [this] { return hasEnded(); });
 }
 
 ChildProcess::~ChildProcess() {
     kill();
     if (testing::Test::HasFailure()) {
-        fprintf(stderr, "What process %d said:\n%s", mPid, mErrors->text().c_str());
+        fprintf(stderr, "What process %d said:\n%s", pid_, errors_->text().c_str());
     }
 }
 
 bool ChildProcess::write(const std::string& line) {
     const std::string text = line + "\n";
-    return ::write(mInput, text.data(), text.size()) == static_cast<ssize_t>(text.size());
+    return ::write(input_, text.data(), text.size()) == static_cast<ssize_t>(text.size());
 }
 
 void ChildProcess::signal(int number) const {
-    if (!mReaped) {
-        ::kill(mPid, number);
+    if (!reaped_) {
+        ::kill(pid_, number);
     }
 }
 
@@ -124,11 +124,11 @@ void ChildProcess::kill() {
 void ChildProcess::freeze() const {
     signal(SIGSTOP);
     siginfo_t info;
-    waitid(P_PID, static_cast<id_t>(mPid), &info, WSTOPPED);
+    waitid(P_PID, static_cast<id_t>(pid_), &info, WSTOPPED);
 }
 
 bool ChildProcess::waitsIn(long systemCall) const {
-    const std::string id = std::to_string(mPid);
+    const std::string id = std::to_string(pid_);
     long number = -1;
     // Says "running" when it does not wait.
     std::ifstream("/proc/" + id + "/task/" + id + "/syscall") >> number;
@@ -137,19 +137,19 @@ bool ChildProcess::waitsIn(long systemCall) const {
 
 bool ChildProcess::hasEnded() const {
     siginfo_t info = {};
-    return mReaped ||
-           (waitid(P_PID, static_cast<id_t>(mPid), &info, WEXITED | WNOHANG | WNOWAIT) == 0 &&
-            info.si_pid == mPid);
+    return reaped_ ||
+           (waitid(P_PID, static_cast<id_t>(pid_), &info, WEXITED | WNOHANG | WNOWAIT) == 0 &&
+            info.si_pid == pid_);
 }
 
 int ChildProcess::await() {
-    if (!mReaped && eventually([this] { return hasEnded(); })) {
+    if (!reaped_ && eventually([this] { return hasEnded(); })) {
         int status = 0;
-        waitpid(mPid, &status, 0);
-        mReaped = true;
-        mStatus = WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
+        waitpid(pid_, &status, 0);
+        reaped_ = true;
+        status_ = WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
     }
-    return mStatus;
+    return status_;
 }
 
 }  // namespace orva::test

@@ -21,7 +21,7 @@ class LineReader {
 public:
     // `hasEnded` is asked whether the process has.
     LineReader(android::base::unique_fd file, std::function<bool()> hasEnded)
-            : mFile(std::move(file)), mHasEnded(std::move(hasEnded)) {}
+            : file_(std::move(file)), hasEnded_(std::move(hasEnded)) {}
 
     // The first line not taken yet; empty at the process's end, and when the watchdog barks.
     std::optional<std::string> next();
@@ -36,10 +36,10 @@ public:
 private:
     bool waitFor(const std::function<bool()>& condition);
 
-    const android::base::unique_fd mFile;
-    const std::function<bool()> mHasEnded;
-    std::string mText;  // what was read so far
-    size_t mTaken = 0;  // of it
+    const android::base::unique_fd file_;
+    const std::function<bool()> hasEnded_;
+    std::string text_;  // what was read so far
+    size_t taken_ = 0;  // of it
 };
 
 // A program run as a child of the test, with its standard streams in the test's hands. It does not
@@ -52,13 +52,13 @@ public:
     ChildProcess(const ChildProcess&) = delete;
     ChildProcess& operator=(const ChildProcess&) = delete;
 
-    pid_t pid() const { return mPid; }
-    LineReader& output() { return *mOutput; }
-    LineReader& errors() { return *mErrors; }
+    pid_t pid() const { return pid_; }
+    LineReader& output() { return *output_; }
+    LineReader& errors() { return *errors_; }
 
     // False when the child no longer reads.
     bool write(const std::string& line);
-    void closeInput() { mInput.reset(); }
+    void closeInput() { input_.reset(); }
 
     void signal(int number) const;
     // SIGKILL, and until the process is no more.
@@ -76,12 +76,12 @@ public:
 private:
     bool hasEnded() const;
 
-    pid_t mPid = -1;
-    int mStatus = -1;
-    bool mReaped = false;
-    android::base::unique_fd mInput;
-    std::unique_ptr<LineReader> mOutput;
-    std::unique_ptr<LineReader> mErrors;
+    pid_t pid_ = -1;
+    int status_ = -1;
+    bool reaped_ = false;
+    android::base::unique_fd input_;
+    std::unique_ptr<LineReader> output_;
+    std::unique_ptr<LineReader> errors_;
 };
 
 }  // namespace orva::test

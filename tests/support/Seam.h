@@ -10,7 +10,7 @@ namespace orva::test {
 
 // Calls across the platform's edge that a test can make fail. Only calls made by objects of the
 // test program itself go through here, that is by the test and by what it is a test of.
-enum class Call {
+enum class Call {  // NOLINTBEGIN(readability-identifier-naming): named as what they call
     Mmap,          // mmap(): MAP_FAILED
     CreateRegion,  // ashmem_create_region(): -1
     CreateHandle,  // native_handle_create(): null
@@ -25,7 +25,7 @@ enum class Call {
     IonShare,      // ion_share(): -EMFILE
     DmaBufSync,    // ioctl(DMA_BUF_IOCTL_SYNC): -1
     None,          // nothing fails
-};
+};                 // NOLINTEND(readability-identifier-naming)
 
 // While it lives, the n-th call from now on (from 1; of any thread) fails. One at a time.
 class Fault {

@@ -48,34 +48,34 @@ void SystemTest::SetUp() {
     ResourceTest::SetUp();
     char folder[] = "/tmp/orva-system-XXXXXX";
     ASSERT_NE(mkdtemp(folder), nullptr);
-    mFolder = folder;
-    orva_platform::setServiceDirectory(mFolder);
+    folder_ = folder;
+    orva_platform::setServiceDirectory(folder_);
 }
 
 void SystemTest::TearDown() {
     orva_platform::stop();
-    if (mHost != nullptr) {
+    if (host_ != nullptr) {
         expectSettled();
         stopHost();
     }
-    std::filesystem::remove_all(mFolder);
+    std::filesystem::remove_all(folder_);
     ResourceTest::TearDown();
 }
 
 void SystemTest::startHost(const std::vector<std::string>& options) {
-    mHost = std::make_unique<HostProcess>(mFolder, options);
-    ASSERT_TRUE(mHost->ready()) << mHost->log().text();
-    mBefore = ProcessState::of(mHost->pid());
+    host_ = std::make_unique<HostProcess>(folder_, options);
+    ASSERT_TRUE(host_->ready()) << host_->log().text();
+    before_ = ProcessState::of(host_->pid());
 }
 
 void SystemTest::stopHost() {
-    EXPECT_EQ(mHost->stop(), 0);
-    mHost.reset();
+    EXPECT_EQ(host_->stop(), 0);
+    host_.reset();
 }
 
 void SystemTest::killHost() {
-    mHost->kill();
-    mHost.reset();
+    host_->kill();
+    host_.reset();
 }
 
 void SystemTest::expectRoomFor(int clients) {
@@ -94,10 +94,10 @@ void SystemTest::expectRoomFor(int clients) {
 void SystemTest::expectSettled() {
     ProcessState now;
     const bool settled = eventually([&] {
-        now = ProcessState::of(mHost->pid());
-        return now.descriptors == mBefore.descriptors && now.regions == mBefore.regions;
+        now = ProcessState::of(host_->pid());
+        return now.descriptors == before_.descriptors && now.regions == before_.regions;
     });
-    EXPECT_TRUE(settled) << "then " << mBefore << "; now " << now;
+    EXPECT_TRUE(settled) << "then " << before_ << "; now " << now;
 }
 
 }  // namespace orva::test

@@ -75,15 +75,15 @@ protected:
 
     // Starts a host and waits until it serves.
     void startHost(const std::vector<std::string>& options = {"--log-level", "info"});
-    HostProcess& host() { return *mHost; }
+    HostProcess& host() { return *host_; }
     // Both end the host here and now; what it holds then is not looked at.
     void stopHost();
     void killHost();
 
     std::unique_ptr<ClientProcess> newClient() const {
-        return std::make_unique<ClientProcess>(mFolder);
+        return std::make_unique<ClientProcess>(folder_);
     }
-    const std::string& folder() const { return mFolder; }
+    const std::string& folder() const { return folder_; }
 
     // Whether a fresh session of a client gets its requests done.
     static void expectServed(ClientProcess& client) { EXPECT_EQ(client.ask("rounds 1"), "0"); }
@@ -94,9 +94,9 @@ protected:
     void expectSettled();
 
 private:
-    std::string mFolder;
-    std::unique_ptr<HostProcess> mHost;
-    ProcessState mBefore;
+    std::string folder_;
+    std::unique_ptr<HostProcess> host_;
+    ProcessState before_;
 };
 
 }  // namespace orva::test

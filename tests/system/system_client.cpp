@@ -128,11 +128,11 @@ void request(Session& session, int count) {
 
 class Client {
 public:
-    Client() { mService->linkToDeath(mDeath, 0).isOk(); }
+    Client() { service_->linkToDeath(death_, 0).isOk(); }
 
     // The outcome of a step with its number and word.
     std::string take(const std::string& step, int32_t number, const std::string& word) {
-        return mSteps.at(step)(number, word);
+        return steps_.at(step)(number, word);
     }
 
 private:
@@ -141,10 +141,10 @@ private:
     std::string send(int32_t session, size_t bytes) {
         const std::vector<Tensor> inputs = tensor(bytes), outputs = tensor(bytes);
         std::fill_n(inputs[0].data(), bytes, 0x5a);
-        return textOf(mService->Process(session, "", handlesOf(inputs), handlesOf(outputs), 0));
+        return textOf(service_->Process(session, "", handlesOf(inputs), handlesOf(outputs), 0));
     }
     std::string awaitResult() {
-        const auto result = mResults->await(std::chrono::seconds(60));
+        const auto result = results_->await(std::chrono::seconds(60));
         if (!result || result->outputs.empty()) {
             return "none";
         }
@@ -154,48 +154,48 @@ private:
         return std::to_string(result->result) + (same ? " same" : " different");
     }
 
-    const sp<AIService> mService = findService();
-    const sp<ModelManagerService> mManagers = findService<ModelManagerService>();
-    const sp<HeldCompletions> mResults = new HeldCompletions;
-    const sp<Death> mDeath = new Death;
-    Hold mHold;
-    const std::map<std::string, Step> mSteps = {
+    const sp<AIService> service_ = findService();
+    const sp<ModelManagerService> managers_ = findService<ModelManagerService>();
+    const sp<HeldCompletions> results_ = new HeldCompletions;
+    const sp<Death> death_ = new Death;
+    Hold hold_;
+    const std::map<std::string, Step> steps_ = {
             {"init",
-             [&](int32_t n, auto& type) { return textOf(mService->Init(n, type, "", {})); }},
+             [&](int32_t n, auto& type) { return textOf(service_->Init(n, type, "", {})); }},
             {"set-listener",
-             [&](int32_t n, auto&) { return textOf(mService->SetListener(-n, mResults)); }},
+             [&](int32_t n, auto&) { return textOf(service_->SetListener(-n, results_)); }},
             {"session",
              [&](int32_t n, auto&) {
                  std::string statuses = take("init", n, "echo");
                  statuses += take("set-listener", n, "");
-                 return statuses + textOf(mService->SetListener(n, nullptr));
+                 return statuses + textOf(service_->SetListener(n, nullptr));
              }},
-            {"manage", [&](int32_t n, auto&) { return textOf(mManagers->Init(n, "", "", {})); }},
-            {"unmanage", [&](int32_t n, auto&) { return textOf(mManagers->UnInit(n)); }},
-            {"uninit", [&](int32_t n, auto&) { return textOf(mService->UnInit(n)); }},
+            {"manage", [&](int32_t n, auto&) { return textOf(managers_->Init(n, "", "", {})); }},
+            {"unmanage", [&](int32_t n, auto&) { return textOf(managers_->UnInit(n)); }},
+            {"uninit", [&](int32_t n, auto&) { return textOf(service_->UnInit(n)); }},
             {"send", [&](int32_t n, auto& bytes) { return send(n, std::stoul(bytes)); }},
             {"await", [&](auto...) { return awaitResult(); }},
             {"hold",
              [&](int32_t n, auto& bytes) {
-                 mResults->next = &mHold;
+                 results_->next = &hold_;
                  std::string status = send(n, std::stoul(bytes));
-                 mHold.arrived.get_future().wait();
+                 hold_.arrived.get_future().wait();
                  return status;
              }},
             {"let-go",
              [&](auto...) {
-                 mHold.letGo.set_value();
+                 hold_.letGo.set_value();
                  return "0";
              }},
             {"await-death",
              [&](auto...) {
-                 mDeath->told.get_future().wait();
+                 death_->told.get_future().wait();
                  return "died";
              }},
             {"rounds",
              [&](int32_t count, auto&) {
                  for (; count > 0; --count) {
-                     Session session(mService, 1000, "echo", "", {});
+                     Session session(service_, 1000, "echo", "", {});
                      request(session, 1);
                  }
                  return "0";
@@ -203,12 +203,12 @@ private:
             {"requests",
              [&](auto...) -> std::string {
                  // One may run while the other is delivered.
-                 for (Session session(mService, 1000, "echo", "", {});;) {
+                 for (Session session(service_, 1000, "echo", "", {});;) {
                      request(session, 2);
                      std::cout << "done" << std::endl;
                  }
              }},
-            {"managed", [&](auto...) -> std::string { manage(mManagers); }},
+            {"managed", [&](auto...) -> std::string { manage(managers_); }},
     };
 };
 

@@ -8,8 +8,7 @@
 
 #include <android-base/unique_fd.h>
 
-namespace orva_platform {
-namespace ion {
+namespace orva_platform::ion {
 
 using android::base::unique_fd;
 
@@ -45,5 +44,4 @@ public:
     int allocate(int client, size_t length, unique_fd* buffer) const override;
 };
 
-}  // namespace ion
-}  // namespace orva_platform
+}  // namespace orva_platform::ion

@@ -11,8 +11,7 @@
 #include <fcntl.h>
 #include <unistd.h>
 
-namespace orva_platform {
-namespace ion {
+namespace orva_platform::ion {
 
 using android::Mutex;
 
@@ -60,5 +59,4 @@ size_t Client::handles() {
     return mBuffers.size();
 }
 
-}  // namespace ion
-}  // namespace orva_platform
+}  // namespace orva_platform::ion

@@ -12,8 +12,7 @@
 
 #include "Backend.h"
 
-namespace orva_platform {
-namespace ion {
+namespace orva_platform::ion {
 
 // What one open ION device holds. From any thread; results are 0 or a negative errno value.
 class Client {
@@ -38,5 +37,4 @@ private:
     ion_user_handle_t mLast GUARDED_BY(mLock) = 0;
 };
 
-}  // namespace ion
-}  // namespace orva_platform
+}  // namespace orva_platform::ion

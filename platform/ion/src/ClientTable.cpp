@@ -15,8 +15,7 @@
 
 #include <log/log.h>
 
-namespace orva_platform {
-namespace ion {
+namespace orva_platform::ion {
 
 using android::Mutex;
 
@@ -81,5 +80,4 @@ IonCounts ClientTable::counts() {
     return counts;
 }
 
-}  // namespace ion
-}  // namespace orva_platform
+}  // namespace orva_platform::ion

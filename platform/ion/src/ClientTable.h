@@ -12,8 +12,7 @@
 
 #include "Client.h"
 
-namespace orva_platform {
-namespace ion {
+namespace orva_platform::ion {
 
 // This process's open ION devices, by descriptor. From any thread.
 class ClientTable {
@@ -31,5 +30,4 @@ private:
     std::map<int, std::shared_ptr<Client>> mClients GUARDED_BY(mLock);
 };
 
-}  // namespace ion
-}  // namespace orva_platform
+}  // namespace orva_platform::ion

@@ -10,8 +10,7 @@
 #include <linux/dma-heap.h>
 #include <sys/ioctl.h>
 
-namespace orva_platform {
-namespace ion {
+namespace orva_platform::ion {
 
 unique_fd DmaHeapBackend::openClient() const {
     return unique_fd(open(mPath, O_RDONLY | O_CLOEXEC));
@@ -28,5 +27,4 @@ int DmaHeapBackend::allocate(int client, size_t length, unique_fd* buffer) const
     return 0;
 }
 
-}  // namespace ion
-}  // namespace orva_platform
+}  // namespace orva_platform::ion

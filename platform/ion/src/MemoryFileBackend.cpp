@@ -13,8 +13,7 @@
 #include <sys/utsname.h>
 #include <unistd.h>
 
-namespace orva_platform {
-namespace ion {
+namespace orva_platform::ion {
 
 namespace {
 
@@ -56,5 +55,4 @@ int MemoryFileBackend::allocate(int, size_t length, unique_fd* buffer) const {
     return 0;
 }
 
-}  // namespace ion
-}  // namespace orva_platform
+}  // namespace orva_platform::ion

@@ -9,8 +9,7 @@
 
 #include <hwbinder/IBinder.h>
 
-namespace android {
-namespace hardware {
+namespace android::hardware {
 
 // The local end of an object: what generated stubs derive from.
 class BHwBinder : public IBinder {
@@ -58,5 +57,4 @@ private:
     const sp<IBinder> mRemote;
 };
 
-}  // namespace hardware
-}  // namespace android
+}  // namespace android::hardware

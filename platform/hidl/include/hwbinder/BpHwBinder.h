@@ -10,8 +10,7 @@
 #include <hwbinder/IBinder.h>
 #include <utils/Mutex.h>
 
-namespace android {
-namespace hardware {
+namespace android::hardware {
 
 class RemoteObject;
 
@@ -49,5 +48,4 @@ private:
     std::vector<Obituary> mObituaries GUARDED_BY(mLock);
 };
 
-}  // namespace hardware
-}  // namespace android
+}  // namespace android::hardware

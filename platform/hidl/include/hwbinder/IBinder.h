@@ -10,8 +10,7 @@
 #include <utils/Errors.h>
 #include <utils/RefBase.h>
 
-namespace android {
-namespace hardware {
+namespace android::hardware {
 
 class BHwBinder;
 class BpHwBinder;
@@ -58,5 +57,4 @@ protected:
     ~IBinder() override;
 };
 
-}  // namespace hardware
-}  // namespace android
+}  // namespace android::hardware

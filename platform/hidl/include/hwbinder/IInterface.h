@@ -6,8 +6,7 @@
 
 #include <hwbinder/Binder.h>
 
-namespace android {
-namespace hardware {
+namespace android::hardware {
 
 // A proxy's way to the binder beneath it.
 class IInterface : public virtual RefBase {
@@ -28,5 +27,4 @@ public:
     IBinder* onAsBinder() override { return remote(); }
 };
 
-}  // namespace hardware
-}  // namespace android
+}  // namespace android::hardware

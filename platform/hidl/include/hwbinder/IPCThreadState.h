@@ -7,8 +7,7 @@
 #include <sys/types.h>
 #include <utils/Errors.h>
 
-namespace android {
-namespace hardware {
+namespace android::hardware {
 
 // What the current thread is doing for whom. Every operation concerns the calling thread only.
 class IPCThreadState {
@@ -41,5 +40,4 @@ private:
     uid_t mCallingUid;
 };
 
-}  // namespace hardware
-}  // namespace android
+}  // namespace android::hardware

@@ -17,8 +17,7 @@
 
 struct binder_buffer_object;
 
-namespace android {
-namespace hardware {
+namespace android::hardware {
 
 class IncomingData;
 
@@ -186,5 +185,4 @@ private:
     Received mReceived = {};
 };
 
-}  // namespace hardware
-}  // namespace android
+}  // namespace android::hardware

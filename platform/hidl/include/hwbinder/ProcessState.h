@@ -9,8 +9,7 @@
 #include <utils/Errors.h>
 #include <utils/RefBase.h>
 
-namespace android {
-namespace hardware {
+namespace android::hardware {
 
 // The process's thread pool.
 class ProcessState : public virtual RefBase {
@@ -31,5 +30,4 @@ protected:
     ~ProcessState() override = default;
 };
 
-}  // namespace hardware
-}  // namespace android
+}  // namespace android::hardware

@@ -11,8 +11,7 @@
 
 #include "socket/ServiceDirectory.h"
 
-namespace android {
-namespace hardware {
+namespace android::hardware {
 
 using hidl::base::V1_0::BnHwBase;
 using hidl::base::V1_0::BpHwBase;
@@ -100,5 +99,4 @@ Return<void> DirectoryServiceManager::registerPassthroughClient(const hidl_strin
     return Void();
 }
 
-}  // namespace hardware
-}  // namespace android
+}  // namespace android::hardware

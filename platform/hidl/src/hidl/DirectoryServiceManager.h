@@ -8,8 +8,7 @@
 
 #include <hidl/HidlTransportSupport.h>
 
-namespace android {
-namespace hardware {
+namespace android::hardware {
 
 // The service manager, in the process that asks: there is no daemon, the directory of sockets is
 // all that is shared. May be called from any thread.
@@ -42,5 +41,4 @@ public:
                                            const hidl_string& name) override;
 };
 
-}  // namespace hardware
-}  // namespace android
+}  // namespace android::hardware

@@ -12,8 +12,7 @@
 
 #include "hidl/DirectoryServiceManager.h"
 
-namespace android {
-namespace hardware {
+namespace android::hardware {
 
 using hidl::base::V1_0::IBase;
 using hidl::manager::V1_0::IServiceManager;
@@ -60,5 +59,4 @@ status_t registerAsServiceInternal(const sp<IBase>& service, const std::string& 
 
 }  // namespace details
 
-}  // namespace hardware
-}  // namespace android
+}  // namespace android::hardware
