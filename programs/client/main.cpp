@@ -5,6 +5,7 @@
 #include <csignal>
 #include <cstdio>
 #include <exception>
+#include <filesystem>
 #include <string>
 #include <vector>
 
@@ -12,6 +13,7 @@
 #include <CLI/CLI.hpp>
 
 #include "client/commands/Commands.h"
+#include "client/io/Output.h"
 
 namespace {
 
@@ -38,6 +40,7 @@ int runCommandLine(int argc, char** argv) {
     CLI::App app("Talks to the AI services that orva-host serves.", "orva");
     app.require_subcommand(1);
     app.fallthrough();
+    app.footer("orva COMMAND --help shows a command's options, and an example.");
     app.set_version_flag("--version", ORVA_VERSION);
     // Commands run while the rest is parsed, so this must take effect as soon as it is read.
     app.add_option_function<std::string>("--socket-dir", orva_platform::setServiceDirectory,
@@ -47,7 +50,11 @@ int runCommandLine(int argc, char** argv) {
     orva::client::Connection connection;
     app.add_option("--instance", connection.instance, "Instance of the service to talk to")
             ->capture_default_str();
-    orva::client::addList(&app);
+    app.add_option("--timeout", connection.timeout,
+                   "Seconds to wait for any one answer or result, 0 for ever (default: 10 where a "
+                   "service is only asked for what it knows, for ever where it computes)")
+            ->check(CLI::Range(0.0, 1e6));
+    orva::client::addList(&app, &connection);
     orva::client::addPing(&app, &connection);
     orva::client::addRun(&app, &connection);
     orva::client::addFaces(&app, &connection);
@@ -61,6 +68,10 @@ int runCommandLine(int argc, char** argv) {
         return 0;
     } catch (const CLI::ParseError& error) {
         return explain(app, error);
+    } catch (const std::filesystem::filesystem_error& error) {
+        fprintf(stderr, "orva: cannot use %s: %s\n", error.path1().c_str(),
+                error.code().message().c_str());
+        return kFailure;
     } catch (const std::exception& error) {
         fprintf(stderr, "orva: %s\n", error.what());
         return kFailure;
@@ -70,8 +81,9 @@ int runCommandLine(int argc, char** argv) {
 }  // namespace
 
 int main(int argc, char** argv) {
+    orva::client::holdStandardStreams();
     std::signal(SIGPIPE, SIG_IGN);
     const int status = runCommandLine(argc, argv);
     orva_platform::stop();
-    return status;
+    return orva::client::finishStandardOutput() || status != 0 ? status : kFailure;
 }

@@ -4,66 +4,15 @@
  */
 // The client program as a person or a script runs it, beside a host of the test's own.
 
-#include <filesystem>
-#include <fstream>
-#include <iterator>
+#include "programs/CommandLineTest.h"
 
 #include <nlohmann/json.hpp>
-
-#include "system/SystemTest.h"
 
 namespace orva::test {
 
 namespace {
 
 using nlohmann::json;
-
-struct Outcome {
-    int code;
-    std::string output;
-    std::string errors;
-};
-
-std::string rest(LineReader& lines) {
-    std::string text;
-    while (const auto line = lines.next()) {
-        text += *line + "\n";
-    }
-    return text;
-}
-
-Outcome runOrva(const std::vector<std::string>& arguments) {
-    std::vector<std::string> command = {ORVA_CLIENT};
-    command.insert(command.end(), arguments.begin(), arguments.end());
-    ChildProcess process(command);
-    process.closeInput();
-    const int code = process.await();
-    return {code, rest(process.output()), rest(process.errors())};
-}
-
-using Mistakes = std::vector<std::pair<std::vector<std::string>, const char*>>;
-void expectRefused(const Outcome& outcome, int code, const std::string& told) {
-    EXPECT_EQ(outcome.code, code) << told;
-    EXPECT_NE(outcome.errors.find(told), std::string::npos) << outcome.errors;
-    EXPECT_EQ(outcome.output, "") << told;
-}
-
-class CommandLine : public SystemTest {
-protected:
-    Outcome orva(std::vector<std::string> arguments) const {
-        arguments.insert(arguments.end(), {"--socket-dir", folder()});
-        return runOrva(arguments);
-    }
-    // Files of the test's own.
-    std::string path(const std::string& name) const {
-        std::filesystem::create_directories(folder() + "/files");
-        return folder() + "/files/" + name;
-    }
-    std::string file(const std::string& name, const std::string& content) const {
-        std::ofstream(path(name), std::ios::binary) << content;
-        return path(name);
-    }
-};
 
 TEST(CommandLineUsage, EachMistakeIsNamed) {
     const Mistakes mistakes = {
@@ -143,7 +92,7 @@ TEST_F(CommandLine, CompilesAModelAndRunsIt) {
     const json info = json::parse(orva({"info", compiled, "--json"}).output);
     EXPECT_EQ(info["valid"], true);
     EXPECT_GT(info["max_used_memory"], 0);
-    EXPECT_EQ(info["models"][0]["outputs"][0]["dimensions"], json::array({3, 4, 5, 1}));
+    EXPECT_EQ(info["models"][0]["outputs"][0]["shape"], json::array({3, 4, 5, 1}));
 
     // y = max(x, 0) on 3x4x5 floats.
     std::vector<float> values(60, -1);
@@ -173,9 +122,14 @@ TEST_F(CommandLine, CompilesAModelAndRunsIt) {
     expectRefused(pick("test_none"), 1, "picks one of 'test_abs', 'test_relu'");
 
     std::fstream(compiled, std::ios::in | std::ios::out | std::ios::binary).seekp(100).put('x');
-    expectRefused(orva({"check", compiled}), 1, "relu.orva: status 101");
-
     const std::string broken = file("broken.onnx", "no model at all");
+    const Outcome checked = orva({"check", model, compiled, broken, "--json"});
+    EXPECT_EQ(checked.code, 1);
+    for (const std::string& bad : {compiled, broken}) {
+        EXPECT_NE(checked.errors.find("\n  " + bad + ": status 101"), std::string::npos);
+        EXPECT_NE(json::parse(checked.output)[bad == broken ? 2 : 1]["reason"].dump().find("101"),
+                  std::string::npos);
+    }
     expectRefused(orva({"compile", model, broken, "-o", path("none")}), 1,
                   "cannot compile " + broken);
     EXPECT_FALSE(std::filesystem::exists(path("none")));

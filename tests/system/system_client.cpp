@@ -106,10 +106,10 @@ void request(Session& session, int count) {
 // All that a model manager does in a session. There is one: who is killed between its opening and
 // its listener keeps its place until the idle time-out.
 [[noreturn]] void manage(const sp<ModelManagerService>& managers) {
-    ModelFile file(kModel);
+    const ModelFile file(kModel);
     const TensorShape shape = file.models()[0].inputs[0];
     std::vector<Model> models;
-    models.push_back(std::move(file).take());
+    models.push_back(file.load());
     std::vector<Tensor> inputs, outputs;
     inputs.emplace_back(shape.attributes(), shape.bytes());
     outputs.emplace_back(shape.attributes(), shape.bytes());

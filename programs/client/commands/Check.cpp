@@ -4,6 +4,7 @@
  */
 #include <cstdio>
 #include <memory>
+#include <stdexcept>
 #include <vector>
 
 #include <CLI/CLI.hpp>
@@ -19,34 +20,40 @@ namespace orva::client {
 namespace {
 
 void check(const Connection& connection, const std::vector<std::string>& paths, bool asJson) {
-    const auto service = findService<ModelManagerService>(connection.instance);
+    const auto service = connect<ModelManagerService>(connection, kMayTakeLong);
     nlohmann::json verdicts = nlohmann::json::array();
     std::string refused;
-    int32_t refusal = 0;
+    size_t refusals = 0;
     for (const std::string& path : paths) {
         const Model model = withProgress("reading", [&] { return readModel(path); });
         const int32_t status =
                 withProgress("checking", [&] { return checkCompatibility(*service, model); });
-        verdicts.push_back({{"file", path}, {"compatible", status == 0}, {"status", status}});
+        nlohmann::json verdict = {{"file", path}, {"compatible", status == 0}, {"status", status}};
         if (status != 0) {
-            refused += (refused.empty() ? "" : ", ") + path + ": " + refusalText(model, status);
-            refusal = status;
+            const std::string reason = refusalText(model, status);
+            refused += "\n  " + path + ": " + reason;
+            ++refusals;
+            verdict["reason"] = reason;
         } else if (!asJson) {
             printf("%s is compatible\n", path.c_str());
         }
+        verdicts.push_back(std::move(verdict));
     }
     if (asJson) {
         puts(verdicts.dump(2, ' ', true, nlohmann::json::error_handler_t::replace).c_str());
     }
-    if (refusal != 0) {
-        throw ServiceError("not compatible: " + refused, refusal);
+    if (refusals != 0) {
+        throw std::runtime_error(std::to_string(refusals) + " of " + std::to_string(paths.size()) +
+                                 (paths.size() == 1 ? " model" : " models") +
+                                 " cannot run there:" + refused);
     }
 }
 
 }  // namespace
 
 void addCheck(CLI::App* app, const Connection* connection) {
-    CLI::App* command = app->add_subcommand("check", "See whether models can run there");
+    CLI::App* command = addCommand(app, "check", "See whether models can run there",
+                                   {"check a.onnx b.onnx both.orva", "check --json a.onnx"});
     const auto paths = std::make_shared<std::vector<std::string>>();
     const auto asJson = std::make_shared<bool>(false);
     command->add_option("FILE", *paths, "Models, as they are or compiled")->required();

@@ -12,6 +12,7 @@
 
 #include "client/commands/Commands.h"
 #include "client/io/File.h"
+#include "client/io/Output.h"
 #include "client/lib/ManagerSession.h"
 #include "client/model/ModelFile.h"
 #include "client/report/Latency.h"
@@ -109,9 +110,10 @@ void print(const Report& report, const Options& options) {
 }
 
 void compile(const Connection& connection, const Options& options) {
+    requireOutputFile(options.output, options.sources);
     Report report;
     const std::vector<Model> sources = readSources(options.sources, &report);
-    const auto service = findService<ModelManagerService>(connection.instance);
+    const auto service = connect<ModelManagerService>(connection, kMayTakeLong);
     // Nobody knows how much it will be; what is not written to takes no memory.
     const SharedRegion output("orva compiled model", kMostBuildBytes);
     const Stopwatch compiling;
@@ -126,7 +128,8 @@ void compile(const Connection& connection, const Options& options) {
 }  // namespace
 
 void addCompile(CLI::App* app, const Connection* connection) {
-    CLI::App* command = app->add_subcommand("compile", "Compile models into one file");
+    CLI::App* command = addCommand(app, "compile", "Compile models into one file",
+                                   {"compile a.onnx b.onnx -o both.orva"});
     const auto options = std::make_shared<Options>();
     command->add_option("FILE", options->sources, "The models (ONNX)")->required();
     command->add_option("-o,--output", options->output, "The compiled model's file")->required();

@@ -34,10 +34,10 @@ void debug(const Connection& connection, const Options& options) {
     }
     std::vector<std::string> states;
     if (options.service != "model-manager") {
-        states.push_back(stateOf(*findService<AIService>(connection.instance), texts));
+        states.push_back(stateOf(*connect<AIService>(connection, kAnswersSoon), texts));
     }
     if (options.service != "ai") {
-        states.push_back(stateOf(*findService<ModelManagerService>(connection.instance), texts));
+        states.push_back(stateOf(*connect<ModelManagerService>(connection, kAnswersSoon), texts));
     }
     nlohmann::json all = nlohmann::json::array();
     for (const std::string& state : states) {
@@ -58,13 +58,26 @@ void debug(const Connection& connection, const Options& options) {
 }  // namespace
 
 void addDebug(CLI::App* app, const Connection* connection) {
-    CLI::App* command = app->add_subcommand(
-            "debug", "Show the services' state: sessions, requests, tensors, refusals");
+    CLI::App* command = addCommand(
+            app, "debug", "Show the services' state: sessions, requests, tensors, refusals",
+            {"debug", "debug --client 4711 ai", "debug --json | less"});
     const auto options = std::make_shared<Options>();
     command->add_option("SERVICE", options->service, "Only this service")
             ->check(CLI::IsMember({"ai", "model-manager"}));
     command->add_option("--client", options->client,
-                        "Only this client: its process id, or a session's id (as 4711:1)");
+                        "Only this client: its process id, or a session's id (as 4711:1)")
+            ->check([](const std::string& client) {
+                const size_t colon = client.find(':');
+                const auto isNumber = [](const std::string& text) {
+                    return !text.empty() && text.size() <= 10 &&
+                           text.find_first_not_of("0123456789") == std::string::npos;
+                };
+                return isNumber(client.substr(0, colon)) && (colon == std::string::npos ||
+                                                             isNumber(client.substr(colon + 1)))
+                               ? std::string()
+                               : "'" + client +
+                                         "' is no process id (4711) or session's id (4711:1)";
+            });
     command->add_flag("--json", options->json, "Print a JSON array");
     command->callback([connection, options] { debug(*connection, *options); });
 }

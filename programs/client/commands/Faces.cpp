@@ -12,7 +12,9 @@
 #include "client/commands/Commands.h"
 #include "client/commands/Requests.h"
 #include "client/faces/FaceDecoder.h"
-#include "client/io/Picture.h"
+#include "client/faces/FaceDrawing.h"
+#include "client/io/Output.h"
+#include "client/io/PictureFile.h"
 #include "client/model/ModelFile.h"
 #include "client/report/Progress.h"
 
@@ -127,15 +129,19 @@ void print(const std::vector<Face>& faces, const RequestTimes& times, const Opti
 }
 
 void faces(const Connection& connection, const Options& options) {
-    ModelFile file = withProgress("reading", [&] { return ModelFile(options.model); });
+    if (!options.output.empty()) {
+        requirePictureName(options.output);
+        requireOutputFile(options.output, {options.model, options.image});
+    }
+    const ModelFile file = withProgress("reading", [&] { return ModelFile(options.model); });
     const ModelOutline& model = file.pick(options.request.modelName);
     if (!isDetector(model)) {
         throw std::runtime_error(options.model +
                                  " is not the 128-pixel face detector; `orva run` runs any model");
     }
-    Picture picture(options.image);
+    Pixels picture = readPicture(options.image);
     Placement placement = {};
-    const std::vector<uint8_t> pixels = picture.fitted(FaceDecoder::kInputEdge, &placement);
+    const std::vector<uint8_t> pixels = fitted(picture, FaceDecoder::kInputEdge, &placement);
 
     TensorShape inputShape = model.inputs[0];
     inputShape.type = ElementType::kUint8;
@@ -148,16 +154,16 @@ void faces(const Connection& connection, const Options& options) {
     }
 
     std::vector<Model> models;
-    models.push_back(std::move(file).take());
+    models.push_back(file.load());
     const RequestTimes times =
             request(connection, options.request, "onnx", kConfig, models, inputs, outputs);
     const std::vector<Face> found = decode(outputs, options.threshold, placement);
     print(found, times, options);
     if (!options.output.empty()) {
         for (const Face& face : found) {
-            picture.draw(face);
+            drawFace(&picture, face);
         }
-        picture.save(options.output);
+        writePicture(options.output, picture);
         if (!options.json) {
             printf("drawn in %s\n", options.output.c_str());
         }
@@ -167,7 +173,9 @@ void faces(const Connection& connection, const Options& options) {
 }  // namespace
 
 void addFaces(CLI::App* app, const Connection* connection) {
-    CLI::App* command = app->add_subcommand("faces", "Find the faces in a picture");
+    CLI::App* command =
+            addCommand(app, "faces", "Find the faces in a picture",
+                       {"faces --model detector.onnx --image people.jpg --output faces.png"});
     const auto options = std::make_shared<Options>();
     command->add_option("--model", options->model, "The face detector (ONNX)")->required();
     command->add_option("--image", options->image, "The picture")->required();

@@ -22,8 +22,8 @@ namespace {
 
 struct Tensors {
     const char* role;
-    const std::vector<TensorShape>& outlined;   // Names and types, by the file.
-    const std::vector<Dimensions>& dimensions;  // By the service.
+    const std::vector<TensorShape>& outlined;  // Names and types, by the file.
+    const std::vector<Dimensions>& shapes;     // By the service.
 
     std::string name(size_t i) const { return i < outlined.size() ? outlined[i].name : ""; }
     const char* type(size_t i) const {
@@ -41,28 +41,27 @@ std::string textOf(const Dimensions& dimensions) {
 
 nlohmann::json jsonOf(const Tensors& tensors) {
     nlohmann::json json = nlohmann::json::array();
-    for (size_t i = 0; i < tensors.dimensions.size(); ++i) {
+    for (size_t i = 0; i < tensors.shapes.size(); ++i) {
         json.push_back({{"name", tensors.name(i)},
                         {"type", tensors.type(i)},
-                        {"dimensions", tensors.dimensions[i]}});
+                        {"shape", tensors.shapes[i]}});
     }
     return json;
 }
 
 void print(const Tensors& tensors) {
-    for (size_t i = 0; i < tensors.dimensions.size(); ++i) {
+    for (size_t i = 0; i < tensors.shapes.size(); ++i) {
         printf("  %-6s  %-7s  %s  %s\n", tensors.role, tensors.type(i),
-               textOf(tensors.dimensions[i]).c_str(), tensors.name(i).c_str());
+               textOf(tensors.shapes[i]).c_str(), tensors.name(i).c_str());
     }
 }
 
 void info(const Connection& connection, const std::string& path, bool asJson) {
-    ModelFile file = withProgress("reading", [&] { return ModelFile(path); });
-    const size_t bytes = file.model().bytes.size();
-    const std::vector<ModelOutline> outlines = file.models();
+    const ModelFile file = withProgress("reading", [&] { return ModelFile(path); });
+    const std::vector<ModelOutline>& outlines = file.models();
     std::vector<Model> models;
-    models.push_back(std::move(file).take());
-    const auto service = findService<ModelManagerService>(connection.instance);
+    models.push_back(file.load());
+    const auto service = connect<ModelManagerService>(connection, kMayTakeLong);
     const auto session = withProgress("opening the session", [&] {
         return std::make_unique<ManagerSession>(service, 1, "", models);
     });
@@ -85,16 +84,13 @@ void info(const Connection& connection, const std::string& path, bool asJson) {
         }
     }
     if (asJson) {
-        const nlohmann::json json = {{"file", path},
-                                     {"bytes", bytes},
-                                     {"valid", validity == 0},
-                                     {"status", validity},
-                                     {"max_used_memory", memory},
-                                     {"models", described}};
+        const nlohmann::json json = {
+                {"file", path},       {"bytes", file.size()},      {"valid", validity == 0},
+                {"status", validity}, {"max_used_memory", memory}, {"models", described}};
         puts(json.dump(2, ' ', true, nlohmann::json::error_handler_t::replace).c_str());
     } else {
-        printf("%s in %s; %s; at most %s of memory used\n", sizeText(bytes).c_str(), path.c_str(),
-               validity == 0 ? "valid" : statusText(validity).c_str(),
+        printf("%s in %s; %s; at most %s of memory used\n", sizeText(file.size()).c_str(),
+               path.c_str(), validity == 0 ? "valid" : statusText(validity).c_str(),
                sizeText(static_cast<size_t>(std::max(memory, 0))).c_str());
     }
 }
@@ -102,8 +98,8 @@ void info(const Connection& connection, const std::string& path, bool asJson) {
 }  // namespace
 
 void addInfo(CLI::App* app, const Connection* connection) {
-    CLI::App* command =
-            app->add_subcommand("info", "Show a model: names, dimensions, memory, validity");
+    CLI::App* command = addCommand(app, "info", "Show a model: names, shapes, memory, validity",
+                                   {"info model.onnx", "info --json both.orva"});
     const auto path = std::make_shared<std::string>();
     const auto asJson = std::make_shared<bool>(false);
     command->add_option("FILE", *path, "The model, as it is or compiled")->required();

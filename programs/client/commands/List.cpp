@@ -18,8 +18,12 @@ namespace {
 // The one transport that this runtime has.
 constexpr char kTransport[] = "socket";
 
-void list(bool asJson) {
-    const std::vector<orva_platform::ServiceEntry> services = orva_platform::listServices();
+void list(const Connection& connection, bool asJson) {
+    limitTime(connection, kAnswersSoon);
+    std::vector<orva_platform::ServiceEntry> services;
+    if (serviceFolderExists()) {
+        services = orva_platform::listServices();
+    }
     if (asJson) {
         nlohmann::json array = nlohmann::json::array();
         for (const auto& service : services) {
@@ -49,11 +53,12 @@ void list(bool asJson) {
 
 }  // namespace
 
-void addList(CLI::App* app) {
-    CLI::App* command = app->add_subcommand("list", "List what is served: name, transport, pid");
+void addList(CLI::App* app, const Connection* connection) {
+    CLI::App* command = addCommand(app, "list", "List what is served: name, transport, pid",
+                                   {"list", "list --json"});
     const auto asJson = std::make_shared<bool>(false);
     command->add_flag("--json", *asJson, "Print a JSON array");
-    command->callback([asJson] { list(*asJson); });
+    command->callback([connection, asJson] { list(*connection, *asJson); });
 }
 
 }  // namespace orva::client

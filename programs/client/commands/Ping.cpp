@@ -15,21 +15,17 @@ namespace orva::client {
 namespace {
 
 void ping(const Connection& connection) {
-    const auto service = findService(connection.instance);
+    const auto service = connect<AIService>(connection, kAnswersSoon);
     const Stopwatch watch;
-    const android::hardware::Return<void> answer = service->ping();
-    if (!answer.isOk()) {
-        throw ServiceError("the service does not answer: " + answer.description(), -1);
-    }
+    answerTo("ping", [&] { return service->ping(); });
     printf("the service answers in %s\n", milliseconds(watch.elapsed()).c_str());
 }
 
 }  // namespace
 
 void addPing(CLI::App* app, const Connection* connection) {
-    app->add_subcommand("ping", "See whether the service answers")->callback([connection] {
-        ping(*connection);
-    });
+    addCommand(app, "ping", "See whether the service answers", {"ping", "ping --timeout 1"})
+            ->callback([connection] { ping(*connection); });
 }
 
 }  // namespace orva::client

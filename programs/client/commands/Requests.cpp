@@ -97,7 +97,7 @@ RequestTimes request(const Connection& connection, const RequestOptions& options
                      const std::vector<Model>& models, const std::vector<Tensor>& inputs,
                      const std::vector<Tensor>& outputs) {
     if (!options.modelManager) {
-        const auto service = findService<AIService>(connection.instance);
+        const auto service = connect<AIService>(connection, kMayTakeLong);
         const Stopwatch opening;
         const auto session = withProgress("opening the session", [&] {
             return std::make_unique<Session>(service, kClientId, nodeType, config, models);
@@ -106,7 +106,7 @@ RequestTimes request(const Connection& connection, const RequestOptions& options
         const auto send = [&] { session->send("", inputs, outputs); };
         return {opened, repeat(session.get(), send, outputs.size(), options.repeat)};
     }
-    const auto service = findService<ModelManagerService>(connection.instance);
+    const auto service = connect<ModelManagerService>(connection, kMayTakeLong);
     const Stopwatch opening;
     const auto session = withProgress("opening the session", [&] {
         return std::make_unique<ManagerSession>(service, kClientId, config, models);

@@ -11,6 +11,7 @@
 #include "client/commands/Commands.h"
 #include "client/commands/Requests.h"
 #include "client/commands/RunTensors.h"
+#include "client/io/Output.h"
 
 namespace orva::client {
 
@@ -55,12 +56,21 @@ void print(const RunTensors& tensors, const RequestTimes& times, const Options& 
 }
 
 void run(const Connection& connection, const Options& options) {
-    RunTensors tensors(options.sources, options.request);
+    const RunTensors tensors(options.sources, options.request);
+    if (!options.outputFolder.empty()) {
+        requireOutputFolder(options.outputFolder);
+        std::vector<std::string> sources = options.sources.inputs;
+        sources.insert(sources.end(), {options.sources.model, options.sources.image});
+        for (const std::string& path : tensors.outputFiles(options.outputFolder)) {
+            requireOutputFile(path, sources);
+        }
+    }
     const RequestTimes times = request(connection, options.request, options.node, configOf(options),
                                        tensors.models(), tensors.inputs(), tensors.outputs());
     print(tensors, times, options);
     if (!options.outputFolder.empty()) {
-        for (const std::string& path : tensors.save(options.outputFolder)) {
+        tensors.save(options.outputFolder);
+        for (const std::string& path : tensors.outputFiles(options.outputFolder)) {
             if (!options.json) {
                 printf("saved %s\n", path.c_str());
             }
@@ -71,7 +81,12 @@ void run(const Connection& connection, const Options& options) {
 }  // namespace
 
 void addRun(CLI::App* app, const Connection* connection) {
-    CLI::App* command = app->add_subcommand("run", "Run a model on a picture or on raw tensors");
+    CLI::App* command =
+            addCommand(app, "run", "Run a model on a picture or on raw tensors",
+                       {"run --model m.onnx --image p.png --scale 0.00392 --json",
+                        "run --model m.onnx --input a.bin --input b.bin --output results/",
+                        "run --node echo --input a.bin --repeat 1000",
+                        "run --service model-manager --bind --model a.orva --input a.bin"});
     const auto options = std::make_shared<Options>();
     RunSources& sources = options->sources;
     command->add_option("--model", sources.model, "The model (ONNX)");

@@ -13,7 +13,7 @@
 #include <nlohmann/json.hpp>
 
 #include "client/io/File.h"
-#include "client/io/Picture.h"
+#include "client/io/PictureFile.h"
 #include "client/model/ModelFile.h"
 #include "client/report/Progress.h"
 
@@ -69,7 +69,7 @@ RunTensors::RunTensors(const RunSources& sources, const RequestOptions& options)
         addOutputs(sources.outputShapes.empty() ? shapes : shapesOf(sources.outputShapes, {}));
         return;
     }
-    ModelFile file = withProgress("reading", [&] { return ModelFile(sources.model); });
+    const ModelFile file = withProgress("reading", [&] { return ModelFile(sources.model); });
     const ModelOutline model = file.pick(options.modelName);
     if (!sources.image.empty()) {
         if (model.inputs.size() != 1) {
@@ -89,7 +89,7 @@ RunTensors::RunTensors(const RunSources& sources, const RequestOptions& options)
     }
     addOutputs(sources.outputShapes.empty() ? model.outputs
                                             : shapesOf(sources.outputShapes, model.outputs));
-    models_.push_back(std::move(file).take());
+    models_.push_back(withProgress("reading", [&] { return file.load(); }));
 }
 
 void RunTensors::addImage(const std::string& path, TensorShape shape) {
@@ -102,9 +102,9 @@ void RunTensors::addImage(const std::string& path, TensorShape shape) {
     const int64_t channels = shape.dims[planes ? 1 : 3];
     const auto height = static_cast<int>(shape.dims[planes ? 2 : 1]);
     const auto width = static_cast<int>(shape.dims[planes ? 3 : 2]);
-    const Picture picture(path);
-    const std::vector<uint8_t> bytes =
-            channels == 1 ? picture.grey(width, height) : picture.stretched(width, height, planes);
+    const Pixels picture = readPicture(path);
+    const std::vector<uint8_t> bytes = channels == 1 ? grey(picture, width, height)
+                                                     : stretched(picture, width, height, planes);
     // The node makes floats of bytes where the model wants floats.
     shape.type = ElementType::kUint8;
     inputs_.emplace_back(shape.attributes(), bytes.size(), tensorType_);
@@ -112,19 +112,27 @@ void RunTensors::addImage(const std::string& path, TensorShape shape) {
 }
 
 void RunTensors::addFile(const std::string& path, const TensorShape* shape) {
-    const SharedRegion bytes = readIntoRegion(path, "orva input file");
-    TensorShape taken = {"", ElementType::kUint8, {static_cast<int64_t>(bytes.size())}};
+    const size_t size = sizeOfFile(path);
+    if (shape == nullptr && size > kMostTensorBytes) {
+        throw std::runtime_error(path + " has " + sizeText(size) + "; a tensor has at most " +
+                                 sizeText(kMostTensorBytes));
+    }
+    TensorShape taken = {"", ElementType::kUint8, {static_cast<int64_t>(size)}};
     if (shape != nullptr) {
-        if (bytes.size() != shape->bytes()) {
-            throw std::runtime_error(path + " has " + std::to_string(bytes.size()) +
+        if (size != shape->bytes()) {
+            throw std::runtime_error(path + " has " + std::to_string(size) +
                                      " bytes, but the model's input '" + shape->name + "' (" +
                                      nameOf(shape->type) + " " + shape->text() + ") takes " +
                                      std::to_string(shape->bytes()));
         }
         taken = *shape;
     }
-    inputs_.emplace_back(taken.attributes(), bytes.size(), tensorType_);
-    std::memcpy(inputs_.back().data(), bytes.data(), bytes.size());
+    const FileBytes file(path);
+    inputs_.emplace_back(taken.attributes(), size, tensorType_);
+    if (file.size() != size) {
+        throw std::runtime_error(path + " is being written to");
+    }
+    file.copyTo(inputs_.back().data());
 }
 
 void RunTensors::addOutputs(std::vector<TensorShape> shapes) {
@@ -142,14 +150,19 @@ std::vector<OutputSummary> RunTensors::summaries() const {
     return summaries;
 }
 
-std::vector<std::string> RunTensors::save(const std::string& folder) const {
-    std::filesystem::create_directories(folder);
+std::vector<std::string> RunTensors::outputFiles(const std::string& folder) const {
     std::vector<std::string> paths;
     for (size_t i = 0; i < outputs_.size(); ++i) {
         paths.push_back(std::filesystem::path(folder) / fileName(i, outputShapes_[i].name));
-        writeFile(paths.back(), outputs_[i].data(), outputs_[i].size());
     }
     return paths;
+}
+
+void RunTensors::save(const std::string& folder) const {
+    const std::vector<std::string> paths = outputFiles(folder);
+    for (size_t i = 0; i < outputs_.size(); ++i) {
+        writeFile(paths[i], outputs_[i].data(), outputs_[i].size());
+    }
 }
 
 OutputSummary OutputSummary::of(const TensorShape& shape, const Tensor& tensor) {

@@ -50,8 +50,9 @@ public:
     const std::vector<Tensor>& outputs() const { return outputs_; }
 
     std::vector<OutputSummary> summaries() const;
-    // Writes each output's bytes to a file of its own and answers their paths.
-    std::vector<std::string> save(const std::string& folder) const;
+    // The files that save() writes each output's bytes to.
+    std::vector<std::string> outputFiles(const std::string& folder) const;
+    void save(const std::string& folder) const;
 
 private:
     void addImage(const std::string& path, TensorShape shape);

@@ -9,11 +9,12 @@
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
-#include <fstream>
+#include <stdexcept>
 #include <system_error>
+#include <utility>
 
-#include <android-base/unique_fd.h>
 #include <fcntl.h>
+#include <sys/mman.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -27,6 +28,19 @@ constexpr size_t kPiece = 4 << 20;
 
 [[noreturn]] void fail(const std::string& what, const std::string& path) {
     throw std::system_error(errno != 0 ? errno : EIO, std::generic_category(), what + " " + path);
+}
+
+size_t checkedSize(const struct stat& info, const std::string& path) {
+    if (S_ISDIR(info.st_mode)) {
+        throw std::runtime_error("cannot read " + path + ": it is a folder");
+    }
+    if (!S_ISREG(info.st_mode)) {
+        throw std::runtime_error("cannot read " + path + ": it is no regular file");
+    }
+    if (info.st_size == 0) {
+        throw std::runtime_error(path + " is empty");
+    }
+    return static_cast<size_t>(info.st_size);
 }
 
 bool writeAll(int fd, const uint8_t* data, size_t size) {
@@ -44,44 +58,51 @@ bool writeAll(int fd, const uint8_t* data, size_t size) {
 }  // namespace
 
 size_t sizeOfFile(const std::string& path) {
-    errno = 0;
-    if (std::filesystem::is_directory(path)) {
-        errno = EISDIR;
+    struct stat info = {};
+    if (stat(path.c_str(), &info) != 0) {
         fail("cannot read", path);
     }
-    std::error_code error;
-    const uintmax_t size = std::filesystem::file_size(path, error);
-    if (error) {
-        errno = error.value();
-        fail("cannot read", path);
-    }
-    if (size == 0) {
-        throw std::runtime_error(path + " is empty");
-    }
-    return size;
+    return checkedSize(info, path);
 }
 
-SharedRegion readIntoRegion(const std::string& path, const std::string& regionName,
-                            const std::function<void(size_t)>& advance) {
-    const size_t size = sizeOfFile(path);
-    errno = 0;
-    std::ifstream file(path, std::ios::binary);
-    if (!file) {
+FileBytes::FileBytes(const std::string& path)
+        : path_(path), file_(open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK)) {
+    struct stat info = {};
+    if (file_ < 0 || fstat(file_, &info) != 0) {
         fail("cannot read", path);
     }
-    SharedRegion region(regionName, size);
-    for (size_t done = 0; done < size;) {
-        const size_t piece = std::min(kPiece, size - done);
-        if (!file.read(reinterpret_cast<char*>(region.data() + done),
-                       static_cast<std::streamsize>(piece))) {
-            fail("cannot read", path);
+    size_ = checkedSize(info, path);
+    address_ = mmap(nullptr, size_, PROT_READ, MAP_PRIVATE, file_, 0);
+    if (address_ == MAP_FAILED) {
+        fail("cannot map", path);
+    }
+}
+
+FileBytes::~FileBytes() {
+    if (address_ != nullptr) {
+        munmap(address_, size_);
+    }
+}
+
+FileBytes::FileBytes(FileBytes&& other) noexcept
+        : path_(std::move(other.path_)),
+          file_(std::move(other.file_)),
+          size_(other.size_),
+          address_(std::exchange(other.address_, nullptr)) {}
+
+void FileBytes::copyTo(uint8_t* target, const std::function<void(size_t)>& advance) const {
+    for (size_t done = 0; done < size_;) {
+        const ssize_t piece = TEMP_FAILURE_RETRY(pread(
+                file_, target + done, std::min(kPiece, size_ - done), static_cast<off_t>(done)));
+        if (piece <= 0) {
+            errno = piece == 0 ? 0 : errno;
+            fail("cannot read all of", path_);
         }
-        done += piece;
+        done += static_cast<size_t>(piece);
         if (advance) {
-            advance(piece);
+            advance(static_cast<size_t>(piece));
         }
     }
-    return region;
 }
 
 void writeFile(const std::string& path, const uint8_t* data, size_t size) {

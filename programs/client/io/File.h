@@ -4,21 +4,42 @@
  */
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <functional>
 #include <string>
 #include <vector>
 
-#include "client/lib/SharedRegion.h"
+#include <android-base/unique_fd.h>
 
 namespace orva::client {
 
-// All throw std::system_error that names the file. An empty file counts as an error of the caller:
-// nothing here has a use for one.
+// All throw std::exception that names the file. An empty file counts as an error of the caller:
+// nothing here has a use for one; so does a folder, a pipe and a device.
 size_t sizeOfFile(const std::string& path);
-// `advance` is told, as it goes, of bytes that have been read.
-SharedRegion readIntoRegion(const std::string& path, const std::string& regionName,
-                            const std::function<void(size_t)>& advance = nullptr);
+
+// A file's bytes, mapped: what nobody looks at is not read.
+class FileBytes {
+public:
+    explicit FileBytes(const std::string& path);
+    ~FileBytes();
+    FileBytes(FileBytes&& other) noexcept;
+    FileBytes& operator=(FileBytes&&) = delete;
+
+    const uint8_t* data() const { return static_cast<const uint8_t*>(address_); }
+    size_t size() const { return size_; }
+
+    // Copies all of it, not through the mapping: a file that has become shorter meanwhile is an
+    // error. `advance` is told, as it goes, of bytes that have been read.
+    void copyTo(uint8_t* target, const std::function<void(size_t)>& advance = nullptr) const;
+
+private:
+    std::string path_;
+    android::base::unique_fd file_;
+    size_t size_;
+    void* address_;
+};
+
 // The file has all of the bytes, or is as it was.
 void writeFile(const std::string& path, const uint8_t* data, size_t size);
 

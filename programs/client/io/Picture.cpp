@@ -6,120 +6,124 @@
 
 #include <algorithm>
 #include <cmath>
-#include <cstdio>
-#include <filesystem>
-#include <stdexcept>
-
-#include <opencv2/imgcodecs.hpp>
-#include <opencv2/imgproc.hpp>
+#include <cstring>
 
 namespace orva::client {
 
 namespace {
 
-const cv::Scalar kBoxColour(80, 220, 60);
-const cv::Scalar kPointColour(40, 200, 255);
-const cv::Scalar kTextColour(0, 0, 0);
+constexpr size_t kChannels = 3;
 
-cv::Mat resized(const cv::Mat& pixels, int width, int height) {
-    cv::Mat result;
-    const bool shrinks = width < pixels.cols || height < pixels.rows;
-    cv::resize(pixels, result, {width, height}, 0, 0, shrinks ? cv::INTER_AREA : cv::INTER_LINEAR);
-    return result;
+// The pixels of a line that one of the result is made of, and how much each counts.
+struct Share {
+    int begin;
+    std::vector<float> weights;
+};
+
+// Where the line shrinks: each pixel by how much of it the result's covers.
+Share covered(double from, double to, int length) {
+    const int begin = std::clamp(static_cast<int>(std::floor(from)), 0, length - 1);
+    Share share = {begin, {}};
+    for (int i = begin; i < length && i < to; ++i) {
+        const double part = std::min(to, i + 1.0) - std::max(from, static_cast<double>(i));
+        share.weights.push_back(static_cast<float>(part / (to - from)));
+    }
+    return share;
 }
 
-cv::Mat converted(const cv::Mat& pixels, int code) {
-    cv::Mat result;
-    cv::cvtColor(pixels, result, code);
-    return result;
+// Where it grows: the two whose middles lie around the middle of the result's.
+Share between(double middle, int length) {
+    const double at = std::clamp(middle - 0.5, 0.0, length - 1.0);
+    const int begin = std::min(static_cast<int>(at), std::max(0, length - 2));
+    const auto second = static_cast<float>(at - begin);
+    return length == 1 ? Share{0, {1}} : Share{begin, {1 - second, second}};
 }
 
-std::vector<uint8_t> bytesOf(const cv::Mat& pixels) {
-    const cv::Mat whole = pixels.isContinuous() ? pixels : pixels.clone();
-    return {whole.data, whole.data + whole.total() * whole.elemSize()};
+std::vector<Share> sharesOf(int length, int resultLength) {
+    const double scale = static_cast<double>(length) / resultLength;
+    std::vector<Share> shares;
+    for (int i = 0; i < resultLength; ++i) {
+        shares.push_back(scale > 1 ? covered(i * scale, (i + 1) * scale, length)
+                                   : between((i + 0.5) * scale, length));
+    }
+    return shares;
 }
 
 }  // namespace
 
-Picture::Picture(const std::string& path) {
-    // The library would answer with a line of its own.
-    if (!std::filesystem::is_regular_file(path)) {
-        throw std::runtime_error("cannot read the picture " + path + ": there is no such file");
+Pixels::Pixels(int width, int height)
+        : width(width),
+          height(height),
+          bytes(kChannels * static_cast<size_t>(width) * static_cast<size_t>(height)) {}
+
+Pixels resized(const Pixels& picture, int width, int height) {
+    const std::vector<Share> columns = sharesOf(picture.width, width);
+    const std::vector<Share> rows = sharesOf(picture.height, height);
+    Pixels result(width, height);
+    // One row of the picture's width at a time, then its columns.
+    std::vector<float> row(kChannels * static_cast<size_t>(picture.width));
+    for (int y = 0; y < height; ++y) {
+        const Share& lines = rows[static_cast<size_t>(y)];
+        std::fill(row.begin(), row.end(), 0.F);
+        for (size_t i = 0; i < lines.weights.size(); ++i) {
+            const uint8_t* const line = picture.at(0, lines.begin + static_cast<int>(i));
+            for (size_t x = 0; x < row.size(); ++x) {
+                row[x] += lines.weights[i] * line[x];
+            }
+        }
+        for (int x = 0; x < width; ++x) {
+            const Share& pixels = columns[static_cast<size_t>(x)];
+            for (size_t channel = 0; channel < kChannels; ++channel) {
+                const float* value = &row[kChannels * static_cast<size_t>(pixels.begin) + channel];
+                float sum = 0;
+                for (const float weight : pixels.weights) {
+                    sum += weight * *value;
+                    value += kChannels;
+                }
+                result.at(x, y)[channel] = static_cast<uint8_t>(std::lrint(sum));
+            }
+        }
     }
-    try {
-        pixels_ = cv::imread(path, cv::IMREAD_COLOR);
-    } catch (const cv::Exception& error) {
-        throw std::runtime_error("cannot read the picture " + path + ": " + error.err);
-    }
-    if (pixels_.empty()) {
-        throw std::runtime_error("cannot read the picture " + path + ": it is no picture");
-    }
+    return result;
 }
 
-std::vector<uint8_t> Picture::stretched(int width, int height, bool planes) const {
-    const cv::Mat rgb = converted(resized(pixels_, width, height), cv::COLOR_BGR2RGB);
+std::vector<uint8_t> stretched(const Pixels& picture, int width, int height, bool planes) {
+    Pixels pixels = resized(picture, width, height);
     if (!planes) {
-        return bytesOf(rgb);
+        return std::move(pixels.bytes);
     }
-    std::vector<uint8_t> bytes;
-    for (int channel = 0; channel < rgb.channels(); ++channel) {
-        cv::Mat plane;
-        cv::extractChannel(rgb, plane, channel);
-        const std::vector<uint8_t> part = bytesOf(plane);
-        bytes.insert(bytes.end(), part.begin(), part.end());
+    const size_t count = pixels.bytes.size() / kChannels;
+    std::vector<uint8_t> bytes(pixels.bytes.size());
+    for (size_t i = 0; i < bytes.size(); ++i) {
+        bytes[i % kChannels * count + i / kChannels] = pixels.bytes[i];
     }
     return bytes;
 }
 
-std::vector<uint8_t> Picture::grey(int width, int height) const {
-    return bytesOf(converted(resized(pixels_, width, height), cv::COLOR_BGR2GRAY));
+std::vector<uint8_t> grey(const Pixels& picture, int width, int height) {
+    const Pixels pixels = resized(picture, width, height);
+    std::vector<uint8_t> shades(pixels.bytes.size() / kChannels);
+    for (size_t i = 0; i < shades.size(); ++i) {
+        // How bright the eye finds each colour, in parts of 1000.
+        const uint8_t* const pixel = &pixels.bytes[kChannels * i];
+        shades[i] = static_cast<uint8_t>((299 * pixel[0] + 587 * pixel[1] + 114 * pixel[2] + 500) /
+                                         1000);
+    }
+    return shades;
 }
 
-std::vector<uint8_t> Picture::fitted(int edge, Placement* placement) const {
-    const double scale = static_cast<double>(edge) / std::max(width(), height());
-    const int fittedWidth = std::max(1, static_cast<int>(std::lround(width() * scale)));
-    const int fittedHeight = std::max(1, static_cast<int>(std::lround(height() * scale)));
-    *placement = {scale, (edge - fittedWidth) / 2, (edge - fittedHeight) / 2};
-
-    cv::Mat canvas(edge, edge, CV_8UC3, cv::Scalar::all(0));
-    const cv::Rect place(placement->left, placement->top, fittedWidth, fittedHeight);
-    resized(pixels_, fittedWidth, fittedHeight).copyTo(canvas(place));
-    return bytesOf(converted(canvas, cv::COLOR_BGR2RGB));
-}
-
-void Picture::draw(const Face& face) {
-    // Lines and letters that can be seen on a picture of any size.
-    const int line = std::max(1, std::min(width(), height()) / 200);
-    const double letters = std::max(0.4, std::min(width(), height()) / 900.0);
-    const cv::Rect box(cvRound(face.left), cvRound(face.top), cvRound(face.width),
-                       cvRound(face.height));
-    cv::rectangle(pixels_, box, kBoxColour, line, cv::LINE_AA);
-    for (const Point& point : face.keyPoints) {
-        cv::circle(pixels_, {cvRound(point.x), cvRound(point.y)}, 2 * line, kPointColour,
-                   cv::FILLED, cv::LINE_AA);
+std::vector<uint8_t> fitted(const Pixels& picture, int edge, Placement* placement) {
+    const double scale = static_cast<double>(edge) / std::max(picture.width, picture.height);
+    const int width = std::max(1, static_cast<int>(std::lround(picture.width * scale)));
+    const int height = std::max(1, static_cast<int>(std::lround(picture.height * scale)));
+    *placement = {scale, (edge - width) / 2, (edge - height) / 2};
+    const Pixels inside = resized(picture, width, height);
+    Pixels canvas(edge, edge);
+    for (int y = 0; y < height; ++y) {
+        std::memcpy(canvas.at(placement->left, placement->top + y), inside.at(0, y),
+                    kChannels * static_cast<size_t>(width));
     }
-
-    char text[32];
-    snprintf(text, sizeof text, "face %.2f", static_cast<double>(face.score));
-    int below = 0;
-    const cv::Size size = cv::getTextSize(text, cv::FONT_HERSHEY_SIMPLEX, letters, 1, &below);
-    const int top = std::max(0, box.y - size.height - below - line);
-    cv::rectangle(pixels_, {box.x, top, size.width + 4, size.height + below + line}, kBoxColour,
-                  cv::FILLED);
-    cv::putText(pixels_, text, {box.x + 2, top + size.height + line}, cv::FONT_HERSHEY_SIMPLEX,
-                letters, kTextColour, 1, cv::LINE_AA);
-}
-
-void Picture::save(const std::string& path) const {
-    bool written = false;
-    try {
-        written = cv::imwrite(path, pixels_);
-    } catch (const cv::Exception& error) {
-        throw std::runtime_error("cannot write " + path + ": " + error.err);
-    }
-    if (!written) {
-        throw std::runtime_error("cannot write " + path);
-    }
+    return std::move(canvas.bytes);
 }
 
 }  // namespace orva::client

@@ -4,14 +4,28 @@
  */
 #pragma once
 
+#include <cstddef>
+#include <cstdint>
 #include <string>
 #include <vector>
 
-#include <opencv2/core/mat.hpp>
-
-#include "client/faces/FaceDecoder.h"
-
 namespace orva::client {
+
+// Rows of pixels, three bytes each: red, green, blue.
+struct Pixels {
+    int width = 0;
+    int height = 0;
+    std::vector<uint8_t> bytes;
+
+    Pixels() = default;
+    // All black.
+    Pixels(int width, int height);
+    uint8_t* at(int x, int y) {
+        return &bytes[3 * (static_cast<size_t>(y) * static_cast<size_t>(width) +
+                           static_cast<size_t>(x))];
+    }
+    const uint8_t* at(int x, int y) const { return const_cast<Pixels*>(this)->at(x, y); }
+};
 
 // Where a picture lies in a canvas that it was fitted into.
 struct Placement {
@@ -20,30 +34,14 @@ struct Placement {
     int top;
 };
 
-// A colour picture, 8 bits for each of blue, green and red.
-class Picture {
-public:
-    // Throws std::runtime_error when the file is no picture that can be read.
-    explicit Picture(const std::string& path);
+// The picture stretched to a size: the mean of the pixels that one of the result covers where it
+// shrinks, linear between neighbours where it grows.
+Pixels resized(const Pixels& picture, int width, int height);
 
-    int width() const { return pixels_.cols; }
-    int height() const { return pixels_.rows; }
-
-    // The picture stretched to a size, in the order red, green, blue by pixel, or as whole planes.
-    std::vector<uint8_t> stretched(int width, int height, bool planes) const;
-    // The picture in a single shade.
-    std::vector<uint8_t> grey(int width, int height) const;
-    // The whole picture in the middle of a black square, in its own proportions; red, green, blue.
-    std::vector<uint8_t> fitted(int edge, Placement* placement) const;
-
-    // Draws a box with its score, and the key points. `face` is in pixels of this picture.
-    void draw(const Face& face);
-    // Throws std::runtime_error when the file cannot be written. The name's ending chooses the
-    // form.
-    void save(const std::string& path) const;
-
-private:
-    cv::Mat pixels_;
-};
+// What models take: red, green, blue by pixel, or as whole planes; a single shade; or the whole
+// picture in the middle of a black square, in its own proportions.
+std::vector<uint8_t> stretched(const Pixels& picture, int width, int height, bool planes);
+std::vector<uint8_t> grey(const Pixels& picture, int width, int height);
+std::vector<uint8_t> fitted(const Pixels& picture, int edge, Placement* placement);
 
 }  // namespace orva::client

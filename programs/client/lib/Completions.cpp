@@ -59,4 +59,9 @@ void CompletionQueue::end() {
     arrived_.broadcast();
 }
 
+bool CompletionQueue::hasEnded() {
+    const Mutex::Autolock lock(lock_);
+    return ended_;
+}
+
 }  // namespace orva::client

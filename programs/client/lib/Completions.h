@@ -31,13 +31,16 @@ struct Completion {
 // Results that are kept until they are asked for. Every operation may be called from any thread.
 class CompletionQueue {
 public:
-    // The next result; empty when none has come within `limit`, or the service has died.
+    static constexpr std::chrono::milliseconds kForEver = std::chrono::hours(24 * 365 * 100);
+
+    // The next result; empty when none has come within `limit`, or none will.
     std::optional<Completion> await(std::chrono::milliseconds limit);
     void add(int32_t result, const android::hardware::hidl_string& context,
              const android::hardware::hidl_vec<vendor::selkat::hardware::ai::V2_0::AITensorHandle>&
                      outputs);
     // Nothing more will come: whoever waits need not.
     void end();
+    bool hasEnded();
 
 private:
     android::Mutex lock_;

@@ -8,7 +8,6 @@ namespace orva::client {
 
 using android::sp;
 using android::hardware::hidl_vec;
-using android::hardware::Return;
 using vendor::selkat::hardware::ai::V2_0::ModelBuffer;
 using vendor::selkat::hardware::ai::V2_0::TensorDimension;
 
@@ -27,11 +26,6 @@ std::vector<Dimensions> dimensionsOf(const hidl_vec<TensorDimension>& tensors) {
     return dimensions;
 }
 
-int32_t answerOf(const Return<int32_t>& answer, const char* asked) {
-    requireAnswer(answer, asked);
-    return answer;
-}
-
 }  // namespace
 
 ManagerSession::ManagerSession(const sp<ModelManagerService>& service, int32_t clientId,
@@ -40,36 +34,40 @@ ManagerSession::ManagerSession(const sp<ModelManagerService>& service, int32_t c
 
 void ManagerSession::bind(const std::string& context, const std::vector<Tensor>& inputs,
                           const std::vector<Tensor>& outputs) {
-    requireSuccess(service().SetInputsAndOutputs(clientId(), context, handlesOf(inputs),
-                                                 handlesOf(outputs)),
-                   "binding the tensors");
+    requireSuccess("binding the tensors", [&] {
+        return service().SetInputsAndOutputs(clientId(), context, handlesOf(inputs),
+                                             handlesOf(outputs));
+    });
 }
 
 void ManagerSession::start(const std::string& context) {
-    requireSuccess(service().StartCompute(clientId(), context), "starting the computation");
+    requireSuccess("starting the computation",
+                   [&] { return service().StartCompute(clientId(), context); });
 }
 
 ModelDimensions ManagerSession::dimensions(const std::string& model) {
     const std::string asked = "asking for the dimensions of the model '" + model + "'";
     ModelDimensions dimensions;
     int32_t status = 0;
-    requireAnswer(service().GetModelIOTensorDim(
-                          clientId(), model,
-                          [&](const auto& inputs, const auto& outputs, int32_t result) {
-                              dimensions = {dimensionsOf(inputs), dimensionsOf(outputs)};
-                              status = result;
-                          }),
-                  asked);
+    answerTo(asked, [&] {
+        return service().GetModelIOTensorDim(
+                clientId(), model, [&](const auto& inputs, const auto& outputs, int32_t result) {
+                    dimensions = {dimensionsOf(inputs), dimensionsOf(outputs)};
+                    status = result;
+                });
+    });
     requireSuccess(status, asked);
     return dimensions;
 }
 
 int32_t ManagerSession::maxUsedMemory() {
-    return answerOf(service().GetMaxUsedMemory(clientId()), "asking for the memory");
+    return answerTo("asking for the memory",
+                    [&] { return service().GetMaxUsedMemory(clientId()); });
 }
 
 int32_t ManagerSession::validity() {
-    return answerOf(service().CheckModelValid(clientId()), "asking for the validity");
+    return answerTo("asking for the validity",
+                    [&] { return service().CheckModelValid(clientId()); });
 }
 
 size_t ManagerSession::build(const std::vector<Model>& sources, const SharedRegion& output,
@@ -79,12 +77,13 @@ size_t ManagerSession::build(const std::vector<Model>& sources, const SharedRegi
     result.size = output.size();
     uint32_t size = 0;
     int32_t status = 0;
-    requireAnswer(service().BuildModel(clientId(), kBuildContext, param, buffersOf(sources), result,
-                                       [&](uint32_t built, int32_t answer) {
-                                           size = built;
-                                           status = answer;
-                                       }),
-                  kBuilding);
+    answerTo(kBuilding, [&] {
+        return service().BuildModel(clientId(), kBuildContext, param, buffersOf(sources), result,
+                                    [&](uint32_t built, int32_t answer) {
+                                        size = built;
+                                        status = answer;
+                                    });
+    });
     requireSuccess(status, kBuilding);
     if (size > output.size()) {
         throw ServiceError("compiling: the service says that it wrote more than there is room for",
@@ -94,8 +93,8 @@ size_t ManagerSession::build(const std::vector<Model>& sources, const SharedRegi
 }
 
 int32_t checkCompatibility(ModelManagerService& service, const Model& model) {
-    return answerOf(service.CheckModelCompatibility(0, model.buffer()),
-                    "asking for the compatibility");
+    return answerTo("asking for the compatibility",
+                    [&] { return service.CheckModelCompatibility(0, model.buffer()); });
 }
 
 }  // namespace orva::client

@@ -6,9 +6,9 @@
 
 #include <orva/reference/NodeStatus.h>
 
-namespace orva::client {
+#include "client/lib/TimeLimit.h"
 
-using android::hardware::Return;
+namespace orva::client {
 
 namespace {
 
@@ -53,9 +53,14 @@ void requireSuccess(int32_t status, const std::string& asked) {
     }
 }
 
-void requireSuccess(const Return<int32_t>& answer, const std::string& asked) {
-    requireAnswer(answer, asked);
-    requireSuccess(static_cast<int32_t>(answer), asked);
+void throwNoAnswer(const std::string& asked, std::chrono::nanoseconds taken,
+                   const std::string& why) {
+    const std::chrono::milliseconds limit = timeLimit();
+    const bool late = limit.count() > 0 && taken >= limit;
+    throw ServiceError(asked + ": " +
+                               (late ? tooLong("the service did not answer", limit)
+                                     : "the call did not come through (" + why + ")"),
+                       -1);
 }
 
 }  // namespace orva::client

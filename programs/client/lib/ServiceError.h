@@ -4,9 +4,11 @@
  */
 #pragma once
 
+#include <chrono>
 #include <cstdint>
 #include <stdexcept>
 #include <string>
+#include <utility>
 
 #include <hidl/Status.h>
 
@@ -28,15 +30,28 @@ private:
 // For messages: "status 103 (the tensors do not fit)".
 std::string statusText(int32_t status);
 
-// Throws ServiceError when a call did not come through. `asked` names it.
-template <typename T>
-void requireAnswer(const android::hardware::Return<T>& answer, const std::string& asked) {
+// Throws that a call, named by `asked`, did not come through: the service took longer than the time
+// limit, died, or could not be told.
+[[noreturn]] void throwNoAnswer(const std::string& asked, std::chrono::nanoseconds taken,
+                                const std::string& why);
+
+// Makes a call and returns its answer; throws ServiceError when it did not come through.
+template <typename Call>
+auto answerTo(const std::string& asked, const Call& call) {
+    const auto begin = std::chrono::steady_clock::now();
+    auto answer = call();
     if (!answer.isOk()) {
-        throw ServiceError(asked + ": " + answer.description(), -1);
+        throwNoAnswer(asked, std::chrono::steady_clock::now() - begin, answer.description());
     }
+    return answer;
 }
-// The same, and when the service answered with a status that is not 0.
+
+// Throws ServiceError when a service has answered with a status that is not 0.
 void requireSuccess(int32_t status, const std::string& asked);
-void requireSuccess(const android::hardware::Return<int32_t>& answer, const std::string& asked);
+// The same of a call that answers a status, or does not come through.
+template <typename Call, typename = decltype(std::declval<Call>()())>
+void requireSuccess(const std::string& asked, const Call& call) {
+    requireSuccess(static_cast<int32_t>(answerTo(asked, call)), asked);
+}
 
 }  // namespace orva::client

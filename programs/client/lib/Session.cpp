@@ -4,7 +4,7 @@
  */
 #include "client/lib/Session.h"
 
-#include <orva_platform/Runtime.h>
+#include "client/lib/TimeLimit.h"
 
 namespace orva::client {
 
@@ -44,18 +44,6 @@ ModelBuffer Model::buffer() const {
     return buffer;
 }
 
-template <typename Service>
-sp<Service> findService(const std::string& instance) {
-    sp<Service> service = Service::getService(instance);
-    if (service == nullptr) {
-        throw ServiceError("no " + std::string(Service::descriptor) + " '" + instance + "' in " +
-                                   orva_platform::serviceDirectory() +
-                                   "; start orva-host, or name its folder with --socket-dir",
-                           -1);
-    }
-    return service;
-}
-
 hidl_vec<ModelBuffer> buffersOf(const std::vector<Model>& models) {
     hidl_vec<ModelBuffer> buffers;
     buffers.resize(models.size());
@@ -82,12 +70,14 @@ BasicSession<Service, Listener>::BasicSession(sp<Service> service, int32_t clien
           clientId_(clientId),
           completions_(new CompletionsOf<Listener>) {
     try {
-        requireSuccess(service_->Init(clientId_, type, config, buffersOf(models)),
-                       "opening a session of type '" + type + "'");
+        requireSuccess("opening a session of type '" + type + "'",
+                       [&] { return service_->Init(clientId_, type, config, buffersOf(models)); });
         death_ = new ServiceDeath<Listener>(completions_);
         service_->linkToDeath(death_, 0).isOk();
-        requireSuccess(service_->SetListener(-clientId_, completions_), "registering the listener");
-        requireSuccess(service_->SetListener(clientId_, nullptr), "asking for the results");
+        requireSuccess("registering the listener",
+                       [&] { return service_->SetListener(-clientId_, completions_); });
+        requireSuccess("asking for the results",
+                       [&] { return service_->SetListener(clientId_, nullptr); });
     } catch (...) {
         // Also when it was refused: the session of a model that could not be mapped is there.
         close();
@@ -113,22 +103,23 @@ template <typename Service, typename Listener>
 void BasicSession<Service, Listener>::send(const std::string& context,
                                            const std::vector<Tensor>& inputs,
                                            const std::vector<Tensor>& outputs, int32_t param) {
-    requireSuccess(
-            service_->Process(clientId_, context, handlesOf(inputs), handlesOf(outputs), param),
-            "the request");
+    requireSuccess("the request", [&] {
+        return service_->Process(clientId_, context, handlesOf(inputs), handlesOf(outputs), param);
+    });
 }
 
 template <typename Service, typename Listener>
-Completion BasicSession<Service, Listener>::await(std::chrono::milliseconds limit) {
-    auto completion = completions_->await(limit);
+Completion BasicSession<Service, Listener>::await() {
+    const std::chrono::milliseconds limit = timeLimit();
+    auto completion = completions_->await(limit.count() > 0 ? limit : CompletionQueue::kForEver);
     if (!completion) {
-        throw ServiceError("no result came: the service has died or takes too long", -1);
+        throw ServiceError(completions_->hasEnded() ? "the service died before a result came"
+                                                    : tooLong("no result came", limit),
+                           -1);
     }
     return std::move(*completion);
 }
 
-template sp<AIService> findService(const std::string&);
-template sp<ModelManagerService> findService(const std::string&);
 template class BasicSession<AIService, IAIServiceListener>;
 template class BasicSession<ModelManagerService, IModelManagerListener>;
 

@@ -4,23 +4,17 @@
  */
 #pragma once
 
-#include <chrono>
 #include <cstdint>
 #include <string>
 #include <vector>
 
-#include <vendor/selkat/hardware/ai/2.1/IAIService.h>
-#include <vendor/selkat/hardware/ai/2.1/IModelManagerService.h>
-
 #include "client/lib/Completions.h"
+#include "client/lib/FindService.h"
 #include "client/lib/ServiceError.h"
 #include "client/lib/SharedRegion.h"
 #include "client/lib/Tensor.h"
 
 namespace orva::client {
-
-using AIService = vendor::selkat::hardware::ai::V2_1::IAIService;
-using ModelManagerService = vendor::selkat::hardware::ai::V2_1::IModelManagerService;
 
 // One model for a session to load: its description as text, its bytes in shared memory.
 struct Model {
@@ -30,11 +24,6 @@ struct Model {
     // As it travels; lends the descriptor, so valid as long as the model.
     vendor::selkat::hardware::ai::V2_0::ModelBuffer buffer() const;
 };
-
-// The service under an instance name. Throws ServiceError, saying how to start one, when nobody
-// serves it.
-template <typename Service = AIService>
-android::sp<Service> findService(const std::string& instance = "default");
 
 // Models and tensors as they travel in a call; they lend their descriptors.
 android::hardware::hidl_vec<vendor::selkat::hardware::ai::V2_0::ModelBuffer> buffersOf(
@@ -59,8 +48,8 @@ public:
     // Sends one request and returns once it is accepted.
     void send(const std::string& context, const std::vector<Tensor>& inputs,
               const std::vector<Tensor>& outputs, int32_t param = 0);
-    // The next result, in the order of their arrival.
-    Completion await(std::chrono::milliseconds limit = std::chrono::seconds(60));
+    // The next result, in the order of their arrival, waited for as setTimeLimit() says.
+    Completion await();
 
 protected:
     Service& service() const { return *service_; }

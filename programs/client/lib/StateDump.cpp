@@ -33,7 +33,7 @@ std::string stateOf(android::hidl::base::V1_0::IBase& service,
     hidl_vec<hidl_string> texts;
     texts.resize(options.size());
     std::copy(options.begin(), options.end(), texts.begin());
-    requireAnswer(service.debug(hidl_handle(handle), texts), "asking for the state");
+    answerTo("asking for the state", [&] { return service.debug(hidl_handle(handle), texts); });
 
     std::string state(static_cast<size_t>(lseek64(file, 0, SEEK_END)), '\0');
     const ssize_t size = pread(file, state.data(), state.size(), 0);

@@ -14,6 +14,7 @@
 
 #include "client/io/File.h"
 #include "client/lib/ServiceError.h"
+#include "client/report/Latency.h"
 
 namespace orva::client {
 
@@ -30,8 +31,26 @@ std::string describe(const std::string& path, bool compiled) {
             .dump(-1, ' ', true, nlohmann::json::error_handler_t::replace);
 }
 
-reference::ByteRange rangeOf(const SharedRegion& region) {
-    return {region.data(), region.size()};
+template <typename Bytes>
+reference::ByteRange rangeOf(const Bytes& bytes) {
+    return {bytes.data(), bytes.size()};
+}
+
+FileBytes openModel(const std::string& path) {
+    const size_t size = sizeOfFile(path);
+    if (size > kMostModelBytes) {
+        throw std::runtime_error(path + " has " + sizeText(size) + "; a model has at most " +
+                                 sizeText(kMostModelBytes));
+    }
+    return FileBytes(path);
+}
+
+Model modelOf(const std::string& path, const FileBytes& file,
+              const std::function<void(size_t)>& advance) {
+    SharedRegion bytes("orva model", file.size());
+    file.copyTo(bytes.data(), advance);
+    std::string description = describe(path, reference::IsCompiledModel(rangeOf(bytes)));
+    return {std::move(description), std::move(bytes)};
 }
 
 // The text form is checked against all limits, so what a file says goes the same way.
@@ -91,21 +110,21 @@ std::vector<ModelOutline> outlinesOf(const reference::CompiledModel& compiled) {
 }
 
 // Throws what is wrong with it. A source's model gets the name.
-std::vector<ModelOutline> outlinesIn(const Model& model, const std::string& name) {
-    const reference::ByteRange file = rangeOf(model.bytes);
+std::vector<ModelOutline> outlinesIn(const reference::ByteRange& file, const std::string& name) {
+    const bool isCompiled = reference::IsCompiledModel(file);
     reference::CompiledModel compiled;
     reference::OnnxModel onnx;
     std::string reason;
-    const bool whole = isCompiled(model) ? ReadCompiledModel(file, compiled, reason)
-                                         : ReadOnnxModel(file, onnx, reason);
+    const bool whole = isCompiled ? ReadCompiledModel(file, compiled, reason)
+                                  : ReadOnnxModel(file, onnx, reason);
     if (!whole) {
-        throw std::runtime_error(std::string("is no usable ") +
-                                 (isCompiled(model) ? "compiled" : "ONNX") + " model: " + reason);
+        throw std::runtime_error(std::string("is no usable ") + (isCompiled ? "compiled" : "ONNX") +
+                                 " model: " + reason);
     }
     try {
-        return isCompiled(model) ? outlinesOf(compiled)
-                                 : std::vector<ModelOutline>{
-                                           {name, shapesOf(onnx.inputs), shapesOf(onnx.outputs)}};
+        return isCompiled ? outlinesOf(compiled)
+                          : std::vector<ModelOutline>{
+                                    {name, shapesOf(onnx.inputs), shapesOf(onnx.outputs)}};
     } catch (const std::exception& error) {
         throw std::runtime_error(std::string("cannot be run: ") + error.what());
     }
@@ -114,9 +133,7 @@ std::vector<ModelOutline> outlinesIn(const Model& model, const std::string& name
 }  // namespace
 
 Model readModel(const std::string& path, const std::function<void(size_t)>& advance) {
-    SharedRegion bytes = readIntoRegion(path, "orva model", advance);
-    std::string description = describe(path, reference::IsCompiledModel(rangeOf(bytes)));
-    return {std::move(description), std::move(bytes)};
+    return modelOf(path, openModel(path), advance);
 }
 
 bool isCompiled(const Model& model) {
@@ -125,19 +142,23 @@ bool isCompiled(const Model& model) {
 
 std::string refusalText(const Model& model, int32_t status) {
     try {
-        outlinesIn(model, "");
+        outlinesIn(rangeOf(model.bytes), "");
     } catch (const std::exception& error) {
         return statusText(status) + "; it " + error.what();
     }
     return statusText(status) + "; the host's log says why";
 }
 
-ModelFile::ModelFile(const std::string& path) : path_(path), model_(readModel(path)) {
+ModelFile::ModelFile(const std::string& path) : path_(path), bytes_(openModel(path)) {
     try {
-        models_ = outlinesIn(model_, nameOf(path));
+        models_ = outlinesIn(rangeOf(bytes_), nameOf(path));
     } catch (const std::exception& error) {
         throw std::runtime_error(path + " " + error.what());
     }
+}
+
+Model ModelFile::load() const {
+    return modelOf(path_, bytes_, nullptr);
 }
 
 const ModelOutline& ModelFile::pick(const std::string& name) const {
@@ -154,7 +175,7 @@ const ModelOutline& ModelFile::pick(const std::string& name) const {
     throw std::runtime_error(path_ + " holds " +
                              (name.empty() ? std::to_string(models_.size()) + " models"
                                            : "no model '" + name + "'") +
-                             "; --model-name picks one of " + names);
+                             "; --service model-manager --model-name picks one of " + names);
 }
 
 }  // namespace orva::client

@@ -6,16 +6,20 @@
 
 #include <functional>
 #include <string>
-#include <utility>
 #include <vector>
 
+#include "client/io/File.h"
 #include "client/lib/Session.h"
 #include "client/model/TensorShape.h"
 
 namespace orva::client {
 
-// A file as it is, for a service to judge; nothing is known of what is in it. Throws as
-// readIntoRegion does, which finds `advance` explained.
+// What a model file may have at most, as its format has it. Unit: bytes.
+constexpr size_t kMostModelBytes = (size_t{2} << 30) - 1;
+
+// A file as it is, for a service to judge; nothing is known of what is in it. Throws
+// std::exception, naming the file, when it cannot be read. `advance` is told, as it goes, of bytes
+// that have been.
 Model readModel(const std::string& path, const std::function<void(size_t)>& advance = nullptr);
 
 // Whether it is what a build has made, and no source of one.
@@ -32,7 +36,7 @@ struct ModelOutline {
     std::vector<TensorShape> outputs;
 };
 
-// A model file in shared memory, with what it says of the models in it.
+// A model file with what it says of the models in it.
 class ModelFile {
 public:
     // Throws std::runtime_error, naming the file, when it cannot be read or is no file of models
@@ -44,13 +48,13 @@ public:
     // those that there are, when there is none such.
     const ModelOutline& pick(const std::string& name) const;
 
-    // What a session loads.
-    const Model& model() const { return model_; }
-    Model take() && { return std::move(model_); }
+    size_t size() const { return bytes_.size(); }
+    // What a session loads, in shared memory.
+    Model load() const;
 
 private:
-    const std::string path_;
-    Model model_;
+    std::string path_;
+    FileBytes bytes_;
     std::vector<ModelOutline> models_;
 };
 

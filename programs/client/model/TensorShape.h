@@ -13,6 +13,9 @@
 
 namespace orva::client {
 
+// A tensor's size travels as a signed 32-bit number on the service's side. Unit: bytes.
+constexpr size_t kMostTensorBytes = (size_t{2} << 30) - 1;
+
 // Element types, by the numbers of the attribute record.
 enum class ElementType : int32_t { kUint8 = 0, kFloat32 = 1 };
 
