@@ -9,6 +9,7 @@
 #include <exception>
 #include <map>
 #include <string>
+#include <vector>
 
 #include <android/log.h>
 #include <hidl/HidlTransportSupport.h>
@@ -20,6 +21,7 @@
 #include <sys/resource.h>
 #include <CLI/CLI.hpp>
 
+#include "NodeLoader.h"
 #include "ServiceLibrary.h"
 
 namespace {
@@ -29,6 +31,7 @@ constexpr int kUsage = 2;
 
 struct Options {
     std::string library = orva::host::ServiceLibrary::defaultPath();
+    std::vector<std::string> nodes;
     std::string socketDir;
     std::string instance = "default";
     unsigned threads = 8;
@@ -41,6 +44,12 @@ struct Options {
 void addOptions(CLI::App* app, Options* options) {
     app->add_option("--library", options->library, "The server library to load")
             ->capture_default_str();
+    app->add_option("--load", options->nodes,
+                    "A shared object with node types of your own to offer; may be given again. Its "
+                    "code becomes part of this process and may do all that the process may, with "
+                    "every client's tensors too: load only what you trust")
+            ->check(CLI::ExistingFile)
+            ->allow_extra_args(false);
     app->add_option("--socket-dir", options->socketDir,
                     "Folder of the service sockets (default: $ORVA_SERVICE_DIR, then "
                     "$XDG_RUNTIME_DIR/orva, then /tmp/orva-UID)");
@@ -108,6 +117,9 @@ std::string whyRefused(const std::string& service, const std::string& instance) 
 }
 
 int serve(const Options& options) {
+    for (const std::string& file : options.nodes) {
+        orva::host::loadNodeLibrary(file);
+    }
     const orva::host::ServiceLibrary library(options.library);
     const auto services = library.services();
     if (services.empty()) {

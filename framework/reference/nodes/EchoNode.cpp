@@ -6,10 +6,10 @@
 
 #include <cstring>
 
+#include <orva/reference/BufferView.h>
 #include <orva/reference/NodeStatus.h>
 
 #include "base/Log.h"
-#include "tensor/BufferView.h"
 
 namespace orva::reference {
 

@@ -8,12 +8,12 @@
 #include <string>
 #include <vector>
 
+#include <orva/reference/BufferView.h>
 #include <opencv2/dnn.hpp>
 
 #include "onnx/EngineMemory.h"
 #include "onnx/EngineTensor.h"
 #include "onnx/WireReader.h"
-#include "tensor/BufferView.h"
 
 namespace orva::reference {
 

@@ -8,10 +8,10 @@
 #include <cstdlib>
 #include <string>
 
+#include <orva/reference/BufferView.h>
 #include <orva/reference/NodeStatus.h>
 
 #include "base/Log.h"
-#include "tensor/BufferView.h"
 
 namespace orva::reference {
 

@@ -2,7 +2,7 @@
  * Copyright (C) 2026 The orva project
  * SPDX-License-Identifier: Apache-2.0
  */
-#include "tensor/BufferView.h"
+#include <orva/reference/BufferView.h>
 
 #include <cstring>
 

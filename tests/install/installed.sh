@@ -1,0 +1,78 @@
+#!/usr/bin/env bash
+# Copyright (C) 2026 The orva project
+# SPDX-License-Identifier: Apache-2.0
+#
+# Installs a build into an empty folder, moves that, builds the examples against it as strangers
+# would, and has them answered by the host from there.
+#
+# usage: installed.sh SOURCE BUILD CMAKE COMPILER
+set -euo pipefail
+source=$1 build=$2 cmake=$3 compiler=$4
+unset LD_LIBRARY_PATH ORVA_SERVICE_DIR XDG_RUNTIME_DIR
+
+work=$(mktemp -d)
+host=
+finish() {
+    if [[ -n $host ]]; then kill -KILL "$host" 2>/dev/null || true; fi
+    rm -rf "$work"
+}
+trap finish EXIT
+
+fail() {
+    echo "installed.sh: $*" >&2
+    exit 1
+}
+
+# expect WHAT WANTED COMMAND…: the command's output, both streams, contains WANTED.
+expect() {
+    local what=$1 wanted=$2 output
+    shift 2
+    output=$(timeout 60 "$@" 2>&1) || true
+    [[ $output == *"$wanted"* ]] || fail "$what: wanted '$wanted', got: $output"
+}
+
+"$cmake" --install "$build" --prefix "$work/first" >/dev/null
+mv "$work/first" "$work/moved"
+moved=$work/moved
+if named=$(grep -rlF -e "$build" -e "$work/first" "$moved"); then
+    fail "these name the folder that they were made in: $named"
+fi
+
+for example in client node; do
+    "$cmake" -S "$source/examples/$example" -B "$work/$example" -DCMAKE_CXX_COMPILER="$compiler" \
+        -DCMAKE_PREFIX_PATH="$moved" >"$work/log" 2>&1 &&
+        "$cmake" --build "$work/$example" >>"$work/log" 2>&1 ||
+        { cat "$work/log"; fail "examples/$example cannot be built with find_package"; }
+done
+# Warnings count here: the headers are others' to include.
+PKG_CONFIG_PATH=$(dirname "$(find "$moved" -name orva.pc)")
+export PKG_CONFIG_PATH
+read -ra flags <<<"$(pkg-config --cflags --libs orva)"
+"$compiler" -std=c++17 -Wall -Wextra -Werror -o "$work/packaged" \
+    "$source/examples/client/main.cpp" "${flags[@]}" ||
+    fail "examples/client cannot be built with pkg-config"
+
+echo 'struct { unsigned version; void (*f)(void); } orva_node_library;' |
+    "$compiler" -x c -shared -fPIC -o "$work/old.so" -
+refused() { expect "$1" "$2" "$moved/bin/orva-host" --socket-dir "$work/sockets" --load "$3"; }
+refused "a file of another version" "was built for version 0 of node libraries" "$work/old.so"
+refused "a library without nodes" "is no node library" \
+    "$(find "$moved" -name liborva_platform.so)"
+refused "a file that is no library" "cannot load nodes" "$moved/share/doc/orva/README.md"
+
+export ORVA_SERVICE_DIR=$work/sockets
+mkfifo "$work/ready"
+"$moved/bin/orva-host" --load "$work/node/gain.so" >"$work/ready" 2>"$work/host.log" &
+host=$!
+exec {ready}<"$work/ready"
+read -r -t 60 line <&"$ready" || { cat "$work/host.log"; fail "the host does not come up"; }
+[[ $line == "orva-host: ready in "* ]] || fail "the host says: $line"
+
+expect "orva" "IAIService/default" "$moved/bin/orva" list
+expect "a node that is built in" "output: 1 2 3 4" "$work/client/client"
+expect "the loaded node" "output: 2.5 5 7.5 10" "$work/packaged" gain '{"gain": "2.5"}'
+expect "the loaded node's refusal" "status 102" "$work/client/client" gain '{"gain": "much"}'
+
+kill -TERM "$host"
+wait "$host" || fail "the host ended with status $?"
+host=
