@@ -7,102 +7,53 @@
 #include <csignal>
 #include <cstdio>
 #include <exception>
-#include <map>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include <android/log.h>
 #include <hidl/HidlTransportSupport.h>
 #include <hidl/ServiceManagement.h>
+#include <hwbinder/IPCThreadState.h>
 #include <log/log.h>
 #include <orva/reference/Settings.h>
 #include <orva_platform/Runtime.h>
 #include <orva_platform/SharedMemory.h>
-#include <sys/resource.h>
+#include <sys/stat.h>
+#include <unistd.h>
 #include <CLI/CLI.hpp>
 
+#include "LogWriter.h"
 #include "NodeLoader.h"
+#include "Options.h"
 #include "ServiceLibrary.h"
 
 namespace {
 
+using orva::host::LogWriter;
+using orva::host::OfferedService;
+using orva::host::Options;
+
 constexpr int kFailure = 1;
 constexpr int kUsage = 2;
+// Seconds that the end may take, whatever is under way.
+constexpr unsigned kEndLimit = 15;
 
-struct Options {
-    std::string library = orva::host::ServiceLibrary::defaultPath();
-    std::vector<std::string> nodes;
-    std::string socketDir;
-    std::string instance = "default";
-    unsigned threads = 8;
-    unsigned maxClients = 192;
-    double idleTimeout = 600;
-    double callbackTimeout = 30;
-    int logLevel = ANDROID_LOG_WARN;
-};
+// Never destroyed: there are lines while the process exits, too.
+LogWriter* gLog = nullptr;
 
-void addOptions(CLI::App* app, Options* options) {
-    app->add_option("--library", options->library, "The server library to load")
-            ->capture_default_str();
-    app->add_option("--load", options->nodes,
-                    "A shared object with node types of your own to offer; may be given again. Its "
-                    "code becomes part of this process and may do all that the process may, with "
-                    "every client's tensors too: load only what you trust")
-            ->check(CLI::ExistingFile)
-            ->allow_extra_args(false);
-    app->add_option("--socket-dir", options->socketDir,
-                    "Folder of the service sockets (default: $ORVA_SERVICE_DIR, then "
-                    "$XDG_RUNTIME_DIR/orva, then /tmp/orva-UID)");
-    app->add_option("--instance", options->instance, "Instance name to register under")
-            ->capture_default_str();
-    app->add_option("--threads", options->threads, "Calls served at once, at most")
-            ->check(CLI::Range(1, 1024))
-            ->capture_default_str();
-    app->add_option("--max-clients", options->maxClients, "Clients admitted at once")
-            ->check(CLI::PositiveNumber)
-            ->capture_default_str();
-    app->add_option("--idle-timeout", options->idleTimeout,
-                    "Seconds without a request after which a client may be evicted for another")
-            ->check(CLI::PositiveNumber)
-            ->capture_default_str();
-    app->add_option("--callback-timeout", options->callbackTimeout,
-                    "Seconds that a client may take to answer a callback before it is cut off; "
-                    "0 waits for ever")
-            ->check(CLI::NonNegativeNumber)
-            ->capture_default_str();
-    app->add_option("--log-level", options->logLevel, "What to log, on stderr")
-            ->transform(CLI::CheckedTransformer(std::map<std::string, int>{
-                    {"verbose", ANDROID_LOG_VERBOSE},
-                    {"info", ANDROID_LOG_INFO},
-                    {"warn", ANDROID_LOG_WARN},
-                    {"error", ANDROID_LOG_ERROR},
-            }))
-            ->default_str("warn");
-    app->set_version_flag("--version", ORVA_VERSION);
+pid_t clientOfThisThread() {
+    const pid_t calling = android::hardware::IPCThreadState::self()->getCallingPid();
+    return calling != getpid() ? calling : orva::reference::WorkingFor();
 }
 
-// Each client costs a few descriptors, and each tensor of a request under way two more.
-void raiseDescriptorLimit() {
-    rlimit limit;
-    if (getrlimit(RLIMIT_NOFILE, &limit) == 0) {
-        limit.rlim_cur = limit.rlim_max;
-        setrlimit(RLIMIT_NOFILE, &limit);
-    }
-}
-
-template <typename Duration>
-Duration seconds(double count) {
-    return std::chrono::duration_cast<Duration>(std::chrono::duration<double>(count));
-}
-
-void configure(const Options& options) {
-    if (!options.socketDir.empty()) {
-        orva_platform::setServiceDirectory(options.socketDir);
-    }
-    orva_platform::setReplyLimit(seconds<std::chrono::milliseconds>(options.callbackTimeout));
-    orva::reference::SetClientLimit(options.maxClients);
-    orva::reference::SetIdleTimeout(seconds<std::chrono::nanoseconds>(options.idleTimeout));
-    android::hardware::configureRpcThreadpool(options.threads, true /* callerWillJoin */);
+void installLog(const Options& options) {
+    // A message below the level costs nothing: it is not even formatted.
+    __android_log_set_minimum_priority(options.logLevel);
+    gLog = new LogWriter(STDERR_FILENO, options.logLimit);
+    __android_log_set_logger([](const __android_logger_data* line, const char* message) {
+        gLog->write(clientOfThisThread(), line->priority, line->tag, message);
+    });
 }
 
 // Registering does not say why it failed; that somebody serves the name can be seen.
@@ -116,6 +67,39 @@ std::string whyRefused(const std::string& service, const std::string& instance) 
     return "see the log";
 }
 
+int registerAll(const std::vector<OfferedService>& services, const Options& options) {
+    for (const auto& service : services) {
+        const android::status_t status = android::hardware::details::registerAsServiceInternal(
+                service.object, options.instance);
+        if (status != android::OK) {
+            fprintf(stderr, "orva-host: cannot register %s/%s in %s: %s\n", service.name.c_str(),
+                    options.instance.c_str(), orva_platform::serviceDirectory().c_str(),
+                    whyRefused(service.name, options.instance).c_str());
+            return kFailure;
+        }
+    }
+    return 0;
+}
+
+sigset_t endSignals() {
+    sigset_t signals;
+    sigemptyset(&signals);
+    sigaddset(&signals, SIGTERM);
+    sigaddset(&signals, SIGINT);
+    return signals;
+}
+
+// From here on the process ends in time: by itself, by the limit, or at once by another signal.
+void limitTheEnd() {
+    std::signal(SIGALRM, [](int) {
+        constexpr char kLeft[] = "orva-host: stopped, with work under way that did not end\n";
+        _exit(write(STDOUT_FILENO, kLeft, sizeof kLeft - 1) < 0 ? kFailure : 0);
+    });
+    alarm(kEndLimit);
+    const sigset_t signals = endSignals();
+    pthread_sigmask(SIG_UNBLOCK, &signals, nullptr);
+}
+
 int serve(const Options& options) {
     for (const std::string& file : options.nodes) {
         orva::host::loadNodeLibrary(file);
@@ -126,25 +110,37 @@ int serve(const Options& options) {
         fprintf(stderr, "orva-host: %s offers no service\n", options.library.c_str());
         return kFailure;
     }
-    for (const auto& service : services) {
-        const android::status_t status = android::hardware::details::registerAsServiceInternal(
-                service.object, options.instance);
-        if (status != android::OK) {
-            fprintf(stderr, "orva-host: cannot register %s/%s in %s: %s\n", service.name.c_str(),
-                    options.instance.c_str(), orva_platform::serviceDirectory().c_str(),
-                    whyRefused(service.name, options.instance).c_str());
-            orva_platform::stop();
-            return kFailure;
+    // What a process leaves behind that had no listener by whose death it would be heard of, the
+    // services find when they are asked anything.
+    orva_platform::onPeerGone([services](pid_t pid) {
+        for (const auto& service : services) {
+            service.object->ping().isOk();
         }
+        gLog->forget(pid);
+    });
+    std::thread serving;
+    const int registered = registerAll(services, options);
+    if (registered == 0) {
+        printf("orva-host: ready in %s\n", orva_platform::serviceDirectory().c_str());
+        fflush(stdout);
+        // This thread serves nothing, so that it hears of signals whatever calls take.
+        serving = std::thread(android::hardware::joinRpcThreadpool);
+        const sigset_t signals = endSignals();
+        int signal = 0;
+        sigwait(&signals, &signal);
+        limitTheEnd();
     }
-    printf("orva-host: ready in %s\n", orva_platform::serviceDirectory().c_str());
-    fflush(stdout);
-    android::hardware::joinRpcThreadpool();
-    // No new calls, then no clients, then no work: each waits for what the next would end.
+    // No new calls, then no clients, then no work: each waits for what the next would end. Nobody
+    // would hear of work that is under way.
+    orva::reference::CancelWork();
     orva_platform::stop();
-    orva::reference::Shutdown();
-    printf("orva-host: stopped\n");
-    return 0;
+    orva_platform::onPeerGone({});
+    if (registered == 0) {
+        serving.join();
+        orva::reference::Shutdown();
+        printf("orva-host: stopped\n");
+    }
+    return registered;
 }
 
 }  // namespace
@@ -152,23 +148,22 @@ int serve(const Options& options) {
 int main(int argc, char** argv) {
     Options options;
     CLI::App app("Serves the orva AI services to this user's processes.", "orva-host");
-    addOptions(&app, &options);
+    orva::host::addOptions(&app, &options);
+    app.set_version_flag("--version", ORVA_VERSION);
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& error) {
         return app.exit(error) == 0 ? 0 : kUsage;
     }
-    // A message below the level costs nothing: it is not even formatted.
-    __android_log_set_minimum_priority(options.logLevel);
-    raiseDescriptorLimit();
-    orva_platform::surviveShrunkenRegions();
+    // Before there is another thread: each would have to leave these to this one.
+    const sigset_t signals = endSignals();
+    pthread_sigmask(SIG_BLOCK, &signals, nullptr);
     std::signal(SIGPIPE, SIG_IGN);
+    umask(S_IRWXG | S_IRWXO);
+    installLog(options);
+    orva_platform::surviveShrunkenRegions();
     try {
-        configure(options);
-        // Only now is there a pool to stop.
-        for (const int signal : {SIGTERM, SIGINT}) {
-            std::signal(signal, [](int) { orva_platform::requestStop(); });
-        }
+        orva::host::configure(options);
         return serve(options);
     } catch (const std::exception& error) {
         fprintf(stderr, "orva-host: %s\n", error.what());

@@ -34,7 +34,9 @@ std::ostream& operator<<(std::ostream& out, const ProcessState& state) {
 }
 
 HostProcess::HostProcess(const std::string& folder, std::vector<std::string> options)
-        : ChildProcess((options.insert(options.begin(), {ORVA_HOST, "--socket-dir", folder}),
+        // Tests count lines that one client causes.
+        : ChildProcess((options.insert(options.begin(),
+                                       {ORVA_HOST, "--socket-dir", folder, "--log-limit", "0"}),
                         options)) {}
 
 int HostProcess::stop() {

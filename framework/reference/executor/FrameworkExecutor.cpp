@@ -26,7 +26,7 @@ const std::shared_ptr<ThreadPool>& Pool() {
     static const struct AtExit {
         ~AtExit() {
             if (!pool->Shutdown(kPatienceAtExit)) {
-                CancelAllWork();
+                CancelWork();
                 pool->Shutdown(Work::kGrace);
             }
         }

@@ -137,6 +137,7 @@ private:
 
     template <class Runner>
     void Complete(Request& request, const Runner& run) {
+        const WorkingScope scope(*client_);
         Attempt attempt{*this, request.context, request};
         int32_t result = kNodeStopped;
         if (!closed_) {
@@ -182,6 +183,7 @@ private:
     bool ReportLost(const AIContext& context,
                     const std::vector<std::shared_ptr<IAITensor>>& outputs) {
         return strand_->executor().Post([self = this->shared_from_this(), context, outputs] {
+            const WorkingScope scope(*self->client_);
             self->Report(context, kNodeTimedOut, outputs);
         });
     }

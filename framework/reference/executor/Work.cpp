@@ -26,6 +26,8 @@ constexpr std::chrono::milliseconds kPeriod{250};
 std::atomic<std::chrono::nanoseconds> loadTimeout{std::chrono::minutes(1)};
 std::atomic<std::chrono::nanoseconds> runTimeout{std::chrono::minutes(1)};
 
+thread_local pid_t workingFor = 0;
+
 Work::Clock::time_point After(std::chrono::nanoseconds limit) {
     const auto now = Work::Clock::now();
     const bool ends = limit > limit.zero() && limit < Work::Clock::time_point::max() - now;
@@ -168,7 +170,19 @@ std::chrono::nanoseconds RunTimeout() {
     return runTimeout;
 }
 
-void CancelAllWork() {
+WorkingScope::WorkingScope(const Client& client) : outer_(workingFor) {
+    workingFor = client.pid();
+}
+
+WorkingScope::~WorkingScope() {
+    workingFor = outer_;
+}
+
+pid_t WorkingFor() {
+    return workingFor;
+}
+
+void CancelWork() {
     Watch::Instance().CancelAll();
 }
 

@@ -4,6 +4,8 @@
  */
 #pragma once
 
+#include <sys/types.h>
+
 #include <chrono>
 #include <cstdint>
 #include <functional>
@@ -58,7 +60,16 @@ private:
 std::chrono::nanoseconds LoadTimeout();
 std::chrono::nanoseconds RunTimeout();
 
-// Cancels all work under way, as at the end of the process.
-void CancelAllWork();
+// While it lives, WorkingFor() tells a client's process on this thread.
+class WorkingScope {
+public:
+    explicit WorkingScope(const Client& client);
+    ~WorkingScope();
+    WorkingScope(const WorkingScope&) = delete;
+    WorkingScope& operator=(const WorkingScope&) = delete;
+
+private:
+    const pid_t outer_;
+};
 
 }  // namespace orva::reference

@@ -56,6 +56,13 @@ void SetEngineMemory(size_t each, size_t all);
 void SetLoadTimeout(std::chrono::nanoseconds timeout);
 void SetRunTimeout(std::chrono::nanoseconds timeout);
 
+// The process that the calling thread works for: one of the framework's own threads with a request
+// of that process, from its beginning to the return of the listener. 0 for any other thread.
+pid_t WorkingFor();
+
+// Cancels all loads and requests under way; those that come later are none of this call's.
+void CancelWork();
+
 // Ends the framework's threads for good: requests are refused from here on, those accepted before
 // run to their end, and the threads are joined. False when that is not done after `patience`, as
 // when a client keeps a completion waiting; another call then goes on with it. At the exit of the

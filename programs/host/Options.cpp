@@ -1,0 +1,153 @@
+/*
+ * Copyright (C) 2026 The orva project
+ * SPDX-License-Identifier: Apache-2.0
+ */
+#include "Options.h"
+
+#include <chrono>
+#include <map>
+
+#include <hidl/HidlTransportSupport.h>
+#include <hwbinder/IPCThreadState.h>
+#include <orva/reference/Settings.h>
+#include <orva_platform/Runtime.h>
+#include <sys/resource.h>
+#include <unistd.h>
+
+namespace orva::host {
+
+namespace {
+
+constexpr size_t kMiB = size_t{1} << 20;
+constexpr char kFolder[] = "Where it serves";
+constexpr char kAll[] = "All clients together";
+constexpr char kEach[] = "Each client process; 0 is without a bound";
+constexpr char kLog[] = "Log, on stderr";
+
+// In MiB.
+size_t machineMemory() {
+    return static_cast<size_t>(sysconf(_SC_PHYS_PAGES)) *
+           static_cast<size_t>(sysconf(_SC_PAGESIZE)) / kMiB;
+}
+
+template <typename Value>
+CLI::Option* add(CLI::App* app, const char* group, const char* name, Value* value,
+                 const char* description) {
+    return app->add_option(name, *value, description)
+            ->capture_default_str()
+            ->multi_option_policy(CLI::MultiOptionPolicy::TakeLast)
+            ->group(group);
+}
+
+template <typename Duration>
+Duration seconds(double count) {
+    return std::chrono::duration_cast<Duration>(std::chrono::duration<double>(count));
+}
+
+// The process whose call this thread serves. A call of the program's own has none.
+pid_t callingProcess() {
+    const pid_t pid = android::hardware::IPCThreadState::self()->getCallingPid();
+    return pid != getpid() ? pid : 0;
+}
+
+// Each client costs a few descriptors, and each tensor of a request under way two more.
+void raiseDescriptorLimit() {
+    rlimit limit;
+    if (getrlimit(RLIMIT_NOFILE, &limit) == 0) {
+        limit.rlim_cur = limit.rlim_max;
+        setrlimit(RLIMIT_NOFILE, &limit);
+    }
+}
+
+}  // namespace
+
+void addOptions(CLI::App* app, Options* options) {
+    options->engineMemory = machineMemory() / 2;
+    options->clientEngineMemory = machineMemory() / 4;
+    const auto positive = CLI::PositiveNumber;
+    const auto orNone = CLI::NonNegativeNumber;
+
+    add(app, kFolder, "--library", &options->library, "The server library to load");
+    app->add_option("--load", options->nodes,
+                    "A shared object with node types of your own to offer; may be given again. Its "
+                    "code becomes part of this process and may do all that the process may, with "
+                    "every client's tensors too: load only what you trust")
+            ->check(CLI::ExistingFile)
+            ->allow_extra_args(false)
+            ->group(kFolder);
+    add(app, kFolder, "--socket-dir", &options->socketDir,
+        "Folder of the service sockets (default: $ORVA_SERVICE_DIR, then $XDG_RUNTIME_DIR/orva, "
+        "then /tmp/orva-UID)");
+    add(app, kFolder, "--instance", &options->instance, "Instance name to register under");
+
+    add(app, kAll, "--threads", &options->threads, "Calls served at once, at most")
+            ->check(CLI::Range(1, 1024));
+    add(app, kAll, "--max-clients", &options->maxClients, "Clients admitted at once")
+            ->check(positive);
+    add(app, kAll, "--idle-timeout", &options->idleTimeout,
+        "Seconds without a request after which a client may be evicted for another; one whose "
+        "process has ended may be at once")
+            ->check(positive);
+    add(app, kAll, "--callback-timeout", &options->callbackTimeout,
+        "Seconds that a client may take to answer a callback before it is cut off; 0 waits for "
+        "ever")
+            ->check(orNone);
+    add(app, kAll, "--load-timeout", &options->loadTimeout,
+        "Seconds that the check or the loading of a model may take; 0 waits for ever")
+            ->check(orNone);
+    add(app, kAll, "--run-timeout", &options->runTimeout,
+        "Seconds that a request may take once it runs; 0 waits for ever")
+            ->check(orNone);
+    add(app, kAll, "--engine-memory", &options->engineMemory,
+        "MiB that the engine may take; 0 is without a bound")
+            ->check(orNone);
+
+    add(app, kEach, "--client-sessions", &options->clientSessions,
+        "Sessions, of both services");
+    add(app, kEach, "--client-listeners", &options->clientListeners,
+        "Listeners and the like without a session that count as clients");
+    add(app, kEach, "--client-requests", &options->clientRequests,
+        "Requests that it has not heard of yet");
+    add(app, kEach, "--client-threads", &options->clientThreads,
+        "Threads that run its requests or wait for it to take their results");
+    add(app, kEach, "--client-engine-memory", &options->clientEngineMemory,
+        "MiB that the engine may take for it");
+
+    app->add_option("--log-level", options->logLevel, "What to log")
+            ->transform(CLI::CheckedTransformer(std::map<std::string, int>{
+                    {"verbose", ANDROID_LOG_VERBOSE},
+                    {"info", ANDROID_LOG_INFO},
+                    {"warn", ANDROID_LOG_WARN},
+                    {"error", ANDROID_LOG_ERROR},
+            }))
+            ->default_str("warn")
+            ->multi_option_policy(CLI::MultiOptionPolicy::TakeLast)
+            ->group(kLog);
+    add(app, kLog, "--log-limit", &options->logLimit,
+        "Lines a minute that each client process may cause; 0 is without a bound");
+}
+
+void configure(const Options& options) {
+    raiseDescriptorLimit();
+    if (!options.socketDir.empty()) {
+        orva_platform::setServiceDirectory(options.socketDir);
+    }
+    orva_platform::setReplyLimit(seconds<std::chrono::milliseconds>(options.callbackTimeout));
+
+    using namespace orva::reference;
+    using std::chrono::nanoseconds;
+    UseClientIdentity(callingProcess);
+    SetClientLimit(options.maxClients);
+    SetIdleTimeout(seconds<nanoseconds>(options.idleTimeout));
+    SetLoadTimeout(seconds<nanoseconds>(options.loadTimeout));
+    SetRunTimeout(seconds<nanoseconds>(options.runTimeout));
+    SetEngineMemory(options.clientEngineMemory * kMiB, options.engineMemory * kMiB);
+    SetClientSessions(options.clientSessions);
+    SetClientsWithoutSession(options.clientListeners);
+    SetClientRequests(options.clientRequests);
+    SetClientThreads(options.clientThreads);
+
+    android::hardware::configureRpcThreadpool(options.threads, true /* callerWillJoin */);
+}
+
+}  // namespace orva::host
