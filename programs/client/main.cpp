@@ -61,6 +61,7 @@ int runCommandLine(int argc, char** argv) {
     orva::client::addInfo(&app, &connection);
     orva::client::addCheck(&app, &connection);
     orva::client::addCompile(&app, &connection);
+    orva::client::addPerf(&app, &connection);
     orva::client::addDebug(&app, &connection);
 
     try {

@@ -18,7 +18,7 @@ TEST(CommandLineUsage, EachMistakeIsNamed) {
     const Mistakes mistakes = {
             {{}, "--help"},
             {{"dance"}, "no command 'dance'; the commands are list ping run faces"},
-            {{"run"}, "--image or --input is required"},
+            {{"run"}, "--model, --image or --input is required"},
             {{"run", "--image", "x", "--input", "y", "--model", "z"}, "excludes"},
             {{"run", "--input", "x", "--repeat", "0"}, "--repeat"},
             {{"run", "--input", "x", "--bind"}, "needs --service model-manager"},

@@ -77,8 +77,8 @@ TEST_F(Outputs, ThatCannotBeWrittenEndWith1) {
     startHost();
     const std::string bytes = file("bytes", "1234");
     const std::vector<std::vector<std::string>> commands = {
-            {"--help"}, {"--version"}, {"list"},
-            {"ping"},   {"debug"},     {"run", "--node", "echo", "--input", bytes},
+            {"--help"},      {"--version"},    {"list"},
+            {"ping"},        {"debug"},        {"run", "--node", "echo", "--input", bytes},
             {"info", model}, {"check", model}, {"run", "--help"},
     };
     const android::base::unique_fd full(open("/dev/full", O_WRONLY | O_CLOEXEC));

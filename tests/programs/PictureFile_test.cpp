@@ -43,8 +43,7 @@ protected:
     }
 
 private:
-    const fs::path folder_ =
-            testing::TempDir() + "orva-picture-test-" + std::to_string(getpid());
+    const fs::path folder_ = testing::TempDir() + "orva-picture-test-" + std::to_string(getpid());
 };
 
 // Smooth, so that a JPEG can say it.

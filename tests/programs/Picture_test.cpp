@@ -32,8 +32,7 @@ TEST(Picture, IsStretchedByAreaWhereItShrinksAndLinearlyWhereItGrows) {
             {"rows alone", picture(1, 4, {10, 30, 50, 90}), picture(1, 2, {20, 70})},
             {"twice as wide", picture(2, 1, {0, 100}), picture(4, 1, {0, 25, 75, 100})},
             {"of one pixel", picture(1, 1, {7}), picture(3, 2, {7, 7, 7, 7, 7, 7})},
-            {"wider and lower", picture(2, 2, {0, 100, 20, 120}),
-             picture(4, 1, {10, 35, 85, 110})},
+            {"wider and lower", picture(2, 2, {0, 100, 20, 120}), picture(4, 1, {10, 35, 85, 110})},
     };
     for (const auto& c : cases) {
         EXPECT_EQ(resized(c.from, c.to.width, c.to.height).bytes, c.to.bytes) << c.what;
@@ -49,7 +48,8 @@ TEST(Picture, IsLaidOutAsModelsTakeIt) {
     EXPECT_EQ(grey(colours, 3, 1), (std::vector<uint8_t>{76, 150, 29}));
 
     Placement placement = {};
-    const std::vector<uint8_t> square = fitted(picture(4, 2, {9, 9, 9, 9, 9, 9, 9, 9}), 8, &placement);
+    const std::vector<uint8_t> square =
+            fitted(picture(4, 2, {9, 9, 9, 9, 9, 9, 9, 9}), 8, &placement);
     EXPECT_EQ(placement.scale, 2);
     EXPECT_EQ(placement.left, 0);
     EXPECT_EQ(placement.top, 2);

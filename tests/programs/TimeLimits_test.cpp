@@ -48,7 +48,9 @@ TEST_F(CommandLine, SaysWhatIsWrongWithTheFolder) {
     fs::permissions(open, fs::perms::all);
     const std::string plain = file("plain", "x");
     const std::vector<std::pair<std::string, const char*>> wrong = {
-            {open, "others may write"}, {plain, "Not a directory"}, {plain + "/x", "Not a directory"}};
+            {open, "others may write"},
+            {plain, "Not a directory"},
+            {plain + "/x", "Not a directory"}};
     for (const auto& [folder, told] : wrong) {
         expectRefused(ping(folder), 1, told);
         expectRefused(runOrva({"list", "--socket-dir", folder}), 1, told);

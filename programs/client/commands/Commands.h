@@ -7,6 +7,7 @@
 #include <chrono>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include <CLI/App.hpp>
 
@@ -46,6 +47,7 @@ void addFaces(CLI::App* app, const Connection* connection);
 void addInfo(CLI::App* app, const Connection* connection);
 void addCheck(CLI::App* app, const Connection* connection);
 void addCompile(CLI::App* app, const Connection* connection);
+void addPerf(CLI::App* app, const Connection* connection);
 void addDebug(CLI::App* app, const Connection* connection);
 
 }  // namespace orva::client

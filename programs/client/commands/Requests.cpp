@@ -17,42 +17,15 @@ namespace orva::client {
 
 namespace {
 
-constexpr int32_t kClientId = 1;
-
 // Names the model that a request is for.
 std::string contextOf(const RequestOptions& options) {
     return nlohmann::json{{"model", options.modelName}}.dump(
             -1, ' ', true, nlohmann::json::error_handler_t::replace);
 }
 
-// `start` has each request start.
-template <typename AnySession>
-Latency repeat(AnySession* session, const std::function<void()>& start, size_t outputs,
-               size_t count) {
-    Latency latency;
-    Progress progress("requests", count);
-    for (size_t i = 0; i < count; ++i) {
-        const Stopwatch watch;
-        start();
-        const Completion completion = session->await();
-        latency.add(watch.elapsed());
-        requireSuccess(completion.result, "the request");
-        if (!completion.fault.empty()) {
-            throw ServiceError("the result cannot be taken: " + completion.fault, -1);
-        }
-        if (completion.outputs.size() != outputs) {
-            throw ServiceError("the result has " + std::to_string(completion.outputs.size()) +
-                                       " tensors instead of " + std::to_string(outputs),
-                               -1);
-        }
-        progress.update(i + 1);
-    }
-    return latency;
-}
-
 }  // namespace
 
-void addRequestOptions(CLI::App* command, RequestOptions* options) {
+void addServiceOptions(CLI::App* command, RequestOptions* options) {
     command->add_option_function<std::string>(
                    "--service",
                    [options](const std::string& service) {
@@ -74,6 +47,10 @@ void addRequestOptions(CLI::App* command, RequestOptions* options) {
                    "accelerators use in place")
             ->check(CLI::IsMember({"shm", "ion"}))
             ->default_str("shm");
+}
+
+void addRequestOptions(CLI::App* command, RequestOptions* options) {
+    addServiceOptions(command, options);
     command->add_option("--repeat", options->repeat, "How often to run it, for the latency")
             ->check(CLI::Range(1, 1'000'000))
             ->capture_default_str();
@@ -92,33 +69,71 @@ std::string RequestTimes::text() const {
     return latency.text() + "; the session opened in " + milliseconds(opening);
 }
 
+Requester::Requester(const Connection& connection, const RequestOptions& options,
+                     const std::string& nodeType, const std::string& config,
+                     const std::vector<Model>& models, const std::vector<Tensor>& inputs,
+                     const std::vector<Tensor>& outputs, int32_t clientId)
+        : outputs_(outputs.size()) {
+    // Both hold on to the session, which is closed when they go.
+    const auto keep = [this](const auto& session, const auto& start) {
+        start_ = [session, start] { start(*session); };
+        await_ = [session] { return session->await(); };
+    };
+    if (!options.modelManager) {
+        const auto service = connect<AIService>(connection, kMayTakeLong);
+        const Stopwatch watch;
+        const auto session = withProgress("opening the session", [&] {
+            return std::make_shared<Session>(service, clientId, nodeType, config, models);
+        });
+        opening_ = watch.elapsed();
+        keep(session, [&inputs, &outputs](Session& s) { s.send("", inputs, outputs); });
+        return;
+    }
+    const auto service = connect<ModelManagerService>(connection, kMayTakeLong);
+    const Stopwatch watch;
+    const auto session = withProgress("opening the session", [&] {
+        return std::make_shared<ManagerSession>(service, clientId, config, models);
+    });
+    opening_ = watch.elapsed();
+    const std::string context = contextOf(options);
+    if (options.bind) {
+        session->bind(context, inputs, outputs);
+        keep(session, [context](ManagerSession& s) { s.start(context); });
+    } else {
+        keep(session,
+             [context, &inputs, &outputs](ManagerSession& s) { s.send(context, inputs, outputs); });
+    }
+}
+
+Completion Requester::finish() {
+    Completion completion = await_();
+    requireSuccess(completion.result, "the request");
+    if (!completion.fault.empty()) {
+        throw ServiceError("the result cannot be taken: " + completion.fault, -1);
+    }
+    if (completion.outputs.size() != outputs_) {
+        throw ServiceError("the result has " + std::to_string(completion.outputs.size()) +
+                                   " tensors instead of " + std::to_string(outputs_),
+                           -1);
+    }
+    return completion;
+}
+
 RequestTimes request(const Connection& connection, const RequestOptions& options,
                      const std::string& nodeType, const std::string& config,
                      const std::vector<Model>& models, const std::vector<Tensor>& inputs,
                      const std::vector<Tensor>& outputs) {
-    if (!options.modelManager) {
-        const auto service = connect<AIService>(connection, kMayTakeLong);
-        const Stopwatch opening;
-        const auto session = withProgress("opening the session", [&] {
-            return std::make_unique<Session>(service, kClientId, nodeType, config, models);
-        });
-        const std::chrono::nanoseconds opened = opening.elapsed();
-        const auto send = [&] { session->send("", inputs, outputs); };
-        return {opened, repeat(session.get(), send, outputs.size(), options.repeat)};
+    Requester requester(connection, options, nodeType, config, models, inputs, outputs);
+    RequestTimes times = {requester.opening(), {}};
+    Progress progress("requests", options.repeat);
+    for (size_t i = 0; i < options.repeat; ++i) {
+        const Stopwatch watch;
+        requester.start();
+        const Completion completion = requester.finish();
+        times.latency.add(watch.elapsed());
+        progress.update(i + 1);
     }
-    const auto service = connect<ModelManagerService>(connection, kMayTakeLong);
-    const Stopwatch opening;
-    const auto session = withProgress("opening the session", [&] {
-        return std::make_unique<ManagerSession>(service, kClientId, config, models);
-    });
-    const std::chrono::nanoseconds opened = opening.elapsed();
-    const std::string context = contextOf(options);
-    std::function<void()> start = [&] { session->send(context, inputs, outputs); };
-    if (options.bind) {
-        session->bind(context, inputs, outputs);
-        start = [&] { session->start(context); };
-    }
-    return {opened, repeat(session.get(), start, outputs.size(), options.repeat)};
+    return times;
 }
 
 }  // namespace orva::client

@@ -5,6 +5,7 @@
 #pragma once
 
 #include <chrono>
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -25,7 +26,8 @@ struct RequestOptions {
     size_t repeat = 1;
 };
 
-// Adds the options that say so.
+// Adds the options that say so: which service, and, for the second, how often.
+void addServiceOptions(CLI::App* command, RequestOptions* options);
 void addRequestOptions(CLI::App* command, RequestOptions* options);
 // Throws CLI::ParseError when they do not fit together.
 void checkRequestOptions(const RequestOptions& options);
@@ -39,9 +41,32 @@ struct RequestTimes {
     std::string text() const;
 };
 
-// Opens a session, sends it the same request as often as the options say, one after the other, and
-// waits for each result, which lies in `outputs` afterwards. `nodeType` is for the general service.
-// Throws ServiceError when anything is refused or fails.
+// A session that is sent the same request again and again, one after the other. All throw
+// ServiceError when anything is refused or fails. Tensors must live as long.
+class Requester {
+public:
+    // `nodeType` is for the general service; `clientId` tells this process's sessions apart.
+    Requester(const Connection& connection, const RequestOptions& options,
+              const std::string& nodeType, const std::string& config,
+              const std::vector<Model>& models, const std::vector<Tensor>& inputs,
+              const std::vector<Tensor>& outputs, int32_t clientId = 1);
+
+    // How long the session took to open.
+    std::chrono::nanoseconds opening() const { return opening_; }
+
+    // Sends the request and returns once it is accepted.
+    void start() { start_(); }
+    // Its result, which lies in the outputs afterwards, or a failure.
+    Completion finish();
+
+private:
+    std::chrono::nanoseconds opening_{0};
+    size_t outputs_;
+    std::function<void()> start_;
+    std::function<Completion()> await_;
+};
+
+// Opens a session, sends it the request as often as the options say, and waits for each result.
 RequestTimes request(const Connection& connection, const RequestOptions& options,
                      const std::string& nodeType, const std::string& config,
                      const std::vector<Model>& models, const std::vector<Tensor>& inputs,

@@ -98,6 +98,7 @@ void addRun(CLI::App* app, const Connection* connection) {
     command->add_option("--output-shape", sources.outputShapes,
                         "The shape of an output, as 1x512x1; once for each output, in order, where "
                         "the model does not say");
+    addMadeUpOption(command, &sources);
     addRequestOptions(command, &options->request);
     CLI::Option* node =
             command->add_option("--node", options->node, "Type of the service node that runs it")
@@ -116,8 +117,9 @@ void addRun(CLI::App* app, const Connection* connection) {
             throw CLI::ValidationError("--node",
                                        "is for the general service; a model manager has none");
         }
-        if (options->sources.image.empty() && options->sources.inputs.empty()) {
-            throw CLI::RequiredError("--image or --input");
+        if (options->sources.model.empty() && options->sources.inputs.empty() &&
+            options->sources.image.empty()) {
+            throw CLI::RequiredError("--model, --image or --input");
         }
         if (options->sources.model.empty() && !options->sources.image.empty()) {
             throw CLI::RequiredError(

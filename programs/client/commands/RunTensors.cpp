@@ -8,8 +8,10 @@
 #include <cstdio>
 #include <cstring>
 #include <filesystem>
+#include <random>
 #include <stdexcept>
 
+#include <CLI/CLI.hpp>
 #include <nlohmann/json.hpp>
 
 #include "client/io/File.h"
@@ -57,10 +59,26 @@ std::string fileName(size_t number, const std::string& name) {
 
 }  // namespace
 
+void addMadeUpOption(CLI::App* command, RunSources* sources) {
+    command->add_option_function<std::string>(
+                   "--fill",
+                   [sources](const std::string& with) {
+                       sources->madeUp = with == "zero" ? MadeUp::kZero : MadeUp::kRandom;
+                   },
+                   "What inputs hold that are not given; the same on each run")
+            ->check(CLI::IsMember({"random", "zero"}))
+            ->default_str("random");
+}
+
 RunTensors::RunTensors(const RunSources& sources, const RequestOptions& options)
         : tensorType_(options.tensorType) {
     if (sources.model.empty()) {
         std::vector<TensorShape> shapes;
+        if (sources.inputs.empty()) {
+            shapes.push_back(
+                    {"", ElementType::kUint8, {static_cast<int64_t>(sources.madeUpBytes)}});
+            addMadeUp(shapes[0], sources.madeUp);
+        }
         for (const std::string& path : sources.inputs) {
             addFile(path, nullptr);
             shapes.push_back(
@@ -77,6 +95,10 @@ RunTensors::RunTensors(const RunSources& sources, const RequestOptions& options)
                                      " inputs; give each one with --input");
         }
         addImage(sources.image, model.inputs[0]);
+    } else if (sources.inputs.empty()) {
+        for (const TensorShape& shape : model.inputs) {
+            addMadeUp(shape, sources.madeUp);
+        }
     } else {
         if (model.inputs.size() != sources.inputs.size()) {
             throw std::runtime_error("the model has " + std::to_string(model.inputs.size()) +
@@ -109,6 +131,24 @@ void RunTensors::addImage(const std::string& path, TensorShape shape) {
     shape.type = ElementType::kUint8;
     inputs_.emplace_back(shape.attributes(), bytes.size(), tensorType_);
     std::memcpy(inputs_.back().data(), bytes.data(), bytes.size());
+}
+
+// Floats from 0 to 1, and bytes of any value.
+void RunTensors::addMadeUp(const TensorShape& shape, MadeUp how) {
+    inputs_.emplace_back(shape.attributes(), shape.bytes(), tensorType_);
+    if (how == MadeUp::kZero) {
+        return;
+    }
+    std::minstd_rand random;  // NOLINT(cert-msc51-cpp): the same numbers each time
+    uint8_t* const data = inputs_.back().data();
+    for (size_t i = 0; i < shape.elements(); ++i) {
+        if (shape.type == ElementType::kFloat32) {
+            const auto value = static_cast<float>(random()) / static_cast<float>(random.max());
+            std::memcpy(data + i * sizeof value, &value, sizeof value);
+        } else {
+            data[i] = static_cast<uint8_t>(random() >> 8);
+        }
+    }
 }
 
 void RunTensors::addFile(const std::string& path, const TensorShape* shape) {

@@ -15,14 +15,22 @@
 
 namespace orva::client {
 
+// What the bytes of an input are that nobody gives: the same on each run.
+enum class MadeUp { kRandom, kZero };
+
 // What the user gave to `run`: an image or files of raw bytes, and, where there is one, the model
-// that says what they must look like.
+// that says what they must look like. Without either, inputs are made up.
 struct RunSources {
     std::string model;
     std::string image;
     std::vector<std::string> inputs;
     std::vector<std::string> outputShapes;
+    MadeUp madeUp = MadeUp::kRandom;
+    size_t madeUpBytes = 4096;  // Without a model, of the one input.
 };
+
+// Adds --fill, which says what to make up.
+void addMadeUpOption(CLI::App* command, RunSources* sources);
 
 // What an output tensor holds, in short.
 struct OutputSummary {
@@ -46,6 +54,8 @@ public:
     RunTensors(const RunSources& sources, const RequestOptions& options);
 
     const std::vector<Model>& models() const { return models_; }
+    // For when sessions have them.
+    void dropModels() { models_.clear(); }
     const std::vector<Tensor>& inputs() const { return inputs_; }
     const std::vector<Tensor>& outputs() const { return outputs_; }
 
@@ -56,6 +66,7 @@ public:
 
 private:
     void addImage(const std::string& path, TensorShape shape);
+    void addMadeUp(const TensorShape& shape, MadeUp how);
     void addFile(const std::string& path, const TensorShape* shape);
     void addOutputs(std::vector<TensorShape> shapes);
 

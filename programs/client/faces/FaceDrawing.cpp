@@ -87,8 +87,8 @@ void disc(Pixels* picture, const Point& middle, int radius, Colour colour) {
     const auto x0 = static_cast<int>(middle.x), y0 = static_cast<int>(middle.y);
     for (int y = y0 - radius - 1; y <= y0 + radius + 1; ++y) {
         for (int x = x0 - radius - 1; x <= x0 + radius + 1; ++x) {
-            const double distance =
-                    std::hypot(x - static_cast<double>(middle.x), y - static_cast<double>(middle.y));
+            const double distance = std::hypot(x - static_cast<double>(middle.x),
+                                               y - static_cast<double>(middle.y));
             blend(picture, x, y, colour, std::clamp(radius + 0.5 - distance, 0.0, 1.0));
         }
     }
@@ -97,7 +97,8 @@ void disc(Pixels* picture, const Point& middle, int radius, Colour colour) {
 void write(Pixels* picture, const std::string& text, int left, int top, int size) {
     for (const char character : text) {
         for (const Letter& letter : kLetters) {
-            for (int i = 0; letter.character == character && i < kLetterWidth * kLetterHeight; ++i) {
+            for (int i = 0; letter.character == character && i < kLetterWidth * kLetterHeight;
+                 ++i) {
                 const int column = i % kLetterWidth, row = i / kLetterWidth;
                 if ((letter.rows[row] >> (kLetterWidth - 1 - column) & 1) != 0) {
                     fill(picture, {left + column * size, top + row * size, size, size}, kText);

@@ -9,8 +9,8 @@
 
 namespace orva::client {
 
-// Draws a face's box with its score, and its key points. `face` is in pixels of the picture, and may
-// reach beyond it.
+// Draws a face's box with its score, and its key points. `face` is in pixels of the picture, and
+// may reach beyond it.
 void drawFace(Pixels* picture, const Face& face);
 
 }  // namespace orva::client

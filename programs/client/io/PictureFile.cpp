@@ -164,9 +164,8 @@ std::vector<uint8_t> jpegOf(const Pixels& picture) {
 }
 
 std::vector<uint8_t> ppmOf(const Pixels& picture) {
-    const std::string header =
-            "P6\n" + std::to_string(picture.width) + " " + std::to_string(picture.height) +
-            "\n255\n";
+    const std::string header = "P6\n" + std::to_string(picture.width) + " " +
+                               std::to_string(picture.height) + "\n255\n";
     std::vector<uint8_t> file(header.begin(), header.end());
     file.insert(file.end(), picture.bytes.begin(), picture.bytes.end());
     return file;

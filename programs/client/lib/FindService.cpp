@@ -72,7 +72,8 @@ sp<Service> findService(const std::string& instance) {
         return service;
     }
     if (const pid_t pid = serverOf(Service::descriptor, instance)) {
-        const std::string who = "process " + std::to_string(pid) + " serves " + name + " in " + folder;
+        const std::string who =
+                "process " + std::to_string(pid) + " serves " + name + " in " + folder;
         throw ServiceError(who + " but " + tooLong("did not answer", timeLimit()), -1);
     }
     throw ServiceError("no " + name + " in " + folder + kAdvice, -1);
