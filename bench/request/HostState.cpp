@@ -50,7 +50,7 @@ size_t sharedMappingCount() {
 HostState HostState::ofThisProcess() {
     const orva_platform::Counts counts = orva_platform::counts();
     return {statusField("VmRSS"),           statusField("Threads"),         descriptorCount(),
-            sharedMappingCount(),           orva::reference::ClientCount(), counts.links,
+            sharedMappingCount(),           orva::reference::ClientCount(), counts.peers,
             counts.exports + counts.proxies};
 }
 

@@ -106,7 +106,7 @@ Return<void> Probe::resources(resources_cb answer) {
 
 std::string resourcesHere() {
     const orva_platform::Counts held = orva_platform::counts();
-    std::string text = std::to_string(held.links) + " links, ";
+    std::string text = std::to_string(held.peers) + " peers, ";
     text += std::to_string(held.channels) + " channels, ";
     text += std::to_string(held.exports) + " objects of its own held by others, ";
     text += std::to_string(held.proxies) + " of others, ";

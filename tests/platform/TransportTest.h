@@ -73,8 +73,10 @@ protected:
     void serve(const Words&... threadsAndLimit) {
         mServer = std::make_unique<PeerProcess>("default", threadsAndLimit...);
         mProbe = IProbe::getService();
-        // Opens the channel for oneway calls, which stays.
+        // Opens the channels for oneway calls and for calls back, which stay.
         expectOk(mProbe->note(0));
+        expectOk(mProbe->hold(new Probe));
+        expectOk(mProbe->hold(nullptr));
         EXPECT_TRUE(eventually([&] { return !notes().empty(); }));
         mHeld = resources();
     }

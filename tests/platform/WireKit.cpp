@@ -13,8 +13,8 @@
 #include <linux/android/binder.h>
 
 #include "hwbinder/RemoteObject.h"
-#include "socket/OutgoingMessage.h"
-#include "socket/ReceivedMessage.h"
+#include "socket/wire/OutgoingMessage.h"
+#include "socket/wire/ReceivedMessage.h"
 
 namespace orva_test {
 
@@ -102,7 +102,7 @@ std::string deliver(WireMessage message, BHwBinder& stub) {
     if (message.bytes.empty() || message.bytes.size() > kPacketSize ||
         ReceivedMessage::check(message.bytes.data(), message.bytes.size(),
                                std::move(message.descriptors), &received) != Io::kDone ||
-        !received->resolve(finder)) {
+        received->resolve(finder) != android::NO_ERROR) {
         return "broken";
     }
     std::string answered;

@@ -11,8 +11,8 @@
 #include <android-base/unique_fd.h>
 #include <hwbinder/Binder.h>
 
-#include "socket/Packet.h"
-#include "socket/Wire.h"
+#include "socket/wire/Packet.h"
+#include "socket/wire/Wire.h"
 
 namespace orva_test {
 

@@ -4,8 +4,9 @@
  */
 // The other process of the transport's tests, until it is killed:
 //
-//   probe_peer INSTANCE THREADS [REPLY-LIMIT-MS]   serves a probe; with 0 threads, polls for calls
-//   probe_peer                                     has the default service hold a probe of its own
+//   probe_peer INSTANCE THREADS [REPLY-LIMIT-MS [STAND-INS]]
+//                  serves a probe, and another one as INSTANCE-too; with 0 threads, polls for calls
+//   probe_peer     has the default service hold a probe of its own
 #include <poll.h>
 
 #include <cstdio>
@@ -19,12 +20,15 @@
 using namespace orva_test;
 
 int main(int count, char** words) {
-    sp<IProbe> server;
+    sp<IProbe> server, other;
     bool ready;
     int polled = -1;
     if (count > 2) {
         if (count > 3) {
             orva_platform::setReplyLimit(std::chrono::milliseconds(std::stoi(words[3])));
+        }
+        if (count > 4) {
+            orva_platform::setStandIns(std::stoul(words[4]));
         }
         if (const size_t threads = std::stoul(words[2])) {
             android::hardware::configureRpcThreadpool(threads, true);
@@ -32,7 +36,9 @@ int main(int count, char** words) {
             polled = android::hardware::setupTransportPolling();
         }
         server = new Probe;
-        ready = server->registerAsService(words[1]) == android::OK;
+        other = new Probe;
+        ready = server->registerAsService(words[1]) == android::OK &&
+                other->registerAsService(words[1] + std::string("-too")) == android::OK;
     } else {
         server = IProbe::getService();
         ready = server != nullptr && server->hold(new Probe).isOk();

@@ -30,7 +30,8 @@ public:
 
     RemoteObject& object() const { return *mObject; }
 
-    // The transport's word that the object's process has gone: tells every linked recipient, once.
+    // The transport's word that the object's process has gone: tells every linked recipient, once;
+    // if none is linked yet, the first that comes.
     void sendObituary();
 
 protected:
@@ -44,7 +45,8 @@ private:
 
     const std::unique_ptr<RemoteObject> mObject;
     Mutex mLock;
-    bool mAlive GUARDED_BY(mLock) = true;
+    bool mDead GUARDED_BY(mLock) = false;
+    bool mTold GUARDED_BY(mLock) = false;  // A recipient was, of the death.
     std::vector<Obituary> mObituaries GUARDED_BY(mLock);
 };
 

@@ -39,7 +39,8 @@ public:
     virtual status_t transact(uint32_t code, const Parcel& data, Parcel* reply, uint32_t flags = 0,
                               TransactCallback callback = nullptr) = 0;
 
-    // OK; DEAD_OBJECT when the process has gone already; INVALID_OPERATION on a local object.
+    // OK, and the recipient is told, at once when the process has gone already; DEAD_OBJECT when
+    // recipients of this proxy have been told before; INVALID_OPERATION on a local object.
     virtual status_t linkToDeath(const sp<DeathRecipient>& recipient, void* cookie = nullptr,
                                  uint32_t flags = 0) = 0;
 

@@ -9,7 +9,7 @@
 #include <android/hidl/base/1.0/BpHwBase.h>
 #include <log/log.h>
 
-#include "socket/ServiceDirectory.h"
+#include "hwbinder/Transport.h"
 
 namespace android::hardware {
 
@@ -19,7 +19,7 @@ using hidl::base::V1_0::DebugInfo;
 
 Return<sp<DirectoryServiceManager::IBase>> DirectoryServiceManager::get(const hidl_string& fqName,
                                                                         const hidl_string& name) {
-    return fromBinder<IBase, BpHwBase, BnHwBase>(ServiceDirectory::instance().get(fqName, name));
+    return fromBinder<IBase, BpHwBase, BnHwBase>(transport().getService(fqName, name));
 }
 
 Return<bool> DirectoryServiceManager::add(const hidl_string& name, const sp<IBase>& service) {
@@ -42,12 +42,12 @@ Return<bool> DirectoryServiceManager::add(const hidl_string& name, const sp<IBas
               told.description().c_str());
         return false;
     }
-    return ServiceDirectory::instance().add(interfaces, name, binder) == OK;
+    return transport().addService(interfaces, name, binder) == OK;
 }
 
 Return<DirectoryServiceManager::Transport> DirectoryServiceManager::getTransport(
         const hidl_string& fqName, const hidl_string& name) {
-    for (const auto& entry : ServiceDirectory::instance().list()) {
+    for (const auto& entry : transport().listServices()) {
         if (entry.interface == fqName && entry.instance == name) {
             return Transport::HWBINDER;
         }
@@ -57,7 +57,7 @@ Return<DirectoryServiceManager::Transport> DirectoryServiceManager::getTransport
 
 Return<void> DirectoryServiceManager::list(list_cb report) {
     std::vector<hidl_string> names;
-    for (const auto& entry : ServiceDirectory::instance().list()) {
+    for (const auto& entry : transport().listServices()) {
         names.emplace_back(entry.interface + "/" + entry.instance);
     }
     report(names);
@@ -67,7 +67,7 @@ Return<void> DirectoryServiceManager::list(list_cb report) {
 Return<void> DirectoryServiceManager::listByInterface(const hidl_string& fqName,
                                                       listByInterface_cb report) {
     std::vector<hidl_string> names;
-    for (const auto& entry : ServiceDirectory::instance().list()) {
+    for (const auto& entry : transport().listServices()) {
         if (entry.interface == fqName) {
             names.emplace_back(entry.instance);
         }
@@ -86,7 +86,7 @@ Return<bool> DirectoryServiceManager::registerForNotifications(
 
 Return<void> DirectoryServiceManager::debugDump(debugDump_cb report) {
     std::vector<InstanceDebugInfo> dump;
-    for (const auto& entry : ServiceDirectory::instance().list()) {
+    for (const auto& entry : transport().listServices()) {
         dump.push_back(
                 {entry.interface, entry.instance, entry.pid, {}, DebugInfo::Architecture::UNKNOWN});
     }

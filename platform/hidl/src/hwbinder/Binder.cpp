@@ -9,9 +9,9 @@
 #include <hwbinder/Parcel.h>
 
 #include "RemoteObject.h"
+#include "Transport.h"
 
-namespace android {
-namespace hardware {
+namespace android::hardware {
 
 IBinder::IBinder() = default;
 IBinder::~IBinder() = default;
@@ -97,10 +97,14 @@ status_t BpHwBinder::linkToDeath(const sp<DeathRecipient>& recipient, void* cook
         return BAD_VALUE;
     }
     Mutex::Autolock lock(mLock);
-    if (!mAlive) {
+    if (mTold) {
         return DEAD_OBJECT;
     }
     mObituaries.push_back({recipient, cookie});
+    if (mDead && mObituaries.size() == 1) {
+        // On another thread, which may wait for locks that the caller holds.
+        transport().post([self = sp<BpHwBinder>(this)] { self->sendObituary(); });
+    }
     return NO_ERROR;
 }
 
@@ -108,7 +112,7 @@ status_t BpHwBinder::unlinkToDeath(const wp<DeathRecipient>& recipient, void* co
                                    wp<DeathRecipient>* outRecipient) {
     sp<DeathRecipient> removed;  // Released after the lock: it may be the last reference.
     Mutex::Autolock lock(mLock);
-    if (!mAlive) {
+    if (mTold) {
         return DEAD_OBJECT;
     }
     for (auto it = mObituaries.begin(); it != mObituaries.end(); ++it) {
@@ -128,13 +132,13 @@ void BpHwBinder::sendObituary() {
     std::vector<Obituary> obituaries;
     {
         Mutex::Autolock lock(mLock);
-        mAlive = false;
+        mDead = true;
         obituaries.swap(mObituaries);
+        mTold = mTold || !obituaries.empty();
     }
     for (const Obituary& obituary : obituaries) {
         obituary.recipient->binderDied(this);
     }
 }
 
-}  // namespace hardware
-}  // namespace android
+}  // namespace android::hardware

@@ -6,10 +6,9 @@
 
 #include <unistd.h>
 
-#include "../socket/Reactor.h"
+#include "Transport.h"
 
-namespace android {
-namespace hardware {
+namespace android::hardware {
 
 IPCThreadState* IPCThreadState::self() {
     thread_local IPCThreadState state;
@@ -32,11 +31,11 @@ void IPCThreadState::restoreCallingIdentity(int64_t token) {
 }
 
 void IPCThreadState::joinThreadPool(bool) {
-    socket::Reactor::instance().join();
+    transport().joinPool();
 }
 
 status_t IPCThreadState::setupPolling(int* fd) {
-    const int polled = socket::Reactor::instance().configurePolling();
+    const int polled = transport().setupPolling();
     if (polled < 0) {
         return INVALID_OPERATION;
     }
@@ -45,8 +44,7 @@ status_t IPCThreadState::setupPolling(int* fd) {
 }
 
 status_t IPCThreadState::handlePolledCommands() {
-    return socket::Reactor::instance().serveOne() ? NO_ERROR : DEAD_OBJECT;
+    return transport().pollOnce() ? NO_ERROR : DEAD_OBJECT;
 }
 
-}  // namespace hardware
-}  // namespace android
+}  // namespace android::hardware

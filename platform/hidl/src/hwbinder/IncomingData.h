@@ -9,8 +9,7 @@
 
 #include <hwbinder/IBinder.h>
 
-namespace android {
-namespace hardware {
+namespace android::hardware {
 
 // Received data that a parcel stands on: checked, with every buffer pointer and descriptor in its
 // place. Destroying it closes the descriptors and frees the buffers.
@@ -28,5 +27,4 @@ public:
     virtual sp<IBinder> binder(size_t index) const = 0;
 };
 
-}  // namespace hardware
-}  // namespace android
+}  // namespace android::hardware

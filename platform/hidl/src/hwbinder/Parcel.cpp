@@ -10,8 +10,7 @@
 
 #include "IncomingData.h"
 
-namespace android {
-namespace hardware {
+namespace android::hardware {
 
 namespace {
 
@@ -225,5 +224,4 @@ bool Parcel::enforceInterface(const char* interface) const {
     return token != nullptr && std::strcmp(token, interface) == 0;
 }
 
-}  // namespace hardware
-}  // namespace android
+}  // namespace android::hardware

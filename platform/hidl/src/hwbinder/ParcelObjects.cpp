@@ -12,8 +12,7 @@
 
 #include "IncomingData.h"
 
-namespace android {
-namespace hardware {
+namespace android::hardware {
 
 namespace {
 
@@ -265,5 +264,4 @@ status_t Parcel::readStrongBinder(sp<IBinder>* binder) const {
     return status == NO_ERROR && *binder == nullptr ? UNEXPECTED_NULL : status;
 }
 
-}  // namespace hardware
-}  // namespace android
+}  // namespace android::hardware

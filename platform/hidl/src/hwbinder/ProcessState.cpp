@@ -4,10 +4,9 @@
  */
 #include <hwbinder/ProcessState.h>
 
-#include "../socket/Reactor.h"
+#include "Transport.h"
 
-namespace android {
-namespace hardware {
+namespace android::hardware {
 
 sp<ProcessState> ProcessState::self() {
     // Kept for ever by the reference that the pointer's own sp holds.
@@ -19,17 +18,16 @@ status_t ProcessState::setThreadPoolConfiguration(size_t maxThreads, bool caller
     if (maxThreads == 0) {
         return BAD_VALUE;
     }
-    socket::Reactor::instance().configure(maxThreads, callerJoinsPool);
+    transport().configurePool(maxThreads, callerJoinsPool);
     return NO_ERROR;
 }
 
 size_t ProcessState::getMaxThreads() {
-    return socket::Reactor::instance().maxThreads();
+    return transport().maxThreads();
 }
 
 void ProcessState::startThreadPool() {
-    socket::Reactor::instance().start();
+    transport().startPool();
 }
 
-}  // namespace hardware
-}  // namespace android
+}  // namespace android::hardware

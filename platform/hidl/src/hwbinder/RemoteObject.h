@@ -8,8 +8,7 @@
 
 #include <hwbinder/IBinder.h>
 
-namespace android {
-namespace hardware {
+namespace android::hardware {
 
 // One object of another process, as its transport reaches it. Destroying it gives up this process's
 // hold on the object.
@@ -21,5 +20,4 @@ public:
     virtual status_t transact(uint32_t code, const Parcel& data, Parcel* reply, uint32_t flags) = 0;
 };
 
-}  // namespace hardware
-}  // namespace android
+}  // namespace android::hardware

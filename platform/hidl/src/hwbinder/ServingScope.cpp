@@ -6,10 +6,7 @@
 
 #include <hwbinder/IPCThreadState.h>
 
-#include "../socket/Channel.h"
-
-namespace android {
-namespace hardware {
+namespace android::hardware {
 
 namespace {
 
@@ -17,14 +14,14 @@ thread_local const ServingScope* innermost = nullptr;
 
 }  // namespace
 
-ServingScope::ServingScope(pid_t pid, uid_t uid, bool oneway, socket::Channel* channel)
+ServingScope::ServingScope(pid_t pid, uid_t uid, WayBack* wayBack)
         : mOuter(innermost),
           mDepth(mOuter == nullptr ? 1 : mOuter->mDepth + 1),
-          mChannel(oneway ? nullptr : channel),
+          mWayBack(wayBack),
           mOuterPid(IPCThreadState::self()->mCallingPid),
           mOuterUid(IPCThreadState::self()->mCallingUid) {
     IPCThreadState* state = IPCThreadState::self();
-    state->mCallingPid = oneway ? 0 : pid;
+    state->mCallingPid = wayBack == nullptr ? 0 : pid;
     state->mCallingUid = uid;
     innermost = this;
 }
@@ -36,14 +33,13 @@ ServingScope::~ServingScope() {
     innermost = mOuter;
 }
 
-socket::Channel* ServingScope::channelTo(const socket::Link& link) {
+WayBack* ServingScope::wayBackTo(const void* peer) {
     for (const ServingScope* scope = innermost; scope != nullptr; scope = scope->mOuter) {
-        if (scope->mChannel != nullptr && &scope->mChannel->link() == &link) {
-            return scope->mCallerWaits ? scope->mChannel : nullptr;
+        if (scope->mWayBack != nullptr && scope->mWayBack->peer() == peer) {
+            return scope->mCallerWaits ? scope->mWayBack : nullptr;
         }
     }
     return nullptr;
 }
 
-}  // namespace hardware
-}  // namespace android
+}  // namespace android::hardware

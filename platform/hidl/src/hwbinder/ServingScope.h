@@ -6,19 +6,28 @@
 
 #include <sys/types.h>
 
-namespace android {
-namespace hardware {
+namespace android::hardware {
 
-namespace socket {
-class Channel;
-class Link;
-}  // namespace socket
+// The way back to a thread of another process that waits for this one; a transport's own.
+class WayBack {
+public:
+    // Whose thread it is: what its transport knows the process by.
+    explicit WayBack(const void* peer) : mPeer(peer) {}
+    const void* peer() const { return mPeer; }
+
+protected:
+    ~WayBack() = default;
+
+private:
+    const void* const mPeer;
+};
 
 // One call from another process, for as long as this thread serves it: its caller is the thread's
 // calling identity, and calls back to it go the way it came. Calls served within it nest.
 class ServingScope {
 public:
-    ServingScope(pid_t pid, uid_t uid, bool oneway, socket::Channel* channel);
+    // The way back is null for a oneway call: nobody waits.
+    ServingScope(pid_t pid, uid_t uid, WayBack* wayBack);
     ~ServingScope();
     ServingScope(const ServingScope&) = delete;
     ServingScope& operator=(const ServingScope&) = delete;
@@ -30,18 +39,16 @@ public:
     // any others do.
     void callerGoesOn() { mCallerWaits = false; }
 
-    // The channel on whose far end a thread of the link's peer waits for this thread; null when
-    // there is none.
-    static socket::Channel* channelTo(const socket::Link& link);
+    // The way to a thread of the peer that waits for this thread; null when there is none.
+    static WayBack* wayBackTo(const void* peer);
 
 private:
     const ServingScope* const mOuter;
     const int mDepth;
-    socket::Channel* const mChannel;  // Null for a oneway call: nobody waits.
+    WayBack* const mWayBack;
     bool mCallerWaits = true;
     const pid_t mOuterPid;
     const uid_t mOuterUid;
 };
 
-}  // namespace hardware
-}  // namespace android
+}  // namespace android::hardware

@@ -4,19 +4,20 @@
  */
 #include <orva_platform/Runtime.h>
 
+#include <algorithm>
 #include <utility>
 
-#include "Link.h"
-#include "Reactor.h"
 #include "RuntimeCounts.h"
-#include "ServiceDirectory.h"
 #include "TransportSettings.h"
+#include "directory/ServiceDirectory.h"
+#include "peer/Peers.h"
+#include "pool/Pool.h"
 
 namespace orva_platform {
 
 using android::hardware::ServiceDirectory;
-using android::hardware::socket::Link;
-using android::hardware::socket::Reactor;
+using android::hardware::socket::Peers;
+using android::hardware::socket::Pool;
 using android::hardware::socket::runtimeCounts;
 using android::hardware::socket::transportSettings;
 
@@ -39,6 +40,14 @@ void setReplyLimit(std::chrono::milliseconds limit) {
     transportSettings().setReplyLimit(limit);
 }
 
+void setPeerLimits(const PeerLimits& limits) {
+    transportSettings().setPeerLimits(limits);
+}
+
+void setStandIns(size_t most) {
+    Pool::instance().setStandIns(most);
+}
+
 void onPeerGone(std::function<void(pid_t)> act) {
     transportSettings().setOnPeerGone(std::move(act));
 }
@@ -47,23 +56,25 @@ std::vector<ServiceEntry> listServices() {
     return ServiceDirectory::instance().list();
 }
 
-void stop() {
+bool stop(std::chrono::milliseconds patience) {
     ServiceDirectory::instance().clear();
-    if (!Reactor::instance().quiesce(kStopPatience)) {
-        Link::closeAll();  // A call that waits for a peer of its own ends with that.
+    const bool quiet = Pool::instance().quiesce(std::min(patience, kStopPatience));
+    Peers::instance().closeAll();  // A call that waits for a peer of its own ends with that.
+    if (!quiet && !Pool::instance().quiesce(patience - std::min(patience, kStopPatience))) {
+        return false;
     }
-    Reactor::instance().stop();
-    Link::closeAll();
+    Pool::instance().finish();
+    Peers::instance().closeAll();
+    return true;
 }
 
 void requestStop() {
-    Reactor::instance().requestStop();
+    Pool::instance().requestStop();
 }
 
 Counts counts() {
     const auto& held = runtimeCounts();
-    return {held.links, held.channels, Reactor::instance().threadCount(), held.exports,
-            held.proxies};
+    return {held.peers, held.channels, Pool::instance().threadCount(), held.exports, held.proxies};
 }
 
 }  // namespace orva_platform

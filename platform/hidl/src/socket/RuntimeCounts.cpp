@@ -4,9 +4,7 @@
  */
 #include "RuntimeCounts.h"
 
-namespace android {
-namespace hardware {
-namespace socket {
+namespace android::hardware::socket {
 
 // Never destroyed: what is counted may outlive the program's static objects.
 RuntimeCounts& runtimeCounts() {
@@ -14,6 +12,4 @@ RuntimeCounts& runtimeCounts() {
     return *counts;
 }
 
-}  // namespace socket
-}  // namespace hardware
-}  // namespace android
+}  // namespace android::hardware::socket

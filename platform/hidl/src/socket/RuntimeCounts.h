@@ -7,13 +7,11 @@
 #include <atomic>
 #include <cstddef>
 
-namespace android {
-namespace hardware {
-namespace socket {
+namespace android::hardware::socket {
 
 // What the transport holds, counted where it is made and given up.
 struct RuntimeCounts {
-    std::atomic<size_t> links{0};
+    std::atomic<size_t> peers{0};
     std::atomic<size_t> channels{0};
     std::atomic<size_t> exports{0};
     std::atomic<size_t> proxies{0};
@@ -21,6 +19,4 @@ struct RuntimeCounts {
 
 RuntimeCounts& runtimeCounts();
 
-}  // namespace socket
-}  // namespace hardware
-}  // namespace android
+}  // namespace android::hardware::socket

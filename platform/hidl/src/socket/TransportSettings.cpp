@@ -4,14 +4,13 @@
  */
 #include "TransportSettings.h"
 
+#include <algorithm>
 #include <cstdlib>
 #include <utility>
 
 #include <unistd.h>
 
-namespace android {
-namespace hardware {
-namespace socket {
+namespace android::hardware::socket {
 
 // Never destroyed: threads of the pool may outlive the program's static objects.
 TransportSettings& transportSettings() {
@@ -27,6 +26,21 @@ TimeLimit TransportSettings::replyLimit() {
 void TransportSettings::setReplyLimit(TimeLimit limit) {
     Mutex::Autolock lock(mLock);
     mReplyLimit = limit;
+}
+
+orva_platform::PeerLimits TransportSettings::peerLimits(size_t poolThreads) {
+    Mutex::Autolock lock(mLock);
+    orva_platform::PeerLimits limits = mPeerLimits;
+    if (limits.calls == 0) {
+        // Of a pool of two or more some thread is always the others'.
+        limits.calls = std::max<size_t>(1, std::min(poolThreads * 3 / 4, poolThreads - 1));
+    }
+    return limits;
+}
+
+void TransportSettings::setPeerLimits(const orva_platform::PeerLimits& limits) {
+    Mutex::Autolock lock(mLock);
+    mPeerLimits = limits;
 }
 
 std::string TransportSettings::directory() {
@@ -58,6 +72,4 @@ void TransportSettings::setOnPeerGone(std::function<void(pid_t)> act) {
     mOnPeerGone = std::move(act);
 }
 
-}  // namespace socket
-}  // namespace hardware
-}  // namespace android
+}  // namespace android::hardware::socket

@@ -7,20 +7,22 @@
 #include <functional>
 #include <string>
 
+#include <orva_platform/Runtime.h>
 #include <sys/types.h>
 #include <utils/Mutex.h>
 
-#include "Packet.h"
+#include "wire/Packet.h"
 
-namespace android {
-namespace hardware {
-namespace socket {
+namespace android::hardware::socket {
 
 // What the program has decided; see orva_platform/Runtime.h.
 class TransportSettings {
 public:
     TimeLimit replyLimit();
     void setReplyLimit(TimeLimit limit);
+    // The limits of a peer where the pool has so many threads.
+    orva_platform::PeerLimits peerLimits(size_t poolThreads);
+    void setPeerLimits(const orva_platform::PeerLimits& limits);
     // Where services are; see setServiceDirectory.
     std::string directory();
     void setDirectory(const std::string& path);
@@ -31,12 +33,11 @@ public:
 private:
     Mutex mLock;
     TimeLimit mReplyLimit GUARDED_BY(mLock){0};
+    orva_platform::PeerLimits mPeerLimits GUARDED_BY(mLock);
     std::string mDirectory GUARDED_BY(mLock);
     std::function<void(pid_t)> mOnPeerGone GUARDED_BY(mLock);
 };
 
 TransportSettings& transportSettings();
 
-}  // namespace socket
-}  // namespace hardware
-}  // namespace android
+}  // namespace android::hardware::socket

@@ -1,0 +1,59 @@
+/*
+ * Copyright (C) 2026 The orva project
+ * SPDX-License-Identifier: Apache-2.0
+ */
+#pragma once
+
+#include <memory>
+#include <string>
+#include <unordered_map>
+#include <vector>
+
+#include <hwbinder/BpHwBinder.h>
+#include <orva_platform/Runtime.h>
+#include <utils/Mutex.h>
+
+#include "ServiceSocket.h"
+
+namespace android::hardware {
+
+// Who serves what, as sockets in a folder. Every operation may be called from any thread.
+class ServiceDirectory {
+public:
+    static ServiceDirectory& instance();
+
+    // Serves `binder` as an instance of each of the interfaces (its chain, without IBase). OK;
+    // ALREADY_EXISTS when a living process serves one of them, and then none is served; BAD_VALUE
+    // for a name that cannot stand in a folder; otherwise what the system said. Every failure is
+    // logged with its reason.
+    status_t add(const std::vector<std::string>& interfaces, const std::string& instance,
+                 const sp<IBinder>& binder);
+
+    // The object served under a name: the local binder when this process serves it, else a proxy.
+    // Null at once, with a logged reason, when nobody serves it.
+    sp<IBinder> get(const std::string& interface, const std::string& instance);
+
+    std::vector<orva_platform::ServiceEntry> list();
+
+    // Takes everything that this process serves out of the folder.
+    void clear();
+
+private:
+    struct Served {
+        sp<IBinder> binder;
+        std::shared_ptr<socket::ServiceSocket> socket;
+        std::string folder;
+        std::string file;
+        ino_t inode;
+    };
+
+    // What is known already to be served under a name; null when a connection must tell.
+    sp<IBinder> known(const std::string& key) REQUIRES(mLock);
+
+    Mutex mLock;
+    // Both by path, folder and file.
+    std::unordered_map<std::string, Served> mServed GUARDED_BY(mLock);
+    std::unordered_map<std::string, wp<BpHwBinder>> mGot GUARDED_BY(mLock);
+};
+
+}  // namespace android::hardware

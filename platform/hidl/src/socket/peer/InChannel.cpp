@@ -1,0 +1,56 @@
+/*
+ * Copyright (C) 2026 The orva project
+ * SPDX-License-Identifier: Apache-2.0
+ */
+#include "InChannel.h"
+
+#include <utility>
+
+#include "Peer.h"
+
+namespace android::hardware::socket {
+
+InChannel::InChannel(base::unique_fd socket, std::shared_ptr<Peer> peer)
+        : mPeer(std::move(peer)), mChannel(std::move(socket), *mPeer, Channel::Role::kServer) {}
+
+void InChannel::close() {
+    mChannel.shutDown();
+    unwatch();
+    mPeer->turns().forget(*this);
+}
+
+Io InChannel::serveOne() {
+    const Io io = ReceivedMessage::receive(mChannel.socket(), Wait::kNo, &mCall);
+    mPeer->dropDescriptors(std::exchange(mHeld, 0));
+    if (io == Io::kDone) {
+        return mChannel.serve(std::move(mCall)) ? Io::kEmpty : Io::kClosed;
+    }
+    if (mCall != nullptr) {
+        mHeld = mCall->descriptorCount();
+        if (!mPeer->holdDescriptors(mHeld)) {
+            mHeld = 0;
+            mCall->dropDescriptors();
+        }
+    }
+    return io;
+}
+
+void InChannel::ready() {
+    const auto self = std::static_pointer_cast<InChannel>(shared_from_this());
+    if (!mPeer->turns().begin(self, mPeer->mostServed())) {
+        return;
+    }
+    const Io io = serveOne();
+    mPeer->turns().end();
+    if (io == Io::kEmpty) {
+        watchAgain();
+        return;
+    }
+    if (io == Io::kBroken) {
+        mPeer->cut("it does not keep to the protocol");
+    }
+    mPeer->dropDescriptors(std::exchange(mHeld, 0));
+    mPeer->forget(*this);
+}
+
+}  // namespace android::hardware::socket

@@ -1,0 +1,112 @@
+/*
+ * Copyright (C) 2026 The orva project
+ * SPDX-License-Identifier: Apache-2.0
+ */
+#define LOG_TAG "HidlSocket"
+
+#include "Peers.h"
+
+#include <utility>
+#include <vector>
+
+#include <unistd.h>
+
+#include <log/log.h>
+
+namespace android::hardware::socket {
+
+// Never destroyed: threads of the pool may outlive the program's static objects.
+Peers& Peers::instance() {
+    static Peers* const peers = new Peers;
+    return *peers;
+}
+
+std::shared_ptr<Peer> Peers::find(int connection, bool forServing, std::shared_ptr<Peer>* before) {
+    Identity identity;
+    base::unique_fd process;
+    const bool there = identify(connection, &identity, &process);
+    if (identity.uid != geteuid()) {
+        // The folder's and the socket's modes keep others out already; this holds if they change.
+        ALOGE("a process of another user is refused");
+        return nullptr;
+    }
+    if (identity.pid == 0) {
+        // Peers are told apart by their numbers.
+        ALOGE("a process of another namespace, which has no number here, is refused");
+        return nullptr;
+    }
+    if (!there) {
+        return nullptr;  // It has gone already.
+    }
+    Mutex::Autolock lock(mLock);
+    std::shared_ptr<Peer>& entry = mPeers[identity.pid];
+    if (entry != nullptr) {
+        const bool same = entry->identity() == identity && entry->alive();
+        if (same && (forServing || entry->connected())) {
+            return entry;
+        }
+        *before = entry;
+        if (forServing) {
+            return nullptr;
+        }
+    }
+    entry = std::make_shared<Peer>(identity);
+    entry->watch(std::move(process));
+    entry->afterEnd([this, pid = identity.pid, made = entry.get()] { forget(pid, made); });
+    return entry;
+}
+
+void Peers::forget(pid_t pid, const Peer* peer) {
+    std::shared_ptr<Peer> forgotten;  // Released after the lock.
+    Mutex::Autolock lock(mLock);
+    const auto it = mPeers.find(pid);
+    if (it != mPeers.end() && it->second.get() == peer) {
+        forgotten = std::move(it->second);
+        mPeers.erase(it);
+    }
+}
+
+void Peers::serve(base::unique_fd connection, const sp<BHwBinder>& root) {
+    for (;;) {
+        std::shared_ptr<Peer> before;
+        if (const auto peer = find(connection, true, &before)) {
+            if (peer->serve(connection, root)) {
+                return;
+            }
+            continue;  // It has ended since.
+        }
+        if (before != nullptr) {
+            before->end(Peer::End::kGone);
+            const auto kept = std::make_shared<base::unique_fd>(std::move(connection));
+            before->afterEnd([this, kept, root] { serve(std::move(*kept), root); });
+        }
+        return;
+    }
+}
+
+sp<IBinder> Peers::connect(base::unique_fd connection) {
+    for (;;) {
+        std::shared_ptr<Peer> before;
+        const auto peer = find(connection, false, &before);
+        if (before != nullptr) {
+            before->end(Peer::End::kGone);
+        }
+        sp<IBinder> root;
+        if (peer == nullptr || peer->connect(connection, &root)) {
+            return root;
+        }
+    }
+}
+
+void Peers::closeAll() {
+    std::unordered_map<pid_t, std::shared_ptr<Peer>> peers;
+    {
+        Mutex::Autolock lock(mLock);
+        peers.swap(mPeers);
+    }
+    for (const auto& entry : peers) {
+        entry.second->end(Peer::End::kClosed);
+    }
+}
+
+}  // namespace android::hardware::socket
