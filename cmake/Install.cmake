@@ -3,7 +3,8 @@
 #   host     orva-host, the server library, the framework and its engine
 #   client   orva
 #   dev      headers, the client library, the CMake package, pkg-config files
-#   docs     the pages of docs/
+#   python   the Python client
+#   docs     the pages of docs/, the examples
 # What is installed finds its own by its own place, so the whole can be moved. Only the platform's
 # libraries are the system's, and stay where they are.
 include(CMakePackageConfigHelpers)
@@ -53,6 +54,15 @@ orva_install(orva_headers dev AS framework_headers)
 orva_install(orva_reference_headers dev AS reference_headers)
 orva_install(orva_client dev AS client)
 orva_install(orva-client client)
+
+if(TARGET orva_python)
+    set(folder ${CMAKE_INSTALL_PREFIX}/${ORVA_PYTHON_FOLDER}/orva)
+    file(RELATIVE_PATH to_lib ${folder} ${CMAKE_INSTALL_FULL_LIBDIR})
+    set_target_properties(orva_python PROPERTIES
+        INSTALL_RPATH "$ORIGIN/${to_lib};${AndroidPlatform_LIBRARY_DIR}")
+    install(TARGETS orva_python DESTINATION ${ORVA_PYTHON_FOLDER}/orva COMPONENT python)
+    install(FILES python/orva/__init__.py DESTINATION ${ORVA_PYTHON_FOLDER}/orva COMPONENT python)
+endif()
 
 # Public headers, each where its name in an #include is found.
 install(DIRECTORY

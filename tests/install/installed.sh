@@ -5,9 +5,9 @@
 # Installs a build into an empty folder, moves that, builds the examples against it as strangers
 # would, and has them answered by the host from there.
 #
-# usage: installed.sh SOURCE BUILD CMAKE COMPILER
+# usage: installed.sh SOURCE BUILD CMAKE COMPILER [PYTHON]     with PYTHON if its client was built
 set -euo pipefail
-source=$1 build=$2 cmake=$3 compiler=$4
+source=$1 build=$2 cmake=$3 compiler=$4 python=${5-}
 unset LD_LIBRARY_PATH ORVA_SERVICE_DIR XDG_RUNTIME_DIR
 
 work=$(mktemp -d)
@@ -72,6 +72,12 @@ expect "orva" "IAIService/default" "$moved/bin/orva" list
 expect "a node that is built in" "output: 1 2 3 4" "$work/client/client"
 expect "the loaded node" "output: 2.5 5 7.5 10" "$work/packaged" gain '{"gain": "2.5"}'
 expect "the loaded node's refusal" "status 102" "$work/client/client" gain '{"gain": "much"}'
+
+module=$(find "$moved" -path "*/orva/__init__.py")
+if [[ -n $python ]]; then
+    script='import numpy, orva; print(orva.Session(node="echo").run(numpy.arange(4, dtype="int16")))'
+    PYTHONPATH=$(dirname "$(dirname "$module")") expect "Python" "[0 1 2 3]" "$python" -c "$script"
+fi
 
 kill -TERM "$host"
 wait "$host" || fail "the host ended with status $?"

@@ -62,6 +62,15 @@ hidl_vec<AITensorHandle> handlesOf(const std::vector<Tensor>& tensors) {
     return handles;
 }
 
+hidl_vec<AITensorHandle> handlesOf(const std::vector<const Tensor*>& tensors) {
+    hidl_vec<AITensorHandle> handles;
+    handles.resize(tensors.size());
+    for (size_t i = 0; i < tensors.size(); ++i) {
+        handles[i] = tensors[i]->handle();
+    }
+    return handles;
+}
+
 template <typename Service, typename Listener>
 BasicSession<Service, Listener>::BasicSession(sp<Service> service, int32_t clientId,
                                               const std::string& type, const std::string& config,
@@ -103,6 +112,21 @@ template <typename Service, typename Listener>
 void BasicSession<Service, Listener>::send(const std::string& context,
                                            const std::vector<Tensor>& inputs,
                                            const std::vector<Tensor>& outputs, int32_t param) {
+    sendThese(context, inputs, outputs, param);
+}
+
+template <typename Service, typename Listener>
+void BasicSession<Service, Listener>::send(const std::string& context,
+                                           const std::vector<const Tensor*>& inputs,
+                                           const std::vector<const Tensor*>& outputs,
+                                           int32_t param) {
+    sendThese(context, inputs, outputs, param);
+}
+
+template <typename Service, typename Listener>
+template <typename Tensors>
+void BasicSession<Service, Listener>::sendThese(const std::string& context, const Tensors& inputs,
+                                                const Tensors& outputs, int32_t param) {
     requireSuccess("the request", [&] {
         return service_->Process(clientId_, context, handlesOf(inputs), handlesOf(outputs), param);
     });
@@ -111,13 +135,21 @@ void BasicSession<Service, Listener>::send(const std::string& context,
 template <typename Service, typename Listener>
 Completion BasicSession<Service, Listener>::await() {
     const std::chrono::milliseconds limit = timeLimit();
-    auto completion = completions_->await(limit.count() > 0 ? limit : CompletionQueue::kForEver);
+    auto completion = awaitFor(limit.count() > 0 ? limit : CompletionQueue::kForEver);
     if (!completion) {
-        throw ServiceError(completions_->hasEnded() ? "the service died before a result came"
-                                                    : tooLong("no result came", limit),
-                           -1);
+        throw ServiceError(tooLong("no result came", limit), -1);
     }
     return std::move(*completion);
+}
+
+template <typename Service, typename Listener>
+std::optional<Completion> BasicSession<Service, Listener>::awaitFor(
+        std::chrono::milliseconds limit) {
+    auto completion = completions_->await(limit);
+    if (!completion && completions_->hasEnded()) {
+        throw ServiceError("the service died before a result came", -1);
+    }
+    return completion;
 }
 
 template class BasicSession<AIService, IAIServiceListener>;

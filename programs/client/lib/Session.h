@@ -4,7 +4,9 @@
  */
 #pragma once
 
+#include <chrono>
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -30,6 +32,8 @@ android::hardware::hidl_vec<vendor::selkat::hardware::ai::V2_0::ModelBuffer> buf
         const std::vector<Model>& models);
 android::hardware::hidl_vec<vendor::selkat::hardware::ai::V2_0::AITensorHandle> handlesOf(
         const std::vector<Tensor>& tensors);
+android::hardware::hidl_vec<vendor::selkat::hardware::ai::V2_0::AITensorHandle> handlesOf(
+        const std::vector<const Tensor*>& tensors);
 
 // An open session with its listener registered, closed with the object: what sessions of both
 // services have. Every operation may be called from any thread; all throw ServiceError.
@@ -48,14 +52,23 @@ public:
     // Sends one request and returns once it is accepted.
     void send(const std::string& context, const std::vector<Tensor>& inputs,
               const std::vector<Tensor>& outputs, int32_t param = 0);
+    // The same with tensors that lie wherever the caller keeps them.
+    void send(const std::string& context, const std::vector<const Tensor*>& inputs,
+              const std::vector<const Tensor*>& outputs, int32_t param = 0);
     // The next result, in the order of their arrival, waited for as setTimeLimit() says.
     Completion await();
+    // The same, or nothing when none has come by then, for callers that look after something else
+    // in between.
+    std::optional<Completion> awaitFor(std::chrono::milliseconds limit);
 
 protected:
     Service& service() const { return *service_; }
     int32_t clientId() const { return clientId_; }
 
 private:
+    template <typename Tensors>
+    void sendThese(const std::string& context, const Tensors& inputs, const Tensors& outputs,
+                   int32_t param);
     void close();
 
     const android::sp<Service> service_;

@@ -1,0 +1,51 @@
+/*
+ * Copyright (C) 2026 The orva project
+ * SPDX-License-Identifier: Apache-2.0
+ */
+#pragma once
+
+#include <functional>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "client/lib/Session.h"
+#include "client/lib/Tensor.h"
+#include "client/model/TensorShape.h"
+
+namespace orva::python {
+
+using Tensors = std::vector<std::shared_ptr<client::Tensor>>;
+
+// A session as the package's Python half drives it: requests one at a time, whichever threads they
+// come from. No operation may be called with the interpreter's lock held; all throw ServiceError.
+class ClientSession {
+public:
+    // `model` is a file, or empty for a node that takes none. The session's number is the next one
+    // of the process.
+    ClientSession(const std::string& model, const std::string& node, const std::string& config,
+                  const std::string& instance);
+
+    // What the model says; empty without one.
+    const std::vector<client::TensorShape>& inputs() const { return inputs_; }
+    const std::vector<client::TensorShape>& outputs() const { return outputs_; }
+
+    // Sends a request and waits for its result. `look` is called every now and then meanwhile, and
+    // may throw. Once anything was thrown that leaves a request under way the session is closed:
+    // the next result would be taken for another request's.
+    void run(const std::string& context, const Tensors& inputs, const Tensors& outputs,
+             const std::function<void()>& look);
+
+    // Once a request under way has ended. Safe to call again.
+    void close();
+
+private:
+    std::mutex mutex_;
+    std::unique_ptr<client::Session> session_;  // null once closed
+    std::vector<client::TensorShape> inputs_;
+    std::vector<client::TensorShape> outputs_;
+};
+
+}  // namespace orva::python
