@@ -10,6 +10,7 @@
 #include <string>
 
 #include <gtest/gtest.h>
+#include <hidl/HidlTransportSupport.h>
 #include <vendor/selkat/hardware/ai/2.1/IAIService.h>
 #include <vendor/selkat/hardware/ai/2.1/IModelManagerService.h>
 
@@ -53,6 +54,9 @@ TEST(Service, ServesBothInterfacesInAllTheirVersions) {
         EXPECT_TRUE(served<V2_0::IAIService>());
         EXPECT_TRUE(served<V2_1::IAIService>());
         EXPECT_EQ(nullptr, V2_1::IAIService::getService("other").get());
+        EXPECT_TRUE(android::hardware::interfacesEqual(V2_0::IAIService::getService(),
+                                                       V2_1::IAIService::getService()))
+                << "one object, whichever of its versions it was asked for by";
         service.kill();
     }
     unsetenv("ORVA_SERVICE_DIR");

@@ -10,8 +10,8 @@ namespace android::hardware::socket {
 
 namespace {
 
-// How often it looks, and how long the pool must have had threads for all that came before it sleeps
-// again: so seldom that waking it up costs the calls nothing.
+// How often it looks, and how long the pool must have had threads for all that came before it
+// sleeps again: so seldom that waking it up costs the calls nothing.
 constexpr nsecs_t kLook = 5 * 1000 * 1000;
 constexpr int kCalmLooks = 200;
 
@@ -54,8 +54,11 @@ void StandIns::run() {
             before = taken;
         }
         mAwake = false;
-        // Whoever became busy while it was awake did not wake it.
-        mAwake = mAwake || mPool.allBusy();
+        // Whoever became busy while it was awake did not wake it. Whoever has done so since keeps
+        // it awake: that must not be overwritten.
+        if (mPool.allBusy()) {
+            mAwake = true;
+        }
     }
 }
 
