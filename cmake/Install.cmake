@@ -54,6 +54,10 @@ orva_install(orva_headers dev AS framework_headers)
 orva_install(orva_reference_headers dev AS reference_headers)
 orva_install(orva_client dev AS client)
 orva_install(orva-client client)
+if(ORVA_ONNXRUNTIME_COPY)
+    install(PROGRAMS ${ORVA_ONNXRUNTIME_COPY}
+        DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT host)
+endif()
 
 if(TARGET orva_python)
     set(folder ${CMAKE_INSTALL_PREFIX}/${ORVA_PYTHON_FOLDER}/orva)

@@ -5,6 +5,7 @@
 #pragma once
 
 #include <cstdint>
+#include <map>
 #include <string>
 #include <vector>
 
@@ -12,13 +13,13 @@ namespace orva::test {
 
 // A tensor of a test case, its elements as they stand in memory.
 struct CaseTensor {
-    // ONNX's type number: 1 float, 2 uint8.
+    // ONNX's type number.
     int elementType = 0;
+    std::vector<int64_t> dims;
     std::vector<uint8_t> bytes;
 };
 
-// Whether a result is what a case expects: floats nearly, by the measure that the list of supported
-// cases names.
+// Whether a result is what a case expects: numbers with fractions nearly, all others exactly.
 bool IsClose(const CaseTensor& expected, const uint8_t* result);
 
 // A folder of ONNX's own one-operator test cases: a model, and what it is to make of what.
@@ -31,7 +32,8 @@ struct OnnxCase {
 // Where Debian's libonnx-testdata puts the cases.
 extern const char* const kOnnxCases;
 
-// False when the folder lacks a model or holds something other than tensors.
+// Reads a case with its first set of data. False when the folder lacks a model or holds something
+// other than tensors of numbers.
 bool LoadOnnxCase(const std::string& folder, OnnxCase& result);
 
 std::vector<uint8_t> ReadFile(const std::string& path);
@@ -41,7 +43,8 @@ inline std::vector<uint8_t> CaseModel(const std::string& name) {
     return ReadFile(std::string(kOnnxCases) + "/" + name + "/model.onnx");
 }
 
-// The names in a list file: one a line, without blank lines and those that start with '#'.
-std::vector<std::string> ReadNames(const std::string& path);
+// The lines "NAME VERDICT reason…" of a list file, by their names: verdict and reason. Those that
+// start with '#' are comments.
+std::map<std::string, std::string> ReadVerdicts(const std::string& path);
 
 }  // namespace orva::test

@@ -6,91 +6,44 @@
 
 #include <gtest/gtest.h>
 
-#include "onnx/Engine.h"
+#include "OnnxWriter.h"
 
 namespace orva::reference {
 namespace {
 
-// Protobuf, written by hand.
-std::string Varint(uint64_t value) {
-    std::string out;
-    for (; value >= 0x80; value >>= 7) {
-        out += static_cast<char>(value | 0x80);
-    }
-    return out + static_cast<char>(value);
-}
-std::string Number(uint32_t field, uint64_t value) {
-    return Varint(field << 3) + Varint(value);
-}
-std::string Text(uint32_t field, const std::string& bytes) {
-    return Varint(field << 3 | 2) + Varint(bytes.size()) + bytes;
-}
+using namespace test::onnx;
 
-using Dims = std::vector<int64_t>;
-
-// A dimension of -1 is one with a name instead of a size.
-std::string Value(const std::string& name, const Dims& dims) {
-    std::string shape;
-    for (const int64_t dim : dims) {
-        shape += Text(1, dim < 0 ? Text(2, "N") : Number(1, static_cast<uint64_t>(dim)));
-    }
-    return Text(1, name) + Text(2, Text(1, Number(1, kOnnxFloat) + Text(2, shape)));
-}
-std::string Node(const std::string& type, const std::vector<std::string>& inputs,
-                 const std::vector<std::string>& outputs, const std::string& attributes = "") {
-    std::string node = Text(4, type) + attributes;
-    for (const std::string& input : inputs) {
-        node += Text(1, input);
-    }
-    for (const std::string& output : outputs) {
-        node += Text(2, output);
-    }
-    return Text(1, node);
-}
-std::string Numbers(uint32_t field, const Dims& numbers) {
-    std::string all;
-    for (const int64_t number : numbers) {
-        all += Number(field, static_cast<uint64_t>(number));
-    }
-    return all;
-}
-std::string Attribute(const std::string& name, const Dims& numbers) {
-    return Text(5, Text(1, name) + Number(20, 7) + Numbers(8, numbers));
-}
-std::string Tensor(const Dims& dims, const std::string& content) {
-    return Numbers(1, dims) + Number(2, kOnnxFloat) + Text(8, "w") + content;
-}
-std::string Graph(const std::string& content) {
-    return Number(1, 7) + Text(7, content) + Text(8, Text(1, "") + Number(2, 12));
-}
-const std::string kX = Text(11, Value("x", {2, 3}));
-const std::string kY = Text(12, Value("y", {2, 3}));
+const std::string kX = Input("x", {2, 3});
+const std::string kY = Output("y", {2, 3});
 const std::string kRelu = Node("Relu", {"x"}, {"y"});
+
 // Two values are added, of which the second stands in the file.
 std::string AddModel(const std::string& tensor) {
-    return Graph(kX + kY + Node("Add", {"x", "w"}, {"y"}) + Text(5, tensor));
+    return Model(kX + kY + Node("Add", {"x", "w"}, {"y"}) + Initializer(tensor));
 }
-std::string ConvModel(const std::string& attributes, const Dims& weights = {1, 1, 3, 3}) {
-    return Graph(Text(11, Value("x", {1, 1, 8, 8})) + Text(11, Value("w", weights)) +
-                 Text(12, Value("y", {1, 1, -1, -1})) +
-                 Node("Conv", {"x", "w"}, {"y"}, attributes));
-}
-
-// A few bytes again and again.
-std::string Many(const std::string& bytes, size_t count) {
-    std::string all;
-    for (; count > 0; --count) {
-        all += bytes;
+std::string Nested(int depth) {
+    std::string graph = kRelu;
+    for (; depth > 0; --depth) {
+        graph = Node("If", {"c"}, {"y"}, GraphAttribute("then_branch", graph));
     }
-    return all;
+    return Model(kX + kY + graph);
 }
-
-ByteRange Range(const std::string& bytes) {
-    return {reinterpret_cast<const uint8_t*>(bytes.data()), bytes.size()};
+// Function 0 calls function 1 `width` times, and so on; the last one calls `last`.
+std::string Calls(int functions, int width, const std::string& last) {
+    std::string all;
+    for (int i = 0; i < functions; ++i) {
+        const std::string callee =
+                i + 1 == functions ? last
+                                   : Node("f" + std::to_string(i + 1), {"x"}, {"y"}, "", "own");
+        all += Function("f" + std::to_string(i),
+                        std::vector<std::string>(static_cast<size_t>(width), callee));
+    }
+    return Model(kX + kY + Node("f0", {"x"}, {"y"}, "", "own"), all);
 }
 
 TEST(OnnxModel, RefusesWithTheReason) {
-    const std::string whole = Graph(kX + kY + kRelu);
+    const std::string whole = Model(kX + kY + kRelu);
+    const std::string six = Raw(std::vector<float>(6));
     const struct {
         const char* what;
         std::string file;
@@ -101,31 +54,49 @@ TEST(OnnxModel, RefusesWithTheReason) {
             {"two graphs", whole + Text(7, ""), "more than one graph"},
             {"an endless number", std::string(11, '\xff') + whole, "not an ONNX model"},
             {"a length near 2^64", whole + Varint(9 << 3 | 2) + Varint(UINT64_MAX), "not an ONNX"},
-            {"a broken graph", Graph(kX + kY + kRelu + "\x0a"), "graph is malformed"},
-            {"a node that is a number", Graph(kX + kY + Number(1, 1)), "wrong type"},
-            {"an input twice", Graph(kX + kX + kY + kRelu), "input x"},
-            {"too many dimensions", Graph(Text(11, Value("x", Dims(33, 1))) + kY), "shape of x"},
-            {"an output from nowhere", Graph(kX + kY), "no node makes output y"},
-            {"a node before what it uses", Graph(kX + kY + Node("Relu", {"z"}, {"y"})), "uses z"},
-            {"a node without its inputs", Graph(kX + kY + Node("Add", {"x"}, {"y"})), "too few"},
-            {"a node without an output", Graph(kX + kRelu + Node("Relu", {"x"}, {})), "malformed"},
-            {"a value made twice", Graph(kX + kY + kRelu + kRelu), "made twice"},
-            {"too many outputs", Graph(kX + kY + Node("Relu", {"x"}, {"y", "z"})), "several"},
-            {"a constant without a value", Graph(kY + Node("Constant", {}, {"y"})), "Constant"},
-            {"a tensor too short", AddModel(Tensor({2, 3}, Text(9, "five floats, not six"))),
+            {"a broken graph", Model(kX + kY + kRelu + "\x0a"), "graph is malformed"},
+            {"a node that is a number", Model(kX + kY + Number(1, 1)), "wrong type"},
+            {"too many dimensions", Model(Input("x", Dims(33, 1)) + kY), "shape of x"},
+            {"two shapes",
+             Model(Text(11, Text(1, "x") + Text(2, Text(1, Text(2, "") + Text(2, ""))))),
+             "two shapes"},
+            {"elements that are not there", AddModel(Tensor("w", {1 << 30}, six)), "tensor w"},
+            {"sizes whose product overflows", AddModel(Tensor("w", Dims(5, 1 << 30), six)),
              "tensor w"},
-            {"a tensor that stands elsewhere", AddModel(Tensor({0}, Text(13, ""))), "tensor "},
-            {"sizes whose product overflows", AddModel(Tensor(Dims(5, 1 << 30), "")), "tensor "},
-            {"a size below 0 in a tensor", AddModel(Tensor({-1}, Text(9, "four"))), "tensor "},
-            {"a stride of 0", ConvModel(Attribute("strides", {1, 0})), "Conv"},
-            {"padding without bounds", ConvModel(Attribute("pads", {0, 0, 0, INT64_MAX})), "Conv"},
-            {"a window of another rank", ConvModel(Attribute("kernel_shape", {3, 3, 3})), "Conv"},
-            {"weights of another rank", ConvModel("", {1, 1, 3}), "Conv"},
-            {"nodes without end", Graph(Many(Text(1, ""), 70'000)), "too large"},
-            {"inputs without end", Graph(Many(Text(11, ""), 70'000)), "too large"},
-            {"outputs without end", Graph(Many(Text(12, ""), 2'000)), "too large"},
-            {"attributes without end", ConvModel(Attribute("strides", Dims(70'000, 1))),
-             "malformed"},
+            {"a size below 0 in a tensor", AddModel(Tensor("w", {-1}, six)), "tensor w"},
+            {"a tensor in another file",
+             AddModel(Tensor("w", {6}, Text(13, Text(1, "location") + Text(2, "/etc/passwd")))),
+             "outside the file"},
+            {"a tensor elsewhere, without a place", AddModel(Tensor("w", {6}, six + Number(14, 1))),
+             "outside the file"},
+            {"such a tensor within a graph in a node",
+             Model(kX + kY +
+                   Node("If", {"c"}, {"y"},
+                        GraphAttribute("then_branch",
+                                       Initializer(Tensor("w", {6}, Number(14, 1)))))),
+             "outside the file"},
+            {"such a tensor as a constant of a function",
+             Model(kX + kY + kRelu,
+                   Function("f", {Node("Constant", {}, {"y"},
+                                       TensorAttribute("value", Tensor("", {6}, Number(14, 1))))})),
+             "outside the file"},
+            {"a tensor of which there are two",
+             Model(kY +
+                   Node("Constant", {}, {"y"},
+                        Text(5, Text(5, Tensor("", {6}, six)) + Text(5, Tensor("", {6}, six))))),
+             "two tensors"},
+            {"a sparse tensor", Model(kX + kY + kRelu + Text(15, "")), "sparse"},
+            {"graphs in graphs without end", Nested(40), "nested too deeply"},
+            {"a function that calls itself", Calls(1, 1, Node("f0", {"x"}, {"y"}, "", "own")),
+             "calls itself"},
+            {"functions that call each other", Calls(3, 1, Node("f1", {"x"}, {"y"}, "", "own")),
+             "calls itself"},
+            {"functions that multiply", Calls(20, 3, kRelu), "too large"},
+            {"functions in functions without end", Calls(50, 1, kRelu), "nested too deeply"},
+            {"nodes without end", Model(Many(Text(1, ""), 70'000)), "too large"},
+            {"inputs without end", Model(Many(Text(11, ""), 70'000)), "too large"},
+            {"outputs without end", Model(Many(Text(12, ""), 2'000)), "more than 1024"},
+            {"names without end", Model(kX + kY + Text(1, Many(Text(1, ""), 70'000))), "too large"},
     };
     for (const auto& testCase : cases) {
         OnnxModel model;
@@ -134,25 +105,29 @@ TEST(OnnxModel, RefusesWithTheReason) {
         EXPECT_NE(std::string::npos, reason.find(testCase.reason))
                 << testCase.what << ": " << reason;
     }
-    for (const std::string& file : {whole, ConvModel(Attribute("strides", {2, 2}))}) {
+    for (const std::string& file : {whole, AddModel(Tensor("w", {6}, six)), Nested(30),
+                                    Calls(30, 1, kRelu), Calls(5, 3, kRelu)}) {
         OnnxModel model;
         std::string reason;
         EXPECT_TRUE(ReadOnnxModel(Range(file), model, reason)) << reason;
     }
 }
 
-TEST(Engine, TakesDimensionsLeftOpenForOneAndNoneThatNoTensorCouldHave) {
-    const auto model = [](const Dims& dims) {
-        return Graph(Text(11, Value("x", dims)) + kRelu + Text(12, Value("y", dims)));
-    };
-    const std::string open = model({-1, 3, -1});
-    const Engine engine(Range(open));
-    EXPECT_EQ((std::vector<int>{1, 3, 1}), engine.inputs()[0].dims);
-    EXPECT_EQ((std::vector<int>{1, 3, 1}), engine.outputs()[0].dims);
-    for (const Dims& dims : {Dims{0}, Dims{1 << 14, 1 << 14}, Dims{INT64_MAX, INT64_MAX}}) {
-        const std::string file = model(dims);
-        EXPECT_THROW(Engine{Range(file)}, std::runtime_error);
-    }
+TEST(OnnxModel, TellsWhatIsOpenByItsName) {
+    const std::string file =
+            Model(Input("x", {-2, 3, -1}, kInt64) + Input("w", {2}) + Output("y", {-2}) +
+                  Initializer(Tensor("w", {2}, Raw(std::vector<float>(2)))) +
+                  Node("TopK", {"x", "w"}, {"y"}));
+    OnnxModel model;
+    std::string reason;
+    ASSERT_TRUE(ReadOnnxModel(Range(file), model, reason)) << reason;
+    ASSERT_EQ(1U, model.inputs.size()) << "the other one stands in the file";
+    EXPECT_EQ((Dims{-1, 3, -1}), model.inputs[0].dims);
+    EXPECT_EQ((std::vector<std::string>{"N", "", ""}), model.inputs[0].dimNames);
+    EXPECT_EQ(7, model.inputs[0].elementType);
+    EXPECT_EQ("g", model.name);
+    EXPECT_EQ(13, model.operatorSet);
+    EXPECT_TRUE(model.rereads);
 }
 
 }  // namespace

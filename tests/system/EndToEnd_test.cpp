@@ -8,9 +8,6 @@
 #include <algorithm>
 #include <cstring>
 
-#include <orva/AINeuralNetworkBuffer.h>
-
-#include "framework/OnnxCase.h"
 #include "support/Region.h"
 #include "system/SystemTest.h"
 
@@ -21,9 +18,7 @@ namespace {
 using android::hardware::hidl_memory;
 using android::hardware::hidl_vec;
 using client::Completion;
-using client::Model;
 using client::Session;
-using client::SharedRegion;
 using client::Tensor;
 using client::TensorAttributes;
 using vendor::selkat::hardware::ai::V2_0::AITensorHandle;
@@ -40,35 +35,6 @@ Tensor patterned(size_t bytes, const char* type = Tensor::kBuffer) {
 bool areAlike(const Tensor& left, const Tensor& right) {
     return std::equal(left.data(), left.data() + left.size(), right.data(),
                       right.data() + right.size());
-}
-
-std::vector<Tensor> tensorsFor(const std::vector<CaseTensor>& expected, bool filled) {
-    std::vector<Tensor> tensors;
-    for (const CaseTensor& each : expected) {
-        TensorAttributes attributes;
-        attributes.dataType = each.elementType == 1 ? AI_DATA_TYPE_FLOAT32 : AI_DATA_TYPE_UINT8;
-        tensors.emplace_back(attributes, each.bytes.size());
-        std::memcpy(tensors.back().data(), each.bytes.data(), filled ? each.bytes.size() : 0);
-    }
-    return tensors;
-}
-
-void runCase(const android::sp<client::AIService>& service, const OnnxCase& expected) {
-    std::vector<Model> models;
-    models.push_back({"", SharedRegion("model", expected.model.size())});
-    std::memcpy(models[0].bytes.data(), expected.model.data(), expected.model.size());
-    Session session(service, 1, "onnx", "", models);
-
-    const std::vector<Tensor> inputs = tensorsFor(expected.inputs, true),
-                              outputs = tensorsFor(expected.outputs, false);
-    session.send("", inputs, outputs);
-    const client::Completion result = session.await();
-    EXPECT_EQ(result.result, 0);
-    ASSERT_EQ(result.outputs.size(), expected.outputs.size());
-    for (size_t i = 0; i < expected.outputs.size(); ++i) {
-        ASSERT_EQ(result.outputs[i].size(), expected.outputs[i].bytes.size());
-        EXPECT_TRUE(IsClose(expected.outputs[i], result.outputs[i].data())) << "output " << i;
-    }
 }
 
 class EndToEnd : public SystemTest {
@@ -163,26 +129,6 @@ TEST_F(EndToEnd, TensorsInWhatIsNoMemoryForThem) {
         }
     }
     expectServed(*newClient());
-}
-
-// ONNX's own one-operator cases, through the host to the engine and back.
-TEST_F(EndToEnd, OnnxOperatorsGiveWhatIsExpected) {
-    const std::vector<std::string> names = ReadNames(ORVA_TEST_DATA "/onnx_operators.txt");
-    ASSERT_GE(names.size(), 200u);
-    {
-        const auto service = client::findService();
-        for (const std::string& name : names) {
-            SCOPED_TRACE(name);
-            OnnxCase expected;
-            ASSERT_TRUE(LoadOnnxCase(std::string(kOnnxCases) + "/" + name, expected));
-            try {
-                runCase(service, expected);
-            } catch (const std::exception& error) {
-                ADD_FAILURE() << error.what();
-            }
-        }
-    }
-    EXPECT_LE(ProcessState::of(host().pid()).threads, 16U);
 }
 
 }  // namespace

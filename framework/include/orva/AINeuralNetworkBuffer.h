@@ -15,6 +15,17 @@ namespace orva {
 enum AITensorDataType : int {
     AI_DATA_TYPE_UINT8 = 0,
     AI_DATA_TYPE_FLOAT32 = 1,
+    AI_DATA_TYPE_INT8 = 2,
+    AI_DATA_TYPE_INT16 = 3,
+    AI_DATA_TYPE_INT32 = 4,
+    AI_DATA_TYPE_INT64 = 5,
+    AI_DATA_TYPE_UINT16 = 6,
+    AI_DATA_TYPE_UINT32 = 7,
+    AI_DATA_TYPE_UINT64 = 8,
+    AI_DATA_TYPE_FLOAT16 = 9,    // IEEE 754's of 16 bits
+    AI_DATA_TYPE_BFLOAT16 = 10,  // the upper half of a float32
+    AI_DATA_TYPE_FLOAT64 = 11,
+    AI_DATA_TYPE_BOOL = 12,  // a byte each, 0 or 1
 };
 
 // A buffer with the shape of a batch of images: number x channel x height x width, whatever the

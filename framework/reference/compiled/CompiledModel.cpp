@@ -17,9 +17,10 @@ namespace {
 // Chosen so that no change of one byte makes it the beginning of an ONNX file: whatever the first
 // one becomes, protobuf then finds a wrong type, or a length that no file has.
 constexpr std::array<uint8_t, 8> kMagic = {0x4f, 0xcf, 0xd2, 0xd6, 0xc1, 0xcf, 0x4d, 0x4f};
-constexpr uint32_t kVersion = 1;
+constexpr uint32_t kVersion = 2;
 constexpr size_t kDigestAt = 32;
-constexpr size_t kMostDimensions = 32;
+constexpr uint32_t kMostDimensions = 32;
+constexpr uint32_t kNoShape = UINT32_MAX;
 
 template <class Number>
 void Append(std::vector<uint8_t>& out, Number number) {
@@ -38,9 +39,10 @@ void Append(std::vector<uint8_t>& out, const std::vector<EngineTensor>& tensors)
     for (const EngineTensor& tensor : tensors) {
         Append(out, tensor.name);
         Append(out, static_cast<uint32_t>(tensor.dataType));
-        Append(out, static_cast<uint32_t>(tensor.dims.size()));
-        for (const int dim : tensor.dims) {
-            Append(out, static_cast<uint32_t>(dim));
+        Append(out, tensor.hasShape ? static_cast<uint32_t>(tensor.dims.size()) : kNoShape);
+        for (size_t i = 0; i < tensor.dims.size(); ++i) {
+            Append(out, tensor.dims[i]);
+            Append(out, tensor.dimNames[i]);
         }
     }
 }
@@ -89,56 +91,69 @@ private:
     ByteRange rest_;
 };
 
+bool TakeTensor(Taker& taker, EngineTensor& tensor) {
+    uint32_t rank = 0;
+    if (!taker.Take(tensor.name) || !taker.Take(tensor.dataType) || !taker.Take(rank) ||
+        (rank > kMostDimensions && rank != kNoShape)) {
+        return false;
+    }
+    tensor.hasShape = rank != kNoShape;
+    for (; tensor.hasShape && rank > 0; --rank) {
+        int64_t dim = 0;
+        std::string name;
+        if (!taker.Take(dim) || dim < -1 || !taker.Take(name)) {
+            return false;
+        }
+        tensor.dims.push_back(dim);
+        tensor.dimNames.push_back(std::move(name));
+    }
+    const bool open = std::count(tensor.dims.begin(), tensor.dims.end(), -1) != 0;
+    return open || ElementsOf(tensor.dims) >= 0;
+}
+
 bool TakeTensors(Taker& taker, std::vector<EngineTensor>& tensors) {
     uint32_t count = 0;
     if (!taker.Take(count) || count > kMostTensors) {
         return false;
     }
     for (; count > 0; --count) {
-        EngineTensor tensor;
-        uint32_t rank = 0;
-        if (!taker.Take(tensor.name) || !taker.Take(tensor.dataType) || !taker.Take(rank) ||
-            rank > kMostDimensions) {
+        if (!TakeTensor(taker, tensors.emplace_back())) {
             return false;
         }
-        int64_t elements = 1;
-        for (; rank > 0; --rank) {
-            int dim = 0;
-            if (!taker.Take(dim) || dim <= 0 || dim > kMostElements / elements) {
-                return false;
-            }
-            elements *= dim;
-            tensor.dims.push_back(dim);
-        }
-        tensor.elements = static_cast<size_t>(elements);
-        tensors.push_back(std::move(tensor));
     }
     return true;
 }
 
-bool TakeEntry(Taker& taker, ByteRange sources, CompiledEntry& entry) {
+bool TakePlace(Taker& taker, ByteRange files, ByteRange& place) {
     uint64_t begin = 0;
     uint64_t size = 0;
-    if (!taker.Take(entry.name) || entry.name.empty() || !taker.Take(begin) || !taker.Take(size) ||
-        begin < kCompiledHeaderSize || begin > sources.size || size > sources.size - begin) {
+    if (!taker.Take(begin) || !taker.Take(size) || begin < kCompiledHeaderSize ||
+        begin > files.size || size > files.size - begin) {
         return false;
     }
-    entry.source = {sources.data + begin, static_cast<size_t>(size)};
-    return TakeTensors(taker, entry.inputs) && TakeTensors(taker, entry.outputs);
+    place = {files.data + begin, static_cast<size_t>(size)};
+    return true;
 }
 
-bool TakeTable(Taker taker, ByteRange sources, std::vector<CompiledEntry>& models) {
+bool TakeEntry(Taker& taker, ByteRange files, CompiledEntry& entry) {
+    return taker.Take(entry.name) && !entry.name.empty() && TakePlace(taker, files, entry.source) &&
+           TakePlace(taker, files, entry.optimised) && TakeTensors(taker, entry.inputs) &&
+           TakeTensors(taker, entry.outputs);
+}
+
+bool TakeTable(Taker taker, ByteRange files, CompiledModel& model) {
     uint32_t count = 0;
-    if (!taker.Take(count) || count == 0 || count > kMostCompiledModels) {
+    if (!taker.Take(model.engine) || !taker.Take(count) || count == 0 ||
+        count > kMostCompiledModels) {
         return false;
     }
     std::set<std::string> names;
     for (; count > 0; --count) {
         CompiledEntry entry;
-        if (!TakeEntry(taker, sources, entry) || !names.insert(entry.name).second) {
+        if (!TakeEntry(taker, files, entry) || !names.insert(entry.name).second) {
             return false;
         }
-        models.push_back(std::move(entry));
+        model.models.push_back(std::move(entry));
     }
     return taker.AtEnd();
 }
@@ -183,7 +198,7 @@ bool ReadCompiledModel(ByteRange file, CompiledModel& model, std::string& reason
     }
     if (table < kCompiledHeaderSize || table > size ||
         !TakeTable(Taker({file.data + table, static_cast<size_t>(size - table)}),
-                   {file.data, static_cast<size_t>(table)}, model.models)) {
+                   {file.data, static_cast<size_t>(table)}, model)) {
         reason = "a built model whose table is malformed";
         return false;
     }
@@ -192,19 +207,22 @@ bool ReadCompiledModel(ByteRange file, CompiledModel& model, std::string& reason
 
 void CompiledModelWriter::Append(const CompiledEntry& entry) {
     reference::Append(entries_, entry.name);
-    reference::Append(entries_, static_cast<uint64_t>(size_));
-    reference::Append(entries_, static_cast<uint64_t>(entry.source.size));
+    for (const ByteRange& file : {entry.source, entry.optimised}) {
+        reference::Append(entries_, static_cast<uint64_t>(size_));
+        reference::Append(entries_, static_cast<uint64_t>(file.size));
+        Write(file);
+    }
     reference::Append(entries_, entry.inputs);
     reference::Append(entries_, entry.outputs);
-    Write(entry.source);
     ++count_;
 }
 
-size_t CompiledModelWriter::Finish(int32_t buildParam) {
+size_t CompiledModelWriter::Finish(int32_t buildParam, const std::string& engine) {
     const auto table = static_cast<uint64_t>(size_);
-    std::vector<uint8_t> count;
-    reference::Append(count, count_);
-    Write({count.data(), count.size()});
+    std::vector<uint8_t> begin;
+    reference::Append(begin, engine);
+    reference::Append(begin, count_);
+    Write({begin.data(), begin.size()});
     Write({entries_.data(), entries_.size()});
 
     std::vector<uint8_t> header(kMagic.begin(), kMagic.end());

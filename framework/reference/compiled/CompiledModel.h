@@ -15,21 +15,23 @@
 
 namespace orva::reference {
 
-// A built model: the sources of one or more models, and a table of what is known of each. All
-// numbers are little-endian.
+// A built model: the sources of one or more models, what the engine has made of each, and a table
+// of what is known of them. All numbers are little-endian.
 //
 //   bytes  0..7   its mark
-//          8..11  version, 1
+//          8..11  version, 2
 //         12..15  build parameter
 //         16..23  size of the whole
 //         24..31  where the table begins; it goes to the end
 //         32..63  SHA-256 of everything from 64 on, and bytes 0..31 after it
-//         64..    the sources, one behind the other, then the table
+//         64..    for each model its source and its optimised form, then the table
 //
-// The table is the number of models, and for each its name, where its source begins, the source's
-// size, its inputs and its outputs. A list of tensors is their number, and for each its name, data
-// type, number of dimensions and dimensions. A name is its length and its bytes. A source's place
-// and size take 8 bytes, every other number 4.
+// The table is the version of the engine that has optimised the models, the number of models, and
+// for each its name, where its source begins, the source's size, the same of its optimised form,
+// its inputs and its outputs. A list of tensors is their number, and for each its name, data type,
+// number of dimensions, and for each of those its size, -1 where it is open, and its name then; a
+// tensor of which not even their number is known has 2^32-1 for it. A name or version is its length
+// and its bytes. Places and sizes take 8 bytes, every other number 4.
 
 constexpr size_t kCompiledHeaderSize = 64;
 // Models in one file.
@@ -39,12 +41,15 @@ constexpr size_t kMostCompiledModels = 256;
 struct CompiledEntry {
     std::string name;
     ByteRange source;
+    // An ONNX file, too, with operators of the engine's own; for that version of the engine alone.
+    ByteRange optimised;
     std::vector<EngineTensor> inputs;
     std::vector<EngineTensor> outputs;
 };
 
 struct CompiledModel {
     int32_t buildParam = 0;
+    std::string engine;
     std::vector<CompiledEntry> models;
 };
 
@@ -65,7 +70,7 @@ public:
     // Both throw std::runtime_error when there is no room. The name must be no earlier entry's.
     void Append(const CompiledEntry& entry);
     // Returns the bytes written. Nothing may follow.
-    size_t Finish(int32_t buildParam);
+    size_t Finish(int32_t buildParam, const std::string& engine);
 
 private:
     void Write(ByteRange bytes);

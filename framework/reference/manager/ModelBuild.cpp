@@ -36,7 +36,7 @@ std::string NewName(const std::string& name, std::set<std::string>& taken) {
 }  // namespace
 
 int32_t BuildModels(int32_t buildParam, const std::vector<MappedBuffer>& sources,
-                    const MappedBuffer& output, uint32_t& outputSize) {
+                    const MappedBuffer& output, uint32_t& outputSize, Cancellation& cancellation) {
     if (sources.empty() || sources.size() > ModelManager::kMostModels ||
         output.address == nullptr) {
         ORVA_LOGE("%zu sources, an output of %u bytes", sources.size(), output.length);
@@ -51,13 +51,18 @@ int32_t BuildModels(int32_t buildParam, const std::vector<MappedBuffer>& sources
                                           bytes + (bytes != nullptr ? sources[i].length : 0));
         const ByteRange file{source.data(), source.size()};
         try {
-            const Engine engine(file);
-            writer.Append({NewName(engine.name(), names), file, engine.inputs(), engine.outputs()});
+            const Engine engine(file, {}, cancellation);
+            const std::vector<uint8_t> optimised = Optimise(file, cancellation);
+            writer.Append({NewName(engine.name(), names),
+                           file,
+                           {optimised.data(), optimised.size()},
+                           engine.inputs(),
+                           engine.outputs()});
         } catch (const std::exception& error) {
             throw std::runtime_error("source " + std::to_string(i) + ": " + error.what());
         }
     }
-    outputSize = static_cast<uint32_t>(writer.Finish(buildParam));
+    outputSize = static_cast<uint32_t>(writer.Finish(buildParam, EngineVersion()));
     return kNodeOk;
 }
 

@@ -8,11 +8,12 @@
 #include <vector>
 
 #include <orva/MappedBuffer.h>
+#include <orva/reference/Cancellation.h>
 
 namespace orva::reference {
 
 // ModelManager::BuildModel. Throws a std::exception where a source is refused or there is no room.
 int32_t BuildModels(int32_t buildParam, const std::vector<MappedBuffer>& sources,
-                    const MappedBuffer& output, uint32_t& outputSize);
+                    const MappedBuffer& output, uint32_t& outputSize, Cancellation& cancellation);
 
 }  // namespace orva::reference

@@ -36,7 +36,8 @@ std::vector<AIModelIOTensor> DimensionsOf(const std::vector<EngineTensor>& tenso
     for (const EngineTensor& tensor : tensors) {
         int32_t dims[4] = {1, 1, 1, 1};
         for (size_t i = 0; i < tensor.dims.size(); ++i) {
-            dims[std::min<size_t>(i, 3)] *= tensor.dims[i];
+            int32_t& dim = dims[std::min<size_t>(i, 3)];
+            dim = dim < 0 || tensor.dims[i] < 0 ? -1 : dim * static_cast<int32_t>(tensor.dims[i]);
         }
         result.push_back({dims[0], dims[1], dims[2], dims[3], tensor.name, tensor.dataType});
     }
@@ -54,7 +55,8 @@ struct ModelManager::Core {
     explicit Core(Executor& executor)
             : queue(std::make_shared<RequestQueue<AIModelManagerListener>>(executor)) {}
 
-    int32_t Load(const AIConfig& config, const std::vector<AIModelDescription>& descriptions);
+    int32_t Load(const AIConfig& config, const std::vector<AIModelDescription>& descriptions,
+                 Cancellation& cancellation);
     // The model of a name; null, with a line in the log, when there is none.
     std::shared_ptr<OnnxRunner> Find(const std::string& name) const;
     // False, with a line in the log, before there are models and a listener.
@@ -73,15 +75,16 @@ struct ModelManager::Core {
 };
 
 int32_t ModelManager::Core::Load(const AIConfig& config,
-                                 const std::vector<AIModelDescription>& descriptions) {
-    ByteConversion conversion;
-    if (!ReadByteConversion(config, conversion)) {
+                                 const std::vector<AIModelDescription>& descriptions,
+                                 Cancellation& cancellation) {
+    RunnerConfig runnerConfig;
+    if (!runnerConfig.Read(config)) {
         return kNodeBadConfig;
     }
-    const auto set = std::make_shared<ModelSet>(conversion);
+    const auto set = std::make_shared<ModelSet>(runnerConfig);
     for (size_t i = 0; i < descriptions.size(); ++i) {
         try {
-            set->Add(descriptions[i]);
+            set->Add(descriptions[i], cancellation);
         } catch (const std::exception& error) {
             ORVA_LOGE("model %zu (%s): %s", i, OneLine(descriptions[i].name()).c_str(),
                       OneLine(error.what()).c_str());
@@ -129,8 +132,9 @@ bool ModelManager::Core::TakeBinding(const OnnxRunner& model, Request& request) 
 }
 
 int32_t ModelManager::Core::Post(const std::shared_ptr<OnnxRunner>& model, Request request) const {
-    return queue->Post(std::move(request),
-                       [model](Request& taken, Cancellation&) { return model->Run(taken); });
+    return queue->Post(std::move(request), [model](Request& taken, Cancellation& cancellation) {
+        return model->Run(taken, cancellation);
+    });
 }
 
 ModelManager::ModelManager(std::shared_ptr<Executor> executor)
@@ -142,8 +146,8 @@ ModelManager::~ModelManager() {
 
 int32_t ModelManager::Init(const AIConfig& config, std::vector<AIModelDescription>& models) {
     return core_->init.Try([&] {
-        const Work work(core_->queue->client(), LoadTimeout());
-        return work.Outcome(core_->Load(config, models));
+        Work work(core_->queue->client(), LoadTimeout());
+        return work.Outcome(core_->Load(config, models, work.cancellation()));
     });
 }
 
@@ -184,8 +188,8 @@ int32_t ModelManager::CheckModelCompatibility(const AIModelDescription& model) {
     return Guarded(
             "model refused",
             [&] {
-                const Work work(core_->queue->client(), LoadTimeout());
-                ModelSet().Add(model);
+                Work work(core_->queue->client(), LoadTimeout());
+                ModelSet().Add(model, work.cancellation());
                 return kNodeOk;
             },
             kNodeBadModel);
@@ -200,7 +204,11 @@ int32_t ModelManager::BuildModel(int32_t buildParam, const std::vector<MappedBuf
                                  const MappedBuffer& output, uint32_t& outputModelSize) {
     return Guarded(
             "build failed",
-            [&] { return BuildModels(buildParam, inputs, output, outputModelSize); },
+            [&] {
+                Work work(core_->queue->client(), LoadTimeout());
+                return work.Outcome(BuildModels(buildParam, inputs, output, outputModelSize,
+                                                work.cancellation()));
+            },
             kNodeBadModel);
 }
 

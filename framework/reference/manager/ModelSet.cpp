@@ -26,7 +26,7 @@ bool AreSame(const std::vector<EngineTensor>& table, const std::vector<EngineTen
 
 }  // namespace
 
-void ModelSet::Add(const AIModelDescription& description) {
+void ModelSet::Add(const AIModelDescription& description, Cancellation& cancellation) {
     const ByteRange file{description.data(), description.data_size()};
     if (file.data == nullptr) {
         throw std::runtime_error("a description without the model's bytes");
@@ -37,13 +37,13 @@ void ModelSet::Add(const AIModelDescription& description) {
         throw std::runtime_error("not of type " + description.type());
     }
     if (compiled) {
-        AddCompiled(description.name(), file);
+        AddCompiled(description.name(), file, cancellation);
     } else {
-        AddOnnx(description.name(), file);
+        AddOnnx(description.name(), file, cancellation);
     }
 }
 
-void ModelSet::AddCompiled(const std::string& name, ByteRange file) {
+void ModelSet::AddCompiled(const std::string& name, ByteRange file, Cancellation& cancellation) {
     CompiledModel compiled;
     std::string reason;
     if (!ReadCompiledModel(file, compiled, reason)) {
@@ -54,7 +54,10 @@ void ModelSet::AddCompiled(const std::string& name, ByteRange file) {
         if (!name.empty()) {
             full = compiled.models.size() == 1 ? name : name + "/" + entry.name;
         }
-        const Engine& engine = AddOnnx(full, entry.source)->engine();
+        // What another version of the engine has made of it, this one need not understand.
+        const bool usable = compiled.engine == EngineVersion() && entry.optimised.size != 0;
+        const Engine& engine =
+                AddOnnx(full, usable ? entry.optimised : entry.source, cancellation)->engine();
         if (!AreSame(entry.inputs, engine.inputs()) || !AreSame(entry.outputs, engine.outputs())) {
             throw std::runtime_error("built for other tensors than the engine finds: " +
                                      entry.name);
@@ -62,7 +65,8 @@ void ModelSet::AddCompiled(const std::string& name, ByteRange file) {
     }
 }
 
-std::shared_ptr<OnnxRunner> ModelSet::AddOnnx(const std::string& name, ByteRange file) {
+std::shared_ptr<OnnxRunner> ModelSet::AddOnnx(const std::string& name, ByteRange file,
+                                              Cancellation& cancellation) {
     if (models_.size() == ModelManager::kMostModels) {
         throw std::runtime_error("more than " + std::to_string(ModelManager::kMostModels) +
                                  " models");
@@ -70,7 +74,7 @@ std::shared_ptr<OnnxRunner> ModelSet::AddOnnx(const std::string& name, ByteRange
     if (models_.count(name) != 0) {
         throw std::runtime_error("a second model of the name " + name);
     }
-    auto runner = std::make_shared<OnnxRunner>(file, conversion_, memory_);
+    auto runner = std::make_shared<OnnxRunner>(file, config_, cancellation, memory_);
     models_.emplace(name, runner);
     return runner;
 }

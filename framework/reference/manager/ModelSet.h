@@ -17,11 +17,11 @@ namespace orva::reference {
 // The models of one session, by name. Whatever judges a model does so by adding it to a set.
 class ModelSet {
 public:
-    explicit ModelSet(const ByteConversion& conversion = {}) : conversion_(conversion) {}
+    explicit ModelSet(const RunnerConfig& config = {}) : config_(config) {}
 
     // Loads what a description brings, an ONNX file or a built model. Throws a std::exception that
     // says why when it is refused; the set is of no further use then.
-    void Add(const AIModelDescription& description);
+    void Add(const AIModelDescription& description, Cancellation& cancellation);
 
     // The model of a name, or the only one when there is no name; null, with a line in the log,
     // when there is none.
@@ -31,10 +31,11 @@ public:
     size_t memory() const { return memory_->most(); }
 
 private:
-    void AddCompiled(const std::string& name, ByteRange file);
-    std::shared_ptr<OnnxRunner> AddOnnx(const std::string& name, ByteRange file);
+    void AddCompiled(const std::string& name, ByteRange file, Cancellation& cancellation);
+    std::shared_ptr<OnnxRunner> AddOnnx(const std::string& name, ByteRange file,
+                                        Cancellation& cancellation);
 
-    const ByteConversion conversion_;
+    const RunnerConfig config_;
     const std::shared_ptr<EngineMemory> memory_ = Engine::DefaultMemory();
     std::map<std::string, std::shared_ptr<OnnxRunner>> models_;
 };

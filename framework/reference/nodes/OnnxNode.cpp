@@ -13,9 +13,9 @@
 namespace orva::reference {
 
 int32_t OnnxNode::Load(const AIConfig& config, std::vector<AIModelDescription>& models,
-                       Cancellation&) {
-    ByteConversion conversion;
-    if (!ReadByteConversion(config, conversion)) {
+                       Cancellation& cancellation) {
+    RunnerConfig runnerConfig;
+    if (!runnerConfig.Read(config)) {
         return kNodeBadConfig;
     }
     if (models.size() != 1 || models[0].data() == nullptr) {
@@ -24,7 +24,7 @@ int32_t OnnxNode::Load(const AIConfig& config, std::vector<AIModelDescription>& 
     }
     try {
         runner_ = std::make_unique<OnnxRunner>(ByteRange{models[0].data(), models[0].data_size()},
-                                               conversion);
+                                               runnerConfig, cancellation);
     } catch (const std::exception& error) {
         ORVA_LOGE("model %s: %s", models[0].name().c_str(), OneLine(error.what()).c_str());
         return kNodeBadModel;
@@ -36,8 +36,8 @@ int32_t OnnxNode::Check(const Request& request) const {
     return runner_->Check(request);
 }
 
-int32_t OnnxNode::Run(Request& request, Cancellation&) {
-    return runner_->Run(request);
+int32_t OnnxNode::Run(Request& request, Cancellation& cancellation) {
+    return runner_->Run(request, cancellation);
 }
 
 }  // namespace orva::reference

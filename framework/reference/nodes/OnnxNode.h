@@ -13,7 +13,7 @@
 namespace orva::reference {
 
 // Runs the ONNX model given at Init, as OnnxRunner does. Configuration parameters:
-// ReadByteConversion's.
+// RunnerConfig's.
 class OnnxNode : public RequestHandler {
 public:
     int32_t Load(const AIConfig& config, std::vector<AIModelDescription>& models,

@@ -5,187 +5,188 @@
 #include "onnx/Engine.h"
 
 #include <algorithm>
-#include <cstring>
 #include <stdexcept>
 #include <utility>
 
-#include <orva/AINeuralNetworkBuffer.h>
-#include <opencv2/core/utils/logger.hpp>
+#include <onnxruntime_session_options_config_keys.h>
 
-#include "onnx/CloseShapes.h"
+#include "onnx/ElementType.h"
 #include "onnx/OnnxModel.h"
 
 namespace orva::reference {
 
 namespace {
 
+// What the engine may compute ahead of any request, in bytes: together, and the least for a node.
+constexpr size_t kMostFolded = size_t{1} << 30;
+constexpr size_t kLeastFolded = size_t{1} << 16;
+constexpr size_t kMostFoldedByNode = size_t{1} << 26;
+
 [[noreturn]] void Refuse(const std::string& reason) {
     throw std::runtime_error(reason);
 }
 
-// The engine's settings are the process's. Requests of different nodes run beside each other, so
-// each gets by with one thread; reasons for failures are logged where they are caught.
-void SetUpEngine() {
-    static const bool done = [] {
-        cv::setNumThreads(1);
-        cv::utils::logging::setLogLevel(cv::utils::logging::LOG_LEVEL_SILENT);
-        cv::redirectError([](int, const char*, const char*, const char*, int, void*) { return 0; });
-        return true;
-    }();
-    static_cast<void>(done);
+Ort::SessionOptions OptionsFor(const OnnxModel& model, const EngineOptions& options,
+                               size_t threads) {
+    Ort::SessionOptions made;
+    made.SetIntraOpNumThreads(static_cast<int>(threads));
+    made.SetInterOpNumThreads(1);
+    // The level beyond is the processor's, and what it writes is not for another.
+    const bool writes = !options.optimisedPath.empty();
+    made.SetGraphOptimizationLevel(writes ? ORT_ENABLE_EXTENDED : ORT_ENABLE_ALL);
+    if (writes) {
+        made.SetOptimizedModelFilePath(options.optimisedPath.c_str());
+    }
+    // Threads that wait for work leave the processor to others.
+    made.AddConfigEntry(kOrtSessionOptionsConfigAllowIntraOpSpinning, "0");
+    made.AddConfigEntry(kOrtSessionOptionsConfigUseEnvAllocators, "1");
+    const size_t folded = std::clamp(kMostFolded / std::max<size_t>(model.constantNodes, 1),
+                                     kLeastFolded, kMostFoldedByNode);
+    made.AddConfigEntry(kOrtSessionOptionsConstantFoldingMaxOutputSizeInBytes,
+                        std::to_string(folded).c_str());
+    for (const auto& [name, size] : options.dimensions) {
+        Ort::ThrowOnError(Ort::GetApi().AddFreeDimensionOverrideByName(made, name.c_str(), size));
+    }
+    return made;
 }
 
-bool IsOpen(const OnnxValue& value) {
-    return !value.hasShape || std::count(value.dims.begin(), value.dims.end(), -1) != 0;
+const char* KindOf(ONNXType type) {
+    switch (type) {
+    case ONNX_TYPE_SEQUENCE:
+        return "a sequence";
+    case ONNX_TYPE_MAP:
+        return "a map";
+    case ONNX_TYPE_OPTIONAL:
+        return "optional";
+    case ONNX_TYPE_SPARSETENSOR:
+        return "a sparse tensor";
+    default:
+        return "of no known kind";
+    }
 }
 
-EngineTensor MakeTensor(const OnnxValue& value) {
+EngineTensor TensorOf(std::string name, const Ort::TypeInfo& info) {
     EngineTensor tensor;
-    tensor.name = value.name;
-    if (value.elementType == kOnnxFloat) {
-        tensor.dataType = AI_DATA_TYPE_FLOAT32;
-    } else if (value.elementType == kOnnxUint8) {
-        tensor.dataType = AI_DATA_TYPE_UINT8;
-    } else {
-        Refuse("the element type of " + value.name + " is neither float nor uint8");
+    tensor.name = std::move(name);
+    if (info.GetONNXType() != ONNX_TYPE_TENSOR) {
+        Refuse(tensor.name + " is " + KindOf(info.GetONNXType()) +
+               ", which cannot travel in a buffer");
     }
-    int64_t elements = 1;
-    for (const int64_t dim : value.dims) {
-        const int64_t size = dim < 0 ? kOpenDimension : dim;
-        if (size == 0 || size > kMostElements / elements) {
-            Refuse("the shape of " + value.name + " is out of range");
+    const auto details = info.GetTensorTypeAndShapeInfo();
+    const ElementType* const type = ElementTypeOfOnnx(details.GetElementType());
+    if (type == nullptr) {
+        Refuse(tensor.name + " is " + OnnxTypeName(details.GetElementType()) +
+               ", which cannot travel in a buffer");
+    }
+    tensor.dataType = type->dataType;
+    tensor.hasShape = details.HasShape();
+    if (tensor.hasShape) {
+        tensor.dims = details.GetShape();
+        for (const char* dimName : details.GetSymbolicDimensions()) {
+            tensor.dimNames.emplace_back(dimName);
         }
-        elements *= size;
-        tensor.dims.push_back(static_cast<int>(size));
     }
-    tensor.elements = static_cast<size_t>(elements);
+    if (std::count(tensor.dims.begin(), tensor.dims.end(), -1) == 0 &&
+        ElementsOf(tensor.dims) * static_cast<int64_t>(type->size) > kMostBytes) {
+        Refuse(tensor.name + " is " + TextOf(tensor.dims) + ", more than a buffer can have");
+    }
     return tensor;
 }
 
-// A matrix of the tensor's shape over `data`, or with memory of its own when that is null.
-cv::Mat Shape(const EngineTensor& tensor, int type, void* data) {
-    const std::vector<int> dims = tensor.dims.empty() ? std::vector<int>{1} : tensor.dims;
-    const int rank = static_cast<int>(dims.size());
-    return data == nullptr ? cv::Mat(rank, dims.data(), type, cv::Scalar(0))
-                           : cv::Mat(rank, dims.data(), type, data);
+// Whether a buffer has the type for a tensor, or is to be converted.
+bool IsTypeFor(const EngineTensor& tensor, const BufferView& buffer) {
+    return buffer.dataType == tensor.dataType ||
+           (buffer.dataType == AI_DATA_TYPE_UINT8 && tensor.dataType == AI_DATA_TYPE_FLOAT32);
 }
 
-bool Fits(const EngineTensor& tensor, const BufferView& buffer) {
-    if (buffer.dataType == AI_DATA_TYPE_UINT8) {
-        return buffer.size == tensor.elements;
-    }
-    return buffer.dataType == AI_DATA_TYPE_FLOAT32 && tensor.dataType == AI_DATA_TYPE_FLOAT32 &&
-           buffer.size == tensor.elements * sizeof(float);
-}
-
-bool AllFit(const char* what, const std::vector<EngineTensor>& tensors,
-            const std::vector<BufferView>& buffers, std::string& reason) {
+void RequireFit(const char* what, const std::vector<EngineTensor>& tensors,
+                const std::vector<BufferView>& buffers) {
     if (tensors.size() != buffers.size()) {
-        reason = std::to_string(buffers.size()) + " " + what + "s, the model has " +
-                 std::to_string(tensors.size());
-        return false;
+        Refuse(std::to_string(buffers.size()) + " " + what + "s, the model has " +
+               std::to_string(tensors.size()));
     }
     for (size_t i = 0; i < tensors.size(); ++i) {
-        if (!Fits(tensors[i], buffers[i])) {
-            reason = std::string(what) + " " + std::to_string(i) + " (" + tensors[i].name +
-                     ") has data type " + std::to_string(buffers[i].dataType) + " and " +
-                     std::to_string(buffers[i].size) + " bytes for " +
-                     std::to_string(tensors[i].elements) + " elements";
-            return false;
+        if (!IsTypeFor(tensors[i], buffers[i])) {
+            const ElementType* const type = ElementTypeOf(buffers[i].dataType);
+            Refuse(std::string(what) + " " + tensors[i].name + " is " +
+                   ElementTypeOf(tensors[i].dataType)->name + ", its buffer " +
+                   (type != nullptr ? type->name
+                                    : "of data type " + std::to_string(buffers[i].dataType)));
         }
     }
-    return true;
 }
 
 }  // namespace
 
 std::shared_ptr<EngineMemory> Engine::DefaultMemory() {
-    return std::make_shared<EngineMemory>(INT32_MAX);
+    return std::make_shared<EngineMemory>(INT32_MAX, Client::Calling());
 }
 
-Engine::Engine(ByteRange file, std::shared_ptr<EngineMemory> memory) : memory_(std::move(memory)) {
+Engine::Engine(ByteRange file, const EngineOptions& options, Cancellation& cancellation,
+               std::shared_ptr<EngineMemory> memory)
+        : file_(std::move(memory), file.size), threads_(options.threads - 1) {
     OnnxModel model;
     std::string reason;
     if (!ReadOnnxModel(file, model, reason)) {
         Refuse(reason);
     }
-    name_ = model.name;
-    for (const OnnxValue& input : model.inputs) {
-        inputs_.push_back(MakeTensor(input));
-    }
-    for (const OnnxValue& output : model.outputs) {
-        outputs_.push_back(MakeTensor(output));
-        outputNames_.push_back(output.name);
-    }
-    if (outputs_.empty()) {
+    if (model.outputs.empty()) {
         Refuse("the model has no output");
     }
-    SetUpEngine();
-    const EngineMemoryScope scope(memory_);
-    std::vector<uint8_t> closed;
-    if (std::any_of(model.inputs.begin(), model.inputs.end(), IsOpen)) {
-        closed = CloseShapes(file, model);
-        file = {closed.data(), closed.size()};
+    name_ = model.name;
+    rereads_ = model.rereads;
+    const EngineMemoryScope scope(file_.memory());
+    try {
+        Ort::SessionOptions made = OptionsFor(model, options, threads_.count() + 1);
+        const Cancellation::Listener listener(cancellation,
+                                              [&made] { made.SetLoadCancellationFlag(true); });
+        session_ = Ort::Session(Environment::Get().env, file.data, file.size, made);
+    } catch (const std::exception& error) {
+        constexpr int64_t kOldest = 7;
+        const bool isOld = model.operatorSet != 0 && model.operatorSet < kOldest;
+        Refuse(isOld ? std::string(error.what()) + "; it is for operator set " +
+                               std::to_string(model.operatorSet) +
+                               ", and the engine knows those from 7 on"
+                     : error.what());
     }
-    net_ = cv::dnn::readNetFromONNX(reinterpret_cast<const char*>(file.data), file.size);
-    net_.setPreferableBackend(cv::dnn::DNN_BACKEND_OPENCV);
-    net_.setPreferableTarget(cv::dnn::DNN_TARGET_CPU);
+    Describe();
+}
 
+void Engine::Describe() {
+    Ort::AllocatorWithDefaultOptions allocator;
+    for (size_t i = 0; i < session_.GetInputCount(); ++i) {
+        inputs_.push_back(TensorOf(session_.GetInputNameAllocated(i, allocator).get(),
+                                   session_.GetInputTypeInfo(i)));
+    }
+    for (size_t i = 0; i < session_.GetOutputCount(); ++i) {
+        outputs_.push_back(TensorOf(session_.GetOutputNameAllocated(i, allocator).get(),
+                                    session_.GetOutputTypeInfo(i)));
+    }
     for (const EngineTensor& input : inputs_) {
-        net_.setInput(Shape(input, CV_32F, nullptr), input.name);
+        inputNames_.push_back(input.name.c_str());
     }
-    std::vector<cv::Mat> results;
-    Forward(results);
-    for (size_t i = 0; i < outputs_.size(); ++i) {
-        // What the model leaves open, the engine knows.
-        if (IsOpen(model.outputs[i])) {
-            outputs_[i].dims.assign(results[i].size.p, results[i].size.p + results[i].dims);
-            outputs_[i].elements = results[i].total();
-        } else if (results[i].total() != outputs_[i].elements) {
-            Refuse("the engine makes " + std::to_string(results[i].total()) + " elements of " +
-                   outputs_[i].name + ", the model " + std::to_string(outputs_[i].elements));
-        }
+    for (const EngineTensor& output : outputs_) {
+        outputNames_.push_back(output.name.c_str());
     }
 }
 
-bool Engine::Accepts(const std::vector<BufferView>& inputs, const std::vector<BufferView>& outputs,
-                     std::string& reason) const {
-    return AllFit("input", inputs_, inputs, reason) && AllFit("output", outputs_, outputs, reason);
-}
-
-void Engine::Run(const std::vector<BufferView>& inputs, const std::vector<BufferView>& outputs,
-                 const ByteConversion& conversion) {
-    const EngineMemoryScope scope(memory_);
-    for (size_t i = 0; i < inputs.size(); ++i) {
-        const bool bytes = inputs[i].dataType == AI_DATA_TYPE_UINT8;
-        cv::Mat blob = Shape(inputs_[i], bytes ? CV_8U : CV_32F, inputs[i].data);
-        if (bytes) {
-            cv::Mat floats;
-            const bool asIs = inputs_[i].dataType == AI_DATA_TYPE_UINT8;
-            blob.convertTo(floats, CV_32F, asIs ? 1 : conversion.scale, asIs ? 0 : conversion.bias);
-            blob = floats;
-        }
-        // The engine keeps a copy of it.
-        net_.setInput(blob, inputs_[i].name);
-    }
-    std::vector<cv::Mat> results;
-    Forward(results);
+RequestShapes Engine::Settle(const std::vector<BufferView>& inputs,
+                             const std::vector<BufferView>& outputs,
+                             const ShapeChoices& choices) const {
+    RequireFit("input", inputs_, inputs);
+    RequireFit("output", outputs_, outputs);
+    RequestShapes shapes = SettleShapes(inputs_, outputs_, inputs, choices);
     for (size_t i = 0; i < outputs.size(); ++i) {
-        if (results[i].total() != outputs_[i].elements) {
-            Refuse("the engine changed the size of " + outputs_[i].name);
+        const size_t elementSize = ElementTypeOf(outputs[i].dataType)->size;
+        const int64_t elements = ElementsOf(shapes.outputs[i]);
+        if (outputs_[i].hasShape && elements > 0 &&
+            outputs[i].size != static_cast<size_t>(elements) * elementSize) {
+            Refuse("output " + outputs_[i].name + " is " + TextOf(shapes.outputs[i]) +
+                   " and takes " + std::to_string(static_cast<size_t>(elements) * elementSize) +
+                   " bytes, its buffer has " + std::to_string(outputs[i].size));
         }
-        const bool bytes = outputs[i].dataType == AI_DATA_TYPE_UINT8;
-        cv::Mat out(results[i].dims, results[i].size.p, bytes ? CV_8U : CV_32F, outputs[i].data);
-        results[i].convertTo(out, out.type());
     }
-}
-
-void Engine::Forward(std::vector<cv::Mat>& results) {
-    net_.forward(results, outputNames_);
-    if (results.size() != outputs_.size()) {
-        Refuse("the engine made " + std::to_string(results.size()) + " of " +
-               std::to_string(outputs_.size()) + " outputs");
-    }
+    return shapes;
 }
 
 }  // namespace orva::reference

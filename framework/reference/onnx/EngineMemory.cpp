@@ -5,9 +5,12 @@
 #include "onnx/EngineMemory.h"
 
 #include <cstdint>
+#include <cstdlib>
+#include <new>
+#include <stdexcept>
 #include <utility>
 
-#include <opencv2/core.hpp>
+#include <onnxruntime_c_api.h>
 
 namespace orva::reference {
 
@@ -15,70 +18,56 @@ namespace {
 
 thread_local const std::shared_ptr<EngineMemory>* counted = nullptr;
 
-// The bytes of a matrix; the largest size_t when there are more.
-size_t BytesOf(int dims, const int* sizes, int type) {
-    size_t bytes = CV_ELEM_SIZE(type);
-    for (int i = 0; i < dims; ++i) {
-        const auto size = static_cast<size_t>(sizes[i] > 0 ? sizes[i] : 0);
-        if (size != 0 && bytes > SIZE_MAX / size) {
-            return SIZE_MAX;
-        }
-        bytes *= size;
-    }
-    return bytes;
-}
+// Where the engine's vectors of numbers begin.
+constexpr size_t kAlignment = 64;
 
-// What one matrix takes, until it is gone.
-class Share {
-public:
-    Share(std::shared_ptr<EngineMemory> memory, size_t bytes)
-            : memory_(std::move(memory)), bytes_(bytes) {
-        if (!memory_->Take(bytes_)) {
-            CV_Error(cv::Error::StsNoMem, "the models need more memory than they may take");
-        }
-    }
-    ~Share() { memory_->Give(bytes_); }
-    Share(const Share&) = delete;
-    Share& operator=(const Share&) = delete;
-
-private:
-    const std::shared_ptr<EngineMemory> memory_;
-    const size_t bytes_;
+// Stands before each piece.
+struct alignas(kAlignment) Header {
+    std::shared_ptr<EngineMemory> memory;
+    size_t bytes;
 };
 
-// The engine's own allocator, with its books kept.
-class CountingAllocator : public cv::MatAllocator {
-public:
-    cv::UMatData* allocate(int dims, const int* sizes, int type, void* data, size_t* step,
-                           cv::AccessFlag flags, cv::UMatUsageFlags usage) const override {
-        if (data != nullptr || counted == nullptr) {
-            return own_.allocate(dims, sizes, type, data, step, flags, usage);
-        }
-        auto share = std::make_shared<Share>(*counted, BytesOf(dims, sizes, type));
-        cv::UMatData* matrix = own_.allocate(dims, sizes, type, data, step, flags, usage);
-        matrix->currAllocator = this;
-        matrix->allocatorContext = std::move(share);
-        return matrix;
-    }
-    bool allocate(cv::UMatData* matrix, cv::AccessFlag flags,
-                  cv::UMatUsageFlags usage) const override {
-        return own_.allocate(matrix, flags, usage);
-    }
-    // Its share goes with it.
-    void deallocate(cv::UMatData* matrix) const override { own_.deallocate(matrix); }
+constexpr char kTooMuch[] = "the models need more memory than they may take";
 
-private:
-    const cv::MatAllocator& own_ = *cv::Mat::getStdAllocator();
+// The engine takes a null for memory, and an exception for what it is.
+class TooMuch : public std::bad_alloc {
+public:
+    const char* what() const noexcept override { return kTooMuch; }
 };
 
-void InstallAllocator() {
-    // Never destroyed: matrices may be around as long as the process is.
-    static const bool done = [] {
-        cv::Mat::setDefaultAllocator(new CountingAllocator);
-        return true;
-    }();
-    static_cast<void>(done);
+// On a thread of the engine's own there is no telling whose work it is, nor may it be refused.
+void* Allocate(OrtAllocator*, size_t size) {
+    if (size > SIZE_MAX - 2 * sizeof(Header)) {
+        throw TooMuch();
+    }
+    const size_t bytes = sizeof(Header) + (size + kAlignment - 1) / kAlignment * kAlignment;
+    std::shared_ptr<EngineMemory> memory = counted != nullptr ? *counted : nullptr;
+    if (memory != nullptr && !memory->Take(bytes)) {
+        throw TooMuch();
+    }
+    void* const piece = std::aligned_alloc(kAlignment, bytes);
+    if (piece == nullptr) {
+        if (memory != nullptr) {
+            memory->Give(bytes);
+        }
+        throw std::bad_alloc();
+    }
+    return new (piece) Header{std::move(memory), bytes} + 1;
 }
+
+void Free(OrtAllocator*, void* pointer) {
+    if (pointer == nullptr) {
+        return;
+    }
+    Header* const header = static_cast<Header*>(pointer) - 1;
+    if (header->memory != nullptr) {
+        header->memory->Give(header->bytes);
+    }
+    header->~Header();
+    std::free(header);
+}
+
+const OrtMemoryInfo* memoryInfo = nullptr;
 
 }  // namespace
 
@@ -89,6 +78,10 @@ bool EngineMemory::Take(size_t bytes) {
             return false;
         }
     } while (!taken_.compare_exchange_weak(taken, taken + bytes));
+    if (!client_->memory.Take(bytes)) {
+        taken_ -= bytes;
+        return false;
+    }
     const size_t now = taken + bytes;
     size_t most = most_;
     while (most < now && !most_.compare_exchange_weak(most, now)) {
@@ -96,14 +89,39 @@ bool EngineMemory::Take(size_t bytes) {
     return true;
 }
 
+void EngineMemory::Give(size_t bytes) {
+    taken_ -= bytes;
+    client_->memory.Give(bytes);
+}
+
+EngineShare::EngineShare(std::shared_ptr<EngineMemory> memory, size_t bytes)
+        : memory_(std::move(memory)), bytes_(bytes) {
+    if (!memory_->Take(bytes_)) {
+        throw std::runtime_error(kTooMuch);
+    }
+}
+
 EngineMemoryScope::EngineMemoryScope(const std::shared_ptr<EngineMemory>& memory)
         : outer_(counted) {
-    InstallAllocator();
     counted = &memory;
 }
 
 EngineMemoryScope::~EngineMemoryScope() {
     counted = outer_;
+}
+
+OrtAllocator* CountingAllocator(const OrtMemoryInfo* info) {
+    static OrtAllocator allocator = [info] {
+        memoryInfo = info;
+        OrtAllocator made = {};
+        made.version = ORT_API_VERSION;
+        made.Alloc = Allocate;
+        made.Reserve = Allocate;
+        made.Free = Free;
+        made.Info = [](const OrtAllocator*) { return memoryInfo; };
+        return made;
+    }();
+    return &allocator;
 }
 
 }  // namespace orva::reference

@@ -7,30 +7,59 @@
 #include <atomic>
 #include <cstddef>
 #include <memory>
+#include <utility>
+
+#include "client/Client.h"
+
+struct OrtAllocator;
+struct OrtMemoryInfo;
 
 namespace orva::reference {
 
-// What the engine's matrices of some models take together, and may take. May be used from any
+// What the engine holds for the tensors of some models together, and may hold. May be used from any
 // thread.
 class EngineMemory {
 public:
-    explicit EngineMemory(size_t limit) : limit_(limit) {}
+    // What is taken counts to the client, too.
+    EngineMemory(size_t limit, std::shared_ptr<Client> client)
+            : limit_(limit), client_(std::move(client)) {}
+    EngineMemory(const EngineMemory&) = delete;
+    EngineMemory& operator=(const EngineMemory&) = delete;
 
-    // False when that would be more than the limit; nothing is taken then.
+    // False when that would be more than the limit, or more than the client may have; nothing is
+    // taken then.
     bool Take(size_t bytes);
-    void Give(size_t bytes) { taken_ -= bytes; }
+    void Give(size_t bytes);
 
-    // The most bytes that were taken at a time.
+    // The bytes that are taken now, and the most that were at a time.
+    size_t taken() const { return taken_; }
     size_t most() const { return most_; }
 
 private:
     const size_t limit_;
+    const std::shared_ptr<Client> client_;
     std::atomic<size_t> taken_{0};
     std::atomic<size_t> most_{0};
 };
 
-// While it lives, the matrices that the engine makes on this thread count to `memory`, until each
-// is gone. One that goes beyond the limit is refused with a cv::Exception.
+// Bytes that are taken as long as it lives, for what the engine holds and does not allocate itself.
+// Throws std::runtime_error when there are not so many left.
+class EngineShare {
+public:
+    EngineShare(std::shared_ptr<EngineMemory> memory, size_t bytes);
+    ~EngineShare() { memory_->Give(bytes_); }
+    EngineShare(const EngineShare&) = delete;
+    EngineShare& operator=(const EngineShare&) = delete;
+
+    const std::shared_ptr<EngineMemory>& memory() const { return memory_; }
+
+private:
+    const std::shared_ptr<EngineMemory> memory_;
+    const size_t bytes_;
+};
+
+// While it lives, what the engine allocates on this thread counts to `memory`, until each piece is
+// freed, wherever that is. The engine fails at a piece that goes beyond the limit.
 class EngineMemoryScope {
 public:
     explicit EngineMemoryScope(const std::shared_ptr<EngineMemory>& memory);
@@ -41,5 +70,8 @@ public:
 private:
     const std::shared_ptr<EngineMemory>* const outer_;
 };
+
+// The allocator that keeps these books, for the engine to use; there as long as the process.
+OrtAllocator* CountingAllocator(const OrtMemoryInfo* info);
 
 }  // namespace orva::reference

@@ -4,8 +4,10 @@
  */
 #include "onnx/OnnxRunner.h"
 
+#include <charconv>
 #include <cmath>
 #include <cstdlib>
+#include <stdexcept>
 #include <string>
 
 #include <orva/reference/BufferView.h>
@@ -26,48 +28,86 @@ bool ReadNumber(const AIConfig& config, const char* name, double& value) {
     char* end = nullptr;
     value = std::strtod(text.c_str(), &end);
     if (end != text.c_str() + text.size() || !std::isfinite(value)) {
-        ORVA_LOGE("parameter %s is no number: %s", name, text.c_str());
+        ORVA_LOGE("parameter %s is no number: %s", name, OneLine(text).c_str());
         return false;
     }
     return true;
 }
 
-bool ViewAll(const std::vector<std::shared_ptr<IAITensor>>& tensors,
-             std::vector<BufferView>& views) {
-    views.resize(tensors.size());
-    for (size_t i = 0; i < tensors.size(); ++i) {
-        if (!ViewBuffer(tensors[i], views[i])) {
-            return false;
-        }
+// The same for a whole number from 1 to `most`.
+bool ReadCount(const AIConfig& config, const char* name, size_t most, size_t& value) {
+    const std::string text = config.GetPara(name);
+    if (text.empty()) {
+        return true;
+    }
+    const char* const end = text.data() + text.size();
+    const auto [next, error] = std::from_chars(text.data(), end, value);
+    if (next != end || error != std::errc() || value < 1 || value > most) {
+        ORVA_LOGE("parameter %s is no number from 1 to %zu: %s", name, most, OneLine(text).c_str());
+        return false;
     }
     return true;
 }
 
+std::vector<BufferView> ViewAll(const std::vector<std::shared_ptr<IAITensor>>& tensors) {
+    std::vector<BufferView> views(tensors.size());
+    for (size_t i = 0; i < tensors.size(); ++i) {
+        if (!ViewBuffer(tensors[i], views[i])) {
+            throw std::runtime_error("a tensor is no buffer");
+        }
+    }
+    return views;
+}
+
 }  // namespace
 
-bool ReadByteConversion(const AIConfig& config, ByteConversion& conversion) {
-    return ReadNumber(config, "scale", conversion.scale) &&
-           ReadNumber(config, "bias", conversion.bias);
+bool RunnerConfig::Read(const AIConfig& config) {
+    if (!ReadNumber(config, "scale", conversion.scale) ||
+        !ReadNumber(config, "bias", conversion.bias) ||
+        !ReadCount(config, "threads", kMostThreads, engine.threads)) {
+        return false;
+    }
+    try {
+        shapes.Add(config.paras());
+    } catch (const std::exception& error) {
+        ORVA_LOGE("%s", OneLine(error.what()).c_str());
+        return false;
+    }
+    engine.dimensions = shapes.dimensions;
+    return true;
+}
+
+RequestShapes OnnxRunner::Settle(const Request& request, const std::vector<BufferView>& inputs,
+                                 const std::vector<BufferView>& outputs) const {
+    ShapeChoices choices = config_.shapes;
+    choices.Add(request.context.paras());
+    return engine_.Settle(inputs, outputs, choices);
 }
 
 int32_t OnnxRunner::Check(const Request& request) const {
-    std::vector<BufferView> inputs;
-    std::vector<BufferView> outputs;
-    std::string reason = "a tensor is no buffer";
-    if (!ViewAll(request.inputs, inputs) || !ViewAll(request.outputs, outputs) ||
-        !engine_.Accepts(inputs, outputs, reason)) {
-        ORVA_LOGE("request refused: %s", reason.c_str());
+    try {
+        Settle(request, ViewAll(request.inputs), ViewAll(request.outputs));
+    } catch (const std::runtime_error& error) {
+        ORVA_LOGE("request refused: %s", OneLine(error.what()).c_str());
         return kNodeBadRequest;
     }
     return kNodeOk;
 }
 
-int32_t OnnxRunner::Run(const Request& request) {
-    std::vector<BufferView> inputs;
-    std::vector<BufferView> outputs;
-    ViewAll(request.inputs, inputs);
-    ViewAll(request.outputs, outputs);
-    engine_.Run(inputs, outputs, conversion_);
+int32_t OnnxRunner::Run(Request& request, Cancellation& cancellation) const {
+    const std::vector<BufferView> inputs = ViewAll(request.inputs);
+    const std::vector<BufferView> outputs = ViewAll(request.outputs);
+    Ort::RunOptions options;
+    const Cancellation::Listener listener(cancellation, [&options] { options.SetTerminate(); });
+    const std::vector<Dims> made = engine_.Run(inputs, outputs, Settle(request, inputs, outputs),
+                                               config_.conversion, options);
+    for (size_t i = 0; i < made.size(); ++i) {
+        const EngineTensor& output = engine_.outputs()[i];
+        if (made[i] != output.dims) {
+            SetShape(*request.outputs[i], made[i]);
+            request.context.SetPara("shape:" + output.name, TextOf(made[i]));
+        }
+    }
     return kNodeOk;
 }
 

@@ -11,12 +11,12 @@
 
 namespace orva::reference {
 
-// More dimensions than the engine's arrays have.
+// Dimensions of a tensor.
 constexpr size_t kMaxRank = 32;
 
-// Checks that a tensor inside a model file has as many elements as its shape says, in whichever of
-// the format's fields they stand. Gives the tensor's name and number of
-// dimensions, or the reason for which it is refused.
-bool CheckTensor(ByteRange tensor, std::string& name, int& rank, std::string& reason);
+// Checks what the engine would take on trust in a tensor inside a model file: that its elements
+// stand in the file, and that there are no fewer of them than its shape makes the engine allocate.
+// Gives the reason for which it is refused.
+bool CheckTensor(ByteRange tensor, std::string& name, std::string& reason);
 
 }  // namespace orva::reference

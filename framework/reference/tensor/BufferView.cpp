@@ -4,6 +4,7 @@
  */
 #include <orva/reference/BufferView.h>
 
+#include <algorithm>
 #include <cstring>
 
 #include <orva/AINeuralNetworkBuffer.h>
@@ -28,7 +29,20 @@ bool ViewBuffer(const std::shared_ptr<IAITensor>& tensor, BufferView& view) {
     view.data = static_cast<uint8_t*>(buffer.GetBuffer());
     view.size = static_cast<size_t>(buffer.GetSize());
     view.dataType = buffer.GetData_type();
+    view.shape = {buffer.GetNumber(), buffer.GetChannel(), buffer.GetHeight(), buffer.GetWidth()};
     return true;
+}
+
+void SetShape(IAITensor& tensor, const std::vector<int64_t>& dims) {
+    std::array<int, 4> shape = {1, 1, 1, 1};
+    for (size_t i = 0; i < dims.size(); ++i) {
+        shape[std::min<size_t>(i, 3)] *= static_cast<int>(dims[i]);
+    }
+    auto& buffer = static_cast<AINeuralNetworkBuffer&>(tensor);
+    buffer.SetNumber(shape[0]);
+    buffer.SetChannel(shape[1]);
+    buffer.SetHeight(shape[2]);
+    buffer.SetWidth(shape[3]);
 }
 
 }  // namespace orva::reference

@@ -39,15 +39,6 @@ std::vector<TensorShape> shapesOf(const std::vector<std::string>& texts,
     return declared;
 }
 
-double valueAt(const TensorShape& shape, const Tensor& tensor, size_t i) {
-    if (shape.type == ElementType::kUint8) {
-        return tensor.data()[i];
-    }
-    float value = 0;
-    std::memcpy(&value, tensor.data() + i * sizeof value, sizeof value);
-    return static_cast<double>(value);
-}
-
 // A tensor's name may hold any character, a file's may not.
 std::string fileName(size_t number, const std::string& name) {
     std::string safe = std::to_string(number) + (name.empty() ? "" : "-" + name);
@@ -211,7 +202,7 @@ OutputSummary OutputSummary::of(const TensorShape& shape, const Tensor& tensor) 
     const size_t count = shape.elements();
     double sum = 0;
     for (size_t i = 0; i < count; ++i) {
-        const double value = valueAt(shape, tensor, i);
+        const double value = valueAt(shape.type, tensor.data() + i * sizeOf(shape.type));
         summary.min = i == 0 ? value : std::min(summary.min, value);
         summary.max = i == 0 ? value : std::max(summary.max, value);
         sum += value;

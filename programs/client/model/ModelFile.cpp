@@ -9,6 +9,7 @@
 #include <utility>
 
 #include <compiled/CompiledModel.h>
+#include <onnx/ElementType.h>
 #include <onnx/OnnxModel.h>
 #include <nlohmann/json.hpp>
 
@@ -64,31 +65,22 @@ std::vector<int64_t> checkedDims(const Dims& dims) {
 }
 
 TensorShape shapeOf(const reference::EngineTensor& tensor) {
-    const ElementType types[] = {ElementType::kUint8, ElementType::kFloat32};
-    for (const ElementType type : types) {
-        if (tensor.dataType == static_cast<int>(type)) {
-            return {tensor.name, type, checkedDims(tensor.dims)};
-        }
+    if (reference::ElementTypeOf(tensor.dataType) == nullptr) {
+        throw std::runtime_error("its tensor '" + tensor.name + "' is of an unknown type");
     }
-    throw std::runtime_error("its tensor '" + tensor.name + "' is of an unknown type");
+    return {tensor.name, static_cast<ElementType>(tensor.dataType), checkedDims(tensor.dims)};
 }
 
 TensorShape shapeOf(const reference::OnnxValue& value) {
-    TensorShape shape;
-    shape.name = value.name;
-    switch (value.elementType) {
-    case reference::kOnnxFloat:
-        shape.type = ElementType::kFloat32;
-        break;
-    case reference::kOnnxUint8:
-        shape.type = ElementType::kUint8;
-        break;
-    default:
-        throw std::runtime_error("its tensor '" + value.name +
-                                 "' is of a type that cannot be sent (float32 and uint8 can)");
+    const reference::ElementType* const type = reference::ElementTypeOfOnnx(value.elementType);
+    if (type == nullptr) {
+        throw std::runtime_error("its '" + value.name + "' is " +
+                                 (value.elementType == 0
+                                          ? "no tensor"
+                                          : reference::OnnxTypeName(value.elementType)) +
+                                 ", which cannot be sent");
     }
-    shape.dims = checkedDims(value.dims);
-    return shape;
+    return {value.name, static_cast<ElementType>(type->dataType), checkedDims(value.dims)};
 }
 
 template <typename Value>

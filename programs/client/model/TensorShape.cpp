@@ -4,8 +4,12 @@
  */
 #include "client/model/TensorShape.h"
 
+#include <cmath>
+#include <cstring>
 #include <limits>
 #include <stdexcept>
+
+#include <onnx/ElementType.h>
 
 namespace orva::client {
 
@@ -14,6 +18,31 @@ namespace {
 // A tensor's size travels as a signed 32-bit number on the service's side.
 constexpr int64_t kMostElements = std::numeric_limits<int32_t>::max() / 4;
 
+template <typename Number>
+Number read(const uint8_t* bytes) {
+    Number number;
+    std::memcpy(&number, bytes, sizeof number);
+    return number;
+}
+
+double floatOf(uint32_t bits) {
+    float number = 0;
+    std::memcpy(&number, &bits, sizeof number);
+    return number;
+}
+
+// A sign, five bits of exponent and ten of fraction.
+double halfAt(uint16_t bits) {
+    const int exponent = bits >> 10 & 31;
+    const int fraction = bits & 1023;
+    const double sign = bits >> 15 != 0 ? -1 : 1;
+    if (exponent == 31) {
+        return fraction != 0 ? std::nan("") : sign * INFINITY;
+    }
+    return sign *
+           (exponent == 0 ? std::ldexp(fraction, -24) : std::ldexp(1024 + fraction, exponent - 25));
+}
+
 bool isChannelCount(int64_t dim) {
     return dim == 1 || dim == 3;
 }
@@ -21,11 +50,42 @@ bool isChannelCount(int64_t dim) {
 }  // namespace
 
 const char* nameOf(ElementType type) {
-    return type == ElementType::kFloat32 ? "float32" : "uint8";
+    return reference::ElementTypeOf(static_cast<int>(type))->name;
 }
 
 size_t sizeOf(ElementType type) {
-    return type == ElementType::kFloat32 ? sizeof(float) : sizeof(uint8_t);
+    return reference::ElementTypeOf(static_cast<int>(type))->size;
+}
+
+double valueAt(ElementType type, const uint8_t* bytes) {
+    switch (type) {
+    case ElementType::kUint8:
+    case ElementType::kBool:
+        return *bytes;
+    case ElementType::kInt8:
+        return read<int8_t>(bytes);
+    case ElementType::kInt16:
+        return read<int16_t>(bytes);
+    case ElementType::kInt32:
+        return read<int32_t>(bytes);
+    case ElementType::kInt64:
+        return static_cast<double>(read<int64_t>(bytes));
+    case ElementType::kUint16:
+        return read<uint16_t>(bytes);
+    case ElementType::kUint32:
+        return read<uint32_t>(bytes);
+    case ElementType::kUint64:
+        return static_cast<double>(read<uint64_t>(bytes));
+    case ElementType::kFloat16:
+        return halfAt(read<uint16_t>(bytes));
+    case ElementType::kBfloat16:
+        return floatOf(uint32_t{read<uint16_t>(bytes)} << 16);
+    case ElementType::kFloat32:
+        return read<float>(bytes);
+    case ElementType::kFloat64:
+        return read<double>(bytes);
+    }
+    return 0;
 }
 
 size_t TensorShape::elements() const {

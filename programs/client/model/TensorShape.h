@@ -17,10 +17,26 @@ namespace orva::client {
 constexpr size_t kMostTensorBytes = (size_t{2} << 30) - 1;
 
 // Element types, by the numbers of the attribute record.
-enum class ElementType : int32_t { kUint8 = 0, kFloat32 = 1 };
+enum class ElementType : int32_t {
+    kUint8 = 0,
+    kFloat32 = 1,
+    kInt8 = 2,
+    kInt16 = 3,
+    kInt32 = 4,
+    kInt64 = 5,
+    kUint16 = 6,
+    kUint32 = 7,
+    kUint64 = 8,
+    kFloat16 = 9,
+    kBfloat16 = 10,
+    kFloat64 = 11,
+    kBool = 12,
+};
 
 const char* nameOf(ElementType type);
 size_t sizeOf(ElementType type);
+// The number that stands at `bytes`; int64 and uint64 beyond 2^53 are rounded.
+double valueAt(ElementType type, const uint8_t* bytes);
 
 // What a tensor looks like: its name, where the model gives one, its elements and its dimensions.
 struct TensorShape {

@@ -1,0 +1,253 @@
+/*
+ * Copyright (C) 2026 The orva project
+ * SPDX-License-Identifier: Apache-2.0
+ */
+#include "onnx/GraphCheck.h"
+
+#include <algorithm>
+#include <stdexcept>
+
+#include "onnx/OnnxModel.h"
+#include "onnx/TensorCheck.h"
+
+namespace orva::reference {
+
+namespace {
+
+// Graphs within nodes of graphs, and functions that call functions.
+constexpr size_t kMaxDepth = 32;
+
+// Operators that sort numbers or go through them twice.
+bool Rereads(const std::string& type) {
+    static const std::set<std::string> types = {"BeamSearch",  "GreedySearch",      "MaxRoiPool",
+                                                "Multinomial", "NonMaxSuppression", "NonZero",
+                                                "RoiAlign",    "Sampling",          "TopK",
+                                                "Unique",      "WhisperBeamSearch"};
+    return types.count(type) != 0;
+}
+
+[[noreturn]] void Refuse(const std::string& reason) {
+    throw std::runtime_error(reason);
+}
+
+void Require(bool condition, const char* reason) {
+    if (!condition) {
+        Refuse(reason);
+    }
+}
+
+// Items add up to what stays far below any number's bounds.
+size_t Bounded(size_t items) {
+    Require(items <= kMostOnnxItems, "the graph is too large");
+    return items;
+}
+
+ByteRange BytesOf(const WireReader& reader) {
+    Require(reader.type() == WireReader::kBytes, "a graph field of a wrong type");
+    return reader.bytes();
+}
+
+std::string CheckedTensor(ByteRange tensor) {
+    std::string name;
+    std::string reason;
+    if (!CheckTensor(tensor, name, reason)) {
+        Refuse(reason);
+    }
+    return name;
+}
+
+}  // namespace
+
+void GraphCheck::AddFunction(ByteRange function) {
+    Function read;
+    std::string name;
+    std::string domain;
+    WireReader reader(function);
+    while (reader.Next()) {
+        if (reader.field() == 1) {
+            name = reader.bytes().ToString();
+        } else if (reader.field() == 7) {
+            read.nodes.push_back(BytesOf(reader));
+        } else if (reader.field() == 10) {
+            domain = reader.bytes().ToString();
+        } else if (reader.field() == 11) {
+            // Attributes that a function's nodes refer to.
+            CountAttribute(BytesOf(reader));
+        }
+    }
+    Require(reader.ok(), "a function is malformed");
+    Bounded(functions_.size());
+    // What differs in nothing else is told apart by types; each counts as all of them.
+    std::vector<ByteRange>& nodes = functions_[domain + '\0' + name].nodes;
+    nodes.insert(nodes.end(), read.nodes.begin(), read.nodes.end());
+}
+
+void GraphCheck::CheckGraph(ByteRange graph) {
+    CountGraph(graph);
+    for (auto& [name, function] : functions_) {
+        CountFunction(function);
+    }
+}
+
+void GraphCheck::Reach(size_t depth) {
+    Require(depth <= kMaxDepth, "graphs or functions are nested too deeply");
+    deepest_ = std::max(deepest_, depth);
+}
+
+size_t GraphCheck::CountGraph(ByteRange graph) {
+    size_t items = 0;
+    std::vector<ByteRange> nodes;
+    WireReader reader(graph);
+    while (reader.Next()) {
+        switch (reader.field()) {
+        case 1:
+            nodes.push_back(BytesOf(reader));
+            break;
+        case 5: {
+            const std::string name = CheckedTensor(BytesOf(reader));
+            if (depth_ == 0) {
+                initializers_.insert(name);
+                constants_.insert(name);
+            }
+            break;
+        }
+        case 11:
+        case 12:
+        case 13:
+            BytesOf(reader);
+            break;
+        case 15:
+            Refuse("sparse tensors are not supported");
+        default:
+            continue;
+        }
+        items = Bounded(items + 1);
+    }
+    Require(reader.ok(), "the graph is malformed");
+    for (const ByteRange& node : nodes) {
+        items = Bounded(items + CountNode(node));
+    }
+    return items;
+}
+
+size_t GraphCheck::CountNode(ByteRange node) {
+    size_t items = 1;
+    std::string type;
+    std::string domain;
+    std::vector<std::string> inputs;
+    std::vector<std::string> outputs;
+    WireReader reader(node);
+    while (reader.Next()) {
+        switch (reader.field()) {
+        case 1:
+            inputs.push_back(reader.bytes().ToString());
+            break;
+        case 2:
+            outputs.push_back(reader.bytes().ToString());
+            break;
+        case 4:
+            type = reader.bytes().ToString();
+            break;
+        case 5:
+            items += CountAttribute(BytesOf(reader));
+            break;
+        case 7:
+            domain = reader.bytes().ToString();
+            break;
+        default:
+            continue;
+        }
+        Bounded(items + inputs.size() + outputs.size());
+    }
+    Require(reader.ok(), "a node is malformed");
+    rereads_ = rereads_ || Rereads(type);
+    const auto called = functions_.find(domain + '\0' + type);
+    if (called != functions_.end()) {
+        items += CountFunction(called->second);
+    }
+    if (depth_ == 0) {
+        NoteConstant(inputs, outputs, type);
+    } else {
+        ++constantNodes_;
+    }
+    return Bounded(items);
+}
+
+void GraphCheck::NoteConstant(const std::vector<std::string>& inputs,
+                              const std::vector<std::string>& outputs, const std::string& type) {
+    // The shape of a value can be known when the value is not.
+    if (type == "Shape" || type == "Size" ||
+        std::all_of(inputs.begin(), inputs.end(), [this](const std::string& input) {
+            return input.empty() || constants_.count(input) != 0;
+        })) {
+        ++constantNodes_;
+        constants_.insert(outputs.begin(), outputs.end());
+    }
+}
+
+size_t GraphCheck::CountAttribute(ByteRange attribute) {
+    size_t items = 1;
+    // The engine would make one of what stands there twice.
+    bool tensor = false;
+    bool graph = false;
+    WireReader reader(attribute);
+    while (reader.Next()) {
+        switch (reader.field()) {
+        case 5:
+            Require(!tensor, "an attribute with two tensors");
+            tensor = true;
+            CheckedTensor(BytesOf(reader));
+            break;
+        case 10:
+            CheckedTensor(BytesOf(reader));
+            break;
+        case 6:
+            Require(!graph, "an attribute with two graphs");
+            graph = true;
+            items += CountInnerGraph(BytesOf(reader));
+            break;
+        case 11:
+            items += CountInnerGraph(BytesOf(reader));
+            break;
+        case 22:
+        case 23:
+            Refuse("sparse tensors are not supported");
+        default:
+            continue;
+        }
+        items = Bounded(items + 1);
+    }
+    Require(reader.ok(), "an attribute is malformed");
+    return items;
+}
+
+size_t GraphCheck::CountInnerGraph(ByteRange graph) {
+    Reach(++depth_);
+    const size_t items = CountGraph(graph);
+    --depth_;
+    return items;
+}
+
+size_t GraphCheck::CountFunction(Function& function) {
+    Require(!function.counting, "a function that calls itself");
+    if (function.items != 0) {
+        Reach(depth_ + function.height);
+        return function.items;
+    }
+    function.counting = true;
+    const size_t outside = deepest_;
+    deepest_ = 0;
+    Reach(++depth_);
+    size_t items = 1;
+    for (const ByteRange& node : function.nodes) {
+        items = Bounded(items + CountNode(node));
+    }
+    --depth_;
+    function.items = items;
+    function.height = deepest_ - depth_;
+    function.counting = false;
+    deepest_ = std::max(deepest_, outside);
+    return items;
+}
+
+}  // namespace orva::reference
