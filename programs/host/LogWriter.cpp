@@ -87,10 +87,11 @@ LogWriter::Turn LogWriter::take(pid_t client, size_t* leftOut) {
     auto found = allowances_.find(client);
     if (found == allowances_.end()) {
         if (allowances_.size() == kMostProcesses) {
-            allowances_.erase(std::min_element(
-                    allowances_.begin(), allowances_.end(), [](const auto& left, const auto& right) {
-                        return left.second.counted < right.second.counted;
-                    }));
+            allowances_.erase(std::min_element(allowances_.begin(), allowances_.end(),
+                                               [](const auto& left, const auto& right) {
+                                                   return left.second.counted <
+                                                          right.second.counted;
+                                               }));
         }
         found = allowances_.emplace(client, Allowance{most, now, 0}).first;
     }

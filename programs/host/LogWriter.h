@@ -26,8 +26,8 @@ class LogWriter {
 public:
     using Clock = std::chrono::steady_clock;
 
-    // `linesEach` is how many lines a minute each process may cause, after as many that it may cause
-    // at once; 0 is without a bound.
+    // `linesEach` is how many lines a minute each process may cause, after as many that it may
+    // cause at once; 0 is without a bound.
     LogWriter(int file, size_t linesEach, std::function<Clock::time_point()> now = Clock::now)
             : file_(file), linesEach_(linesEach), now_(std::move(now)) {}
 

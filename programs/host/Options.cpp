@@ -102,8 +102,7 @@ void addOptions(CLI::App* app, Options* options) {
         "MiB that the engine may take; 0 is without a bound")
             ->check(orNone);
 
-    add(app, kEach, "--client-sessions", &options->clientSessions,
-        "Sessions, of both services");
+    add(app, kEach, "--client-sessions", &options->clientSessions, "Sessions, of both services");
     add(app, kEach, "--client-listeners", &options->clientListeners,
         "Listeners and the like without a session that count as clients");
     add(app, kEach, "--client-requests", &options->clientRequests,

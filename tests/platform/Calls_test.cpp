@@ -3,6 +3,7 @@
  * SPDX-License-Identifier: Apache-2.0
  */
 // Calls to another process, and back from it.
+#include <sys/mman.h>
 #include <unistd.h>
 
 #include <atomic>
@@ -10,8 +11,12 @@
 #include <functional>
 #include <thread>
 
+#include <hidl/HidlTransportSupport.h>
 #include <hwbinder/IPCThreadState.h>
 
+#include <orva/test/1.0/BpHwProbe.h>
+
+#include "Stranger.h"
 #include "TransportTest.h"
 #include "support/Descriptors.h"
 
@@ -19,6 +24,7 @@ namespace {
 
 using namespace orva_test;
 using android::hardware::IPCThreadState;
+using orva::test::V1_0::BpHwProbe;
 
 constexpr int kThreads = 3;
 constexpr int kCallsAtOnce = 2;  // Of one peer, in a pool of so many threads.
@@ -125,6 +131,81 @@ TEST_F(Calls, BackAfterTheAnswerGoAWayOfTheirOwn) {
     int32_t before = 0;
     expectOk(mProbe->caller(new Late(*mProbe), [&](int32_t pid, auto...) { before = pid; }));
     EXPECT_EQ(getpid(), before);
+}
+
+TEST_F(Calls, CarryDescriptorsInTheirOrderHoweverManyPacketsThatTakes) {
+    constexpr int kCount = 600;
+    hidl_vec<Part> sent = {Part()};
+    native_handle_t* native = native_handle_create(kCount, 0);
+    for (int i = 0; i < kCount; ++i) {
+        native->data[i] = memfd_create("numbered", MFD_CLOEXEC);
+        ASSERT_EQ(0, ftruncate(native->data[i], i));
+    }
+    sent[0].descriptors.setTo(native, true);
+    sent[0].name = std::string(40000, 'x');
+    expectOk(mProbe->echo(sent, [&](const hidl_vec<Part>& parts) {
+        ASSERT_EQ(kCount, parts[0].descriptors->numFds);
+        for (int i = 0; i < kCount; ++i) {
+            EXPECT_EQ(i, lseek(parts[0].descriptors->data[i], 0, SEEK_END));
+        }
+    }));
+    expectNothingLeft();
+}
+
+TEST_F(Calls, InsideACallBackAreServedByTheThreadThatWaitsWhateverTheyAsk) {
+    // The server has no other thread.
+    const PeerProcess server("single", "1", "20000");
+    const sp<IProbe> one = IProbe::getService("single");
+    const sp<IProbe> other = IProbe::getService("single-too");
+    EXPECT_FALSE(android::hardware::interfacesEqual(one, other));
+    expectOk(call(one, new Called([&] {
+                      expectOk(other->ping());
+                      expectOk(call(other, new Called([&] { expectOk(one->ping()); })));
+                      expectOk(other->hold(one));
+                  })));
+    EXPECT_TRUE(android::hardware::interfacesEqual(one, sp<IProbe>(one->take())));
+}
+
+// The limit of a call back bounds what is called from inside it, too, though not what the server
+// itself is at.
+TEST_F(Calls, InsideACallBackEndWithItsLimit) {
+    const PeerProcess server("strict", "2", "300");
+    const sp<IProbe> probe = IProbe::getService("strict");
+    const sp<IProbe> late = new Called([&] {
+        expectOk(probe->work(500));
+        const Return<void> refused = probe->ping();
+        EXPECT_FALSE(refused.isOk());
+        EXPECT_EQ(kRefused, refused.description()) << "but there is time to answer";
+    });
+    expectOk(call(probe, late));
+    const sp<IProbe> nested = new Called([&] { expectOk(call(probe, new Probe)); });
+    expectOk(call(probe, nested));
+    const auto start = std::chrono::steady_clock::now();
+    const sp<IProbe> endless = new Called([&] {
+        while (probe->work(100).isOk()) {
+        }
+        EXPECT_TRUE(eventually([&] {
+            const Return<void> refused = probe->ping();
+            return !refused.isOk() && refused.isDeadObject();
+        })) << "is cut off";
+    });
+    EXPECT_TRUE(call(probe, endless).isDeadObject());
+    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(10));
+}
+
+TEST_F(Calls, ReachAClientThatHasClosedItsChannel) {
+    Stranger stranger([&] {
+        RawClient client(socketOf());
+        client.call(recordOf<BpHwProbe>([](BpHwProbe& proxy) { return proxy.hold(new Probe); }));
+        EXPECT_EQ("reply 0", client.next());
+        client.adoptChannel().reset();
+        client.call(recordOf<BpHwProbe>([](BpHwProbe& proxy) { return proxy.callHeld(); }));
+        const auto another = client.adoptChannel();
+        EXPECT_EQ("call", RawClient::nextOn(another));
+    });
+    EXPECT_TRUE(stranger.succeeded());
+    expectOk(mProbe->hold(nullptr));
+    expectNothingLeft();
 }
 
 TEST_F(Calls, NestOnlyToALimit) {

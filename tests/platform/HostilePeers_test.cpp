@@ -206,6 +206,72 @@ TEST_F(HostilePeers, LeaveNoDescriptorWhereTheirObjectIsHeld) {
         << "; at first " << mHeld;
 }
 
+// A process is at its end when it ends, though another has its sockets; and the next of its number
+// is another, which begins with nothing.
+TEST_F(HostilePeers, EndWithTheirProcess) {
+    pid_t number = 0;
+    std::vector<unique_fd> kept;
+    for (int life = 0; life < 2; ++life) {
+        kept.emplace_back(socket(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0));
+        Stranger stranger(
+                [&] {
+                    RawClient client(unique_fd(dup(kept.back())), socketOf());
+                    client.call(hold());
+                    EXPECT_EQ("reply 0", client.next());
+                },
+                number);
+        if (!stranger.isReal()) {
+            GTEST_SKIP() << "no process of a number of choice on this machine";
+        }
+        number = stranger.pid();
+        EXPECT_TRUE(stranger.succeeded());
+        // What it left the server to hold is dead. Not asked before the second life begins, so that
+        // this meets the end of the first.
+        if (life == 1) {
+            for (const unique_fd& socket : kept) {
+                pollfd end = {socket, POLLRDHUP, 0};
+                EXPECT_EQ(1, poll(&end, 1, 20000));
+            }
+        }
+    }
+    expectOk(mProbe->hold(nullptr));
+    expectNothingLeft();
+}
+
+// Whoever hands over a listener is told at once when it could never be called.
+TEST_F(HostilePeers, HandOverNoObjectWithoutRoomForAChannelToIt) {
+    rlimit before;
+    ASSERT_EQ(0, prlimit(mServer->pid(), RLIMIT_NOFILE, nullptr, &before));
+    int ready[2];
+    int go[2];
+    ASSERT_EQ(0, pipe(ready));
+    ASSERT_EQ(0, pipe(go));
+    Stranger stranger([&] {
+        RawClient client(socketOf());
+        client.call(ping());
+        EXPECT_EQ("reply 0", client.next());
+        EXPECT_EQ(1, write(ready[1], "", 1));
+        char byte;
+        EXPECT_EQ(1, read(go[0], &byte, 1));
+        client.call(hold());
+        EXPECT_EQ("reply -2147483646", client.next()) << "FAILED_TRANSACTION";
+        client.call(ping());
+        EXPECT_EQ("reply 0", client.next());
+    });
+    char byte;
+    ASSERT_EQ(1, read(ready[0], &byte, 1));
+    const std::filesystem::directory_iterator open("/proc/" + std::to_string(mServer->pid()) +
+                                                   "/fd");
+    const rlimit none = {static_cast<rlim_t>(std::distance(open, {})), before.rlim_max};
+    ASSERT_EQ(0, prlimit(mServer->pid(), RLIMIT_NOFILE, &none, nullptr));
+    ASSERT_EQ(1, write(go[1], "", 1));
+    EXPECT_TRUE(stranger.succeeded());
+    ASSERT_EQ(0, prlimit(mServer->pid(), RLIMIT_NOFILE, &before, nullptr));
+    for (const int end : {ready[0], ready[1], go[0], go[1]}) {
+        close(end);
+    }
+}
+
 // Nobody's call waits for them: not where they leave messages half sent, nor where they let all
 // threads wait for their answers.
 TEST_F(HostilePeers, KeepNoThreadByTheirSilence) {

@@ -106,4 +106,17 @@ TEST_F(Objects, TellOfTheirServersDeathOnAThreadOfThePool) {
     EXPECT_FALSE(mProbe->linkToDeath(linked, 10)) << "too late";
 }
 
+TEST_F(Objects, TellOfTheirDeathAlsoWhomIsLinkedAfterIt) {
+    std::atomic<bool> gone{false};
+    orva_platform::onPeerGone([&](pid_t) { gone = true; });
+    mServer->kill();
+    EXPECT_TRUE(eventually([&] { return gone.load(); }));
+    orva_platform::onPeerGone(nullptr);
+    const sp<Recipient> late = new Recipient;
+    EXPECT_TRUE(mProbe->linkToDeath(late, 5));
+    EXPECT_TRUE(eventually([&] { return late->cookies == 5; }));
+    EXPECT_NE(gettid(), late->thread) << "the caller may hold locks that the recipient needs";
+    EXPECT_FALSE(mProbe->linkToDeath(late, 6)) << "once is enough";
+}
+
 }  // namespace

@@ -8,6 +8,7 @@
 
 #include <cstring>
 #include <mutex>
+#include <thread>
 #include <vector>
 
 #include <hwbinder/IPCThreadState.h>
@@ -96,6 +97,23 @@ Return<void> Probe::note(int32_t value) {
 Return<void> Probe::notes(notes_cb answer) {
     std::lock_guard<std::mutex> guard(state().lock);
     answer(state().notes);
+    return Void();
+}
+
+Return<void> Probe::callHeld() {
+    sp<IProbe> held;
+    {
+        std::lock_guard<std::mutex> guard(state().lock);
+        held = state().held;
+    }
+    if (held != nullptr) {
+        held->caller(nullptr, [](int32_t, int32_t, uint32_t) {}).isOk();
+    }
+    return Void();
+}
+
+Return<void> Probe::work(uint32_t milliseconds) {
+    std::this_thread::sleep_for(std::chrono::milliseconds(milliseconds));
     return Void();
 }
 

@@ -35,6 +35,8 @@ public:
     Return<sp<IProbe>> make() override { return sp<IProbe>(new Probe); }
     Return<void> note(int32_t value) override;
     Return<void> notes(notes_cb answer) override;
+    Return<void> callHeld() override;
+    Return<void> work(uint32_t milliseconds) override;
     Return<void> resources(resources_cb answer) override;
 
     static inline std::atomic<size_t> sAlive{0};

@@ -16,6 +16,9 @@
 #include <hidl/ServiceManagement.h>
 #include <hwbinder/ProcessState.h>
 
+#include <orva/test/1.0/BpHwProbe.h>
+
+#include "Stranger.h"
 #include "TransportTest.h"
 #include "support/LogCapture.h"
 
@@ -25,6 +28,7 @@ using namespace orva_test;
 using android::base::unique_fd;
 using android::hardware::details::registerAsServiceInternal;
 using orva::test::LogCapture;
+using orva::test::V1_0::BpHwProbe;
 
 using Services = TransportTest;
 
@@ -65,7 +69,19 @@ TEST_F(Services, StandInAFolderThatOthersCannotWriteTo) {
         EXPECT_EQ(!taken, logged(log, "is refused"));
         orva_platform::stop();
     }
-    std::filesystem::remove_all(mFolder);  // One that is missing is made.
+    // A link in its place counts as the folder if it is the user's own.
+    const std::string real = mFolder + ".real";
+    std::filesystem::rename(mFolder, real);
+    chmod(real.c_str(), 0700);
+    for (const uid_t owner : {geteuid(), uid_t{65534}}) {
+        std::filesystem::create_directory_symlink(real, mFolder);
+        if (lchown(mFolder.c_str(), owner, static_cast<gid_t>(-1)) == 0) {
+            EXPECT_EQ(owner == geteuid(), (new Probe)->registerAsService() == android::OK);
+            orva_platform::stop();
+        }
+        std::filesystem::remove(mFolder);
+    }
+    std::filesystem::remove_all(real);  // One that is missing is made.
     const mode_t before = umask(0);
     EXPECT_EQ(android::OK, (new Probe)->registerAsService());
     umask(before);
@@ -129,6 +145,30 @@ TEST_F(Services, AreServedByOneThreadThatPollsForCalls) {
                                                       "/task");
     EXPECT_EQ(1, std::distance(begin(threads), end(threads)));
     EXPECT_GT(0, android::hardware::setupTransportPolling()) << "with connections it is too late";
+}
+
+TEST_F(Services, HearOfTheStopWhileTheirThreadsAreBusy) {
+    android::hardware::configureRpcThreadpool(1, true);
+    const sp<IProbe> probe = new Probe;
+    ASSERT_EQ(android::OK, probe->registerAsService());
+    std::thread joined([] { android::hardware::joinRpcThreadpool(); });
+    PeerProcess stalled;
+    stalled.freeze();
+    // The pool's one thread is in a call to who does not answer.
+    const sp<IProbe> held = probe->take();
+    EXPECT_NE(nullptr, held);
+    expectOk(probe->hold(held));
+    Stranger stranger([&] {
+        RawClient client(socketOf());
+        client.call(recordOf<BpHwProbe>([](BpHwProbe& proxy) { return proxy.callHeld(); }));
+        pause();
+    });
+    EXPECT_TRUE(eventually([&] { return held->getStrongCount() > 0; }));
+    orva_platform::requestStop();
+    joined.join();
+    EXPECT_TRUE(orva_platform::stop());
+    expectOk(probe->hold(nullptr));
+    android::hardware::configureRpcThreadpool(1, false);
 }
 
 TEST_F(Services, EndThoughAClientNeverAnswers) {

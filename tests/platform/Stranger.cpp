@@ -39,17 +39,21 @@ pid_t forkAs(pid_t number) {
 }
 
 // Waits for what the server sends.
-Io take(int socket, MessageHeader* header) {
+Io take(int socket, MessageHeader* header, std::vector<unique_fd>* descriptors) {
     std::vector<uint8_t> packet(kPacketSize);
-    std::vector<unique_fd> descriptors;
     size_t size = 0;
     Io io = waitReadable(socket, kLong);
     if (io == Io::kDone) {
-        io = receivePacket(socket, packet.data(), packet.size(), &size, &descriptors, Wait::kNo);
+        io = receivePacket(socket, packet.data(), packet.size(), &size, descriptors, Wait::kNo);
     }
     *header = {};
     std::copy_n(packet.data(), std::min(size, sizeof *header), reinterpret_cast<uint8_t*>(header));
     return io;
+}
+
+Io take(int socket, MessageHeader* header) {
+    std::vector<unique_fd> descriptors;
+    return take(socket, header, &descriptors);
 }
 
 bool endsOnceRead(int socket) {
@@ -125,6 +129,17 @@ bool RawClient::call(WireMessage message, size_t descriptors) {
         message.header().target = root;
     }
     return sendRaw(channel, message, descriptors);
+}
+
+unique_fd RawClient::adoptChannel() {
+    MessageHeader header;
+    std::vector<unique_fd> descriptors;
+    while (take(link, &header, &descriptors) == Io::kDone) {
+        if (header.kind == MessageKind::kOpenChannel) {
+            return std::move(descriptors.at(0));
+        }
+    }
+    return {};
 }
 
 bool RawClient::isEnded() {

@@ -60,7 +60,8 @@ struct RawClient {
     uint64_t root = 0;
     android::base::unique_fd channel;
 
-private:
+    // The channel that the server opens, whatever it tells until then.
+    android::base::unique_fd adoptChannel();
     static std::string nextOn(int socket);
 };
 

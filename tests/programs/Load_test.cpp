@@ -70,7 +70,8 @@ TEST(Load, SendsAsManyAsTheRateSays) {
         return took(milliseconds(1));
     };
     const LoadPlan plan = {200, milliseconds(500), milliseconds(100)};
-    const LoadReport report = runLoad(plan, {request, request, request}, [](auto&) {}, stop);
+    const LoadReport report = runLoad(
+            plan, {request, request, request}, [](auto&) {}, stop);
     EXPECT_EQ(sent, 120);
     EXPECT_EQ(report.result.latency.count(), 100U) << "the warm-up does not count";
     EXPECT_GE(report.measured, milliseconds(500));
@@ -86,7 +87,8 @@ TEST(Load, CountsLatencyFromWhenARequestWasDue) {
         }
         return took(milliseconds(0));
     };
-    const LoadReport report = runLoad({1000, milliseconds(100), {}}, {request}, [](auto&) {}, stop);
+    const LoadReport report = runLoad(
+            {1000, milliseconds(100), {}}, {request}, [](auto&) {}, stop);
     EXPECT_EQ(report.result.latency.count(), 100U);
     EXPECT_GT(report.result.latency.percentile(0.5), milliseconds(30));
     EXPECT_EQ(report.result.late.greatest(), report.result.latency.greatest());
@@ -101,7 +103,8 @@ TEST(Load, GoesOnUntilItIsStopped) {
         }
         return took(milliseconds(2));
     };
-    const LoadReport report = runLoad({0, std::chrono::hours(1), {}}, {request}, [](auto&) {}, stop);
+    const LoadReport report = runLoad(
+            {0, std::chrono::hours(1), {}}, {request}, [](auto&) {}, stop);
     EXPECT_EQ(report.result.latency.count(), 50U);
     EXPECT_EQ(report.result.latency.mean(), milliseconds(2));
 }
@@ -117,12 +120,13 @@ TEST(Load, CountsFailuresAndKeepsTheFirst) {
         return took(milliseconds(1));
     };
     size_t seconds = 0;
-    const LoadReport report = runLoad({0, std::chrono::hours(1), {}}, {request},
-                                      [&](const LoadSecond& second) {
-                                          ++seconds;
-                                          EXPECT_EQ(second.failures, 2U);
-                                      },
-                                      stop);
+    const LoadReport report = runLoad(
+            {0, std::chrono::hours(1), {}}, {request},
+            [&](const LoadSecond& second) {
+                ++seconds;
+                EXPECT_EQ(second.failures, 2U);
+            },
+            stop);
     EXPECT_EQ(report.result.latency.count(), 2U);
     EXPECT_EQ(report.result.failures, 2U);
     EXPECT_EQ(report.result.firstFailure, "number 2");

@@ -21,7 +21,10 @@ TEST(LogWriter, ForeignTextsCannotBeMoreThanText) {
             {"plain text, 100 %s \"quoted\"", "plain text, 100 %s \"quoted\""},
             {"a\nAIServiceHIDL E 11-22 forged", "a\\nAIServiceHIDL E 11-22 forged"},
             {"\x1b[2J\r\b\x7f\ttab", "\\x1b[2J\\x0d\\x08\\x7f\\ttab"},
-            {"\xe2\x80\xae" "reversed \x9b" "1m", "\\xe2\\x80\\xaereversed \\x9b1m"},
+            {"\xe2\x80\xae"
+             "reversed \x9b"
+             "1m",
+             "\\xe2\\x80\\xaereversed \\x9b1m"},
             {"", ""},
     };
     for (const auto& [text, safe] : cases) {

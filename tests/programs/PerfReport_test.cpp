@@ -74,7 +74,8 @@ TEST(PerfReport, IsAPageThatNeedsNothingElse) {
     failed.report.result.failures = 3;
     failed.report.result.firstFailure = "<script>";
     const std::string html = perfHtml({subject(true, milliseconds(5)), failed});
-    for (const char* foreign : {"<script", "http:", "https:", "src=", "url(", "<b>", "nan", "inf"}) {
+    for (const char* foreign :
+         {"<script", "http:", "https:", "src=", "url(", "<b>", "nan", "inf"}) {
         EXPECT_EQ(html.find(foreign), std::string::npos) << foreign;
     }
     EXPECT_NE(html.find("&lt;b&gt;&amp;.onnx"), std::string::npos);

@@ -36,8 +36,8 @@ struct Schedule {
             return Clock::now();
         }
         const double seconds = static_cast<double>(next++) / plan.rate;
-        return begin + std::chrono::duration_cast<nanoseconds>(
-                               std::chrono::duration<double>(seconds));
+        return begin +
+               std::chrono::duration_cast<nanoseconds>(std::chrono::duration<double>(seconds));
     }
     // False when it is over before.
     bool sleepUntil(Clock::time_point due) const {

@@ -70,9 +70,10 @@ struct LoadReport {
     double throughput() const;
 };
 
-// Sends requests on one thread for each worker, which sends one and waits for its result, or throws.
-// A worker whose requests keep failing goes on a little slower. Returns when the time is over or
-// `stop` is set, and each worker has its last result. `eachSecond` is called on the caller's thread.
+// Sends requests on one thread for each worker, which sends one and waits for its result, or
+// throws. A worker whose requests keep failing goes on a little slower. Returns when the time is
+// over or `stop` is set, and each worker has its last result. `eachSecond` is called on the
+// caller's thread.
 LoadReport runLoad(const LoadPlan& plan, const std::vector<std::function<RequestTiming()>>& workers,
                    const std::function<void(const LoadSecond&)>& eachSecond,
                    const std::atomic<bool>& stop);

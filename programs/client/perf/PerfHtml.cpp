@@ -96,10 +96,9 @@ std::string latencyChart(const Histogram& latency) {
         counts.push_back(static_cast<double>(latency.between(edge(i), edge(i + 1))));
     }
     const double highest = *std::max_element(counts.begin(), counts.end());
-    return "<h3>Latency</h3>\n" +
-           bars(counts, textOf(inMilliseconds(from), "ms"),
-                textOf(inMilliseconds(to), "ms (99.9th percentile)"),
-                "up to " + textOf(highest, "requests a bar"));
+    return "<h3>Latency</h3>\n" + bars(counts, textOf(inMilliseconds(from), "ms"),
+                                       textOf(inMilliseconds(to), "ms (99.9th percentile)"),
+                                       "up to " + textOf(highest, "requests a bar"));
 }
 
 std::string throughputChart(const LoadReport& report) {
@@ -109,8 +108,7 @@ std::string throughputChart(const LoadReport& report) {
     }
     const double highest = rates.empty() ? 0 : *std::max_element(rates.begin(), rates.end());
     return "<h3>Throughput over time</h3>\n" +
-           bars(rates, "0 s",
-                textOf(std::chrono::duration<double>(report.measured).count(), "s"),
+           bars(rates, "0 s", textOf(std::chrono::duration<double>(report.measured).count(), "s"),
                 "up to " + textOf(highest, "requests/s"));
 }
 
@@ -128,8 +126,7 @@ std::string partsChart(const LoadReport& report) {
         const double width = kWidth * std::max(parts[i].milliseconds, 0.0) / sum;
         append(&html, "<rect x=\"%.2f\" y=\"0\" width=\"%.2f\" height=\"30\" fill=\"%s\"/>\n", at,
                width, kColours[i % std::size(kColours)]);
-        append(&table,
-               "<tr><td><span style=\"color:%s\">&#9632;</span> %s: %s<td>%.4f ms</tr>\n",
+        append(&table, "<tr><td><span style=\"color:%s\">&#9632;</span> %s: %s<td>%.4f ms</tr>\n",
                kColours[i % std::size(kColours)], parts[i].name.c_str(),
                parts[i].explanation.c_str(), parts[i].milliseconds);
         at += width;

@@ -53,8 +53,7 @@ std::vector<TimePart> timeParts(const LoadReport& report) {
     const double run = inMilliseconds(result.run.mean());
     parts.push_back({"queue", "waiting in the service", queue});
     parts.push_back({"compute", "computing", run});
-    parts.push_back(
-            {"transport", "client and way, there and back", latency - late - queue - run});
+    parts.push_back({"transport", "client and way, there and back", latency - late - queue - run});
     return parts;
 }
 

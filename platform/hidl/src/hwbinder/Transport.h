@@ -16,7 +16,8 @@ namespace android::hardware {
 
 // What carries calls between processes, as all else knows it: the pool of threads that serve them,
 // and the services by their names. The objects of other processes are RemoteObjects, and the way
-// back to a caller that waits is in its ServingScope. Every operation may be called from any thread.
+// back to a caller that waits is in its ServingScope. Every operation may be called from any
+// thread.
 class Transport {
 public:
     virtual ~Transport() = default;

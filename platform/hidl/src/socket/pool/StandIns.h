@@ -24,7 +24,7 @@ public:
         std::function<uint64_t()> taken;  // How many events were taken up so far.
         std::function<bool()> allBusy;    // Whether no thread waits for one.
         std::function<bool()> eventsWait;
-        std::function<void()> standIn;    // Starts one more thread, within its bound.
+        std::function<void()> standIn;  // Starts one more thread, within its bound.
     };
 
     explicit StandIns(Pool pool);
