@@ -13,12 +13,12 @@ void AIServiceClientListener::OnProcessDone(
         const AIContext& context, int32_t result,
         const std::vector<std::shared_ptr<IAITensor>>& outputs) {
     // Copies: the client may end its session meanwhile, and this object with it.
-    const std::shared_ptr<SessionActivity> counted = activity;
+    const std::shared_ptr<SessionRecord> counted = session_;
     if (service != nullptr) {
         service->OnProcessDone(std::string(serviceId), context, result, outputs);
     }
     if (counted != nullptr) {
-        counted->RequestIsDone();
+        counted->RequestEnds(true);
     }
 }
 

@@ -2,19 +2,22 @@
  * Copyright (C) 2026 The orva project
  * SPDX-License-Identifier: Apache-2.0
  */
-
-// The service object and its sessions; requests and results are in AIServiceRequests.cpp.
+// The service object and its sessions.
 
 #include "aiservice/AIServiceHIDL.h"
 
+#include <utility>
+
+#include <orva/AIConfig.h>
+#include <orva/AIModelDescription.h>
 #include <orva/AINNNodeFactory.h>
 #include <orva/AIServiceConnectManager.h>
 
 #include "common/ClientAdmission.h"
+#include "common/ClientProcess.h"
 #include "common/Log.h"
 #include "common/ModelBuffers.h"
 #include "common/ServiceId.h"
-#include "common/ServiceTime.h"
 #include "common/StatusCodes.h"
 
 namespace orva::hidl {
@@ -32,42 +35,36 @@ AIServiceHIDL* AIServiceHIDL::GetInstance() {
     return service.get();
 }
 
-AIServiceHIDL::Session AIServiceHIDL::FindSession(const std::string& serviceId) {
-    const auto found = serviceNodes.find(serviceId);
-    return found == serviceNodes.end() ? Session{}
-                                       : Session{found->second, sessionActivities[serviceId]};
-}
-
 Return<int32_t> AIServiceHIDL::Init(int32_t clientId, const hidl_string& type,
                                     const hidl_string& config,
                                     const hidl_vec<ModelBuffer>& models) {
-    ORVA_LOGI(kServiceTag, "AIServiceHIDL Init");
-    if (!AdmitClient(*this, ORVA_HERE)) {
-        activity.Refuse(Refusal::kClientLimit);
-        return kStatusFailure;
+    ORVA_LOGI(kLogTag, "AIServiceHIDL Init");
+    const std::string serviceId = MakeServiceId(clientId);
+    // Nobody is refused for the sake of a process that is gone, nor gets such a one's session.
+    RemoveWhatDeadClientsLeft();
+    if (!AdmitClient(*this)) {
+        return activity_.Refuse(ORVA_HERE, Refusal::kClientLimit, kStatusFailure, serviceId,
+                                "The number of service is more than limit, init failed.");
     }
 
-    std::string serviceId;
-    Session session;
+    NodeSession session;
     {
         MutexLock lock(serviceMutex);
-        serviceId = MakeServiceId(clientId);
         if (serviceNodes.count(serviceId) != 0) {
             // A success: a client that opens twice keeps the session that it has.
-            ORVA_LOGE(kServiceTag, "Init service %s is already create", serviceId.c_str());
+            ORVA_LOGE(kLogTag, "Init service %s is already create", serviceId.c_str());
             return kStatusSuccess;
         }
         const std::string nodeType = type;
-        session.node = AINNNodeFactory::GetInstance()->CreateNNNode(nodeType);
-        if (session.node == nullptr) {
-            ORVA_LOGE(kServiceTag, "create AIService type %s error", nodeType.c_str());
-            activity.Refuse(Refusal::kUnknownType);
-            return kStatusFailure;
+        session.framework = AINNNodeFactory::GetInstance()->CreateNNNode(nodeType);
+        if (session.framework == nullptr) {
+            return activity_.Refuse(ORVA_HERE, Refusal::kUnknownType, kStatusFailure, serviceId,
+                                    "create AIService type %s error", nodeType.c_str());
         }
-        session.node->CreateIdleTimer();
-        session.activity = std::make_shared<SessionActivity>(activity, nodeType.c_str());
-        serviceNodes[serviceId] = session.node;
-        sessionActivities[serviceId] = session.activity;
+        session.framework->CreateIdleTimer();
+        session.record = std::make_shared<SessionRecord>(activity_, serviceId, nodeType,
+                                                         ClientProcess::CallingWatched());
+        serviceNodes[serviceId] = session;
     }
 
     // The session exists from here on, but a slow initialisation must not hold up other clients.
@@ -76,49 +73,66 @@ Return<int32_t> AIServiceHIDL::Init(int32_t clientId, const hidl_string& type,
     std::vector<AIModelDescription> descriptions;
     if (!ReadModels(models, descriptions)) {
         // The session stays as it is, until the client ends it or its time runs out.
-        ORVA_LOGE(kServiceTag, "mmap fail");
-        activity.Refuse(Refusal::kModelRegion);
-        return kStatusFailure;
+        session.record->Opened(false);
+        return activity_.Refuse(ORVA_HERE, Refusal::kModelRegion, kStatusFailure, serviceId,
+                                "mmap fail");
     }
-    const int32_t status = session.node->Init(nodeConfig, descriptions);
+    const int32_t status = session.framework->Init(nodeConfig, descriptions);
+    session.record->Opened(status == kStatusSuccess);
     if (status == kStatusSuccess) {
-        UpdateServiceTime(serviceId, *session.activity);
+        UpdateServiceTime(serviceId, *session.record);
         return kStatusSuccess;
     }
 
-    ORVA_LOGE(kServiceTag, "Service init failed");
-    activity.Refuse(Refusal::kInit);
+    activity_.Refuse(ORVA_HERE, Refusal::kInit, status, serviceId, "Service init failed");
     MutexLock lock(serviceMutex);
-    serviceNodes.erase(serviceId);
-    EndSession(sessionActivities, serviceId);
+    EndSession(serviceNodes, serviceId);
     AIServiceConnectManager::GetInstance()->RemoveServiceTime(serviceId);
     return status;
 }
 
 Return<void> AIServiceHIDL::UnInit(int32_t clientId) {
-    ORVA_LOGI(kServiceTag, "AIServiceHIDL UnInit");
+    ORVA_LOGI(kLogTag, "AIServiceHIDL UnInit");
     RemoveService(MakeServiceId(clientId));
     return Void();
 }
 
 void AIServiceHIDL::RemoveService(const std::string& serviceId) {
-    ORVA_LOGI(kServiceTag, "AIServiceHIDL RemoveService %s", serviceId.c_str());
+    ORVA_LOGI(kLogTag, "AIServiceHIDL RemoveService %s", serviceId.c_str());
     {
         MutexLock lock(serviceMutex);
-        EndSession(sessionActivities, serviceId);
+        const auto found = serviceNodes.find(serviceId);
+        if (found != serviceNodes.end()) {
+            // First: whoever still uses the session then sees that it must not leave a time.
+            found->second.record->End();
+        }
         // Also without a session: the id may be known from a session of the other service.
         AIServiceConnectManager::GetInstance()->RemoveServiceTime(serviceId);
-        if (serviceNodes.erase(serviceId) == 0) {
-            ORVA_LOGE(kServiceTag, "RemoveService service %s is not create", serviceId.c_str());
+        if (found == serviceNodes.end()) {
+            ORVA_LOGE(kLogTag, "RemoveService service %s is not create", serviceId.c_str());
             return;
         }
+        serviceNodes.erase(found);
     }
     sp<IAIServiceListener> listener;
     {
         MutexLock lock(listenerMutex);
         listener = ForgetClient(serviceId, clientListeners, deathRecipients);
     }
-    ORVA_LOGI(kServiceTag, "AIServiceHIDL RemoveService %s Complete", serviceId.c_str());
+    ORVA_LOGI(kLogTag, "AIServiceHIDL RemoveService %s Complete", serviceId.c_str());
+}
+
+void AIServiceHIDL::UpdateServiceTime(const std::string& serviceId, SessionRecord& session) {
+    AIServiceConnectManager* const connections = AIServiceConnectManager::GetInstance();
+    connections->UpdateServiceTime(serviceId);
+    session.Use();
+    if (session.HasEnded()) {
+        MutexLock lock(serviceMutex);
+        // The client may have opened the id again, whose time this is then.
+        if (serviceNodes.count(serviceId) == 0) {
+            connections->RemoveServiceTime(serviceId);
+        }
+    }
 }
 
 }  // namespace orva::hidl

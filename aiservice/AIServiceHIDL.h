@@ -7,32 +7,34 @@
 #include <cstdint>
 #include <map>
 #include <memory>
-#include <optional>
 #include <string>
 #include <vector>
 
+#include <hidl/HidlSupport.h>
+#include <hidl/Status.h>
 #include <orva/AIContext.h>
 #include <orva/AIServiceBase.h>
 #include <orva/IAITensor.h>
 
 #include "aiservice/AIServiceDeathRecipient.h"
-#include "aiservice/LogTag.h"
 #include "common/Interfaces.h"
 #include "common/Mutex.h"
-#include "debug/ServiceActivity.h"
-#include "debug/StateDump.h"
+#include "common/ServiceActivity.h"
+#include "common/Session.h"
 
 namespace orva::hidl {
 
 // The general AI service: one framework node a session, requests passed on to it, its results
-// passed back to the client's listener. IAIService says what each method means to a client.
+// passed back to the client's listener. IAIService says what each method means to a client, and
+// each status that it may answer; 0 is success, 1 failure, 2 no session, any other the node's own.
 //
-// A session exists while its service id (MakeServiceId) is a key of serviceNodes. Every operation
-// may be called from any thread; the two mutexes are never held together, and clients are called
-// with neither held.
+// A session exists while its service id (MakeServiceId) is a key of serviceNodes. The service owns
+// its sessions, listeners and recipients. Every operation may be called from any thread; the two
+// mutexes are never held together. A client's listener is called with neither held, but linked to
+// its recipient, and unlinked, under listenerMutex.
 class AIServiceHIDL : public IAIService_hidl {
 public:
-    static constexpr const char* kLogTag = kServiceTag;
+    static constexpr const char* kLogTag = "AIServiceHIDL";
 
     // The service that the process offers, made by the first call. It lives until the process
     // exits, or as long as somebody holds a reference beyond that.
@@ -40,58 +42,72 @@ public:
 
     AIServiceHIDL() = default;
 
+    // Sessions: AIServiceHIDL.cpp.
     android::hardware::Return<int32_t> Init(
             int32_t clientId, const android::hardware::hidl_string& type,
             const android::hardware::hidl_string& config,
-            const android::hardware::hidl_vec<ModelBuffer>& models) override;
+            const android::hardware::hidl_vec<ModelBuffer>& models) override
+            ORVA_EXCLUDES(serviceMutex, listenerMutex);
+    android::hardware::Return<void> UnInit(int32_t clientId) override
+            ORVA_EXCLUDES(serviceMutex, listenerMutex);
+    // Ends a session: drops its node, its listener and its death recipient. Only its time, where
+    // there is none: the listener of an id without a session stays.
+    void RemoveService(const std::string& serviceId) ORVA_EXCLUDES(serviceMutex, listenerMutex);
+
+    // Requests, listeners and results: AIServiceRequests.cpp.
     android::hardware::Return<int32_t> Process(
             int32_t clientId, const android::hardware::hidl_string& context,
             const android::hardware::hidl_vec<AITensorHandle>& inputs,
-            const android::hardware::hidl_vec<AITensorHandle>& outputs, int32_t param) override;
+            const android::hardware::hidl_vec<AITensorHandle>& outputs, int32_t param) override
+            ORVA_EXCLUDES(serviceMutex);
     android::hardware::Return<int32_t> SetListener(
-            int32_t clientId, const android::sp<IAIServiceListener>& listener) override;
-    android::hardware::Return<void> UnInit(int32_t clientId) override;
-
+            int32_t clientId, const android::sp<IAIServiceListener>& listener) override
+            ORVA_EXCLUDES(serviceMutex, listenerMutex);
     // Delivers one result to a session's listener; dropped when there is none. The outputs must
-    // live until this returns.
+    // live until this returns. Called by the node's listener, on whatever thread the node has.
     void OnProcessDone(const std::string& serviceId, const AIContext& context, int32_t result,
                        const std::vector<std::shared_ptr<IAITensor>>& outputs)
             ORVA_EXCLUDES(serviceMutex, listenerMutex);
 
-    // Ends a session: drops its node, its listener and its death recipient.
-    void RemoveService(const std::string& serviceId) ORVA_EXCLUDES(serviceMutex, listenerMutex);
-
+    // Looking after the service: AIServiceCare.cpp.
+    // Asked whether the service is there, it lets go of what processes that are gone have left.
+    android::hardware::Return<void> ping() override ORVA_EXCLUDES(serviceMutex, listenerMutex);
     // Writes the service's state to a client's descriptor; see DumpState.
     android::hardware::Return<void> debug(
             const android::hardware::hidl_handle& handle,
-            const android::hardware::hidl_vec<android::hardware::hidl_string>& options) override;
+            const android::hardware::hidl_vec<android::hardware::hidl_string>& options) override
+            ORVA_EXCLUDES(serviceMutex, listenerMutex);
 
 private:
-    // What a call takes with it of its session.
-    struct Session {
-        std::shared_ptr<AIServiceBase> node;
-        std::shared_ptr<SessionActivity> activity;
-    };
+    using NodeSession = Session<AIServiceBase>;
 
     ~AIServiceHIDL() override = default;
 
-    // Both null when there is no such session.
-    Session FindSession(const std::string& serviceId) ORVA_REQUIRES(serviceMutex);
-    // Nothing while the sessions are locked.
-    std::optional<std::vector<SessionState>> SessionStates();
+    // The two jobs of SetListener. The client's listener, for a session that need not exist.
+    int32_t SetClientListener(const std::string& serviceId,
+                              const android::sp<IAIServiceListener>& listener)
+            ORVA_EXCLUDES(listenerMutex);
+    // The node's, by which it reports to the service.
+    int32_t SetNodeListener(const std::string& serviceId) ORVA_EXCLUDES(serviceMutex);
+
+    // Tells the connection manager that a session is in use. Of one that has ended since it was
+    // looked up nothing stays there, because nobody would be left to remove it.
+    void UpdateServiceTime(const std::string& serviceId, SessionRecord& session)
+            ORVA_EXCLUDES(serviceMutex);
+    // Ends the sessions of processes that are gone, and drops their listeners, recipients and
+    // times. One system call when all are there.
+    void RemoveWhatDeadClientsLeft() ORVA_EXCLUDES(serviceMutex, listenerMutex);
+
+    // Before the sessions, which it outlives.
+    ServiceActivity activity_{"IAIService", kLogTag};
 
     std::map<std::string, android::sp<IAIServiceListener>> clientListeners
             ORVA_GUARDED_BY(listenerMutex);
-    std::map<std::string, std::shared_ptr<AIServiceBase>> serviceNodes
-            ORVA_GUARDED_BY(serviceMutex);
+    std::map<std::string, NodeSession> serviceNodes ORVA_GUARDED_BY(serviceMutex);
     std::map<std::string, android::sp<AIServiceDeathRecipient>> deathRecipients
             ORVA_GUARDED_BY(listenerMutex);
     Mutex serviceMutex;
     Mutex listenerMutex;
-
-    // What the state dump shows of each session; the same keys as serviceNodes.
-    SessionActivities sessionActivities ORVA_GUARDED_BY(serviceMutex);
-    ServiceActivity activity;
 };
 
 }  // namespace orva::hidl

@@ -2,8 +2,7 @@
  * Copyright (C) 2026 The orva project
  * SPDX-License-Identifier: Apache-2.0
  */
-
-// Requests and results; the service object and its sessions are in AIServiceHIDL.cpp.
+// Requests, listeners and results; the service object and its sessions are in AIServiceHIDL.cpp.
 
 #include <new>
 
@@ -11,9 +10,9 @@
 
 #include "aiservice/AIServiceClientListener.h"
 #include "aiservice/AIServiceHIDL.h"
+#include "common/ClientProcess.h"
 #include "common/Log.h"
 #include "common/ServiceId.h"
-#include "common/ServiceTime.h"
 #include "common/StatusCodes.h"
 #include "transport/TensorPacking.h"
 #include "transport/TensorUnpacking.h"
@@ -30,117 +29,117 @@ namespace {
 // Tells the platform's traces apart; the recipient does not look at it.
 constexpr uint64_t kDeathCookie = 0x3456;
 
+constexpr TensorLines kProcessLines = {"Process", nullptr,
+                                       "Process input tensor DeserializeFrom failed", nullptr,
+                                       "Process output tensor DeserializeFrom failed"};
+
 }  // namespace
 
 Return<int32_t> AIServiceHIDL::Process(int32_t clientId, const hidl_string& context,
                                        const hidl_vec<AITensorHandle>& inputs,
                                        const hidl_vec<AITensorHandle>& outputs, int32_t param) {
-    ORVA_LOGI(kServiceTag, "AIServiceHIDL Process");
-    std::string serviceId;
-    Session session;
+    ORVA_LOGI(kLogTag, "AIServiceHIDL Process");
+    const std::string serviceId = MakeServiceId(clientId);
+    NodeSession session;
     {
         MutexLock lock(serviceMutex);
-        serviceId = MakeServiceId(clientId);
-        session = FindSession(serviceId);
-        if (session.node == nullptr) {
-            activity.Refuse(Refusal::kNoSession);
-            ORVA_LOGE(kServiceTag, "Process service %s is not create", serviceId.c_str());
-            return kStatusNoSession;
+        session = FindSession(serviceNodes, serviceId);
+        if (!session) {
+            return activity_.Refuse(ORVA_HERE, Refusal::kNoSession, kStatusNoSession, serviceId,
+                                    "Process service %s is not create", serviceId.c_str());
         }
     }
-
-    std::vector<std::shared_ptr<IAITensor>> inputTensors;
-    if (!UnpackTensors(inputs, inputTensors)) {
-        ORVA_LOGE(kServiceTag, "Process input tensor DeserializeFrom failed");
-        activity.Refuse(Refusal::kInputTensor);
-        return kStatusFailure;
-    }
-    // The node writes its results straight into the client's buffers.
-    std::vector<std::shared_ptr<IAITensor>> outputTensors;
-    if (!UnpackTensors(outputs, outputTensors)) {
-        ORVA_LOGE(kServiceTag, "Process output tensor DeserializeFrom failed");
-        activity.Refuse(Refusal::kOutputTensor);
+    RequestTensors tensors;
+    if (UnpackTensors(kProcessLines, activity_, serviceId, inputs, outputs, tensors) !=
+        kStatusSuccess) {
         return kStatusFailure;
     }
 
     AIContext nodeContext;
     nodeContext.Deserialize(context);
-    ORVA_LOGI(kServiceTag, "Process context: %s", context.c_str());
-    UpdateServiceTime(serviceId, *session.activity);
-    session.activity->RequestStarts();
-    const int32_t status = session.node->Process(nodeContext, inputTensors, outputTensors, param);
+    ORVA_LOGI(kLogTag, "Process context: %s", context.c_str());
+    UpdateServiceTime(serviceId, *session.record);
+    session.record->RequestBegins();
+    const int32_t status =
+            session.framework->Process(nodeContext, tensors.inputs, tensors.outputs, param);
     if (status != kStatusSuccess) {
-        session.activity->RequestIsRefused(Refusal::kRequest);
+        session.record->RequestEnds(false);
+        return activity_.Refuse(ORVA_HERE, Refusal::kRequest, status, serviceId);
     }
     return status;
 }
 
 Return<int32_t> AIServiceHIDL::SetListener(int32_t clientId,
                                            const sp<IAIServiceListener>& listener) {
-    if (clientId < 0) {
-        const std::string serviceId = MakeServiceId(ListenerClientId(clientId));
-        MutexLock lock(listenerMutex);
-        if (clientListeners.count(serviceId) != 0) {
-            ORVA_LOGE(kServiceTag, "SetListener service %s is already set", serviceId.c_str());
-            activity.Refuse(Refusal::kListenerSet);
-            return kStatusFailure;
-        }
-        const sp<AIServiceDeathRecipient> recipient =
-                new (std::nothrow) AIServiceDeathRecipient(serviceId);
-        if (recipient == nullptr) {
-            activity.Refuse(Refusal::kMemory);
-            return kStatusFailure;
-        }
-        deathRecipients[serviceId] = recipient;
-        // A client may register no listener at all: its results are dropped without a word.
-        if (listener != nullptr) {
-            // One that is dead already fails here; its session is left to the idle time-out.
-            (void)listener->linkToDeath(recipient, kDeathCookie).isOk();
-        }
-        AIServiceConnectManager::GetInstance()->UpdateServiceTime(serviceId);
-        clientListeners[serviceId] = listener;
-        return kStatusSuccess;
-    }
+    return clientId < 0 ? SetClientListener(MakeServiceId(ListenerClientId(clientId)), listener)
+                        : SetNodeListener(MakeServiceId(clientId));
+}
 
-    const std::string serviceId = MakeServiceId(clientId);
-    Session session;
+int32_t AIServiceHIDL::SetClientListener(const std::string& serviceId,
+                                         const sp<IAIServiceListener>& listener) {
+    MutexLock lock(listenerMutex);
+    if (clientListeners.count(serviceId) != 0) {
+        return activity_.Refuse(ORVA_IN("SetListener"), Refusal::kListenerSet, kStatusFailure,
+                                serviceId, "SetListener service %s is already set",
+                                serviceId.c_str());
+    }
+    const sp<AIServiceDeathRecipient> recipient =
+            new (std::nothrow) AIServiceDeathRecipient(serviceId, ClientProcess::CallingWatched());
+    if (recipient == nullptr) {
+        return activity_.Refuse(ORVA_IN("SetListener"), Refusal::kMemory, kStatusFailure,
+                                serviceId);
+    }
+    deathRecipients[serviceId] = recipient;
+    // A client may register no listener at all: its results are dropped without a word.
+    if (listener != nullptr) {
+        // Of one that is dead already the recipient hears as of any other.
+        (void)listener->linkToDeath(recipient, kDeathCookie).isOk();
+    }
+    AIServiceConnectManager::GetInstance()->UpdateServiceTime(serviceId);
+    clientListeners[serviceId] = listener;
+    return kStatusSuccess;
+}
+
+int32_t AIServiceHIDL::SetNodeListener(const std::string& serviceId) {
+    NodeSession session;
     {
         MutexLock lock(serviceMutex);
-        session = FindSession(serviceId);
-        if (session.node == nullptr) {
-            activity.Refuse(Refusal::kNoSession);
-            ORVA_LOGE(kServiceTag, "SetListener service %s is not create", serviceId.c_str());
-            return kStatusNoSession;
+        session = FindSession(serviceNodes, serviceId);
+        if (!session) {
+            return activity_.Refuse(ORVA_IN("SetListener"), Refusal::kNoSession, kStatusNoSession,
+                                    serviceId, "SetListener service %s is not create",
+                                    serviceId.c_str());
         }
     }
     // A new one each time; the node knows what to do with the one before.
     const std::shared_ptr<AIServiceListener> nodeListener(
-            new (std::nothrow) AIServiceClientListener(serviceId, this, session.activity));
+            new (std::nothrow) AIServiceClientListener(serviceId, this, session.record));
     if (nodeListener == nullptr) {
-        activity.Refuse(Refusal::kMemory);
-        ORVA_LOGE(kServiceTag, "SetListener create client listener for service id: %s failed",
-                  serviceId.c_str());
-        return kStatusFailure;
+        return activity_.Refuse(ORVA_IN("SetListener"), Refusal::kMemory, kStatusFailure, serviceId,
+                                "SetListener create client listener for service id: %s failed",
+                                serviceId.c_str());
     }
-    const int32_t status = session.node->RegisterListener(nodeListener);
+    const int32_t status = session.framework->RegisterListener(nodeListener);
     if (status != kStatusSuccess) {
-        activity.Refuse(Refusal::kRequest);
+        activity_.Refuse(ORVA_IN("SetListener"), Refusal::kRequest, status, serviceId);
     }
-    ORVA_LOGI(kServiceTag, "AIServiceHIDL SetListener service %s set complete", serviceId.c_str());
+    const LogSource here = ORVA_IN("SetListener");
+    ORVA_LOG_FROM(here, ANDROID_LOG_INFO, kLogTag,
+                  "AIServiceHIDL SetListener service %s set complete", serviceId.c_str());
     return status;
 }
 
 void AIServiceHIDL::OnProcessDone(const std::string& serviceId, const AIContext& context,
                                   int32_t result,
                                   const std::vector<std::shared_ptr<IAITensor>>& outputs) {
+    const char* const id = serviceId.c_str();
     sp<IAIServiceListener> listener;
     {
         MutexLock lock(listenerMutex);
         const auto found = clientListeners.find(serviceId);
         if (found == clientListeners.end()) {
-            ORVA_LOGE(kServiceTag, "AIServiceHIDL OnProcessDone not find the listener %s",
-                      serviceId.c_str());
-            activity.Refuse(Refusal::kNoListener);
+            activity_.Refuse(ORVA_HERE, Refusal::kNoListener, result, serviceId,
+                             "AIServiceHIDL OnProcessDone not find the listener %s", id);
             return;
         }
         listener = found->second;
@@ -150,18 +149,17 @@ void AIServiceHIDL::OnProcessDone(const std::string& serviceId, const AIContext&
     }
 
     std::vector<AITensorHandle> delivered =
-            PackOutputs(outputs, result, activity, ORVA_HERE, kServiceTag);
-    ORVA_LOGI(kServiceTag, "AIServiceHIDL OnProcessDone %s call the listener", serviceId.c_str());
+            PackOutputs(outputs, result, activity_, serviceId, ORVA_HERE);
+    ORVA_LOGI(kLogTag, "AIServiceHIDL OnProcessDone %s call the listener", id);
     // The list stays here: a hidl_vec of its own would duplicate every descriptor.
     hidl_vec<AITensorHandle> handles;
     handles.setToExternal(delivered.data(), delivered.size());
     const hidl_string contextText = context.Serialize();
     if (!listener->OnProcessDone(result, contextText, handles).isOk()) {
-        ORVA_LOGE(kServiceTag, "AIServiceHIDL call OnProcessDone isOk error");
-        activity.Refuse(Refusal::kDelivery);
+        activity_.Refuse(ORVA_HERE, Refusal::kDelivery, result, serviceId,
+                         "AIServiceHIDL call OnProcessDone isOk error");
     }
-    ORVA_LOGI(kServiceTag, "AIServiceHIDL OnProcessDone Complete %s call the listener",
-              serviceId.c_str());
+    ORVA_LOGI(kLogTag, "AIServiceHIDL OnProcessDone Complete %s call the listener", id);
 }
 
 }  // namespace orva::hidl

@@ -8,23 +8,19 @@
 
 #include <orva/AIServiceConnectManager.h>
 
-#include "common/Log.h"
-
 namespace orva::hidl {
 
 // Asks the connection manager, which counts the clients of both services, to let another one in.
 // At the limit a client whose time has run out makes way, whoever it is; the count is not looked
-// at again. False, with a line in the log, when there is none. Takes the service's locks.
+// at again. False when there is none. Takes the service's locks.
 template <typename Service>
-bool AdmitClient(Service& service, const LogSource& source) {
+bool AdmitClient(Service& service) {
     AIServiceConnectManager* const connections = AIServiceConnectManager::GetInstance();
     if (connections->CheckServiceNum()) {
         return true;
     }
     const std::string idle = connections->GetTimeoutServiceId();
     if (idle.empty()) {
-        ORVA_LOG_FROM(source, ANDROID_LOG_ERROR, Service::kLogTag,
-                      "The number of service is more than limit, init failed.");
         return false;
     }
     service.RemoveService(idle);

@@ -5,11 +5,13 @@
 #pragma once
 
 #include <cstdint>
+#include <memory>
 #include <string>
 #include <utility>
 
 #include <hidl/HidlSupport.h>
 
+#include "common/ClientProcess.h"
 #include "common/Log.h"
 
 namespace orva::hidl {
@@ -19,7 +21,9 @@ namespace orva::hidl {
 template <typename Service>
 class ClientDeathRecipient : public android::hardware::hidl_death_recipient {
 public:
-    explicit ClientDeathRecipient(std::string id) : serviceId(std::move(id)) {}
+    // `client` is the process whose listener it is.
+    ClientDeathRecipient(std::string id, std::shared_ptr<ClientProcess> client)
+            : serviceId(std::move(id)), client_(std::move(client)) {}
 
     void serviceDied(uint64_t /*cookie*/,
                      const android::wp<android::hidl::base::V1_0::IBase>& /*who*/) override {
@@ -28,13 +32,22 @@ public:
         Service::GetInstance()->RemoveService(std::string(serviceId));
     }
 
+    const std::shared_ptr<ClientProcess>& Client() const { return client_; }
+
 private:
     const std::string serviceId;
+    const std::shared_ptr<ClientProcess> client_;
 };
 
+template <typename Service>
+const std::shared_ptr<ClientProcess>& ClientOf(
+        const android::sp<ClientDeathRecipient<Service>>& recipient) {
+    return recipient->Client();
+}
+
 // Takes a client's listener and its recipient out of a service's tables, whichever are there, and
-// the link between them. Answers the listener, to be released without the service's locks: the last
-// reference tells the client's process, which may be slow to listen.
+// the link between them. Under the lock of both. Answers the listener, to be released without the
+// service's locks: the last reference tells the client's process, which may be slow to listen.
 template <typename Listeners, typename Recipients>
 typename Listeners::mapped_type ForgetClient(const std::string& serviceId, Listeners& listeners,
                                              Recipients& recipients) {

@@ -16,8 +16,12 @@ struct LogSource {
 
 }  // namespace orva::hidl
 
-// Right here. Helpers that log in the name of their caller take it from there.
-#define ORVA_HERE (::orva::hidl::LogSource{__func__, __LINE__})
+// Right here. Helpers that log in the name of their caller take it from there. In a lambda, or in
+// the part of an operation that has a function of its own, the name is given. Compilers differ in
+// the line of a macro that spans several, so what does not fit in one takes its source from a
+// constant.
+#define ORVA_HERE ORVA_IN(__func__)
+#define ORVA_IN(function) (::orva::hidl::LogSource{function, __LINE__})
 
 // One line in the Android log: the function and source line it comes from, then the message in
 // double quotes. `format` must be a literal.
@@ -25,7 +29,6 @@ struct LogSource {
     __android_log_print(priority, tag, "%s(%d)::\"" format "\"", (source).function, (source).line, \
                         ##__VA_ARGS__)
 
-// Inside a lambda the name would be the lambda's.
 #define ORVA_LOG(priority, tag, ...) ORVA_LOG_FROM(ORVA_HERE, priority, tag, __VA_ARGS__)
 
 #define ORVA_LOGI(tag, ...) ORVA_LOG(ANDROID_LOG_INFO, tag, __VA_ARGS__)

@@ -22,17 +22,17 @@ public:
     void Lock() ORVA_ACQUIRE() { pthread_mutex_lock(&mutex_); }
     void Unlock() ORVA_RELEASE() { pthread_mutex_unlock(&mutex_); }
 
-    // False when somebody else still holds it after that time.
+    // False when somebody else still holds it after that time; looks once a millisecond. For those
+    // who would rather do without than wait for it.
     bool TryLockFor(int milliseconds) ORVA_TRY_ACQUIRE(true) {
-        timespec deadline = {};
-        clock_gettime(CLOCK_REALTIME, &deadline);
-        deadline.tv_sec += milliseconds / 1000;
-        deadline.tv_nsec += milliseconds % 1000 * 1'000'000L;
-        if (deadline.tv_nsec >= 1'000'000'000L) {
-            ++deadline.tv_sec;
-            deadline.tv_nsec -= 1'000'000'000L;
+        for (; pthread_mutex_trylock(&mutex_) != 0; --milliseconds) {
+            if (milliseconds <= 0) {
+                return false;
+            }
+            const timespec pause = {0, 1'000'000};
+            nanosleep(&pause, nullptr);
         }
-        return pthread_mutex_timedlock(&mutex_, &deadline) == 0;
+        return true;
     }
 
 private:

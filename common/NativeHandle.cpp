@@ -8,9 +8,11 @@
 #include <fcntl.h>
 
 #include <algorithm>
+#include <atomic>
+#include <cstdint>
 #include <utility>
 
-#include "debug/HeldResources.h"
+#include "common/HeldResources.h"
 
 namespace orva::hidl {
 

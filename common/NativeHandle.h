@@ -4,6 +4,8 @@
  */
 #pragma once
 
+#include <utility>
+
 #include <cutils/native_handle.h>
 
 #include "common/UniqueFd.h"
@@ -15,8 +17,12 @@ class NativeHandle {
 public:
     NativeHandle() = default;
     ~NativeHandle() { Reset(); }
-    NativeHandle(const NativeHandle&) = delete;
-    NativeHandle& operator=(const NativeHandle&) = delete;
+    NativeHandle(NativeHandle&& other) noexcept : handle_(std::exchange(other.handle_, nullptr)) {}
+    NativeHandle& operator=(NativeHandle&& other) noexcept {
+        // What was held goes with this.
+        NativeHandle(std::move(other)).Swap(*this);
+        return *this;
+    }
 
     // Takes a descriptor into a new handle of one descriptor and no integers, in place of what was
     // held. A negative value is taken as it is. False, and nothing held, when memory ran out; the
@@ -32,6 +38,8 @@ public:
     const native_handle_t* Get() const { return handle_; }
 
 private:
+    void Swap(NativeHandle& other) { std::swap(handle_, other.handle_); }
+
     native_handle_t* handle_ = nullptr;
 };
 

@@ -2,57 +2,26 @@
  * Copyright (C) 2026 The orva project
  * SPDX-License-Identifier: Apache-2.0
  */
-
 #include "common/SharedMapping.h"
 
 #include <sys/mman.h>
-#include <sys/stat.h>
-#include <unistd.h>
 
+#include <algorithm>
+#include <atomic>
 #include <limits>
 #include <optional>
 
-#include <cutils/ashmem.h>
-
-#include "debug/HeldResources.h"
+#include "common/ClientProcess.h"
+#include "common/HeldResources.h"
+#include "common/SharedRegion.h"
 
 namespace orva::hidl {
 
 namespace {
 
-// What all regions may take of the address space, so that some is left for everything else: a
-// peer's region can be as long as it says without having memory behind it.
-constexpr uint64_t kMostMapped = uint64_t{1} << 45;
-
-// How long a region really is. A memory file says so itself, the ashmem device when asked, a
-// dma-buf by its end. Whatever cannot say it (a pipe, a directory, some other device) counts as no
-// memory: touching a mapping beyond its end would end the process.
-std::optional<uint64_t> RegionSize(int fd) {
-    struct stat status = {};
-    if (fstat(fd, &status) != 0) {
-        return std::nullopt;
-    }
-    int64_t size = -1;
-    switch (status.st_mode & S_IFMT) {
-    case S_IFREG:
-        size = status.st_size;
-        break;
-    case S_IFCHR:
-        // Asked about another device, some ashmem_get_size_region() end the process.
-        if (ashmem_valid(fd) != 0) {
-            // 2 GiB and more come out negative.
-            const int low = ashmem_get_size_region(fd);
-            size = low != -1 ? static_cast<uint32_t>(low) : -1;
-        }
-        break;
-    case 0:
-        // The inode of a dma-buf has no type, and not every kernel keeps the size in it.
-        size = lseek64(fd, 0, SEEK_END);
-        break;
-    default:
-        break;
-    }
-    return size >= 0 ? std::optional<uint64_t>(size) : std::nullopt;
+SharedMapping Refuse(std::atomic<uint64_t>& reason) {
+    reason.fetch_add(1, std::memory_order_relaxed);
+    return {};
 }
 
 }  // namespace
@@ -62,6 +31,9 @@ SharedMapping& SharedMapping::operator=(SharedMapping&& other) noexcept {
         Reset();
         address_ = std::exchange(other.address_, nullptr);
         length_ = std::exchange(other.length_, 0);
+        unmapLength_ = other.unmapLength_;
+        hollow_ = other.hollow_;
+        client_ = std::move(other.client_);
     }
     return *this;
 }
@@ -75,6 +47,7 @@ SharedMapping SharedMapping::MapOwn(int fd, uint64_t length) {
     if (address != MAP_FAILED) {
         mapping.address_ = address;
         mapping.length_ = length;
+        mapping.unmapLength_ = length;
         heldResources.mappings.fetch_add(1, std::memory_order_relaxed);
         heldResources.mappedBytes.fetch_add(length, std::memory_order_relaxed);
     }
@@ -83,23 +56,44 @@ SharedMapping SharedMapping::MapOwn(int fd, uint64_t length) {
 
 SharedMapping SharedMapping::MapReceived(const native_handle_t* handle, uint64_t length) {
     if (handle == nullptr || handle->numFds < 1) {
-        return {};
+        return Refuse(refusedRegions.noMemory);
     }
     const int fd = handle->data[0];
-    const std::optional<uint64_t> size = RegionSize(fd);
-    // A size is below 2^63, so the sum does not wrap.
-    if (!size || length > *size ||
-        length + heldResources.mappedBytes.load(std::memory_order_relaxed) > kMostMapped) {
+    const std::optional<SharedRegion> region = SharedRegion::Of(fd);
+    if (!region) {
+        return Refuse(refusedRegions.noMemory);
+    }
+    if (length > region->length) {
+        return Refuse(refusedRegions.tooShort);
+    }
+    const uint64_t hollow = length - std::min(length, region->held);
+    std::shared_ptr<ClientProcess> client = ClientProcess::Calling();
+    if (!client->CountMapping(length, hollow)) {
         return {};
     }
-    return MapOwn(fd, length);
+    SharedMapping mapping = MapOwn(fd, length);
+    if (!mapping) {
+        client->ForgetMapping(length, hollow);
+        return Refuse(refusedRegions.byKernel);
+    }
+    if (const uint64_t page = region->hugePage; page != 0) {
+        // Ordinary pages are rounded to by the kernel, these are not.
+        mapping.unmapLength_ = static_cast<size_t>((length + page - 1) / page * page);
+    }
+    mapping.hollow_ = hollow;
+    mapping.client_ = std::move(client);
+    return mapping;
 }
 
 void SharedMapping::Reset() {
     if (address_ != nullptr) {
-        munmap(address_, length_);
+        munmap(address_, unmapLength_);
         heldResources.mappings.fetch_sub(1, std::memory_order_relaxed);
         heldResources.mappedBytes.fetch_sub(length_, std::memory_order_relaxed);
+        if (client_ != nullptr) {
+            client_->ForgetMapping(length_, hollow_);
+            client_ = nullptr;
+        }
         address_ = nullptr;
         length_ = 0;
     }

@@ -6,14 +6,17 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <memory>
 #include <utility>
 
 #include <cutils/native_handle.h>
 
 namespace orva::hidl {
 
+class ClientProcess;
+
 // An address range that shows a shared-memory region from its start, readable and writable.
-// Unmaps on destruction exactly what it mapped.
+// Unmaps on destruction exactly what it mapped. Used by one thread at a time.
 class SharedMapping {
 public:
     // No range.
@@ -26,11 +29,11 @@ public:
     // which includes a length of 0.
     static SharedMapping MapOwn(int fd, uint64_t length);
 
-    // Maps `length` bytes of the region behind the first descriptor of a handle that a peer sent.
-    // No range on failure; that a handle has no descriptor, that the descriptor is no memory, that
-    // the kernel knows the region to be shorter than `length`, and that too much of the address
-    // space would be mapped are failures, too. The peer can still change the bytes, so read what
-    // must stay the same just once.
+    // Maps `length` bytes of the region behind the first descriptor of a handle that a peer sent,
+    // which may end within the last page of them. No range, and one more of refusedRegions, on
+    // failure: there is no descriptor, it is no memory (SharedRegion), the region is shorter, or
+    // the calling client would have more mapped than one may (ClientProcess). The peer can still
+    // change the bytes, so read what must stay the same just once.
     static SharedMapping MapReceived(const native_handle_t* handle, uint64_t length);
 
     explicit operator bool() const { return address_ != nullptr; }
@@ -43,6 +46,9 @@ public:
 private:
     void* address_ = nullptr;
     size_t length_ = 0;
+    size_t unmapLength_ = 0;  // a region of huge pages is unmapped by such
+    uint64_t hollow_ = 0;
+    std::shared_ptr<ClientProcess> client_;  // whom a received region is counted to
 };
 
 }  // namespace orva::hidl

@@ -16,8 +16,8 @@
 #include <algorithm>
 #include <cerrno>
 
+#include "common/Clock.h"
 #include "common/UniqueFd.h"
-#include "debug/Clock.h"
 
 namespace orva::hidl {
 

@@ -2,18 +2,18 @@
  * Copyright (C) 2026 The orva project
  * SPDX-License-Identifier: Apache-2.0
  */
-
 #include "debug/StateDump.h"
 
 #include <unistd.h>
 
-#include <algorithm>
-#include <cinttypes>
+#include <cstdint>
 
-#include "debug/DumpText.h"
+#include "common/Clock.h"
+#include "common/HeldResources.h"
+#include "common/Session.h"
+#include "debug/DumpTree.h"
 #include "debug/DumpWriter.h"
-#include "debug/HeldResources.h"
-#include "debug/LiveTensors.h"
+#include "transport/LiveTensor.h"
 
 namespace orva::hidl {
 
@@ -22,6 +22,9 @@ using android::hardware::hidl_string;
 using android::hardware::hidl_vec;
 
 namespace {
+
+// Of very many tensors, the others are only counted.
+constexpr uint64_t kMostTensorsListed = 4096;
 
 struct Options {
     bool json = false;
@@ -50,169 +53,114 @@ struct Options {
     }
 };
 
-struct Totals {
-    uint64_t inFlight = 0;
-    uint64_t done = 0;
-};
-
-// What was asked for, picked from the state; the rest of it is not looked at again.
-struct View {
-    const ServiceState& state;
-    bool whole;
-    std::optional<std::vector<SessionState>> sessions;
-    Totals requests;
-    LiveTensors tensors;
-    uint64_t tensorBytes = 0;
-};
-
-View Pick(const ServiceState& state, const Options& options) {
-    View view = {state, options.client.empty(), state.sessions, {}, ListTensors()};
-    auto& tensors = view.tensors.listed;
-    tensors.erase(std::remove_if(tensors.begin(), tensors.end(),
-                                 [&](const LiveTensor& each) { return !options.Wants(each.pid); }),
-                  tensors.end());
-    for (const LiveTensor& tensor : tensors) {
-        view.tensorBytes += tensor.bytes;
+const char* NameOf(SessionState state) {
+    switch (state) {
+    case SessionState::kOpening:
+        return "opening";
+    case SessionState::kOpen:
+        return "open";
+    case SessionState::kNotOpened:
+        return "not opened";
+    case SessionState::kEnded:
+        break;
     }
-    if (view.whole) {
-        view.requests = {state.activity.InFlight(), state.activity.Done()};
-        return view;
-    }
-    view.tensors.alive = tensors.size();
-    if (view.sessions) {
-        auto& sessions = *view.sessions;
-        sessions.erase(
-                std::remove_if(sessions.begin(), sessions.end(),
-                               [&](const SessionState& each) { return !options.Wants(each.id); }),
-                sessions.end());
-        for (const SessionState& session : sessions) {
-            view.requests.inFlight += session.activity->InFlight();
-            view.requests.done += session.activity->Done();
-        }
-    }
-    return view;
+    return "ended";
 }
 
-double Seconds(int64_t nanoseconds) {
-    return static_cast<double>(nanoseconds) / 1e9;
+DumpTree RequestsOf(uint64_t inFlight, uint64_t done) {
+    return DumpTree::Object().Add("in_flight", inFlight).Add("done", done);
 }
 
-std::string Text(const View& view) {
-    std::string text;
-    Append(text, "%s in process %d, for %.3f s\n", view.state.name, getpid(),
-           Seconds(view.state.activity.Age()));
-    if (!view.sessions) {
-        text += "sessions: locked\n";
-    } else {
-        Append(text, "sessions: %zu\n", view.sessions->size());
-        for (const SessionState& session : *view.sessions) {
-            const SessionActivity& activity = *session.activity;
-            Append(text,
-                   "  %s  type %s  used %.3f s ago  listener %s  %" PRIu64 " in flight, %" PRIu64
-                   " done\n",
-                   session.id.c_str(), Quoted(activity.Type()).c_str(),
-                   Seconds(activity.SinceLastUse()),
-                   !session.listener   ? "locked"
-                   : *session.listener ? "set"
-                                       : "not set",
-                   activity.InFlight(), activity.Done());
+DumpTree Tensors(const Options& options) {
+    DumpTree listed = DumpTree::List();
+    uint64_t alive = 0;
+    liveTensors.ForEach([&](const LiveTensor& tensor) {
+        if (options.Wants(tensor.pid) && ++alive <= kMostTensorsListed) {
+            DumpTree item = DumpTree::Object().Add("type", std::string(tensor.type));
+            item.Add("bytes", tensor.bytes)
+                    .AddSeconds("mapped_s", MonotonicNow() - tensor.mappedAt);
+            listed.Add(std::move(item.AddSigned("pid", tensor.pid)));
         }
-    }
-    Append(text, "requests: %" PRIu64 " in flight, %" PRIu64 " done\n", view.requests.inFlight,
-           view.requests.done);
-    if (view.whole) {
-        text += "refusals:\n";
-        for (size_t i = 0; i < static_cast<size_t>(Refusal::kCount_); ++i) {
-            const auto reason = static_cast<Refusal>(i);
-            if (const uint64_t count = view.state.activity.Refusals(reason)) {
-                Append(text, "  %s  %" PRIu64 "\n", RefusalName(reason), count);
-            }
-        }
-    }
-    Append(text, "tensors of both services: %zu, listed %zu with %" PRIu64 " bytes\n",
-           view.tensors.alive, view.tensors.listed.size(), view.tensorBytes);
-    for (const LiveTensor& tensor : view.tensors.listed) {
-        Append(text, "  %s  %" PRIu64 " bytes  mapped for %.3f s  process %d\n", tensor.type,
-               tensor.bytes, Seconds(tensor.mappedFor), tensor.pid);
-    }
-    if (view.whole) {
-        Append(text,
-               "held for both services: %" PRIu64 " descriptors, %" PRIu64 " mappings of %" PRIu64
-               " bytes\n",
-               heldResources.descriptors.load(), heldResources.mappings.load(),
-               heldResources.mappedBytes.load());
-    }
-    return text;
+    });
+    return DumpTree::Object().Add("alive", alive).Add("listed", std::move(listed));
 }
 
-std::string Json(const View& view) {
-    std::string text;
-    Append(text, "{\"service\":\"%s\",\"pid\":%d,\"age_s\":%.3f,\"sessions\":", view.state.name,
-           getpid(), Seconds(view.state.activity.Age()));
-    if (!view.sessions) {
-        text += "null";
-    } else {
-        text += "[";
-        const char* separator = "";
-        for (const SessionState& session : *view.sessions) {
-            const SessionActivity& activity = *session.activity;
-            Append(text,
-                   "%s{\"id\":%s,\"type\":%s,\"idle_s\":%.3f,\"listener\":%s,"
-                   "\"in_flight\":%" PRIu64 ",\"done\":%" PRIu64 "}",
-                   separator, Quoted(session.id).c_str(), Quoted(activity.Type()).c_str(),
-                   Seconds(activity.SinceLastUse()),
-                   !session.listener   ? "null"
-                   : *session.listener ? "true"
-                                       : "false",
-                   activity.InFlight(), activity.Done());
-            separator = ",";
+// What is not of one client.
+void AddTotals(const ServiceActivity& service, DumpTree& dump) {
+    DumpTree refusals = DumpTree::Counts();
+    for (size_t i = 0; i < static_cast<size_t>(Refusal::kCount_); ++i) {
+        const auto reason = static_cast<Refusal>(i);
+        refusals.Add(RefusalName(reason), service.Refusals(reason));
+    }
+    dump.Add("refusals", std::move(refusals));
+    dump.Add("regions_refused", DumpTree::Counts()
+                                        .Add("no_memory", refusedRegions.noMemory.load())
+                                        .Add("too_short", refusedRegions.tooShort.load())
+                                        .Add("client_mapped", refusedRegions.clientMapped.load())
+                                        .Add("client_hollow", refusedRegions.clientHollow.load())
+                                        .Add("by_kernel", refusedRegions.byKernel.load()));
+    dump.Add("held", DumpTree::Object()
+                             .Add("descriptors", heldResources.descriptors.load())
+                             .Add("mappings", heldResources.mappings.load())
+                             .Add("mapped_bytes", heldResources.mappedBytes.load()));
+}
+
+DumpTree Describe(const ServiceActivity& service,
+                  const std::optional<std::set<std::string>>& listeners, const Options& options) {
+    DumpTree sessions = DumpTree::List();
+    uint64_t inFlight = 0, done = 0;
+    service.sessions.ForEach([&](const SessionRecord* session) {
+        if (!options.Wants(session->Id())) {
+            return;
         }
-        text += "]";
+        const RequestCount& requests = session->Requests();
+        inFlight += requests.InFlight();
+        done += requests.Done();
+        const std::optional<bool> listens =
+                listeners ? std::optional(listeners->count(session->Id()) != 0) : std::nullopt;
+        sessions.Add(DumpTree::Object()
+                             .Add("id", session->Id())
+                             .Add("type", session->Type())
+                             .Add("state", std::string(NameOf(session->State())))
+                             .AddSeconds("idle_s", session->SinceLastUse())
+                             .Add("listener", listens)
+                             .Add("in_flight", requests.InFlight())
+                             .Add("done", requests.Done()));
+    });
+    const bool isWhole = options.client.empty();
+    if (isWhole) {
+        // Also of sessions that are gone.
+        inFlight = service.requests.InFlight();
+        done = service.requests.Done();
     }
-    Append(text, ",\"requests\":{\"in_flight\":%" PRIu64 ",\"done\":%" PRIu64 "}",
-           view.requests.inFlight, view.requests.done);
-    if (view.whole) {
-        text += ",\"refusals\":{";
-        const char* separator = "";
-        for (size_t i = 0; i < static_cast<size_t>(Refusal::kCount_); ++i) {
-            const auto reason = static_cast<Refusal>(i);
-            Append(text, "%s\"%s\":%" PRIu64, separator, RefusalName(reason),
-                   view.state.activity.Refusals(reason));
-            separator = ",";
+    DumpTree latest = DumpTree::List();
+    for (const RefusedCall& call : service.LatestRefusals()) {
+        if (options.Wants(call.client)) {
+            latest.Add(DumpTree::Object()
+                               .AddSeconds("ago_s", MonotonicNow() - call.at)
+                               .Add("client", call.client)
+                               .Add("method", std::string(call.method))
+                               .AddSigned("status", call.status)
+                               .Add("reason", std::string(RefusalName(call.reason)))
+                               .Add("text", call.text));
         }
-        text += "}";
     }
-    Append(text, ",\"tensors\":{\"alive\":%zu,\"listed\":[", view.tensors.alive);
-    const char* separator = "";
-    for (const LiveTensor& tensor : view.tensors.listed) {
-        Append(text, "%s{\"type\":%s,\"bytes\":%" PRIu64 ",\"mapped_s\":%.3f,\"pid\":%d}",
-               separator, Quoted(tensor.type).c_str(), tensor.bytes, Seconds(tensor.mappedFor),
-               tensor.pid);
-        separator = ",";
+
+    DumpTree dump = DumpTree::Object();
+    dump.Add("service", std::string(service.Name())).AddSigned("pid", getpid());
+    dump.AddSeconds("age_s", service.Age());
+    dump.Add("sessions", std::move(sessions)).Add("requests", RequestsOf(inFlight, done));
+    if (isWhole) {
+        AddTotals(service, dump);
     }
-    text += "]}";
-    if (view.whole) {
-        Append(text,
-               ",\"held\":{\"descriptors\":%" PRIu64 ",\"mappings\":%" PRIu64
-               ",\"mapped_bytes\":%" PRIu64 "}",
-               heldResources.descriptors.load(), heldResources.mappings.load(),
-               heldResources.mappedBytes.load());
-    }
-    return text + "}\n";
+    return std::move(
+            dump.Add("tensors", Tensors(options)).Add("latest_refusals", std::move(latest)));
 }
 
 }  // namespace
 
-std::vector<SessionState> StatesOf(const SessionActivities& activities) {
-    std::vector<SessionState> sessions;
-    sessions.reserve(activities.size());
-    for (const auto& [id, activity] : activities) {
-        sessions.push_back({id, activity, std::nullopt});
-    }
-    return sessions;
-}
-
-void DumpState(const ServiceState& state, const hidl_handle& handle,
+void DumpState(const ServiceActivity& service,
+               const std::optional<std::set<std::string>>& listeners, const hidl_handle& handle,
                const hidl_vec<hidl_string>& texts) {
     const native_handle_t* const native = handle.getNativeHandle();
     if (native == nullptr || native->numFds < 1) {
@@ -221,8 +169,8 @@ void DumpState(const ServiceState& state, const hidl_handle& handle,
     Options options;
     std::string dump = "options: --json, --client ID\n";
     if (options.Parse(texts)) {
-        const View view = Pick(state, options);
-        dump = options.json ? Json(view) : Text(view);
+        const DumpTree tree = Describe(service, listeners, options);
+        dump = options.json ? tree.Json() + "\n" : tree.Lines();
     }
     WriteDump(native->data[0], dump);
 }

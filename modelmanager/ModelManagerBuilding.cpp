@@ -7,11 +7,11 @@
 // mapped here as long as the model manager works on it.
 
 #include <hwbinder/IPCThreadState.h>
+#include <orva/MappedBuffer.h>
 #include <orva/ai/AiStatsLogBuilder.h>
 
 #include "common/Log.h"
 #include "common/ServiceId.h"
-#include "common/ServiceTime.h"
 #include "common/SharedMapping.h"
 #include "common/StatusCodes.h"
 #include "modelmanager/ModelManagerServiceHIDL.h"
@@ -50,7 +50,7 @@ bool gMmapBuffer(const ModelBuffer& model, SharedMapping& mapping) {
     }
     mapping = SharedMapping::MapReceived(handle, model.size);
     if (!mapping) {
-        ORVA_LOGE(kManagerTag, "mmap failed!");
+        ORVA_LOGE(ModelManagerServiceHIDL::kLogTag, "mmap failed!");
         return false;
     }
     return true;
@@ -72,6 +72,15 @@ MappedBuffer ToBuffer(const SharedMapping& mapping) {
     return {mapping.Address(), static_cast<uint32_t>(mapping.Length())};
 }
 
+std::vector<MappedBuffer> ToBuffers(const std::vector<SharedMapping>& mappings) {
+    std::vector<MappedBuffer> buffers;
+    buffers.reserve(mappings.size());
+    for (const SharedMapping& mapping : mappings) {
+        buffers.push_back(ToBuffer(mapping));
+    }
+    return buffers;
+}
+
 }  // namespace
 
 Return<void> ModelManagerServiceHIDL::BuildModel(int32_t clientId, const hidl_string& context,
@@ -79,7 +88,18 @@ Return<void> ModelManagerServiceHIDL::BuildModel(int32_t clientId, const hidl_st
                                                  const hidl_vec<ModelBuffer>& inputModels,
                                                  const ModelBuffer& outputModel,
                                                  BuildModel_cb _hidl_cb) {
+    BuildAndAnswer(clientId, context, static_cast<int32_t>(buildParam), inputModels, outputModel,
+                   _hidl_cb);
     RequireCallback(_hidl_cb);
+    return Void();
+}
+
+void ModelManagerServiceHIDL::BuildAndAnswer(int32_t clientId, const std::string& context,
+                                             int32_t buildParam,
+                                             const hidl_vec<ModelBuffer>& inputModels,
+                                             const ModelBuffer& outputModel,
+                                             const BuildModel_cb& answer) {
+    const char* const method = "BuildModel";
     AIContext buildContext;
     buildContext.Deserialize(context);
     const std::string processName = buildContext.GetPara("processName");
@@ -88,85 +108,80 @@ Return<void> ModelManagerServiceHIDL::BuildModel(int32_t clientId, const hidl_st
     stats.Stats(IPCThreadState::self()->getCallingUid(), ai::AI_STATS_ENGINE_MODEL_MANAGER,
                 "ORVA_ModelManager_buildModel", processName.c_str(), 0);
 
+    const std::string serviceId = MakeServiceId(clientId);
+    const auto tell = [&](uint32_t size, int32_t status) {
+        if (answer != nullptr) {
+            answer(size, status);
+        }
+    };
     const uint64_t inputSize = TotalSize(inputModels);
     if (inputSize > kMaxModelSize) {
-        ORVA_LOGE(kManagerTag,
-                  "ModelManagerServiceHIDL::BuildModel input model size [%llu] exceed limit: [%d]",
-                  static_cast<unsigned long long>(inputSize), kMaxModelSize);
-        activity.Refuse(Refusal::kBuildTooLarge);
-        _hidl_cb(0, kStatusFailure);
-        return Void();
+        activity_.Refuse(
+                ORVA_IN(method), Refusal::kBuildTooLarge, kStatusFailure, serviceId,
+                "ModelManagerServiceHIDL::BuildModel input model size [%llu] exceed limit: [%d]",
+                static_cast<unsigned long long>(inputSize), kMaxModelSize);
+        tell(0, kStatusFailure);
+        return;
     }
     if (outputModel.size > kMaxModelSize) {
-        ORVA_LOGE(kManagerTag,
-                  "ModelManagerServiceHIDL::BuildModel output model size [%llu] exceed limit: [%d]",
-                  static_cast<unsigned long long>(outputModel.size), kMaxModelSize);
-        activity.Refuse(Refusal::kBuildTooLarge);
-        _hidl_cb(0, kStatusFailure);
-        return Void();
+        activity_.Refuse(
+                ORVA_IN(method), Refusal::kBuildTooLarge, kStatusFailure, serviceId,
+                "ModelManagerServiceHIDL::BuildModel output model size [%llu] exceed limit: [%d]",
+                static_cast<unsigned long long>(outputModel.size), kMaxModelSize);
+        tell(0, kStatusFailure);
+        return;
     }
 
-    const std::string serviceId = MakeServiceId(clientId);
-    Session session;
-    {
-        MutexLock lock(managerMutex);
-        session = FindSession(serviceId);
-        if (session.manager == nullptr) {
-            ORVA_LOGE(kManagerTag,
-                      "ModelManagerServiceHIDL::BuildModel Cannot find service instance with "
-                      "pid:clientId[%s].",
-                      serviceId.c_str());
-        }
+    const ManagerSession session =
+            TakeSession(serviceId, ORVA_IN(method),
+                        "ModelManagerServiceHIDL::BuildModel Cannot find service instance with "
+                        "pid:clientId[%s].",
+                        kStatusFailure);
+    if (!session) {
+        tell(0, kStatusFailure);
+        return;
     }
-    if (session.manager == nullptr) {
-        activity.Refuse(Refusal::kNoSession);
-        _hidl_cb(0, kStatusFailure);
-        return Void();
-    }
-    UpdateServiceTime(serviceId, *session.activity);
-    session.activity->RequestStarts();
+    UpdateServiceTime(serviceId, *session.record);
 
     // What comes before the answer to the client and what after it differs from path to path, and
     // is meant: only a client that is told of a success may count on its regions being let go.
+    session.record->RequestBegins();
+    const auto fail = [&] {
+        session.record->RequestEnds(false);
+        tell(0, kStatusFailure);
+    };
     std::vector<SharedMapping> inputs;
+    SharedMapping output;
     if (!MapAll(inputModels, inputs)) {
         inputs.clear();
-        session.activity->RequestIsRefused(Refusal::kBuildRegion);
-        _hidl_cb(0, kStatusFailure);
-        ORVA_LOGE(kManagerTag, "ModelManagerServiceHIDL::BuildModel tiro input ashmem failed!");
-        return Void();
+        fail();
+        activity_.Refuse(ORVA_IN(method), Refusal::kBuildRegion, kStatusFailure, serviceId,
+                         "ModelManagerServiceHIDL::BuildModel tiro input ashmem failed!");
+        return;
     }
-    SharedMapping output;
     if (!gMmapBuffer(outputModel, output)) {
-        session.activity->RequestIsRefused(Refusal::kBuildRegion);
-        _hidl_cb(0, kStatusFailure);
+        fail();
         inputs.clear();
-        ORVA_LOGE(kManagerTag, "ModelManagerServiceHIDL::BuildModel tiro output ashmem failed!");
-        return Void();
-    }
-
-    std::vector<MappedBuffer> inputBuffers;
-    inputBuffers.reserve(inputs.size());
-    for (const SharedMapping& input : inputs) {
-        inputBuffers.push_back(ToBuffer(input));
+        activity_.Refuse(ORVA_IN(method), Refusal::kBuildRegion, kStatusFailure, serviceId,
+                         "ModelManagerServiceHIDL::BuildModel tiro output ashmem failed!");
+        return;
     }
     uint32_t outputModelSize = kUntoldModelSize;
-    const int32_t status = session.manager->BuildModel(
-            static_cast<int32_t>(buildParam), inputBuffers, ToBuffer(output), outputModelSize);
+    const int32_t status = session.framework->BuildModel(buildParam, ToBuffers(inputs),
+                                                         ToBuffer(output), outputModelSize);
     if (status != kStatusSuccess) {
-        session.activity->RequestIsRefused(Refusal::kBuild);
-        _hidl_cb(0, kStatusFailure);
+        fail();
         inputs.clear();
         output.Reset();
-        ORVA_LOGE(kManagerTag, "ModelManagerServiceHIDL::BuildModel Build model failed!");
-        return Void();
+        activity_.Refuse(ORVA_IN(method), Refusal::kBuild, kStatusFailure, serviceId,
+                         "ModelManagerServiceHIDL::BuildModel Build model failed!");
+        return;
     }
     inputs.clear();
     output.Reset();
-    session.activity->RequestIsDone();
-    _hidl_cb(outputModelSize, kStatusSuccess);
-    ORVA_LOGI(kManagerTag, "Build model success.");
-    return Void();
+    session.record->RequestEnds(true);
+    tell(outputModelSize, kStatusSuccess);
+    ORVA_LOG_FROM(ORVA_IN(method), ANDROID_LOG_INFO, kLogTag, "Build model success.");
 }
 
 }  // namespace orva::hidl

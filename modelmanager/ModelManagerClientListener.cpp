@@ -6,7 +6,6 @@
 #include "modelmanager/ModelManagerClientListener.h"
 
 #include "common/Log.h"
-#include "modelmanager/LogTag.h"
 #include "modelmanager/ModelManagerServiceHIDL.h"
 
 namespace orva::hidl {
@@ -14,19 +13,19 @@ namespace orva::hidl {
 void ModelManagerClientListener::OnProcessDone(
         const AIContext& context, int32_t result,
         const std::vector<std::shared_ptr<IAITensor>>& outputs) {
-    ORVA_LOGI(kManagerTag, "ModelManagerServiceHIDL OnAIEvent");
+    ORVA_LOGI(ModelManagerServiceHIDL::kLogTag, "ModelManagerServiceHIDL OnAIEvent");
     // Copies: the client may end its session meanwhile, and this object with it.
-    const std::shared_ptr<SessionActivity> counted = activity;
+    const std::shared_ptr<SessionRecord> counted = session_;
     if (service != nullptr) {
         service->OnProcessDone(std::string(serviceId), context, result, outputs);
     }
     if (counted != nullptr) {
-        counted->RequestIsDone();
+        counted->RequestEnds(true);
     }
 }
 
 void ModelManagerClientListener::OnServiceDied() {
-    ORVA_LOGE(kManagerTag, "ModelManagerServiceHIDL ServiceDied");
+    ORVA_LOGE(ModelManagerServiceHIDL::kLogTag, "ModelManagerServiceHIDL ServiceDied");
 }
 
 }  // namespace orva::hidl

@@ -12,21 +12,21 @@
 
 #include <orva/AIModelManagerListener.h>
 
-#include "debug/ServiceActivity.h"
+#include "common/Session.h"
 
 namespace orva::hidl {
 
 class ModelManagerServiceHIDL;
 
 // What a model manager reports to: passes completions on to the service, with the session they
-// belong to. The model manager keeps it; the service outlives it. Called on threads of the model
+// belong to. The model manager owns it; the service outlives it. Called on threads of the model
 // manager's choosing.
 class ModelManagerClientListener : public AIModelManagerListener {
 public:
     // `counted` is the session that completions are counted for; null where they are not.
     ModelManagerClientListener(std::string id, ModelManagerServiceHIDL* owner,
-                               std::shared_ptr<SessionActivity> counted = nullptr)
-            : serviceId(std::move(id)), service(owner), activity(std::move(counted)) {}
+                               std::shared_ptr<SessionRecord> counted = nullptr)
+            : serviceId(std::move(id)), service(owner), session_(std::move(counted)) {}
     ~ModelManagerClientListener() override { service = nullptr; }
 
     void OnProcessDone(const AIContext& context, int32_t result,
@@ -37,7 +37,7 @@ public:
 private:
     const std::string serviceId;
     ModelManagerServiceHIDL* service;
-    const std::shared_ptr<SessionActivity> activity;
+    const std::shared_ptr<SessionRecord> session_;
 };
 
 }  // namespace orva::hidl

@@ -5,10 +5,12 @@
 
 // Whether a model can run here: asked of a model manager made for the question alone.
 
+#include <orva/AIModelDescription.h>
 #include <orva/AIModelManagerFactory.h>
 
 #include "common/Log.h"
 #include "common/ModelBuffers.h"
+#include "common/ServiceId.h"
 #include "common/StatusCodes.h"
 #include "modelmanager/ModelManagerServiceHIDL.h"
 
@@ -16,23 +18,22 @@ namespace orva::hidl {
 
 using android::hardware::Return;
 
-// The client id names nothing here: with or without a session the answer is the same, and the
-// question is no sign of life of one.
-Return<int32_t> ModelManagerServiceHIDL::CheckModelCompatibility(int32_t /*clientId*/,
+// The client id names no session here: with or without one the answer is the same, and the question
+// is no sign of life of it.
+Return<int32_t> ModelManagerServiceHIDL::CheckModelCompatibility(int32_t clientId,
                                                                  const ModelBuffer& model) {
-    ORVA_LOGI(kManagerTag, "ModelManagerServiceHIDL CheckModelCompatibility");
+    ORVA_LOGI(kLogTag, "ModelManagerServiceHIDL CheckModelCompatibility");
+    const std::string serviceId = MakeServiceId(clientId);
     const std::shared_ptr<AIModelManager> manager(
             AIModelManagerFactory::Instance()->createModelManager());
     if (manager == nullptr) {
-        ORVA_LOGE(kManagerTag, "create AIModelManagerService error");
-        activity.Refuse(Refusal::kUnknownType);
-        return kStatusFailure;
+        return activity_.Refuse(ORVA_HERE, Refusal::kUnknownType, kStatusFailure, serviceId,
+                                "create AIModelManagerService error");
     }
     AIModelDescription description;
     if (!ReadModel(model, description)) {
-        ORVA_LOGE(kManagerTag, "mmap fail");
-        activity.Refuse(Refusal::kModelRegion);
-        return kStatusFailure;
+        return activity_.Refuse(ORVA_HERE, Refusal::kModelRegion, kStatusFailure, serviceId,
+                                "mmap fail");
     }
     return manager->CheckModelCompatibility(description);
 }

@@ -7,9 +7,9 @@
 
 #include <new>
 
+#include "common/ClientProcess.h"
 #include "common/Log.h"
 #include "common/ServiceId.h"
-#include "common/ServiceTime.h"
 #include "common/StatusCodes.h"
 #include "modelmanager/ModelManagerServiceHIDL.h"
 #include "transport/TensorPacking.h"
@@ -30,35 +30,39 @@ constexpr uint64_t kDeathCookie = 0x5678;
 
 Return<int32_t> ModelManagerServiceHIDL::SetListener(int32_t clientId,
                                                      const sp<IModelManagerListener>& listener) {
-    ORVA_LOGI(kManagerTag, "ModelManagerServiceHIDL SetListener");
-    if (clientId < 0) {
-        CallbackLock lock(listenerMutex);
-        const std::string serviceId = MakeServiceId(ListenerClientId(clientId));
-        if (clientListeners.count(serviceId) != 0) {
-            ORVA_LOGE(kManagerTag, "SetListener service %s is already set", serviceId.c_str());
-            activity.Refuse(Refusal::kListenerSet);
-            return kStatusFailure;
-        }
-        const sp<ModelManagerServiceDeathRecipient> recipient =
-                new (std::nothrow) ModelManagerServiceDeathRecipient(serviceId);
-        if (recipient == nullptr) {
-            ORVA_LOGE(kManagerTag, "service_recipient is nullptr.");
-            activity.Refuse(Refusal::kMemory);
-            return kStatusFailure;
-        }
-        deathRecipients[serviceId] = recipient;
-        // A client may register no listener at all: its results are dropped without a word.
-        if (listener != nullptr) {
-            // One that is dead already fails here; its session is left to the idle time-out.
-            (void)listener->linkToDeath(recipient, kDeathCookie).isOk();
-        }
-        clientListeners[serviceId] = listener;
-        return kStatusSuccess;
-    }
+    ORVA_LOGI(kLogTag, "ModelManagerServiceHIDL SetListener");
+    return clientId < 0 ? SetClientListener(MakeServiceId(ListenerClientId(clientId)), listener)
+                        : SetManagerListener(MakeServiceId(clientId));
+}
 
-    const std::string serviceId = MakeServiceId(clientId);
-    const Session session = TakeSession(serviceId, ORVA_HERE);
-    if (session.manager == nullptr) {
+int32_t ModelManagerServiceHIDL::SetClientListener(const std::string& serviceId,
+                                                   const sp<IModelManagerListener>& listener) {
+    CallbackLock lock(listenerMutex);
+    if (clientListeners.count(serviceId) != 0) {
+        return activity_.Refuse(ORVA_IN("SetListener"), Refusal::kListenerSet, kStatusFailure,
+                                serviceId, "SetListener service %s is already set",
+                                serviceId.c_str());
+    }
+    const sp<ModelManagerServiceDeathRecipient> recipient = new (std::nothrow)
+            ModelManagerServiceDeathRecipient(serviceId, ClientProcess::CallingWatched());
+    if (recipient == nullptr) {
+        return activity_.Refuse(ORVA_IN("SetListener"), Refusal::kMemory, kStatusFailure, serviceId,
+                                "service_recipient is nullptr.");
+    }
+    deathRecipients[serviceId] = recipient;
+    // A client may register no listener at all: its results are dropped without a word.
+    if (listener != nullptr) {
+        // Of one that is dead already the recipient hears as of any other.
+        (void)listener->linkToDeath(recipient, kDeathCookie).isOk();
+    }
+    clientListeners[serviceId] = listener;
+    return kStatusSuccess;
+}
+
+int32_t ModelManagerServiceHIDL::SetManagerListener(const std::string& serviceId) {
+    const ManagerSession session =
+            TakeSession(serviceId, ORVA_IN("SetListener"), "SetListener service %s is not create");
+    if (!session) {
         return kStatusNoSession;
     }
     {
@@ -70,21 +74,19 @@ Return<int32_t> ModelManagerServiceHIDL::SetListener(int32_t clientId,
         if (found != frameworkListeners.end()) {
             managerListener = found->second;
         } else {
-            managerListener.reset(new (std::nothrow) ModelManagerClientListener(serviceId, this,
-                                                                                session.activity));
+            managerListener.reset(
+                    new (std::nothrow) ModelManagerClientListener(serviceId, this, session.record));
         }
         if (managerListener == nullptr) {
-            ORVA_LOGE(kManagerTag, "client_listener is nullptr.");
-            activity.Refuse(Refusal::kMemory);
-            return kStatusFailure;
+            return activity_.Refuse(ORVA_IN("SetListener"), Refusal::kMemory, kStatusFailure,
+                                    serviceId, "client_listener is nullptr.");
         }
-        const int32_t status = session.manager->RegisterListener(managerListener);
+        const int32_t status = session.framework->RegisterListener(managerListener);
         if (status != kStatusSuccess) {
-            activity.Refuse(Refusal::kRequest);
-            return status;
+            return activity_.Refuse(ORVA_IN("SetListener"), Refusal::kRequest, status, serviceId);
         }
     }
-    UpdateServiceTime(serviceId, *session.activity);
+    UpdateServiceTime(serviceId, *session.record);
     return kStatusSuccess;
 }
 
@@ -96,11 +98,11 @@ void ModelManagerServiceHIDL::OnProcessDone(
     // Held until the client has answered: its results come one at a time, in their order, and
     // none comes once UnInit has returned.
     CallbackLock lock(listenerMutex);
+    const char* const id = serviceId.c_str();
     const auto found = clientListeners.find(serviceId);
     if (found == clientListeners.end()) {
-        ORVA_LOGE(kManagerTag, "ModelManagerServiceHIDL OnProcessDone not find the listener %s",
-                  serviceId.c_str());
-        activity.Refuse(Refusal::kNoListener);
+        activity_.Refuse(ORVA_HERE, Refusal::kNoListener, result, serviceId,
+                         "ModelManagerServiceHIDL OnProcessDone not find the listener %s", id);
         return;
     }
     listener = found->second;
@@ -109,20 +111,19 @@ void ModelManagerServiceHIDL::OnProcessDone(
     }
 
     std::vector<AITensorHandle> delivered =
-            PackOutputs(outputs, result, activity, ORVA_HERE, kManagerTag);
-    ORVA_LOGI(kManagerTag, "ModelManagerServiceHIDL OnAIEvent %s call the listener",
-              serviceId.c_str());
+            PackOutputs(outputs, result, activity_, serviceId, ORVA_HERE);
+    ORVA_LOGI(kLogTag, "ModelManagerServiceHIDL OnAIEvent %s call the listener", id);
     // The list stays here: a hidl_vec of its own would duplicate every descriptor.
     hidl_vec<AITensorHandle> handles;
     handles.setToExternal(delivered.data(), delivered.size());
-    const hidl_string contextText = context.Serialize();
-    ORVA_LOGI(kManagerTag, "OnProcessDone context: %s", contextText.c_str());
+    // The model manager's own object is only copied, for the log and once more for the client.
+    ORVA_LOGI(kLogTag, "OnProcessDone context: %s", AIContext(context).Serialize().c_str());
+    const hidl_string contextText = AIContext(context).Serialize();
     if (!listener->OnProcessDone(result, contextText, handles).isOk()) {
-        ORVA_LOGE(kManagerTag, "ModelManagerServiceHIDL call OnProcessDone isOk error");
-        activity.Refuse(Refusal::kDelivery);
+        activity_.Refuse(ORVA_HERE, Refusal::kDelivery, result, serviceId,
+                         "ModelManagerServiceHIDL call OnProcessDone isOk error");
     }
-    ORVA_LOGI(kManagerTag, "ModelManagerServiceHIDL OnAIEvent Complete %s call the listener",
-              serviceId.c_str());
+    ORVA_LOGI(kLogTag, "ModelManagerServiceHIDL OnAIEvent Complete %s call the listener", id);
 }
 
 }  // namespace orva::hidl

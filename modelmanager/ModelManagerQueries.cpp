@@ -5,9 +5,10 @@
 
 // Questions about a session's models. What the model manager answers is passed on as it is.
 
+#include <orva/AIModelIOTensor.h>
+
 #include "common/Log.h"
 #include "common/ServiceId.h"
-#include "common/ServiceTime.h"
 #include "common/StatusCodes.h"
 #include "modelmanager/ModelManagerServiceHIDL.h"
 #include "modelmanager/RequireCallback.h"
@@ -38,59 +39,70 @@ hidl_vec<TensorDimension> Dimensions(const std::vector<AIModelIOTensor>& tensors
 }  // namespace
 
 Return<int32_t> ModelManagerServiceHIDL::GetMaxUsedMemory(int32_t clientId) {
-    ORVA_LOGI(kManagerTag, "ModelManagerServiceHIDL GetMaxUsedMemory");
+    ORVA_LOGI(kLogTag, "ModelManagerServiceHIDL GetMaxUsedMemory");
     const std::string serviceId = MakeServiceId(clientId);
-    const Session session = TakeSession(serviceId, ORVA_HERE);
-    if (session.manager == nullptr) {
+    const ManagerSession session =
+            TakeSession(serviceId, ORVA_HERE, "GetMaxUsedMemory service %s is not create");
+    if (!session) {
         return kStatusNoSession;
     }
-    UpdateServiceTime(serviceId, *session.activity);
-    return session.manager->GetMaxUsedMemory();
+    UpdateServiceTime(serviceId, *session.record);
+    return session.framework->GetMaxUsedMemory();
 }
 
 Return<int32_t> ModelManagerServiceHIDL::CheckModelValid(int32_t clientId) {
-    ORVA_LOGI(kManagerTag, "ModelManagerServiceHIDL CheckModelValid");
+    ORVA_LOGI(kLogTag, "ModelManagerServiceHIDL CheckModelValid");
     const std::string serviceId = MakeServiceId(clientId);
-    const Session session = TakeSession(serviceId, ORVA_HERE);
-    if (session.manager == nullptr) {
+    const ManagerSession session =
+            TakeSession(serviceId, ORVA_HERE, "CheckModelValid service %s is not create");
+    if (!session) {
         return kStatusNoSession;
     }
-    UpdateServiceTime(serviceId, *session.activity);
-    return session.manager->CheckModelValid();
+    UpdateServiceTime(serviceId, *session.record);
+    return session.framework->CheckModelValid();
 }
 
 Return<void> ModelManagerServiceHIDL::GetModelIOTensorDim(int32_t clientId,
                                                           const hidl_string& modelName,
                                                           GetModelIOTensorDim_cb _hidl_cb) {
     // The second blank is meant: readers of the log look for it.
-    ORVA_LOGI(kManagerTag, "ModelManagerServiceHIDL  GetModelIOTensorDim");
+    ORVA_LOGI(kLogTag, "ModelManagerServiceHIDL  GetModelIOTensorDim");
+    AnswerModelIOTensorDim(clientId, modelName, _hidl_cb);
     RequireCallback(_hidl_cb);
+    return Void();
+}
+
+void ModelManagerServiceHIDL::AnswerModelIOTensorDim(int32_t clientId, const std::string& modelName,
+                                                     const GetModelIOTensorDim_cb& answer) {
     const std::string serviceId = MakeServiceId(clientId);
-    Session session;
+    ManagerSession session;
     {
         MutexLock lock(managerMutex);
-        session = FindSession(serviceId);
-        if (session.manager == nullptr) {
-            activity.Refuse(Refusal::kNoSession);
-            ORVA_LOGE(kManagerTag, "GetModelIOTensorDim service %s is not create",
-                      serviceId.c_str());
+        session = FindSession(modelManagers, serviceId);
+        if (!session) {
+            activity_.Refuse(ORVA_IN("GetModelIOTensorDim"), Refusal::kNoSession, kStatusNoSession,
+                             serviceId, "GetModelIOTensorDim service %s is not create",
+                             serviceId.c_str());
             // The answer goes out with the lock held, so no session can come up before it.
-            _hidl_cb({}, {}, kStatusNoSession);
-            return Void();
+            if (answer != nullptr) {
+                answer({}, {}, kStatusNoSession);
+            }
+            return;
         }
     }
-    UpdateServiceTime(serviceId, *session.activity);
+    UpdateServiceTime(serviceId, *session.record);
 
-    std::vector<AIModelIOTensor> inputs;
-    std::vector<AIModelIOTensor> outputs;
-    const int32_t status = session.manager->GetModelIOTensorDim(modelName, inputs, outputs);
+    std::vector<AIModelIOTensor> inputs, outputs;
+    const int32_t status = session.framework->GetModelIOTensorDim(modelName, inputs, outputs);
     if (status != kStatusSuccess) {
-        activity.Refuse(Refusal::kRequest);
-        _hidl_cb({}, {}, status);
-        return Void();
+        activity_.Refuse(ORVA_IN("GetModelIOTensorDim"), Refusal::kRequest, status, serviceId);
+        // What a failed call has put into the lists is nobody's.
+        inputs.clear();
+        outputs.clear();
     }
-    _hidl_cb(Dimensions(inputs), Dimensions(outputs), kStatusSuccess);
-    return Void();
+    if (answer != nullptr) {
+        answer(Dimensions(inputs), Dimensions(outputs), status);
+    }
 }
 
 }  // namespace orva::hidl

@@ -7,7 +7,6 @@
 
 #include "common/Log.h"
 #include "common/ServiceId.h"
-#include "common/ServiceTime.h"
 #include "common/StatusCodes.h"
 #include "modelmanager/ModelManagerServiceHIDL.h"
 #include "transport/TensorUnpacking.h"
@@ -18,51 +17,45 @@ using android::hardware::hidl_string;
 using android::hardware::hidl_vec;
 using android::hardware::Return;
 
+namespace {
+
+constexpr TensorLines kProcessLines = {
+        "Process", "Process tensorstype ", "Process input data DeserializeFrom failed",
+        "Process output tensor create failed", "Process output data DeserializeFrom failed"};
+constexpr TensorLines kBindingLines = {"SetInputsAndOutputs", "SetInputsAndOutputs tensorstype ",
+                                       "SetInputsAndOutputs input tensor DeserializeFrom failed",
+                                       nullptr,
+                                       "SetInputsAndOutputs output tensor DeserializeFrom failed"};
+
+}  // namespace
+
 Return<int32_t> ModelManagerServiceHIDL::Process(int32_t clientId, const hidl_string& context,
                                                  const hidl_vec<AITensorHandle>& inputs,
                                                  const hidl_vec<AITensorHandle>& outputs,
                                                  int32_t processArg) {
-    ORVA_LOGI(kManagerTag, "ModelManagerServiceHIDL Process");
+    ORVA_LOGI(kLogTag, "ModelManagerServiceHIDL Process");
     const std::string serviceId = MakeServiceId(clientId);
-    const Session session = TakeSession(serviceId, ORVA_HERE);
-    if (session.manager == nullptr) {
+    const ManagerSession session =
+            TakeSession(serviceId, ORVA_HERE, "Process service %s is not create");
+    if (!session) {
         return kStatusNoSession;
     }
-
-    std::vector<std::shared_ptr<IAITensor>> inputTensors;
-    for (const AITensorHandle& handle : inputs) {
-        ORVA_LOGI(kManagerTag, "Process tensorstype %s", handle.type.c_str());
-        if (!FillTensor(CreateTensor(handle), handle, inputTensors)) {
-            ORVA_LOGE(kManagerTag, "Process input data DeserializeFrom failed");
-            activity.Refuse(Refusal::kInputTensor);
-            return kStatusFailure;
-        }
-    }
-    // The model manager writes its results straight into the client's buffers.
-    std::vector<std::shared_ptr<IAITensor>> outputTensors;
-    for (const AITensorHandle& handle : outputs) {
-        std::shared_ptr<IAITensor> tensor = CreateTensor(handle);
-        if (tensor == nullptr) {
-            ORVA_LOGE(kManagerTag, "Process output tensor create failed");
-            activity.Refuse(Refusal::kOutputTensor);
-            return kStatusFailure;
-        }
-        if (!FillTensor(std::move(tensor), handle, outputTensors)) {
-            ORVA_LOGE(kManagerTag, "Process output data DeserializeFrom failed");
-            activity.Refuse(Refusal::kOutputTensor);
-            return kStatusFailure;
-        }
+    RequestTensors tensors;
+    if (UnpackTensors(kProcessLines, activity_, serviceId, inputs, outputs, tensors) !=
+        kStatusSuccess) {
+        return kStatusFailure;
     }
 
     AIContext managerContext;
     managerContext.Deserialize(context);
-    ORVA_LOGI(kManagerTag, "Process context: %s", context.c_str());
-    UpdateServiceTime(serviceId, *session.activity);
-    session.activity->RequestStarts();
+    ORVA_LOGI(kLogTag, "Process context: %s", context.c_str());
+    UpdateServiceTime(serviceId, *session.record);
+    session.record->RequestBegins();
     const int32_t status =
-            session.manager->Process(managerContext, inputTensors, outputTensors, processArg);
+            session.framework->Process(managerContext, tensors.inputs, tensors.outputs, processArg);
     if (status != kStatusSuccess) {
-        session.activity->RequestIsRefused(Refusal::kRequest);
+        session.record->RequestEnds(false);
+        return activity_.Refuse(ORVA_HERE, Refusal::kRequest, status, serviceId);
     }
     return status;
 }
@@ -70,59 +63,50 @@ Return<int32_t> ModelManagerServiceHIDL::Process(int32_t clientId, const hidl_st
 Return<int32_t> ModelManagerServiceHIDL::SetInputsAndOutputs(
         int32_t clientId, const hidl_string& context, const hidl_vec<AITensorHandle>& inputs,
         const hidl_vec<AITensorHandle>& outputs) {
-    ORVA_LOGI(kManagerTag, "ModelManagerServiceHIDL SetInputsAndOutputs");
+    ORVA_LOGI(kLogTag, "ModelManagerServiceHIDL SetInputsAndOutputs");
     const std::string serviceId = MakeServiceId(clientId);
-    const Session session = TakeSession(serviceId, ORVA_HERE);
-    if (session.manager == nullptr) {
+    const ManagerSession session =
+            TakeSession(serviceId, ORVA_HERE, "SetInputsAndOutputs service %s is not create");
+    if (!session) {
         return kStatusNoSession;
     }
-
-    std::vector<std::shared_ptr<IAITensor>> inputTensors;
-    for (const AITensorHandle& handle : inputs) {
-        ORVA_LOGI(kManagerTag, "SetInputsAndOutputs tensorstype %s", handle.type.c_str());
-        if (!FillTensor(CreateTensor(handle), handle, inputTensors)) {
-            ORVA_LOGE(kManagerTag, "SetInputsAndOutputs input tensor DeserializeFrom failed");
-            activity.Refuse(Refusal::kInputTensor);
-            return kStatusFailure;
-        }
-    }
-    std::vector<std::shared_ptr<IAITensor>> outputTensors;
-    if (!UnpackTensors(outputs, outputTensors)) {
-        ORVA_LOGE(kManagerTag, "SetInputsAndOutputs output tensor DeserializeFrom failed");
-        activity.Refuse(Refusal::kOutputTensor);
+    RequestTensors tensors;
+    if (UnpackTensors(kBindingLines, activity_, serviceId, inputs, outputs, tensors) !=
+        kStatusSuccess) {
         return kStatusFailure;
     }
 
     AIContext managerContext;
     managerContext.Deserialize(context);
-    ORVA_LOGI(kManagerTag, "SetInputsAndOutputs context: %s", context.c_str());
-    UpdateServiceTime(serviceId, *session.activity);
+    ORVA_LOGI(kLogTag, "SetInputsAndOutputs context: %s", context.c_str());
+    UpdateServiceTime(serviceId, *session.record);
     const int32_t status =
-            session.manager->SetInputsAndOutputs(managerContext, inputTensors, outputTensors);
+            session.framework->SetInputsAndOutputs(managerContext, tensors.inputs, tensors.outputs);
     if (status != kStatusSuccess) {
-        activity.Refuse(Refusal::kRequest);
+        activity_.Refuse(ORVA_HERE, Refusal::kRequest, status, serviceId);
     }
     return status;
 }
 
 Return<int32_t> ModelManagerServiceHIDL::StartCompute(int32_t clientId,
                                                       const hidl_string& context) {
-    ORVA_LOGI(kManagerTag, "ModelManagerServiceHIDL StartCompute");
+    ORVA_LOGI(kLogTag, "ModelManagerServiceHIDL StartCompute");
     const std::string serviceId = MakeServiceId(clientId);
-    const Session session = TakeSession(serviceId, ORVA_HERE);
-    if (session.manager == nullptr) {
-        // Clients know of no other failure of this method than 1.
+    // Clients know of no other failure of this method than 1.
+    const ManagerSession session = TakeSession(
+            serviceId, ORVA_HERE, "StartCompute service %s is not create", kStatusFailure);
+    if (!session) {
         return kStatusFailure;
     }
 
     AIContext managerContext;
     managerContext.Deserialize(context);
-    ORVA_LOGI(kManagerTag, "StartCompute context: %s", context.c_str());
-    UpdateServiceTime(serviceId, *session.activity);
-    session.activity->RequestStarts();
-    if (session.manager->StartCompute(managerContext) != kStatusSuccess) {
-        session.activity->RequestIsRefused(Refusal::kRequest);
-        return kStatusFailure;
+    ORVA_LOGI(kLogTag, "StartCompute context: %s", context.c_str());
+    UpdateServiceTime(serviceId, *session.record);
+    session.record->RequestBegins();
+    if (session.framework->StartCompute(managerContext) != kStatusSuccess) {
+        session.record->RequestEnds(false);
+        return activity_.Refuse(ORVA_HERE, Refusal::kRequest, kStatusFailure, serviceId);
     }
     return kStatusSuccess;
 }

@@ -7,14 +7,16 @@
 
 #include "modelmanager/ModelManagerServiceHIDL.h"
 
+#include <orva/AIConfig.h>
+#include <orva/AIModelDescription.h>
 #include <orva/AIModelManagerFactory.h>
 #include <orva/AIServiceConnectManager.h>
 
 #include "common/ClientAdmission.h"
+#include "common/ClientProcess.h"
 #include "common/Log.h"
 #include "common/ModelBuffers.h"
 #include "common/ServiceId.h"
-#include "common/ServiceTime.h"
 #include "common/StatusCodes.h"
 
 namespace orva::hidl {
@@ -44,68 +46,73 @@ ModelManagerServiceHIDL::~ModelManagerServiceHIDL() {
     {
         MutexLock lock(managerMutex);
         modelManagers.clear();
-        sessionActivities.clear();
     }
     CallbackLock lock(listenerMutex);
     clientListeners.clear();
     deathRecipients.clear();
 }
 
-ModelManagerServiceHIDL::Session ModelManagerServiceHIDL::FindSession(
-        const std::string& serviceId) {
-    const auto found = modelManagers.find(serviceId);
-    return found == modelManagers.end() ? Session{}
-                                        : Session{found->second, sessionActivities[serviceId]};
-}
-
-ModelManagerServiceHIDL::Session ModelManagerServiceHIDL::TakeSession(const std::string& serviceId,
-                                                                      const LogSource& method) {
+ModelManagerServiceHIDL::ManagerSession ModelManagerServiceHIDL::TakeSession(
+        const std::string& serviceId, const LogSource& method, const char* noSession,
+        int32_t status) {
     MutexLock lock(managerMutex);
-    Session session = FindSession(serviceId);
-    if (session.manager == nullptr) {
-        activity.Refuse(Refusal::kNoSession);
-        ORVA_LOG_FROM(method, ANDROID_LOG_ERROR, kManagerTag, "%s service %s is not create",
-                      method.function, serviceId.c_str());
+    ManagerSession session = FindSession(modelManagers, serviceId);
+    if (!session) {
+        activity_.Refuse(method, Refusal::kNoSession, status, serviceId, noSession,
+                         serviceId.c_str());
     }
     return session;
+}
+
+void ModelManagerServiceHIDL::UpdateServiceTime(const std::string& serviceId,
+                                                SessionRecord& session) {
+    AIServiceConnectManager* const connections = AIServiceConnectManager::GetInstance();
+    connections->UpdateServiceTime(serviceId);
+    session.Use();
+    if (session.HasEnded()) {
+        MutexLock lock(managerMutex);
+        // The client may have opened the id again, whose time this is then.
+        if (modelManagers.count(serviceId) == 0) {
+            connections->RemoveServiceTime(serviceId);
+        }
+    }
 }
 
 Return<int32_t> ModelManagerServiceHIDL::Init(int32_t clientId, const hidl_string& serviceType,
                                               const hidl_string& config,
                                               const hidl_vec<ModelBuffer>& models) {
-    ORVA_LOGI(kManagerTag, "ModelManagerServiceHIDL Init");
-    if (!AdmitClient(*this, ORVA_HERE)) {
-        activity.Refuse(Refusal::kClientLimit);
-        return kStatusFailure;
+    ORVA_LOGI(kLogTag, "ModelManagerServiceHIDL Init");
+    const std::string serviceId = MakeServiceId(clientId);
+    // Nobody is refused for the sake of a process that is gone, nor gets such a one's session.
+    RemoveWhatDeadClientsLeft();
+    if (!AdmitClient(*this)) {
+        return activity_.Refuse(ORVA_HERE, Refusal::kClientLimit, kStatusFailure, serviceId,
+                                "The number of service is more than limit, init failed.");
     }
 
-    const std::string serviceId = MakeServiceId(clientId);
-    std::shared_ptr<SessionActivity> opened;
+    ManagerSession session;
     {
         // Held until the model manager is ready: initialisations go one after the other, and a
         // request never finds one that is not done.
         MutexLock lock(managerMutex);
         if (modelManagers.size() >= kMaxSessions) {
-            ORVA_LOGI(kManagerTag, "AIModelManagerImpl count more than %d", kLoggedMaxSessions);
-            activity.Refuse(Refusal::kSessionLimit);
-            return kStatusFailure;
+            return activity_.Refuse(ORVA_HERE, Refusal::kSessionLimit, kStatusFailure, serviceId,
+                                    "AIModelManagerImpl count more than %d", kLoggedMaxSessions);
         }
-        ORVA_LOGI(kManagerTag, "create AIService type %s", serviceType.c_str());
+        ORVA_LOGI(kLogTag, "create AIService type %s", serviceType.c_str());
         if (modelManagers.count(serviceId) != 0) {
             // A success: a client that opens twice keeps the session that it has.
-            ORVA_LOGE(kManagerTag, "Init service %s is already create", serviceId.c_str());
+            ORVA_LOGE(kLogTag, "Init service %s is already create", serviceId.c_str());
             return kStatusSuccess;
         }
-        const std::shared_ptr<AIModelManager> manager(
-                AIModelManagerFactory::Instance()->createModelManager());
-        if (manager == nullptr) {
-            ORVA_LOGE(kManagerTag, "create AIService type %s error", serviceType.c_str());
-            activity.Refuse(Refusal::kUnknownType);
-            return kStatusFailure;
+        session.framework.reset(AIModelManagerFactory::Instance()->createModelManager());
+        if (session.framework == nullptr) {
+            return activity_.Refuse(ORVA_HERE, Refusal::kUnknownType, kStatusFailure, serviceId,
+                                    "create AIService type %s error", serviceType.c_str());
         }
-        modelManagers[serviceId] = manager;
-        opened = std::make_shared<SessionActivity>(activity, serviceType.c_str());
-        sessionActivities[serviceId] = opened;
+        session.record = std::make_shared<SessionRecord>(activity_, serviceId, serviceType,
+                                                         ClientProcess::CallingWatched());
+        modelManagers[serviceId] = session;
 
         // The session stays whatever happens from here on, until the client ends it or its time
         // runs out.
@@ -113,36 +120,37 @@ Return<int32_t> ModelManagerServiceHIDL::Init(int32_t clientId, const hidl_strin
         managerConfig.ParseFromString(config);
         std::vector<AIModelDescription> descriptions;
         if (!ReadModels(models, descriptions)) {
-            ORVA_LOGE(kManagerTag, "mmap fail");
-            activity.Refuse(Refusal::kModelRegion);
-            return kStatusFailure;
+            session.record->Opened(false);
+            return activity_.Refuse(ORVA_HERE, Refusal::kModelRegion, kStatusFailure, serviceId,
+                                    "mmap fail");
         }
-        const int32_t status = manager->Init(managerConfig, descriptions);
+        const int32_t status = session.framework->Init(managerConfig, descriptions);
+        session.record->Opened(status == kStatusSuccess);
         if (status != kStatusSuccess) {
-            ORVA_LOGE(kManagerTag, "Service init failed");
-            activity.Refuse(Refusal::kInit);
-            return status;
+            return activity_.Refuse(ORVA_HERE, Refusal::kInit, status, serviceId,
+                                    "Service init failed");
         }
     }
-    UpdateServiceTime(serviceId, *opened);
+    UpdateServiceTime(serviceId, *session.record);
     return kStatusSuccess;
 }
 
 Return<void> ModelManagerServiceHIDL::UnInit(int32_t clientId) {
-    ORVA_LOGI(kManagerTag, "ModelManagerServiceHIDL UnInit");
+    ORVA_LOGI(kLogTag, "ModelManagerServiceHIDL UnInit");
     RemoveService(MakeServiceId(clientId));
     return Void();
 }
 
 void ModelManagerServiceHIDL::RemoveService(const std::string& serviceId) {
-    ORVA_LOGI(kManagerTag, "ModelManagerServiceHIDL RemoveService %s", serviceId.c_str());
+    ORVA_LOGI(kLogTag, "ModelManagerServiceHIDL RemoveService %s", serviceId.c_str());
     {
         MutexLock lock(managerMutex);
-        if (modelManagers.erase(serviceId) == 0) {
-            ORVA_LOGE(kManagerTag, "RemoveService service %s is not create", serviceId.c_str());
+        // Before its time is removed: whoever still uses the session then sees that it must not
+        // leave one.
+        if (!EndSession(modelManagers, serviceId)) {
+            ORVA_LOGE(kLogTag, "RemoveService service %s is not create", serviceId.c_str());
             return;
         }
-        EndSession(sessionActivities, serviceId);
     }
     sp<IModelManagerListener> listener;
     {
@@ -150,7 +158,7 @@ void ModelManagerServiceHIDL::RemoveService(const std::string& serviceId) {
         listener = ForgetClient(serviceId, clientListeners, deathRecipients);
         AIServiceConnectManager::GetInstance()->RemoveServiceTime(serviceId);
     }
-    ORVA_LOGI(kManagerTag, "ModelManagerServiceHIDL RemoveService %s Complete", serviceId.c_str());
+    ORVA_LOGI(kLogTag, "ModelManagerServiceHIDL RemoveService %s Complete", serviceId.c_str());
 }
 
 }  // namespace orva::hidl

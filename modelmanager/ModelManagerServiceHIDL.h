@@ -7,10 +7,11 @@
 #include <cstdint>
 #include <map>
 #include <memory>
-#include <optional>
 #include <string>
 #include <vector>
 
+#include <hidl/HidlSupport.h>
+#include <hidl/Status.h>
 #include <orva/AIContext.h>
 #include <orva/AIModelManager.h>
 #include <orva/IAITensor.h>
@@ -18,10 +19,10 @@
 #include "common/Interfaces.h"
 #include "common/Log.h"
 #include "common/Mutex.h"
-#include "debug/ServiceActivity.h"
-#include "debug/StateDump.h"
+#include "common/ServiceActivity.h"
+#include "common/Session.h"
+#include "common/StatusCodes.h"
 #include "modelmanager/CallbackMutex.h"
-#include "modelmanager/LogTag.h"
 #include "modelmanager/ModelManagerClientListener.h"
 #include "modelmanager/ModelManagerServiceDeathRecipient.h"
 
@@ -29,14 +30,16 @@ namespace orva::hidl {
 
 // The model manager service: one framework model manager a session, requests, questions and
 // builds passed on to it, its results passed back to the client's listener. IModelManagerService
-// says what each method means to a client.
+// says what each method means to a client, and each status that it may answer; 0 is success, 1
+// failure, 2 no session, any other the model manager's own.
 //
-// A session exists while its service id (MakeServiceId) is a key of modelManagers. Every operation
-// may be called from any thread. No operation holds the two mutexes together; a client that calls
-// from inside its callback has the second one held for it all the while.
+// A session exists while its service id (MakeServiceId) is a key of modelManagers. The service owns
+// its sessions, listeners and recipients. Every operation may be called from any thread. No
+// operation holds the two mutexes together. A client's listener is called, linked and unlinked
+// under listenerMutex, and a client that calls from inside its callback has it held all the while.
 class ModelManagerServiceHIDL : public IModelManagerService_hidl {
 public:
-    static constexpr const char* kLogTag = kManagerTag;
+    static constexpr const char* kLogTag = "AIModelManagerServiceHIDL";
 
     // The service that the process offers, made by the first call. It lives until the process
     // exits, or as long as somebody holds a reference beyond that.
@@ -50,7 +53,8 @@ public:
             const android::hardware::hidl_string& config,
             const android::hardware::hidl_vec<ModelBuffer>& models) override;
     android::hardware::Return<void> UnInit(int32_t clientId) override;
-    // Ends a session: drops its model manager, its listener and its death recipient.
+    // Ends a session: drops its model manager, its listener and its death recipient. Nothing,
+    // where there is none: the listener of an id without a session stays.
     void RemoveService(const std::string& serviceId) ORVA_EXCLUDES(managerMutex);
 
     // Listeners and events: ModelManagerEvents.cpp.
@@ -93,33 +97,53 @@ public:
             const android::hardware::hidl_vec<ModelBuffer>& inputModels,
             const ModelBuffer& outputModel, BuildModel_cb _hidl_cb) override;
 
+    // Looking after the service: ModelManagerCare.cpp.
+    // Asked whether the service is there, it lets go of what processes that are gone have left.
+    android::hardware::Return<void> ping() override ORVA_EXCLUDES(managerMutex);
     // Writes the service's state to a client's descriptor; see DumpState.
     android::hardware::Return<void> debug(
             const android::hardware::hidl_handle& handle,
-            const android::hardware::hidl_vec<android::hardware::hidl_string>& options) override;
+            const android::hardware::hidl_vec<android::hardware::hidl_string>& options) override
+            ORVA_EXCLUDES(managerMutex);
 
 private:
-    // What a call takes with it of its session.
-    struct Session {
-        std::shared_ptr<AIModelManager> manager;
-        std::shared_ptr<SessionActivity> activity;
-    };
+    using ManagerSession = Session<AIModelManager>;
 
     ~ModelManagerServiceHIDL() override;
 
-    // The session that a method asks for; nothing, with a line in the log that names the method,
-    // when there is none.
-    Session TakeSession(const std::string& serviceId, const LogSource& method)
+    // The two jobs of SetListener. The client's listener, for a session that need not exist.
+    int32_t SetClientListener(const std::string& serviceId,
+                              const android::sp<IModelManagerListener>& listener);
+    // The model manager's, by which it reports to the service.
+    int32_t SetManagerListener(const std::string& serviceId) ORVA_EXCLUDES(managerMutex);
+    // What the methods of those names do, as far as there is a callback to answer to. Nothing is
+    // held any more when they return.
+    void AnswerModelIOTensorDim(int32_t clientId, const std::string& modelName,
+                                const GetModelIOTensorDim_cb& answer) ORVA_EXCLUDES(managerMutex);
+    void BuildAndAnswer(int32_t clientId, const std::string& context, int32_t buildParam,
+                        const android::hardware::hidl_vec<ModelBuffer>& inputModels,
+                        const ModelBuffer& outputModel, const BuildModel_cb& answer)
             ORVA_EXCLUDES(managerMutex);
-    // Both null when there is no such session.
-    Session FindSession(const std::string& serviceId) ORVA_REQUIRES(managerMutex);
-    // Nothing while the sessions are locked.
-    std::optional<std::vector<SessionState>> SessionStates();
+
+    // The session that a method asks for, by the line that it has for an id without one, which is
+    // refused with kStatusNoSession or `status`.
+    ManagerSession TakeSession(const std::string& serviceId, const LogSource& method,
+                               const char* noSession, int32_t status = kStatusNoSession)
+            ORVA_EXCLUDES(managerMutex);
+    // Tells the connection manager that a session is in use. Of one that has ended since it was
+    // looked up nothing stays there, because nobody would be left to remove it.
+    void UpdateServiceTime(const std::string& serviceId, SessionRecord& session)
+            ORVA_EXCLUDES(managerMutex);
+    // Ends the sessions of processes that are gone, and drops their listeners and recipients. One
+    // system call when all are there.
+    void RemoveWhatDeadClientsLeft() ORVA_EXCLUDES(managerMutex);
+
+    // Before the sessions, which it outlives.
+    ServiceActivity activity_{"IModelManagerService", kLogTag};
 
     std::map<std::string, android::sp<IModelManagerListener>> clientListeners
             ORVA_GUARDED_BY(listenerMutex);
-    std::map<std::string, std::shared_ptr<AIModelManager>> modelManagers
-            ORVA_GUARDED_BY(managerMutex);
+    std::map<std::string, ManagerSession> modelManagers ORVA_GUARDED_BY(managerMutex);
     std::map<std::string, android::sp<ModelManagerServiceDeathRecipient>> deathRecipients
             ORVA_GUARDED_BY(listenerMutex);
     Mutex managerMutex;
@@ -127,10 +151,6 @@ private:
     // Stays empty, so that each SetListener gives the model manager a fresh listener.
     std::map<std::string, std::shared_ptr<ModelManagerClientListener>> frameworkListeners
             ORVA_GUARDED_BY(listenerMutex);
-
-    // What the state dump shows of each session; the same keys as modelManagers.
-    SessionActivities sessionActivities ORVA_GUARDED_BY(managerMutex);
-    ServiceActivity activity;
 };
 
 }  // namespace orva::hidl

@@ -6,19 +6,22 @@
 #include "transport/AINeuralNetworkBufferHIDL.h"
 
 #include <array>
+#include <utility>
 
 #include <cutils/ashmem.h>
+#include <hwbinder/IPCThreadState.h>
 
 #include "common/BoundedMemory.h"
+#include "common/Clock.h"
 #include "common/Log.h"
 #include "common/StatusCodes.h"
-#include "transport/LogTag.h"
-#include "transport/TensorParameters.h"
+#include "transport/TensorInit.h"
 #include "transport/TensorTypes.h"
 
 namespace orva::hidl {
 
 using android::hardware::hidl_memory;
+using android::hardware::IPCThreadState;
 
 namespace {
 
@@ -35,66 +38,33 @@ AINeuralNetworkBufferHIDL::AINeuralNetworkBufferHIDL() {
 }
 
 AINeuralNetworkBufferHIDL::~AINeuralNetworkBufferHIDL() {
+    DropMapping();
+}
+
+bool AINeuralNetworkBufferHIDL::Init(const AITensorDescription& description) {
+    return Init(description, *this);
+}
+
+bool AINeuralNetworkBufferHIDL::MakeRegion(uint64_t length, UniqueFd& fd) {
+    fd = UniqueFd(ashmem_create_region(kRegionName, length));
+    if (fd.Get() < 0) {
+        // Reported here; the mapping then fails and gives the result.
+        ORVA_LOG_FROM(ORVA_IN("Init"), ANDROID_LOG_ERROR, kBufferTag, "ashmem allocate fail");
+    }
+    return true;
+}
+
+void AINeuralNetworkBufferHIDL::Keep(SharedMapping mapping) {
+    mapping_ = std::move(mapping);
+    shown_.emplace(liveTensors, LiveTensor{GetTypeName(), mapping_.Length(), MonotonicNow(),
+                                           IPCThreadState::self()->getCallingPid()});
+}
+
+void AINeuralNetworkBufferHIDL::DropMapping() {
     if (GetBuffer() != nullptr) {
         mapping_.Reset();
         SetBuffer(nullptr, 0, false);
     }
-}
-
-bool AINeuralNetworkBufferHIDL::Init(const AITensorDescription& description) {
-    if (!InitFromDescription(*this, description)) {
-        return false;
-    }
-
-    if (HoldsReceivedMemory()) {
-        // A handle without descriptors is refused in silence.
-        if (memory_.handle()->numFds <= 0) {
-            return false;
-        }
-        SharedMapping mapping = SharedMapping::MapReceived(memory_.handle(), memory_.size());
-        if (!mapping) {
-            // "fail" for a received region, "failed" for a new one: the log tells them apart.
-            ORVA_LOGE(kBufferTag, "mmap fail");
-            return false;
-        }
-        mapping_ = std::move(mapping);
-        mark_.Set(GetTypeName(), mapping_.Length());
-        // A tensor's size has 32 bits; of a larger region it shows the low ones.
-        SetBuffer(mapping_.Address(), static_cast<int>(memory_.size()), false);
-        return true;
-    }
-
-    const auto size = static_cast<size_t>(GetSize());
-    UniqueFd fd(ashmem_create_region(kRegionName, size));
-    if (fd.Get() < 0) {
-        // Reported here; the mapping below fails and gives the result.
-        ORVA_LOGE(kBufferTag, "ashmem allocate fail");
-    }
-    const int region = fd.Get();
-    memory_ = hidl_memory();  // of an earlier Init; its handle goes now
-    if (!handle_.Adopt(std::move(fd))) {
-        ORVA_LOGE(kBufferTag, "handle_ is nullptr");
-        return false;
-    }
-    hidl_memory memory(kMemoryName, handle_.Get(), size);
-    if (memory.handle()->numFds == 0) {
-        ORVA_LOGE(kBufferTag, "numFds is zero");
-        return false;
-    }
-    SharedMapping mapping = SharedMapping::MapOwn(region, size);
-    if (!mapping) {
-        ORVA_LOGE(kBufferTag, "mmap failed");
-        return false;
-    }
-    mapping_ = std::move(mapping);
-    mark_.Set(GetTypeName(), mapping_.Length());
-    SetBuffer(mapping_.Address(), GetSize(), false);
-    memory_ = std::move(memory);
-    return true;
-}
-
-bool AINeuralNetworkBufferHIDL::HoldsReceivedMemory() const {
-    return memory_.handle() != nullptr && memory_.handle() != handle_.Get();
 }
 
 const char* AINeuralNetworkBufferHIDL::GetTypeName() {
@@ -148,23 +118,16 @@ uint32_t AINeuralNetworkBufferHIDL::DeserializeFrom(const void* buffer, uint32_t
     return kTransportSuccess;
 }
 
-bool AINeuralNetworkBufferHIDL::Receive(const hidl_memory& data, const hidl_memory& attributes) {
-    if (!receivedHandle_.Duplicate(data.handle())) {
-        memory_ = hidl_memory();
-        ORVA_LOGE(kBufferTag, "data descriptor not duplicated");
-        return false;
-    }
-    memory_ = hidl_memory(data.name(), receivedHandle_.Get(), data.size());
-    if (!receivedAttributes_.Duplicate(attributes.handle())) {
-        serializeMemory_ = hidl_memory();
-        ORVA_LOGE(kBufferTag, "attribute descriptor not duplicated");
-        return false;
-    }
-    serializeMemory_ = hidl_memory(attributes.name(), receivedAttributes_.Get(), attributes.size());
-    return true;
+void AINeuralNetworkBufferHIDL::Receive(const hidl_memory& data, const hidl_memory& attributes) {
+    memory_.Receive(data);
+    serializeMemory_.Receive(attributes);
 }
 
 int AINeuralNetworkBufferHIDL::SerializeToHidlMemory() {
+    if (!serializeMemory_.IsReceived()) {
+        // The block of the call before goes now, whatever becomes of this one.
+        serializeMemory_ = TensorRegion();
+    }
     const uint32_t length = GetSerializeSize();
     UniqueFd fd(ashmem_create_region(kRegionName, length));
     if (fd.Get() < 0) {
@@ -172,16 +135,12 @@ int AINeuralNetworkBufferHIDL::SerializeToHidlMemory() {
         ORVA_LOGE(kBufferTag, "ashmem allocate fail");
     }
     const int region = fd.Get();
-    if (serializeMemory_.handle() == serialize_handle_.Get()) {
-        // The block of the call before is closed here, whatever becomes of this one.
-        serializeMemory_ = hidl_memory();
-    }
-    if (!serialize_handle_.Adopt(std::move(fd))) {
+    TensorRegion block;
+    if (!block.Adopt(std::move(fd))) {
         ORVA_LOGE(kBufferTag, "serialize_handle_ is nullptr");
         return 0;
     }
-    hidl_memory memory(kMemoryName, serialize_handle_.Get(), length);
-    if (memory.handle()->numFds == 0) {
+    if (block.IsEmpty()) {
         ORVA_LOGE(kBufferTag, "numFds is zero");
         return 0;
     }
@@ -192,16 +151,19 @@ int AINeuralNetworkBufferHIDL::SerializeToHidlMemory() {
     }
     SerializeTo(mapping.Address(), length);
     mapping.Reset();
-    serializeMemory_ = std::move(memory);
+    block.MakeOwn(length);
+    serializeMemory_ = std::move(block);
     return 0;
 }
 
 int AINeuralNetworkBufferHIDL::DeserializeFromHidlMemory() {
-    const native_handle_t* const handle = serializeMemory_.handle();
-    if (handle == nullptr || handle->numFds <= 0) {
+    // One that was received, but could not be kept, counts as one that cannot be mapped.
+    const bool isNone = !serializeMemory_.IsReceived() && serializeMemory_.handle() == nullptr;
+    if (isNone || serializeMemory_.IsReceivedEmpty()) {
         return 0;
     }
-    const SharedMapping mapping = SharedMapping::MapReceived(handle, serializeMemory_.size());
+    const SharedMapping mapping =
+            SharedMapping::MapReceived(serializeMemory_.handle(), serializeMemory_.size());
     if (!mapping) {
         ORVA_LOGE(kBufferTag, "mmap fail");
         return 0;

@@ -4,12 +4,19 @@
  */
 #pragma once
 
+#include <cstdint>
+#include <optional>
+
 #include <hidl/HidlSupport.h>
 #include <orva/AINeuralNetworkBuffer.h>
+#include <orva/AITensorDescription.h>
 
-#include "common/NativeHandle.h"
+#include "common/LiveList.h"
 #include "common/SharedMapping.h"
-#include "debug/LiveTensors.h"
+#include "common/UniqueFd.h"
+#include "transport/LiveTensor.h"
+#include "transport/LogTag.h"
+#include "transport/TensorRegion.h"
 
 namespace orva::hidl {
 
@@ -17,58 +24,72 @@ namespace orva::hidl {
 // region that the client and this process both map, and its shape travels as a 20-byte attribute
 // record in a small region of its own.
 //
-// A tensor is used by one thread at a time; different tensors are independent.
+// A tensor is used by one thread at a time; different tensors are independent. It owns its regions
+// and its mapping, and the buffer that it shows is valid as long as that.
 class AINeuralNetworkBufferHIDL : public AINeuralNetworkBuffer {
 public:
     AINeuralNetworkBufferHIDL();
     ~AINeuralNetworkBufferHIDL() override;
 
     // Applies the description, then maps the tensor's bytes: the region that was received, if one
-    // was (the tensor's size becomes that region's), otherwise a new region of the tensor's size,
-    // which takes the place of one that an earlier Init made. The mapping lives as long as the
-    // tensor, or until the next Init that succeeds.
+    // was (the tensor's size becomes that region's), otherwise a new region of the tensor's size in
+    // bytes, which takes the place of one that an earlier Init made. The mapping lives as long as
+    // the tensor, or until the next Init that succeeds.
+    //
+    // False: the description has a value that is no number (nothing is changed), the received
+    // handle has no descriptor, or, with a line in the log, there is no memory to be had.
     bool Init(const AITensorDescription& description) override;
     const char* GetTypeName() override;
+    // Bytes of the attribute record: data type, height, width, number and channel, in this order,
+    // as 32-bit signed integers of native byte order.
     uint32_t GetSerializeSize() override;
+    // Writes the record. 0; 1 for a buffer that is too small, and for a copy that failed, before
+    // which some fields may be written.
     uint32_t SerializeTo(void* buffer, uint32_t size) override;
+    // Takes the fields from a record, each read once. 0; 1, and the fields unchanged, as above.
     uint32_t DeserializeFrom(const void* buffer, uint32_t size) override;
 
-    // Takes duplicates of what a peer sent as memory() and serializeMemory(). Call Init next. False
-    // when the descriptors cannot be duplicated.
-    bool Receive(const android::hardware::hidl_memory& data,
+    // Takes duplicates of what a peer sent as memory() and serializeMemory(). Call Init next; it
+    // fails where the data's descriptor could not be duplicated.
+    void Receive(const android::hardware::hidl_memory& data,
                  const android::hardware::hidl_memory& attributes);
 
     // Writes the attribute record into a new region, which becomes serializeMemory(). On failure
-    // that is empty where an earlier call had made it, and stays where a peer had sent it. Always
-    // 0.
+    // that is none where an earlier call had made it, and stays where a peer had sent it. Always 0.
     int SerializeToHidlMemory();
-    // Reads the attribute record in serializeMemory(), if there is one. Always 0.
+    // Reads the attribute record in serializeMemory(), if there is one; on failure the fields stay
+    // as they are. Always 0.
     int DeserializeFromHidlMemory();
 
-    // The tensor's bytes. The tensor owns the handle, so it is valid as long as the tensor and
-    // until the next Receive or Init.
-    const android::hardware::hidl_memory& memory() const { return memory_; }
-    // The attribute record. The tensor owns the handle, so it is valid as long as the tensor and
-    // until the next Receive or SerializeToHidlMemory.
-    const android::hardware::hidl_memory& serializeMemory() const { return serializeMemory_; }
+    // The tensor's bytes; valid until the next Receive or Init.
+    const TensorRegion& memory() const { return memory_; }
+    // The attribute record; valid until the next Receive or SerializeToHidlMemory.
+    const TensorRegion& serializeMemory() const { return serializeMemory_; }
 
 protected:
-    // Whether memory() is a peer's, and not one that Init made.
-    bool HoldsReceivedMemory() const;
+    // The steps of an Init, which are those of every kind of tensor; see TensorInit.h.
+    template <typename Kind>
+    bool Init(const AITensorDescription& description, Kind& kind);
+    // Unmaps, and shows no buffer any more.
+    void DropMapping();
 
-    // The name of every memory that a tensor makes.
-    static constexpr char kMemoryName[] = "ashmem";
+    TensorRegion serializeMemory_;
+    TensorRegion memory_;
 
-    android::hardware::hidl_memory serializeMemory_;
-    android::hardware::hidl_memory memory_;
-    NativeHandle handle_;            // of a region that Init made
-    NativeHandle serialize_handle_;  // of a region that SerializeToHidlMemory made
+private:
+    // What this kind of tensor does by Init.
+    static constexpr const char* kTag = kBufferTag;
+    static uint64_t MapLength(uint64_t size) { return size; }
+    static bool MakeRegion(uint64_t length, UniqueFd& fd);
+    static void DropRegion() {}
+    void Show(void* address, int size) { SetBuffer(address, size, false); }
 
-    NativeHandle receivedHandle_;
-    NativeHandle receivedAttributes_;
+    // Holds a mapping in place of the one before.
+    void Keep(SharedMapping mapping);
+
     // The length lives here: GetSize() is 32 bits wide and can be set by others.
     SharedMapping mapping_;
-    TensorMark mark_;  // set while there is a mapping
+    std::optional<LiveList<LiveTensor>::Member> shown_;  // while there is a mapping
 };
 
 // The same tensor under the name "AINeuralNetworkIonBuffer": what clients of that type get where

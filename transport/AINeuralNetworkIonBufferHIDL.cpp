@@ -14,14 +14,10 @@
 
 #include "common/BoundedMemory.h"
 #include "common/Log.h"
-#include "transport/IonMapLength.h"
-#include "transport/LogTag.h"
-#include "transport/TensorParameters.h"
+#include "transport/TensorInit.h"
 #include "transport/TensorTypes.h"
 
 namespace orva::hidl {
-
-using android::hardware::hidl_memory;
 
 namespace {
 
@@ -32,90 +28,44 @@ constexpr unsigned int kFlags = 0x100;
 }  // namespace
 
 AINeuralNetworkIonBufferHIDL::~AINeuralNetworkIonBufferHIDL() {
-    if (GetBuffer() != nullptr) {
-        mapping_.Reset();
-        SetBuffer(nullptr, 0, false);
-    }
-    handle_.Reset();
-    serialize_handle_.Reset();
+    DropMapping();
+    // The buffer's descriptors go before the device that it was made on.
+    memory_ = TensorRegion();
+    serializeMemory_ = TensorRegion();
     if (ionFd_ >= 0) {
-        IonRelease(ionFd_, ionHandle_);
+        DropRegion();
     }
 }
 
 bool AINeuralNetworkIonBufferHIDL::Init(const AITensorDescription& description) {
-    if (!InitFromDescription(*this, description)) {
-        return false;
-    }
+    return AINeuralNetworkBufferHIDL::Init(description, *this);
+}
 
-    if (HoldsReceivedMemory()) {
-        // A handle without descriptors is refused in silence.
-        if (memory_.handle()->numFds <= 0) {
-            return false;
-        }
-        SharedMapping mapping =
-                SharedMapping::MapReceived(memory_.handle(), IonMapLength(memory_.size()));
-        if (!mapping) {
-            // "fail" for a received region, "failed" for a new one: the log tells them apart.
-            ORVA_LOGE(kIonBufferTag, "mmap fail");
-            return false;
-        }
-        mapping_ = std::move(mapping);
-        mark_.Set(GetTypeName(), mapping_.Length());
-        // A tensor's size has 32 bits; of a larger region it shows the low ones.
-        SetBufferAttr(mapping_.Address(), static_cast<int>(memory_.size()), false, true);
-        return true;
-    }
-
+bool AINeuralNetworkIonBufferHIDL::MakeRegion(uint64_t length, UniqueFd& fd) {
+    const char* const method = "Init";
     if (ionFd_ >= 0) {
-        Release();  // of an earlier Init
+        DropRegion();  // of an earlier Init
     }
     ionFd_ = ion_open();
     if (ionFd_ < 0) {
-        ORVA_LOGE(kIonBufferTag, "ion_open fail");
+        ORVA_LOG_FROM(ORVA_IN(method), ANDROID_LOG_ERROR, kIonBufferTag, "ion_open fail");
         return false;
     }
-    const auto size = static_cast<uint64_t>(GetSize());
-    const uint64_t length = IonMapLength(size);
-    UniqueFd fd;
     switch (Allocate(length, fd)) {
     case Allocation::kDone:
         break;
     case Allocation::kNotAllocated:
         ion_close(ionFd_);
         ionFd_ = -1;
-        ORVA_LOGE(kIonBufferTag, "ion_alloc fail");
+        ORVA_LOG_FROM(ORVA_IN(method), ANDROID_LOG_ERROR, kIonBufferTag, "ion_alloc fail");
         return false;
     case Allocation::kNotShared:
-        Release();
-        ORVA_LOGE(kIonBufferTag, "ion_share fail");
+        DropRegion();
+        ORVA_LOG_FROM(ORVA_IN(method), ANDROID_LOG_ERROR, kIonBufferTag, "ion_share fail");
         // A buffer that could not be synchronised is left open, deliberately: nothing closes it.
         fd.Release();
         return false;
     }
-    const int buffer = fd.Get();
-    memory_ = hidl_memory();  // of an earlier Init; its handle goes now
-    if (!handle_.Adopt(std::move(fd))) {
-        Release();
-        ORVA_LOGE(kIonBufferTag, "handle_ is nullptr");
-        return false;
-    }
-    hidl_memory memory(kMemoryName, handle_.Get(), size);
-    if (memory.handle()->numFds == 0) {
-        Release();
-        ORVA_LOGE(kIonBufferTag, "numFds is zero");
-        return false;
-    }
-    SharedMapping mapping = SharedMapping::MapOwn(buffer, length);
-    if (!mapping) {
-        Release();
-        ORVA_LOGE(kIonBufferTag, "mmap failed");
-        return false;
-    }
-    mapping_ = std::move(mapping);
-    mark_.Set(GetTypeName(), mapping_.Length());
-    SetBufferAttr(mapping_.Address(), GetSize(), false, true);
-    memory_ = std::move(memory);
     return true;
 }
 
@@ -188,7 +138,7 @@ AINeuralNetworkIonBufferHIDL::Allocation AINeuralNetworkIonBufferHIDL::Allocate(
     return Allocation::kDone;
 }
 
-void AINeuralNetworkIonBufferHIDL::Release() {
+void AINeuralNetworkIonBufferHIDL::DropRegion() {
     IonRelease(ionFd_, ionHandle_);
     ionFd_ = -1;
     ionHandle_ = 0;

@@ -6,7 +6,10 @@
 
 #include <cstdint>
 
+#include "common/UniqueFd.h"
 #include "transport/AINeuralNetworkBufferHIDL.h"
+#include "transport/IonMapLength.h"
+#include "transport/LogTag.h"
 
 namespace orva::hidl {
 
@@ -31,7 +34,7 @@ public:
     // region in memory() when there is one, which must be that long (the tensor's size becomes the
     // one that came with it), otherwise a new ION buffer of the tensor's size. Accelerators may use
     // the bytes in place. The mapping lives as long as the tensor, or until the next Init that
-    // succeeds.
+    // succeeds. False as the shared-memory tensor's.
     bool Init(const AITensorDescription& description) override;
     const char* GetTypeName() override;
 
@@ -42,12 +45,19 @@ public:
     static void IonRelease(int ionFd, uint32_t ionHandle);
 
 private:
-    enum class Allocation { kDone, kNotAllocated, kNotShared };
+    friend class AINeuralNetworkBufferHIDL;
 
+    // What this kind of tensor does by Init.
+    static constexpr const char* kTag = kIonBufferTag;
+    static uint64_t MapLength(uint64_t size) { return IonMapLength(size); }
+    bool MakeRegion(uint64_t length, UniqueFd& fd);
+    // Gives back what the tensor has of the open device.
+    void DropRegion();
+    void Show(void* address, int size) { SetBufferAttr(address, size, false, true); }
+
+    enum class Allocation { kDone, kNotAllocated, kNotShared };
     // Makes a buffer of `length` bytes on the open device. `buffer` gets its descriptor.
     Allocation Allocate(uint64_t length, UniqueFd& buffer);
-    // Gives back what Init has taken from the open device.
-    void Release();
 
     int32_t ionFd_ = -1;  // the ION device, open while the tensor has a buffer of its own
     uint32_t ionHandle_ = 0;

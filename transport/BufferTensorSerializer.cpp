@@ -6,33 +6,11 @@
 #include "transport/BufferTensorSerializer.h"
 
 #include <cstring>
-#include <utility>
 
-#include "common/NativeHandle.h"
 #include "common/StatusCodes.h"
 #include "transport/AINeuralNetworkBufferHIDL.h"
 
 namespace orva::hidl {
-
-using android::hardware::hidl_handle;
-using android::hardware::hidl_memory;
-
-namespace {
-
-// Owns duplicates of the descriptors. Assigning the memory would make them, too, but such that a
-// child process inherits them, and a platform may abort when it can make none.
-bool CopyMemory(const hidl_memory& memory, hidl_memory& copy) {
-    NativeHandle duplicate;
-    if (!duplicate.Duplicate(memory.handle())) {
-        return false;
-    }
-    hidl_handle owner;
-    owner.setTo(duplicate.Release(), true /* shouldOwn */);
-    copy = hidl_memory(memory.name(), std::move(owner), memory.size());
-    return true;
-}
-
-}  // namespace
 
 uint32_t SerializeBufferTensor(AITensorHandle& out, const std::shared_ptr<IAITensor>& tensor) {
     if (tensor == nullptr) {
@@ -44,9 +22,10 @@ uint32_t SerializeBufferTensor(AITensorHandle& out, const std::shared_ptr<IAITen
 
     const char* const type = buffer.GetTypeName();
     out.type.setToExternal(type, std::strlen(type));
-    return CopyMemory(buffer.memory(), out.data) && CopyMemory(buffer.serializeMemory(), out.attr)
-                   ? kTransportSuccess
-                   : kTransportFailure;
+    // What cannot be duplicated is left out, as its receiver sees.
+    buffer.memory().CopyTo(out.data);
+    buffer.serializeMemory().CopyTo(out.attr);
+    return kTransportSuccess;
 }
 
 uint32_t DeserializeBufferTensor(std::shared_ptr<IAITensor>& tensor, const AITensorHandle& in) {
@@ -54,9 +33,7 @@ uint32_t DeserializeBufferTensor(std::shared_ptr<IAITensor>& tensor, const AITen
         return kTransportFailure;
     }
     auto& buffer = static_cast<AINeuralNetworkBufferHIDL&>(*tensor);
-    if (!buffer.Receive(in.data, in.attr)) {
-        return kTransportFailure;
-    }
+    buffer.Receive(in.data, in.attr);
     // A record that cannot be read leaves the tensor's default shape; its bytes still arrive.
     buffer.DeserializeFromHidlMemory();
     return buffer.Init(AITensorDescription()) ? kTransportSuccess : kTransportFailure;

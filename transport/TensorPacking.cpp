@@ -31,18 +31,17 @@ bool Pack(const std::shared_ptr<IAITensor>& tensor, std::vector<AITensorHandle>&
 }  // namespace
 
 std::vector<AITensorHandle> PackOutputs(const std::vector<std::shared_ptr<IAITensor>>& outputs,
-                                        int32_t& result, ServiceActivity& activity,
-                                        const LogSource& source, const char* tag) {
+                                        int32_t& result, ServiceActivity& service,
+                                        const std::string& client, const LogSource& source) {
     std::vector<AITensorHandle> handles;
     handles.reserve(outputs.size());
     for (const std::shared_ptr<IAITensor>& tensor : outputs) {
         if (!Pack(tensor, handles)) {
-            // Not the position but whether the tensor was there: readers of the log look for it.
-            ORVA_LOG_FROM(source, ANDROID_LOG_ERROR, tag,
-                          "Process output tensor SerializeTo failed, tensor[%d]",
-                          tensor == nullptr ? 1 : 0);
-            activity.Refuse(Refusal::kLostOutput);
             result = result != 0 ? kStatusFailure : kStatusSuccess;
+            // Not the position but whether the tensor was there: readers of the log look for it.
+            service.Refuse(source, Refusal::kLostOutput, result, client,
+                           "Process output tensor SerializeTo failed, tensor[%d]",
+                           tensor == nullptr ? 1 : 0);
         }
     }
     return handles;

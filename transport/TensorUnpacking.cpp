@@ -2,39 +2,27 @@
  * Copyright (C) 2026 The orva project
  * SPDX-License-Identifier: Apache-2.0
  */
-
 #include "transport/TensorUnpacking.h"
 
-#include <string>
 #include <utility>
 
 #include <orva/AITensorFactory.h>
 
+#include "common/Log.h"
 #include "common/StatusCodes.h"
 #include "transport/AITensorSerializerRegistry.h"
-#include "transport/TensorTypes.h"
 
 namespace orva::hidl {
 
 namespace {
 
-// The name that most tensors have, which need not be copied for each. Never destroyed: requests may
-// come as long as the process lives.
-const std::string& UsualType() {
-    static const std::string& type = *new std::string(kBufferType);
-    return type;
-}
-
-}  // namespace
-
 std::shared_ptr<IAITensor> CreateTensor(const AITensorHandle& handle) {
-    AITensorFactory* const factory = AITensorFactory::GetInstance();
-    return handle.type == kBufferType ? factory->CreateTensor(UsualType())
-                                      : factory->CreateTensor(handle.type);
+    return AITensorFactory::GetInstance()->CreateTensor(handle.type);
 }
 
-bool FillTensor(std::shared_ptr<IAITensor> tensor, const AITensorHandle& handle,
-                std::vector<std::shared_ptr<IAITensor>>& tensors) {
+// False, and nothing appended, when the tensor cannot be filled; null always fails.
+bool Fill(std::shared_ptr<IAITensor> tensor, const AITensorHandle& handle,
+          std::vector<std::shared_ptr<IAITensor>>& tensors) {
     if (AITensorSerializerRegistry::GetInstance()->DeserializeFrom(tensor, handle) !=
         kTransportSuccess) {
         return false;
@@ -43,14 +31,35 @@ bool FillTensor(std::shared_ptr<IAITensor> tensor, const AITensorHandle& handle,
     return true;
 }
 
-bool UnpackTensors(const android::hardware::hidl_vec<AITensorHandle>& handles,
-                   std::vector<std::shared_ptr<IAITensor>>& tensors) {
-    for (const AITensorHandle& handle : handles) {
-        if (!FillTensor(CreateTensor(handle), handle, tensors)) {
-            return false;
+}  // namespace
+
+int32_t UnpackTensors(const TensorLines& lines, ServiceActivity& service, const std::string& client,
+                      const android::hardware::hidl_vec<AITensorHandle>& inputs,
+                      const android::hardware::hidl_vec<AITensorHandle>& outputs,
+                      RequestTensors& tensors) {
+    const auto refuse = [&](const LogSource& source, Refusal reason, const char* line) {
+        return service.Refuse(source, reason, kStatusFailure, client, "%s", line);
+    };
+    for (const AITensorHandle& handle : inputs) {
+        if (lines.inputType != nullptr) {
+            const LogSource here = ORVA_IN(lines.method);
+            ORVA_LOG_FROM(here, ANDROID_LOG_INFO, service.Tag(), "%s%s", lines.inputType,
+                          handle.type.c_str());
+        }
+        if (!Fill(CreateTensor(handle), handle, tensors.inputs)) {
+            return refuse(ORVA_IN(lines.method), Refusal::kInputTensor, lines.badInput);
         }
     }
-    return true;
+    for (const AITensorHandle& handle : outputs) {
+        std::shared_ptr<IAITensor> tensor = CreateTensor(handle);
+        if (tensor == nullptr && lines.noOutput != nullptr) {
+            return refuse(ORVA_IN(lines.method), Refusal::kOutputTensor, lines.noOutput);
+        }
+        if (!Fill(std::move(tensor), handle, tensors.outputs)) {
+            return refuse(ORVA_IN(lines.method), Refusal::kOutputTensor, lines.badOutput);
+        }
+    }
+    return kStatusSuccess;
 }
 
 }  // namespace orva::hidl

@@ -4,26 +4,39 @@
  */
 #pragma once
 
+#include <cstdint>
 #include <memory>
+#include <string>
 #include <vector>
 
+#include <hidl/HidlSupport.h>
 #include <orva/IAITensor.h>
 
 #include "common/Interfaces.h"
+#include "common/ServiceActivity.h"
 
 namespace orva::hidl {
 
-// An empty tensor of a handle's type; null when there is none of that name.
-std::shared_ptr<IAITensor> CreateTensor(const AITensorHandle& handle);
+// What a method says in the log of the tensors that come with it.
+struct TensorLines {
+    const char* method;
+    const char* inputType;  // INFO, with each input's type behind it; null: nothing
+    const char* badInput;   // ERROR, as those below
+    const char* noOutput;   // of an output whose type the factory does not know; null: badOutput
+    const char* badOutput;
+};
 
-// Fills such a tensor from its handle, mapped onto the peer's memory, and appends it. False, and
-// nothing appended, when that fails; null always fails.
-bool FillTensor(std::shared_ptr<IAITensor> tensor, const AITensorHandle& handle,
-                std::vector<std::shared_ptr<IAITensor>>& tensors);
+// A request's tensors, in order.
+struct RequestTensors {
+    std::vector<std::shared_ptr<IAITensor>> inputs, outputs;
+};
 
-// Makes and fills one tensor a handle, in order. False at the first that cannot be made or filled;
-// `tensors` then holds those before it.
-bool UnpackTensors(const android::hardware::hidl_vec<AITensorHandle>& handles,
-                   std::vector<std::shared_ptr<IAITensor>>& tensors);
+// Makes and fills a request's tensors, mapped onto the peer's memory: the outputs, too, so that
+// results are written straight into the client's buffers. kStatusSuccess; kStatusFailure, refused
+// to `client` by that service, at the first tensor that cannot be made or filled.
+int32_t UnpackTensors(const TensorLines& lines, ServiceActivity& service, const std::string& client,
+                      const android::hardware::hidl_vec<AITensorHandle>& inputs,
+                      const android::hardware::hidl_vec<AITensorHandle>& outputs,
+                      RequestTensors& tensors);
 
 }  // namespace orva::hidl

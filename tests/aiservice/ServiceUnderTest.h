@@ -14,7 +14,7 @@
 
 #include "aiservice/AIServiceClientListener.h"
 #include "aiservice/AIServiceHIDL.h"
-#include "support/services/ServiceFakes.h"
+#include "services/ServiceFakes.h"
 
 namespace orva::hidl::test {
 
@@ -41,6 +41,9 @@ inline void SetCreator(const std::function<AIServiceBase*()>& creator) {
     reference::RegisterNode(kType, [creator] { return std::shared_ptr<AIServiceBase>(creator()); });
 }
 
+inline auto& Sessions(Service& service) ORVA_NO_THREAD_SAFETY_ANALYSIS {
+    return service.serviceNodes;
+}
 inline Mutex& SessionLock(Service& service) {
     return service.serviceMutex;
 }
@@ -68,6 +71,8 @@ const std::string kRegistered = kRefusedByFramework;
 // A result: what the framework's listener says, and how the client's is called, without a lock.
 const std::string kReported;
 const std::string kDelivered = "- listener OnProcessDone ";
+// Whether a result's context is copied before it is serialised, for the log and for the client.
+constexpr bool kSerializesCopies = false;
 const std::string kServiceDied;
 
 inline std::vector<Method> Methods(Service& service, const char* context) {

@@ -13,16 +13,39 @@
 #include <thread>
 
 #include "common/UniqueFd.h"
-#include "debug/DumpText.h"
+#include "debug/DumpTree.h"
 #include "debug/DumpWriter.h"
 #include "support/ResourceTest.h"
 
 namespace orva::hidl {
 namespace {
 
-TEST(DumpText, QuotesWhatClientsWrite) {
-    EXPECT_EQ("\"\\\"\\\\\\u000a\\u001b[2J\\u0000\\u007f??\"",
-              Quoted(std::string("\"\\\n\033[2J\0\x7f\xc3\xa4", 11)));
+TEST(DumpTree, IsWrittenForProgramsAndForPeople) {
+    DumpTree none = DumpTree::Counts(), list = DumpTree::List();
+    none.Add("never", 0).Add("twice", 2);
+    list.Add(DumpTree::Object().Add("id", std::string("a")).Add("known", std::optional(true)));
+    list.Add(DumpTree::Object().AddSigned("status", -1).Add("known", std::nullopt));
+    DumpTree tree = DumpTree::Object().AddSeconds("age_s", 1'500'000'000).Add("counts", none);
+    tree.Add("items", list).Add("last", uint64_t{1}).Add("empty", DumpTree::List());
+    EXPECT_EQ(
+            "{\"age_s\":1.500,\"counts\":{\"never\":0,\"twice\":2},"
+            "\"items\":[{\"id\":\"a\",\"known\":true},{\"status\":-1,\"known\":null}],"
+            "\"last\":1,\"empty\":[]}",
+            tree.Json());
+    EXPECT_EQ(
+            " age_s 1.500, last 1\n"
+            "counts: twice 2\n"
+            "items: 2\n"
+            "   id \"a\", known true\n"
+            "   status -1, known null\n"
+            "empty: 0\n",
+            tree.Lines());
+}
+
+TEST(DumpTree, QuotesWhatClientsWrite) {
+    const std::string text("\"\\\n\033[2J\0\x7f\xc3\xa4", 11);
+    EXPECT_EQ("{\"t\":\"\\\"\\\\\\u000a\\u001b[2J\\u0000\\u007f??\"}",
+              DumpTree::Object().Add("t", text).Json());
 }
 
 struct Ends {

@@ -13,7 +13,7 @@
 
 #include "modelmanager/ModelManagerClientListener.h"
 #include "modelmanager/ModelManagerServiceHIDL.h"
-#include "support/services/ServiceFakes.h"
+#include "services/ServiceFakes.h"
 
 namespace orva::hidl::test {
 
@@ -78,6 +78,9 @@ inline void SetCreator(const std::function<AIModelManager*()>& creator) {
     reference::SetModelManagerCreator(creator);
 }
 
+inline auto& Sessions(Service& service) ORVA_NO_THREAD_SAFETY_ANALYSIS {
+    return service.modelManagers;
+}
 inline Mutex& SessionLock(Service& service) {
     return service.managerMutex;
 }
@@ -100,6 +103,8 @@ const std::string kRegistered = kRefusedByFramework + "- UpdateServiceTime 5\n";
 const std::string kReported = "I OnProcessDone: ModelManagerServiceHIDL OnAIEvent\n";
 const std::string kDelivered =
         "I OnProcessDone: OnProcessDone context: {\"k\":\"v\"}\nL listener OnProcessDone ";
+// Whether a result's context is copied before it is serialised, for the log and for the client.
+constexpr bool kSerializesCopies = true;
 const std::string kServiceDied = "E OnServiceDied: ModelManagerServiceHIDL ServiceDied\n";
 
 inline std::vector<Method> Methods(Service& service, const char* context) {

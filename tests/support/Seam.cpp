@@ -8,6 +8,7 @@
 #include <cutils/native_handle.h>
 #include <ion/ion.h>
 #include <sys/mman.h>
+#include <sys/stat.h>
 #include <sys/types.h>
 #include <sys/utsname.h>
 
@@ -29,6 +30,7 @@ std::atomic<Call> failing{Call::None};
 std::atomic<size_t> callsToFailure{0};
 // Not noted by default, and then without a lock: the mappings of many threads pass here.
 std::atomic<bool> tracing{false};
+std::atomic<bool> regionsAreFull{false};
 const char* kernelRelease = nullptr;
 
 bool Fails(Call call) {
@@ -71,6 +73,14 @@ CallTrace::~CallTrace() {
     tracing = false;
 }
 
+FullRegions::FullRegions() {
+    regionsAreFull = true;
+}
+
+FullRegions::~FullRegions() {
+    regionsAreFull = false;
+}
+
 Kernel::Kernel(const char* release) {
     kernelRelease = release;
 }
@@ -102,6 +112,20 @@ SEAM(void*, mmap, (void* address, size_t length, int access, int flags, int fd, 
      (address, length, access, flags, fd, offset), Trace("mmap", length);
      FAIL_WITH(Mmap, MAP_FAILED))
 SEAM(int, munmap, (void* address, size_t length), (address, length), Trace("munmap", length))
+SEAM(
+        long, syscall, (long number, long a, long b, long c, long d, long e),
+        (number, a, b, c, d, e), if (Fails(Call::SystemCall)) {
+            errno = ENOSYS;
+            return -1;
+        })
+int __real_fstat(int fd, struct stat* status);
+int __wrap_fstat(int fd, struct stat* status) {
+    const int result = __real_fstat(fd, status);
+    if (regionsAreFull) {
+        status->st_blocks = status->st_size / 512 + 1;
+    }
+    return result;
+}
 SEAM(int, ashmem_create_region, (const char* name, size_t size), (name, size),
      Trace("ashmem_create_region", name, size);
      FAIL_WITH(CreateRegion, -1))

@@ -24,6 +24,7 @@ enum class Call {  // NOLINTBEGIN(readability-identifier-naming): named as what 
     IonAllocFd,    // ion_alloc_fd(): -ENOMEM
     IonShare,      // ion_share(): -EMFILE
     DmaBufSync,    // ioctl(DMA_BUF_IOCTL_SYNC): -1
+    SystemCall,    // syscall(): -1, ENOSYS
     None,          // nothing fails
 };                 // NOLINTEND(readability-identifier-naming)
 
@@ -50,6 +51,15 @@ public:
     ~CallTrace();
     CallTrace(const CallTrace&) = delete;
     CallTrace& operator=(const CallTrace&) = delete;
+};
+
+// While it lives, every region is said to hold all of its memory already. One at a time.
+class FullRegions {
+public:
+    FullRegions();
+    ~FullRegions();
+    FullRegions(const FullRegions&) = delete;
+    FullRegions& operator=(const FullRegions&) = delete;
 };
 
 // While it lives, uname() tells of a kernel of this release, and the kernel synchronises every

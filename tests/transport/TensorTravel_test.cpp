@@ -102,8 +102,10 @@ TEST_F(TensorAttributes, FailedCopyEndsTheRecord) {
 }
 
 TEST_F(TensorAttributes, BlockIsReadOnceOrLeavesTheFields) {
-    Region whole(64), shorter(4), without(20);
-    whole.Write<int32_t>({kRecord.begin(), kRecord.end()});
+    Region whole(64), exact(20), shorter(4), none(0), without(20);
+    for (Region* const each : {&whole, &exact}) {
+        each->Write<int32_t>({kRecord.begin(), kRecord.end()});
+    }
     without.Get()->numFds = 0;
     const Record before = {9, 8, 7, 6, 5};
     const char *const unmapped = "E DeserializeFromHidlMemory: mmap fail\n",
@@ -118,17 +120,21 @@ TEST_F(TensorAttributes, BlockIsReadOnceOrLeavesTheFields) {
     } cases[] = {
             {whole.Memory(20), kRecord, "mmap 20\nmunmap 20\n"},
             {whole.Memory(64), kRecord, "mmap 64\nmunmap 64\n"},
+            // The rest of the region's page is there, too.
+            {exact.Memory(24), kRecord, "mmap 24\nmunmap 24\n"},
+            {exact.Memory(4096), kRecord, "mmap 4096\nmunmap 4096\n"},
+            {exact.Memory(4097), before, unmapped},
             {hidl_memory(), before, ""},
             {without.Memory(20), before, ""},
             {shorter.Memory(4), before, tooSmall},
-            {shorter.Memory(20), before, unmapped},
+            {none.Memory(20), before, unmapped},
             {whole.Memory(1ULL << 63), before, unmapped},
     };
     for (const auto& each : cases) {
         SCOPED_TRACE(each.block.size());
         AINeuralNetworkBufferHIDL tensor;
         SetRecord(tensor, before);
-        ASSERT_TRUE(tensor.Receive(hidl_memory(), each.block));
+        tensor.Receive(hidl_memory(), each.block);
         Story();
         EXPECT_EQ(0, tensor.DeserializeFromHidlMemory());
         EXPECT_EQ(each.after, RecordOf(tensor));
@@ -141,17 +147,18 @@ TEST_F(TensorAttributes, BlockIsMadeOrSaysWhereThatFails) {
                       region = "ashmem_create_region AshmemAllocator_hidl_orva 20\n",
                       noRegion = region + function + "ashmem allocate fail\n",
                       unmapped = "mmap 20\n" + function + "mmap failed\n";
+    const std::string closed = "native_handle_close\n";
     const std::pair<Call, std::string> cases[] = {
-            {Call::CreateRegion, noRegion + unmapped},
+            {Call::CreateRegion, noRegion + unmapped + closed},
             {Call::CreateHandle, region + function + "serialize_handle_ is nullptr\n"},
-            {Call::EmptyHandle, region + function + "numFds is zero\n"},
-            {Call::Mmap, region + unmapped},
+            {Call::EmptyHandle, region + function + "numFds is zero\n" + closed},
+            {Call::Mmap, region + unmapped + closed},
     };
     Region received(20);
     for (const auto& [call, story] : cases) {
         SCOPED_TRACE(story);
         AINeuralNetworkBufferHIDL own, peers;
-        ASSERT_TRUE(peers.Receive(hidl_memory(), received.Memory(20)));
+        peers.Receive(hidl_memory(), received.Memory(20));
         Story();
         EXPECT_EQ(0, own.SerializeToHidlMemory());
         EXPECT_EQ(region + "mmap 20\nmunmap 20\n", Story());
@@ -247,10 +254,13 @@ TEST_F(BufferTensorSerializerTest, ReceivesATensorAndSendsItBack) {
 
     tensor = std::make_shared<AINeuralNetworkBufferHIDL>();
     ASSERT_EQ(0U, DeserializeBufferTensor(tensor, handle_));
+    // What cannot be duplicated is left out, and everybody sees it.
     for (const size_t ofTheCopies : {2, 3}) {
         const Fault fault(Call::CreateHandle, ofTheCopies);
-        EXPECT_EQ(1U, SerializeBufferTensor(sent[0], tensor));
+        EXPECT_EQ(0U, SerializeBufferTensor(sent[0], tensor));
         EXPECT_TRUE(fault.Happened());
+        EXPECT_EQ(ofTheCopies == 2, sent[0].data.handle() == nullptr);
+        EXPECT_EQ(ofTheCopies == 3, sent[0].attr.handle() == nullptr);
     }
     // The received block goes back when none can be made.
     tensor = std::make_shared<AINeuralNetworkBufferHIDL>();
@@ -268,8 +278,8 @@ TEST_F(BufferTensorSerializerTest, OnlyTheDataDecidesOverSuccess) {
         int height;
         const char* message;
     } cases[] = {
-            {Call::CreateHandle, 1, 1, 1, "E Receive: data descriptor not duplicated\n"},
-            {Call::CreateHandle, 2, 1, 1, "E Receive: attribute descriptor not duplicated\n"},
+            {Call::CreateHandle, 1, 1, 224, "E Init: mmap fail\n"},
+            {Call::CreateHandle, 2, 0, 1, "E DeserializeFromHidlMemory: mmap fail\n"},
             {Call::Mmap, 1, 0, 1, "E DeserializeFromHidlMemory: mmap fail\n"},
             {Call::CopyMemory, 1, 0, 1, "Call tiro:mmMemCpyS Failed!\n"},
             {Call::Mmap, 2, 1, 224, "E Init: mmap fail\n"},

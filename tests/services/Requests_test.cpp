@@ -5,7 +5,7 @@
 
 // Requests, and the listeners that hear of their results.
 
-#include "support/services/ServiceTest.h"
+#include "services/ServiceTest.h"
 
 namespace orva::hidl::test {
 namespace {
@@ -70,8 +70,17 @@ TEST_F(Listeners, AreSentTheResult) {
         EXPECT_EQ(20U, outputs[1].attr.size());
         EXPECT_STREQ("AINeuralNetworkBuffer", outputs[1].type.c_str());
     };
+    size_t serialized = 0;
+    const AIContext context = Context("v");
+    whenSerialized = [&](const AIContext& each) {
+        serialized += 1;
+        // Where it is logged, too, each serialises a copy: the framework goes on with its own.
+        EXPECT_EQ(kSerializesCopies, &each != &context);
+    };
     second_.Write<uint8_t>({7, 7});
-    script_.listener->OnProcessDone(Context("v"), 3, {TensorOn(first_), TensorOn(second_)});
+    script_.listener->OnProcessDone(context, 3, {TensorOn(first_), TensorOn(second_)});
+    whenSerialized = nullptr;
+    EXPECT_EQ(kSerializesCopies ? 2U : 1U, serialized);
     EXPECT_EQ(kReported + kCalling + kDelivered + "3 {\"k\":\"v\"} 2\n" + kComplete, Story());
 
     service_->UnInit(5);
@@ -160,7 +169,7 @@ using Requests = ServiceTest;
 TEST_F(Requests, SayWhatBecomesOfThem) {
     ASSERT_EQ(0, Init(5));
     Story();
-    Region region(100), shorter(99);
+    Region region(100), shorter(0);
     const AITensorHandle good = TensorIn(region), unknown = TensorIn(region, "X"),
                          bad = TensorIn(shorter);
     const std::string below = "E AINeuralNetworkBufferHIDL ";
@@ -212,6 +221,28 @@ TEST_F(Requests, SayWhatBecomesOfThem) {
         }
         EXPECT_EQ(2U, script_.inputs.size());
         EXPECT_EQ(1U, script_.outputs.size());
+    }
+}
+
+TEST_F(Requests, KeepTheOrderOfTheirTensors) {
+    ASSERT_EQ(0, Init(5));
+    std::vector<std::unique_ptr<Region>> regions;
+    std::vector<AITensorHandle> handles;
+    for (uint8_t i = 0; i < 4; ++i) {
+        regions.push_back(std::make_unique<Region>(100));
+        regions.back()->Write<uint8_t>({i});
+        handles.push_back(TensorIn(*regions.back()));
+    }
+    for (const Method& method : Methods(*service_, "")) {
+        EXPECT_EQ(0, method.call(5, {handles[0], handles[1]}, {handles[2], handles[3]}));
+        int expected = 0;
+        for (const Outputs& tensors : {script_.inputs, script_.outputs}) {
+            for (const auto& tensor : tensors) {
+                auto& buffer = static_cast<AINeuralNetworkBufferHIDL&>(*tensor);
+                EXPECT_EQ(expected++, *static_cast<uint8_t*>(buffer.GetBuffer()));
+            }
+        }
+        EXPECT_EQ(4, expected);
     }
 }
 

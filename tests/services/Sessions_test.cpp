@@ -9,8 +9,7 @@
 #include <thread>
 
 #include "common/ServiceId.h"
-#include "common/ServiceTime.h"
-#include "support/services/ServiceTest.h"
+#include "services/ServiceTest.h"
 
 namespace orva::hidl::test {
 namespace {
@@ -56,9 +55,9 @@ TEST_F(Sessions, InitReadsConfigAndModelsInOrder) {
 }
 
 TEST_F(Sessions, InitAnswersWhatWentWrong) {
-    // More than all regions together may take of the address space.
+    // More than a client's regions may take of the address space.
     constexpr uint64_t kEndless = uint64_t{1} << 46;
-    Region page(4096), shorter(4095), empty(4096), endless(kEndless);
+    Region page(4096), empty(4096), endless(kEndless);
     empty.Get()->numFds = 0;
     const std::string full = "E Init: The number of service is more than limit, init failed.\n"
                              "= 1 client_limit\n",
@@ -75,7 +74,7 @@ TEST_F(Sessions, InitAnswersWhatWentWrong) {
     } cases[] = {
             {&page, 1, full, false},
             {&page, 1, none, false},
-            {&shorter, 4096, unmapped, true},
+            {&page, 4097, unmapped, true},
             {&empty, 4096, unmapped, true},
             {&endless, kEndless, unmapped, true},
             {&page, 1ULL << 63, unmapped, true},
@@ -138,19 +137,32 @@ TEST_F(Sessions, UnInitEndsOne) {
     EXPECT_EQ(1, service_->SetListener(-5, listener));
 }
 
+// A session may end while a request of it is on its way to say that it is in use.
 TEST_F(Sessions, ThatEndedAmidACallAreNotKeptInUse) {
-    reference::SetClientLimit(1);
-    auto* const connections = AIServiceConnectManager::GetInstance();
-    ServiceActivity activity;
-    const auto session = std::make_shared<SessionActivity>(activity, "type");
-    SessionActivities sessions = {{"1:1", session}};
-    UpdateServiceTime("1:1", *session);
-    EXPECT_FALSE(connections->CheckServiceNum());
-    EndSession(sessions, "1:1");
-    connections->RemoveServiceTime("1:1");
-    // By a call that had found the session before.
-    UpdateServiceTime("1:1", *session);
-    EXPECT_TRUE(connections->CheckServiceNum());
+    ASSERT_EQ(0, Init(5));
+    beforeUpdate = [this] { service_->UnInit(5); };
+    EXPECT_EQ(0, Ask(5));
+    EXPECT_EQ(0U, reference::ClientCount());
+}
+
+TEST_F(Sessions, ThatEndedAmidACallAndCameBackAreInUse) {
+    ASSERT_EQ(0, Init(5));
+    beforeUpdate = [this] {
+        service_->UnInit(5);
+        EXPECT_EQ(0, Init(5));
+    };
+    EXPECT_EQ(0, Ask(5));
+    EXPECT_EQ(1U, reference::ClientCount());
+}
+
+// Or the request sees too early that it need not remove the time again.
+TEST_F(Sessions, EndBeforeTheirTimeIsRemoved) {
+    ASSERT_EQ(0, Init(5));
+    const auto record = RecordOf(5);
+    bool hadEnded = false;
+    afterRemoval = [&] { hadEnded = record->HasEnded(); };
+    service_->UnInit(5);
+    EXPECT_TRUE(hadEnded);
 }
 
 TEST(ServiceId, NegatedNumbersAlwaysHaveAMeaning) {
@@ -167,6 +179,105 @@ TEST_F(Sessions, EndWithTheirClient) {
     EXPECT_EQ("I serviceDied: AIClient PID:5 is inactive\n" + kRemoved, Story());
     EXPECT_EQ(2, Ask(5));
     EXPECT_EQ(1, listener->getStrongCount());
+}
+
+TEST_F(Sessions, EndAlsoWithANullListener) {
+    EXPECT_EQ(0, service_->SetListener(-6, nullptr));
+    ASSERT_EQ(0, Init(6));
+    service_->UnInit(6);
+    EXPECT_EQ(2, Ask(6));
+}
+
+TEST_F(Sessions, LetGoOfTheirListenerWithoutALock) {
+    sp<FakeListener> listener = Listen();
+    listener->atEnd = [] { NoteCall("listener gone"); };
+    listener->recipient = nullptr;
+    listener = nullptr;
+    service_->UnInit(5);
+    EXPECT_NE(std::string::npos, Story().find("\n- listener gone\n"));
+}
+
+// A client that dies while it sets its listener: the recipient hears of it on another thread.
+TEST_F(Sessions, EndWithAClientThatDiesInSetListener) {
+    service_ = Service::GetInstance();
+    ASSERT_EQ(0, Init(5));
+    std::future<void> death;
+    const sp<FakeListener> listener = new FakeListener;
+    listener->duringLink = [&] {
+        death = std::async(std::launch::async,
+                           [&, recipient = listener->recipient] { recipient->serviceDied(0, {}); });
+    };
+    listener->transport = android::DEAD_OBJECT;
+    EXPECT_EQ(0, service_->SetListener(-5, listener));
+    death.get();
+    // Whichever came first: the dying one's session ends, and the listener with it or with the
+    // next.
+    EXPECT_EQ(2, Ask(5));
+}
+
+// What a process has left behind that has ended without a word to the platform, or before anybody
+// listened for it.
+class LeftBehind : public ServiceTest {
+protected:
+    // Opens sessions 5 and 6, and sets listeners for 5 and for 7, which has no session.
+    void Leave() {
+        const CallsFrom dying(process_.Pid());
+        EXPECT_EQ(0, Init(5));
+        EXPECT_EQ(0, Init(6));
+        EXPECT_EQ(0, service_->SetListener(-5, listener_));
+        EXPECT_EQ(0, service_->SetListener(-7, listener_));
+        // Nothing of a living one's goes.
+        EXPECT_TRUE(service_->ping().isOk());
+        EXPECT_EQ(0, Ask(5));
+    }
+    void ExpectGone() {
+        const CallsFrom dead(process_.Pid());
+        EXPECT_EQ(2, Ask(5));
+        EXPECT_EQ(2, Ask(6));
+        EXPECT_EQ(1, listener_->getStrongCount());
+        EXPECT_EQ(0U, reference::ClientCount());
+    }
+
+    void TearDown() override {
+        listener_->recipient = nullptr;
+        ServiceTest::TearDown();
+    }
+
+    IdleProcess process_;
+    const sp<FakeListener> listener_ = new FakeListener;
+};
+
+TEST_F(LeftBehind, GoesWhenTheServiceIsAskedForALifeSign) {
+    Leave();
+    process_.End();
+    EXPECT_TRUE(service_->ping().isOk());
+    ExpectGone();
+}
+
+TEST_F(LeftBehind, GoesBeforeADump) {
+    Leave();
+    process_.End();
+    EXPECT_EQ(std::string::npos, Dump().find(std::to_string(process_.Pid()) + ":"));
+    ExpectGone();
+}
+
+TEST_F(LeftBehind, MakesRoomForTheLiving) {
+    reference::SetClientLimit(3);
+    Leave();
+    process_.Reap();
+    EXPECT_EQ(0, Init(5));
+    service_->UnInit(5);
+    ExpectGone();
+}
+
+TEST_F(LeftBehind, IsNotFoundByTheNextOfTheNumber) {
+    Leave();
+    process_.End();
+    Story();
+    const CallsFrom next(process_.Pid());
+    EXPECT_EQ(0, Init(5));
+    EXPECT_NE(std::string::npos, Story().find("framework made"));
+    service_->UnInit(5);
 }
 
 constexpr size_t kClients = 6, kRounds = 60, kRequests = 3;

@@ -34,6 +34,11 @@ using Outputs = std::vector<std::shared_ptr<IAITensor>>;  // tensors as the fram
 // sessions), "L" (the one of its listeners), or "SL" (both, which must not be).
 inline std::function<std::string()> heldLocks;
 
+// What happens meanwhile, if anything: when a session's time is about to be set or has just been
+// removed, once; and when a context is serialised.
+inline std::function<void()> beforeUpdate, afterRemoval;
+inline std::function<void(const AIContext&)> whenSerialized;
+
 // Notes a call among the log's lines, beginning with the held locks, or "-".
 inline void NoteCall(const std::string& what) {
     const std::string locks = heldLocks ? heldLocks() : "";
@@ -112,6 +117,11 @@ struct Method {
 template <typename Interface>
 class FakeListenerOf : public Interface {
 public:
+    ~FakeListenerOf() override {
+        if (atEnd) {
+            atEnd();
+        }
+    }
     android::hardware::Return<void> OnProcessDone(int32_t result,
                                                   const android::hardware::hidl_string& context,
                                                   const Tensors& outputs) override {
@@ -127,6 +137,9 @@ public:
             uint64_t cookie) override {
         NoteCall("listener linkToDeath " + std::to_string(cookie));
         recipient = newRecipient;
+        if (duringLink) {
+            duringLink();
+        }
         return android::hardware::Status::fromStatusT(transport);
     }
     android::hardware::Return<bool> unlinkToDeath(
@@ -137,6 +150,7 @@ public:
 
     android::status_t transport = android::OK;
     std::function<void(const Tensors&)> during;
+    std::function<void()> duringLink, atEnd;
     sp<android::hardware::hidl_death_recipient> recipient;
 };
 
@@ -152,7 +166,7 @@ inline AITensorHandle TensorIn(::orva::test::Region& region,
 // Such a tensor as the framework has it.
 inline std::shared_ptr<IAITensor> TensorOn(::orva::test::Region& region) {
     auto tensor = std::make_shared<AINeuralNetworkBufferHIDL>();
-    EXPECT_TRUE(tensor->Receive(region.Memory(100), android::hardware::hidl_memory()));
+    tensor->Receive(region.Memory(100), android::hardware::hidl_memory());
     EXPECT_TRUE(tensor->Init(AITensorDescription()));
     return tensor;
 }

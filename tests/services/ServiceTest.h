@@ -11,6 +11,8 @@
 #include <future>
 
 #include "ServiceUnderTest.h"
+#include "common/ServiceId.h"
+#include "support/CallingProcess.h"
 #include "support/LogCapture.h"
 #include "support/ResourceTest.h"
 #include "support/Seam.h"
@@ -20,7 +22,9 @@
 namespace orva::hidl::test {
 
 using ::orva::test::Call;
+using ::orva::test::CallsFrom;
 using ::orva::test::Fault;
+using ::orva::test::IdleProcess;
 using ::orva::test::Region;
 using FakeListener = FakeListenerOf<ClientInterface>;
 
@@ -35,6 +39,11 @@ protected:
         };
         SetCreator([this] { return script_.makesNone ? nullptr : new FakeFramework(script_); });
         Story();
+    }
+
+    // What the service keeps of a session.
+    std::shared_ptr<SessionRecord> RecordOf(int32_t client) {
+        return Sessions(*service_).at(MakeServiceId(client)).record;
     }
 
     // Sessions that a test leaves open end with their service, but still count as clients.
@@ -85,7 +94,7 @@ protected:
         std::string told = Story() + "= " + std::to_string(status);
         for (size_t i = 0; i < std::size(refusals_); ++i) {
             const auto reason = static_cast<Refusal>(i);
-            for (; refusals_[i] < service_->activity.Refusals(reason); ++refusals_[i]) {
+            for (; refusals_[i] < service_->activity_.Refusals(reason); ++refusals_[i]) {
                 told += std::string(" ") + RefusalName(reason);
             }
         }

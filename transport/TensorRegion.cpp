@@ -1,0 +1,42 @@
+/*
+ * Copyright (C) 2026 The orva project
+ * SPDX-License-Identifier: Apache-2.0
+ */
+#include "transport/TensorRegion.h"
+
+#include <utility>
+
+namespace orva::hidl {
+
+using android::hardware::hidl_handle;
+using android::hardware::hidl_memory;
+
+void TensorRegion::Receive(const hidl_memory& memory) {
+    handle_.Duplicate(memory.handle());
+    origin_ = memory.handle() != nullptr ? Origin::kReceived : Origin::kNone;
+    size_ = memory.size();
+    name_ = memory.name();
+}
+
+bool TensorRegion::Adopt(UniqueFd fd) {
+    origin_ = Origin::kNone;
+    return handle_.Adopt(std::move(fd));
+}
+
+void TensorRegion::MakeOwn(uint64_t size) {
+    origin_ = Origin::kOwn;
+    size_ = size;
+    name_.setToExternal("ashmem", 6);
+}
+
+void TensorRegion::CopyTo(hidl_memory& memory) const {
+    // Assigning a memory would duplicate them, too, but such that a child process inherits them,
+    // and a platform may abort when it can make none.
+    NativeHandle duplicate;
+    duplicate.Duplicate(handle());
+    hidl_handle owner;
+    owner.setTo(duplicate.Release(), true /* shouldOwn */);
+    memory = hidl_memory(name_, std::move(owner), size_);
+}
+
+}  // namespace orva::hidl
