@@ -82,6 +82,9 @@ void addOptions(CLI::App* app, Options* options) {
 
     add(app, kAll, "--threads", &options->threads, "Calls served at once, at most")
             ->check(CLI::Range(1, 1024));
+    add(app, kAll, "--stand-ins", &options->standIns,
+        "Threads that may stand in for blocked ones while calls wait")
+            ->check(CLI::Range(0, 1024));
     add(app, kAll, "--max-clients", &options->maxClients, "Clients admitted at once")
             ->check(positive);
     add(app, kAll, "--idle-timeout", &options->idleTimeout,
@@ -131,6 +134,7 @@ void configure(const Options& options) {
     if (!options.socketDir.empty()) {
         orva_platform::setServiceDirectory(options.socketDir);
     }
+    orva_platform::setStandIns(options.standIns);
     orva_platform::setReplyLimit(seconds<std::chrono::milliseconds>(options.callbackTimeout));
 
     using namespace orva::reference;

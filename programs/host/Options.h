@@ -22,6 +22,7 @@ struct Options {
     std::string socketDir;
     std::string instance = "default";
     unsigned threads = 8;
+    unsigned standIns = 64;
 
     // For all clients together. The model manager service takes 201 sessions and then nobody; at
     // this limit the dead and the idle make way, so it is the lower one.

@@ -64,12 +64,9 @@ TEST(Identity, TellsWhoseAChannelIs) {
         int channel;
         pid_t pid;
         bool its;
-    } cases[] = {{own.ours, getpid(), true},
-                 {received.at(0), maker, true},
-                 {received.at(0), getpid(), false},
-                 {own.ours, maker, false},
-                 {stream, getpid(), false},
-                 {STDOUT_FILENO, getpid(), false}};
+    } cases[] = {{own.ours, getpid(), true},        {received.at(0), maker, true},
+                 {received.at(0), getpid(), false}, {own.ours, maker, false},
+                 {stream, getpid(), false},         {STDOUT_FILENO, getpid(), false}};
     for (const auto& [channel, pid, its] : cases) {
         EXPECT_EQ(its, isChannelOf(channel, {pid, getuid(), 1}));
     }
