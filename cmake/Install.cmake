@@ -59,6 +59,30 @@ if(ORVA_ONNXRUNTIME_COPY)
         DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT host)
 endif()
 
+# The unit names the program where it is installed, which is known only then.
+install(CODE "set(program \"\${CMAKE_INSTALL_PREFIX}/${CMAKE_INSTALL_BINDIR}/orva-host\")
+configure_file(\"${CMAKE_SOURCE_DIR}/packaging/orva-host.service.in\"
+    \"${made}/orva-host.service\" @ONLY)" COMPONENT host)
+install(FILES ${made}/orva-host.service
+    DESTINATION ${CMAKE_INSTALL_DATADIR}/systemd/user COMPONENT host)
+
+# Manual pages and completions, with what they are of.
+set(programs orva-host orva)
+set(components host client)
+foreach(program component IN ZIP_LISTS programs components)
+    if(NOT TARGET ${program}_described)
+        continue()
+    endif()
+    install(FILES ${made}/man/${program}.1
+        DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT ${component})
+    install(FILES ${made}/bash/${program}
+        DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions COMPONENT ${component})
+    install(FILES ${made}/zsh/_${program}
+        DESTINATION ${CMAKE_INSTALL_DATADIR}/zsh/site-functions COMPONENT ${component})
+    install(FILES ${made}/fish/${program}.fish
+        DESTINATION ${CMAKE_INSTALL_DATADIR}/fish/vendor_completions.d COMPONENT ${component})
+endforeach()
+
 if(TARGET orva_python)
     set(folder ${CMAKE_INSTALL_PREFIX}/${ORVA_PYTHON_FOLDER}/orva)
     file(RELATIVE_PATH to_lib ${folder} ${CMAKE_INSTALL_FULL_LIBDIR})
@@ -104,3 +128,5 @@ install(FILES README.md CHANGELOG.md LICENSE
     DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/orva COMPONENT docs)
 install(DIRECTORY ${CMAKE_SOURCE_DIR}/examples
     DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/orva COMPONENT docs)
+
+include(Packages)

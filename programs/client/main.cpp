@@ -14,6 +14,7 @@
 
 #include "client/commands/Commands.h"
 #include "client/io/Output.h"
+#include "describe/Describe.h"
 
 namespace {
 
@@ -63,6 +64,7 @@ int runCommandLine(int argc, char** argv) {
     orva::client::addCompile(&app, &connection);
     orva::client::addPerf(&app, &connection);
     orva::client::addDebug(&app, &connection);
+    orva::describe::addDescribe(&app, ORVA_VERSION);
 
     try {
         app.parse(argc, argv);

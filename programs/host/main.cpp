@@ -27,6 +27,7 @@
 #include "NodeLoader.h"
 #include "Options.h"
 #include "ServiceLibrary.h"
+#include "describe/Describe.h"
 
 namespace {
 
@@ -149,6 +150,8 @@ int main(int argc, char** argv) {
     Options options;
     CLI::App app("Serves the orva AI services to this user's processes.", "orva-host");
     orva::host::addOptions(&app, &options);
+    orva::describe::addDescribe(&app, ORVA_VERSION,
+                                {"--library", "--engine-memory", "--client-engine-memory"});
     app.set_version_flag("--version", ORVA_VERSION);
     try {
         app.parse(argc, argv);

@@ -32,9 +32,12 @@ expect() {
 }
 
 "$cmake" --install "$build" --prefix "$work/first" >/dev/null
+grep -qxF "ExecStart=$work/first/bin/orva-host" \
+    "$work/first/share/systemd/user/orva-host.service" || fail "the unit does not name the program"
 mv "$work/first" "$work/moved"
 moved=$work/moved
-if named=$(grep -rlF -e "$build" -e "$work/first" "$moved"); then
+# A unit cannot but name the folder; nothing else may.
+if named=$(grep -rlF --exclude=orva-host.service -e "$build" -e "$work/first" "$moved"); then
     fail "these name the folder that they were made in: $named"
 fi
 
