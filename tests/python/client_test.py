@@ -76,6 +76,18 @@ class ModelTest(unittest.TestCase):
             self.assertEqual(len(parts), 3)
             numpy.testing.assert_array_equal(numpy.concatenate(parts), values)
 
+    def test_models_of_other_types(self):
+        ones = numpy.ones
+        for case, given, wanted in (
+                ("test_cast_DOUBLE_to_FLOAT16", [ones((3, 4), numpy.float64)], numpy.float16),
+                ("test_add_uint8", [ones((3, 4, 5), numpy.uint8)] * 2, numpy.uint8),
+                ("test_argmax_no_keepdims_random", [ones((2, 3, 4), numpy.float32)], numpy.int64),
+                ("test_and2d", [ones((3, 4), bool)] * 2, bool)):
+            with self.subTest(case), orva.Session(model(case)) as session:
+                result = session.run(*given)
+                self.assertEqual((result.dtype, session.outputs[0].dtype), (wanted, wanted))
+                self.assertEqual(result.flat[0], {"add": 2, "argmax": 0}.get(case.split("_")[1], 1))
+
     def test_bytes_for_floats(self):
         values = numpy.arange(60, dtype=numpy.uint8).reshape(3, 4, 5)
         with orva.Session(model("test_relu"), config={"scale": 0.5, "bias": -10}) as session:
