@@ -5,6 +5,9 @@
 // Looking after the service: what processes that are gone have left, and its state for people.
 
 #include <optional>
+#include <set>
+#include <string>
+#include <vector>
 
 #include <orva/AIServiceConnectManager.h>
 

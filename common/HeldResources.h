@@ -18,8 +18,8 @@ struct HeldResources {
 
 inline HeldResources heldResources;
 
-// Why regions of clients were not mapped, since the process began: the log has the same line for
-// all of it. From any thread.
+// Why regions of clients were not mapped, since the process began. The log has one line for all
+// of these. From any thread.
 struct RefusedRegions {
     std::atomic<uint64_t> noMemory{0};      // no handle, no descriptor, or one of something else
     std::atomic<uint64_t> tooShort{0};      // than what was to be mapped

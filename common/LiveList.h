@@ -4,7 +4,7 @@
  */
 #pragma once
 
-#include <cstddef>
+#include <iterator>
 #include <list>
 #include <utility>
 

@@ -7,6 +7,7 @@
 #include <unistd.h>
 
 #include <cstdint>
+#include <utility>
 
 #include "common/Clock.h"
 #include "common/HeldResources.h"

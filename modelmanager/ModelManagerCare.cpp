@@ -6,6 +6,8 @@
 
 #include <optional>
 #include <set>
+#include <string>
+#include <vector>
 
 #include <orva/AIServiceConnectManager.h>
 
