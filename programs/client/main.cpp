@@ -63,6 +63,7 @@ int runCommandLine(int argc, char** argv) {
     orva::client::addCheck(&app, &connection);
     orva::client::addCompile(&app, &connection);
     orva::client::addPerf(&app, &connection);
+    orva::client::addTop(&app, &connection);
     orva::client::addDebug(&app, &connection);
     orva::describe::addDescribe(&app, ORVA_VERSION);
 

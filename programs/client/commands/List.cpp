@@ -3,6 +3,7 @@
  * SPDX-License-Identifier: Apache-2.0
  */
 #include <cstdio>
+#include <map>
 #include <memory>
 
 #include <orva_platform/Runtime.h>
@@ -10,6 +11,9 @@
 #include <nlohmann/json.hpp>
 
 #include "client/commands/Commands.h"
+#include "client/lib/StateDump.h"
+#include "client/report/HostState.h"
+#include "client/report/Latency.h"
 
 namespace orva::client {
 
@@ -18,7 +22,54 @@ namespace {
 // The one transport that this runtime has.
 constexpr char kTransport[] = "socket";
 
-void list(const Connection& connection, bool asJson) {
+// Who serves, and for whom.
+class Server {
+public:
+    explicit Server(const orva_platform::ServiceEntry& entry)
+            : facts_(processFacts(entry.pid).value_or(ProcessFacts{"gone", 0, 0})) {
+        std::string dump;
+        if (entry.interface == AIService::descriptor) {
+            dump = stateOf(*findService<AIService>(entry.instance), {"--json"});
+        } else if (entry.interface == ModelManagerService::descriptor) {
+            dump = stateOf(*findService<ModelManagerService>(entry.instance), {"--json"});
+        } else {
+            return;  // An older version of one of them: the same object.
+        }
+        for (const SessionState& session : serviceStateOf(dump).sessions) {
+            ++clients_[session.pid()];
+        }
+    }
+
+    void print() const {
+        printf("  served by %s, %u threads, %s\n", facts_.program.c_str(), facts_.threads,
+               sizeText(facts_.residentBytes).c_str());
+        for (const auto& [pid, sessions] : clients_) {
+            printf("  client %d %s, %zu session%s\n", pid, programOf(pid).c_str(), sessions,
+                   sessions == 1 ? "" : "s");
+        }
+    }
+
+    void addTo(nlohmann::json* service) const {
+        (*service)["program"] = facts_.program;
+        (*service)["threads"] = facts_.threads;
+        (*service)["resident_bytes"] = facts_.residentBytes;
+        nlohmann::json& list = (*service)["clients"] = nlohmann::json::array();
+        for (const auto& [pid, sessions] : clients_) {
+            list.push_back({{"pid", pid}, {"program", programOf(pid)}, {"sessions", sessions}});
+        }
+    }
+
+private:
+    static std::string programOf(pid_t pid) {
+        const auto facts = processFacts(pid);
+        return facts ? facts->program : "gone";
+    }
+
+    const ProcessFacts facts_;
+    std::map<pid_t, size_t> clients_;  // with how many sessions
+};
+
+void list(const Connection& connection, bool isLong, bool asJson) {
     limitTime(connection, kAnswersSoon);
     std::vector<orva_platform::ServiceEntry> services;
     if (serviceFolderExists()) {
@@ -31,6 +82,9 @@ void list(const Connection& connection, bool asJson) {
                              {"instance", service.instance},
                              {"transport", kTransport},
                              {"pid", service.pid}});
+            if (isLong) {
+                Server(service).addTo(&array.back());
+            }
         }
         puts(array.dump(2).c_str());
         return;
@@ -48,6 +102,9 @@ void list(const Connection& connection, bool asJson) {
     for (const auto& service : services) {
         const std::string name = service.interface + "/" + service.instance;
         printf("%-*s  %-9s  %d\n", static_cast<int>(width), name.c_str(), kTransport, service.pid);
+        if (isLong) {
+            Server(service).print();
+        }
     }
 }
 
@@ -55,10 +112,13 @@ void list(const Connection& connection, bool asJson) {
 
 void addList(CLI::App* app, const Connection* connection) {
     CLI::App* command = addCommand(app, "list", "List what is served: name, transport, pid",
-                                   {"list", "list --json"});
-    const auto asJson = std::make_shared<bool>(false);
+                                   {"list", "list --long", "list --json"});
+    const auto asJson = std::make_shared<bool>(false), isLong = std::make_shared<bool>(false);
+    command->add_flag("-l,--long", *isLong,
+                      "Also who serves it, with how many threads and how much memory, and its "
+                      "clients and their sessions");
     command->add_flag("--json", *asJson, "Print a JSON array");
-    command->callback([connection, asJson] { list(*connection, *asJson); });
+    command->callback([connection, isLong, asJson] { list(*connection, *isLong, *asJson); });
 }
 
 }  // namespace orva::client

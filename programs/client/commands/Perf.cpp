@@ -2,8 +2,6 @@
  * Copyright (C) 2026 The orva project
  * SPDX-License-Identifier: Apache-2.0
  */
-#include <atomic>
-#include <csignal>
 #include <cstdio>
 #include <memory>
 #include <stdexcept>
@@ -16,6 +14,7 @@
 #include "client/commands/Requests.h"
 #include "client/commands/RunTensors.h"
 #include "client/io/File.h"
+#include "client/io/Interrupt.h"
 #include "client/io/Output.h"
 #include "client/perf/PerfReport.h"
 #include "client/perf/ServiceTimes.h"
@@ -36,17 +35,6 @@ struct Options {
     std::string report;
     bool json = false;
 };
-
-// The first Ctrl-C ends the measuring, a second one the program.
-std::atomic<bool> interrupted{false};
-static_assert(std::atomic<bool>::is_always_lock_free);
-
-void endAtInterrupt() {
-    struct sigaction action = {};
-    action.sa_handler = [](int) { interrupted = true; };
-    action.sa_flags = static_cast<int>(SA_RESETHAND) | SA_RESTART;
-    sigaction(SIGINT, &action, nullptr);
-}
 
 std::chrono::nanoseconds secondsOf(double count) {
     return std::chrono::duration_cast<std::chrono::nanoseconds>(
@@ -88,7 +76,7 @@ struct Bench {
         for (const auto& worker : workers) {
             requests.emplace_back([&worker = *worker] { return worker.request(); });
         }
-        subject.report = runLoad(subject.plan, requests, eachSecond, interrupted);
+        subject.report = runLoad(subject.plan, requests, eachSecond, interrupted());
     }
 };
 
@@ -99,7 +87,7 @@ Bench open(const Connection& connection, const Options& options, const std::stri
     const LoadPlan plan = {options.rate, secondsOf(options.duration), secondsOf(options.warmup)};
     Bench bench = {{model.empty() ? "node " + options.node : model, options.concurrency, plan, {}},
                    {}};
-    for (size_t i = 0; i < options.concurrency && !interrupted; ++i) {
+    for (size_t i = 0; i < options.concurrency && !interrupted(); ++i) {
         bench.workers.push_back(
                 std::make_unique<Worker>(connection, options, sources, (*clientId)++));
     }
@@ -134,7 +122,7 @@ void perf(const Connection& connection, const Options& options) {
         inputs.insert(inputs.end(), options.models.begin(), options.models.end());
         requireOutputFile(options.report, inputs);
     }
-    endAtInterrupt();
+    takeInterrupt();
     std::vector<Bench> benches;
     int32_t clientId = 1;
     for (const std::string& model :

@@ -1,0 +1,47 @@
+/*
+ * Copyright (C) 2026 The orva project
+ * SPDX-License-Identifier: Apache-2.0
+ */
+#include "client/io/Interrupt.h"
+
+#include <csignal>
+
+#include <poll.h>
+#include <pthread.h>
+
+namespace orva::client {
+
+namespace {
+
+std::atomic<bool> happened{false};
+static_assert(std::atomic<bool>::is_always_lock_free);
+
+}  // namespace
+
+void takeInterrupt() {
+    struct sigaction action = {};
+    action.sa_handler = [](int) { happened = true; };
+    action.sa_flags = static_cast<int>(SA_RESETHAND) | SA_RESTART;
+    sigaction(SIGINT, &action, nullptr);
+}
+
+const std::atomic<bool>& interrupted() {
+    return happened;
+}
+
+bool sleepUnlessInterrupted(std::chrono::milliseconds time) {
+    // Taken only while it waits, so that none comes between the look and the wait.
+    sigset_t blocked, before;
+    sigemptyset(&blocked);
+    sigaddset(&blocked, SIGINT);
+    pthread_sigmask(SIG_BLOCK, &blocked, &before);
+    if (!happened) {
+        const timespec limit = {static_cast<time_t>(time.count() / 1000),
+                                static_cast<long>(time.count() % 1000 * 1'000'000)};
+        ppoll(nullptr, 0, &limit, &before);
+    }
+    pthread_sigmask(SIG_SETMASK, &before, nullptr);
+    return !happened;
+}
+
+}  // namespace orva::client

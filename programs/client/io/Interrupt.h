@@ -1,0 +1,19 @@
+/*
+ * Copyright (C) 2026 The orva project
+ * SPDX-License-Identifier: Apache-2.0
+ */
+#pragma once
+
+#include <atomic>
+#include <chrono>
+
+namespace orva::client {
+
+// Has the first Ctrl-C set interrupted() and the second one end the program.
+void takeInterrupt();
+const std::atomic<bool>& interrupted();
+
+// False at once when Ctrl-C comes.
+bool sleepUnlessInterrupted(std::chrono::milliseconds time);
+
+}  // namespace orva::client

@@ -1,0 +1,145 @@
+/*
+ * Copyright (C) 2026 The orva project
+ * SPDX-License-Identifier: Apache-2.0
+ */
+#include "client/report/HostState.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <cstdlib>
+#include <fstream>
+#include <sstream>
+#include <stdexcept>
+
+#include <nlohmann/json.hpp>
+#include <unistd.h>
+
+#include "client/report/Latency.h"
+
+namespace orva::client {
+
+namespace {
+
+using nlohmann::json;
+
+uint64_t numberAt(const json& object, const char* name) {
+    const auto found = object.find(name);
+    return found != object.end() && found->is_number() ? found->get<uint64_t>() : 0;
+}
+
+uint64_t numberAt(const json& object, const char* group, const char* name) {
+    const auto found = object.find(group);
+    return found != object.end() && found->is_object() ? numberAt(*found, name) : 0;
+}
+
+// Of those done before; none when the session, or the host, is another one.
+double rateOf(uint64_t before, uint64_t now, double seconds) {
+    return now >= before && seconds > 0 ? static_cast<double>(now - before) / seconds : 0;
+}
+
+template <typename State, typename Same>
+const State* find(const std::vector<State>& states, const Same& same) {
+    const auto found = std::find_if(states.begin(), states.end(), same);
+    return found == states.end() ? nullptr : &*found;
+}
+
+std::string programOf(pid_t pid) {
+    const auto facts = processFacts(pid);
+    return facts ? facts->program : "gone";
+}
+
+}  // namespace
+
+pid_t SessionState::pid() const {
+    return static_cast<pid_t>(std::strtol(id.c_str(), nullptr, 10));
+}
+
+ServiceState serviceStateOf(const std::string& dump) {
+    const json state = json::parse(dump, nullptr, false);
+    if (!state.is_object()) {
+        throw std::runtime_error("the service shows no state");
+    }
+    ServiceState result;
+    result.name = state.value("service", "");
+    result.pid = static_cast<pid_t>(numberAt(state, "pid"));
+    result.age = state.value("age_s", 0.0);
+    result.inFlight = numberAt(state, "requests", "in_flight");
+    result.done = numberAt(state, "requests", "done");
+    result.mappedBytes = numberAt(state, "held", "mapped_bytes");
+    for (const json& count : state.value("refusals", json::object())) {
+        result.refusals += count.is_number() ? count.get<uint64_t>() : 0;
+    }
+    for (const json& session : state.value("sessions", json::array())) {
+        result.sessions.push_back({session.value("id", ""), session.value("type", ""),
+                                   numberAt(session, "in_flight"), numberAt(session, "done")});
+    }
+    return result;
+}
+
+std::optional<ProcessFacts> processFacts(pid_t pid) {
+    const std::string folder = "/proc/" + std::to_string(pid);
+    ProcessFacts facts;
+    if (pid <= 0 || !std::getline(std::ifstream(folder + "/comm"), facts.program)) {
+        return std::nullopt;
+    }
+    // It is the process's to choose, and must not lead a terminal.
+    std::replace_if(
+            facts.program.begin(), facts.program.end(),
+            [](unsigned char c) { return c < 0x20 || c >= 0x7f; }, '?');
+    std::ifstream status(folder + "/status");
+    for (std::string line; std::getline(status, line);) {
+        if (line.rfind("Threads:", 0) == 0) {
+            facts.threads = static_cast<unsigned>(std::strtoul(line.c_str() + 8, nullptr, 10));
+        } else if (line.rfind("VmRSS:", 0) == 0) {
+            facts.residentBytes = std::strtoull(line.c_str() + 6, nullptr, 10) * 1024;
+        }
+    }
+    return facts;
+}
+
+std::string watchText(const std::vector<ServiceState>& before,
+                      const std::vector<ServiceState>& now, double seconds, size_t width) {
+    std::string text;
+    const auto line = [&](const char* format, auto... values) {
+        char whole[256];
+        const int size = snprintf(whole, sizeof whole, format, values...);
+        text.append(whole, std::min({static_cast<size_t>(std::max(size, 0)), sizeof whole - 1, width}));
+        text += '\n';
+    };
+    if (!now.empty()) {
+        const auto facts = processFacts(now[0].pid).value_or(ProcessFacts{"gone", 0, 0});
+        line("%s %d", facts.program.c_str(), now[0].pid);
+        line("up %.0f s, %u threads, %s", now[0].age, facts.threads,
+             sizeText(facts.residentBytes).c_str());
+        line("tensors mapped: %s", sizeText(now[0].mappedBytes).c_str());
+    }
+    for (const ServiceState& service : now) {
+        const ServiceState* const then = find(before, [&](const ServiceState& other) {
+            return other.name == service.name && other.pid == service.pid;
+        });
+        line("%s", "");
+        line("%s", service.name.c_str());
+        line("%10.1f requests/s, %llu at work",
+             then != nullptr ? rateOf(then->done, service.done, seconds) : 0,
+             static_cast<unsigned long long>(service.inFlight));
+        line("%10llu done, %llu refused", static_cast<unsigned long long>(service.done),
+             static_cast<unsigned long long>(service.refusals));
+        if (service.sessions.empty()) {
+            continue;
+        }
+        line("%-11s %9s %5s %s", "SESSION", "REQUEST/S", "WORK", "PROGRAM, TYPE");
+        for (const SessionState& session : service.sessions) {
+            const SessionState* const earlier =
+                    then == nullptr ? nullptr : find(then->sessions, [&](const auto& other) {
+                        return other.id == session.id;
+                    });
+            line("%-11s %9.1f %5llu %s, %s", session.id.c_str(),
+                 earlier != nullptr ? rateOf(earlier->done, session.done, seconds) : 0,
+                 static_cast<unsigned long long>(session.inFlight),
+                 programOf(session.pid()).c_str(), session.type.c_str());
+        }
+    }
+    return text;
+}
+
+}  // namespace orva::client

@@ -1,0 +1,56 @@
+/*
+ * Copyright (C) 2026 The orva project
+ * SPDX-License-Identifier: Apache-2.0
+ */
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include <nlohmann/json_fwd.hpp>
+#include <sys/types.h>
+
+namespace orva::client {
+
+// What a service says of one session.
+struct SessionState {
+    std::string id;  // "4711:1": the client's process, and its number for the session
+    std::string type;
+    uint64_t inFlight = 0;
+    uint64_t done = 0;
+
+    // 0 when the id does not begin with one.
+    pid_t pid() const;
+};
+
+// What it says of itself.
+struct ServiceState {
+    std::string name;  // "IAIService"
+    pid_t pid = 0;
+    double age = 0;  // Unit: seconds.
+    uint64_t inFlight = 0;
+    uint64_t done = 0;      // also by sessions that are gone
+    uint64_t refusals = 0;  // for whatever reason
+    uint64_t mappedBytes = 0;
+    std::vector<SessionState> sessions;
+};
+
+// Of a service's own dump; what it does not say is zero. Throws std::runtime_error when it is none.
+ServiceState serviceStateOf(const std::string& dump);
+
+// What the kernel says of a process; empty when there is none such.
+struct ProcessFacts {
+    std::string program;
+    unsigned threads = 0;
+    uint64_t residentBytes = 0;
+};
+std::optional<ProcessFacts> processFacts(pid_t pid);
+
+// What a person watches: rates since `before`, `seconds` ago, of the services that are in both. No
+// line is longer than `width`.
+std::string watchText(const std::vector<ServiceState>& before,
+                      const std::vector<ServiceState>& now, double seconds, size_t width);
+
+}  // namespace orva::client

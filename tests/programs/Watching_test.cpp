@@ -1,0 +1,66 @@
+/*
+ * Copyright (C) 2026 The orva project
+ * SPDX-License-Identifier: Apache-2.0
+ */
+// `orva top` and `orva list --long`: what is seen of a host from outside.
+
+#include <csignal>
+
+#include <nlohmann/json.hpp>
+
+#include "programs/CommandLineTest.h"
+
+namespace orva::test {
+
+namespace {
+
+using nlohmann::json;
+
+TEST_F(CommandLine, ShowsWhoServesWhom) {
+    startHost();
+    const auto client = newClient();
+    EXPECT_EQ(client->ask("session 1"), "000");
+    EXPECT_EQ(client->ask("session 2"), "000");
+    const json services = json::parse(orva({"list", "--long", "--json"}).output);
+    ASSERT_EQ(services.size(), 4U);
+    for (const json& service : services) {
+        EXPECT_EQ(service["program"], "orva-host");
+        EXPECT_GT(service["threads"], 1);
+        const bool isOurs = service["interface"] == client::AIService::descriptor;
+        ASSERT_EQ(service["clients"].size(), isOurs ? 1U : 0U) << service;
+        if (isOurs) {
+            EXPECT_EQ(service["clients"][0]["pid"], client->pid());
+            EXPECT_EQ(service["clients"][0]["program"], "system_client");
+            EXPECT_EQ(service["clients"][0]["sessions"], 2);
+        }
+    }
+    EXPECT_NE(orva({"list", "--long"}).output.find("system_client, 2 sessions"), std::string::npos);
+    EXPECT_EQ(client->finish(), 0);
+}
+
+TEST_F(CommandLine, WatchesAHost) {
+    expectRefused(orva({"top"}), 1, "start orva-host");
+    startHost();
+    const auto client = newClient();
+    EXPECT_EQ(client->ask("session 1"), "000");
+    ChildProcess top({ORVA_CLIENT, "top", "--interval", "0.05", "--socket-dir", folder()});
+    const std::string id = std::to_string(client->pid()) + ":1";
+    // Into a pipe goes plain text, again and again.
+    ASSERT_TRUE(top.output().await(id, 2));
+    EXPECT_EQ(top.output().text().find('\033'), std::string::npos);
+    EXPECT_EQ(client->ask("rounds 1"), "0");
+    ASSERT_TRUE(top.output().await("1 done, 0 refused"));
+    top.signal(SIGINT);
+    EXPECT_EQ(top.await(), 0);
+    EXPECT_EQ(orva({"top", "--count", "1", "--interval", "0.05"}).code, 0);
+    EXPECT_EQ(client->finish(), 0);
+
+    ChildProcess orphan({ORVA_CLIENT, "top", "--interval", "0.05", "--socket-dir", folder()});
+    ASSERT_TRUE(orphan.output().await("IAIService"));
+    killHost();
+    EXPECT_EQ(orphan.await(), 1);
+}
+
+}  // namespace
+
+}  // namespace orva::test
