@@ -8,7 +8,6 @@
 #include <cstdio>
 #include <cstring>
 #include <filesystem>
-#include <random>
 #include <stdexcept>
 
 #include <CLI/CLI.hpp>
@@ -16,6 +15,7 @@
 
 #include "client/io/File.h"
 #include "client/io/PictureFile.h"
+#include "client/model/MadeUp.h"
 #include "client/model/ModelFile.h"
 #include "client/report/Progress.h"
 
@@ -124,21 +124,10 @@ void RunTensors::addImage(const std::string& path, TensorShape shape) {
     std::memcpy(inputs_.back().data(), bytes.data(), bytes.size());
 }
 
-// Floats from 0 to 1, and bytes of any value.
 void RunTensors::addMadeUp(const TensorShape& shape, MadeUp how) {
     inputs_.emplace_back(shape.attributes(), shape.bytes(), tensorType_);
-    if (how == MadeUp::kZero) {
-        return;
-    }
-    std::minstd_rand random;  // NOLINT(cert-msc51-cpp): the same numbers each time
-    uint8_t* const data = inputs_.back().data();
-    for (size_t i = 0; i < shape.elements(); ++i) {
-        if (shape.type == ElementType::kFloat32) {
-            const auto value = static_cast<float>(random()) / static_cast<float>(random.max());
-            std::memcpy(data + i * sizeof value, &value, sizeof value);
-        } else {
-            data[i] = static_cast<uint8_t>(random() >> 8);
-        }
+    if (how == MadeUp::kRandom) {
+        makeUp(shape, inputs_.back().data());
     }
 }
 

@@ -7,9 +7,9 @@
 #include <memory>
 #include <stdexcept>
 
-#include <CLI/CLI.hpp>
 #include <sys/ioctl.h>
 #include <unistd.h>
+#include <CLI/CLI.hpp>
 
 #include "client/commands/Commands.h"
 #include "client/io/Interrupt.h"

@@ -11,8 +11,8 @@
 #include <sstream>
 #include <stdexcept>
 
-#include <nlohmann/json.hpp>
 #include <unistd.h>
+#include <nlohmann/json.hpp>
 
 #include "client/report/Latency.h"
 
@@ -97,13 +97,14 @@ std::optional<ProcessFacts> processFacts(pid_t pid) {
     return facts;
 }
 
-std::string watchText(const std::vector<ServiceState>& before,
-                      const std::vector<ServiceState>& now, double seconds, size_t width) {
+std::string watchText(const std::vector<ServiceState>& before, const std::vector<ServiceState>& now,
+                      double seconds, size_t width) {
     std::string text;
     const auto line = [&](const char* format, auto... values) {
         char whole[256];
         const int size = snprintf(whole, sizeof whole, format, values...);
-        text.append(whole, std::min({static_cast<size_t>(std::max(size, 0)), sizeof whole - 1, width}));
+        text.append(whole,
+                    std::min({static_cast<size_t>(std::max(size, 0)), sizeof whole - 1, width}));
         text += '\n';
     };
     if (!now.empty()) {

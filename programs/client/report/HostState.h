@@ -9,8 +9,8 @@
 #include <string>
 #include <vector>
 
-#include <nlohmann/json_fwd.hpp>
 #include <sys/types.h>
+#include <nlohmann/json_fwd.hpp>
 
 namespace orva::client {
 
@@ -50,7 +50,7 @@ std::optional<ProcessFacts> processFacts(pid_t pid);
 
 // What a person watches: rates since `before`, `seconds` ago, of the services that are in both. No
 // line is longer than `width`.
-std::string watchText(const std::vector<ServiceState>& before,
-                      const std::vector<ServiceState>& now, double seconds, size_t width);
+std::string watchText(const std::vector<ServiceState>& before, const std::vector<ServiceState>& now,
+                      double seconds, size_t width);
 
 }  // namespace orva::client
