@@ -61,6 +61,7 @@ void Connection::ready() {
     // One message at a time, so that no peer keeps the thread from the others.
     std::unique_ptr<ReceivedMessage> message;
     const Io io = ReceivedMessage::receive(mSocket, Wait::kNo, &message);
+    mWasHeard = mWasHeard || io == Io::kDone;
     // What travels here fits into a packet.
     const bool nothing = io == Io::kEmpty && message == nullptr;
     if (nothing || (io == Io::kDone && mPeer->handle(*message))) {

@@ -4,6 +4,7 @@
  */
 #pragma once
 
+#include <atomic>
 #include <memory>
 
 #include <android-base/unique_fd.h>
@@ -34,6 +35,9 @@ public:
     // Whether the other end was there a moment ago, whatever the pool has noticed yet.
     bool connected() const;
 
+    // Whether anything came on it. A client may close one that it only asked on, unread.
+    bool wasHeard() const { return mWasHeard; }
+
     // Sends the number of what is served there, and waits for it.
     bool welcome(uint64_t number);
     Io awaitWelcome(const Deadline& deadline, uint64_t* number);
@@ -41,6 +45,7 @@ public:
 private:
     const base::unique_fd mSocket;
     const std::shared_ptr<Peer> mPeer;
+    std::atomic<bool> mWasHeard{false};
 };
 
 // The end of a peer's process, where the kernel has a descriptor that tells of it.

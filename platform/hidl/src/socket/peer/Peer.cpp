@@ -63,7 +63,12 @@ bool Peer::alive() const {
 
 std::shared_ptr<Connection> Peer::connection() const {
     Mutex::Autolock lock(mLock);
-    return mToPeer != nullptr || mFromPeer.empty() ? mToPeer : mFromPeer.front();
+    if (mToPeer != nullptr) {
+        return mToPeer;
+    }
+    const auto heard = std::find_if(mFromPeer.begin(), mFromPeer.end(),
+                                    [](const auto& each) { return each->wasHeard(); });
+    return heard == mFromPeer.end() ? nullptr : *heard;
 }
 
 bool Peer::connected() const {
@@ -71,7 +76,7 @@ bool Peer::connected() const {
         return connection->connected();
     }
     Mutex::Autolock lock(mLock);
-    return !mAsking.empty();
+    return !mAsking.empty() || !mFromPeer.empty();
 }
 
 void Peer::atBound(const char* ofWhat, size_t bound) {
