@@ -61,7 +61,8 @@ std::string bashChoices(const std::string& where, const std::vector<OptionText>&
     for (const OptionText& option : options) {
         for (const std::string& name : option.names) {
             if (!option.choices.empty()) {
-                text += "    " + where + ":" + name + ") offer=\"" + choices(option) + "\" ;;\n";
+                text.append("    ").append(where).append(":").append(name);
+                text.append(") offer=\"").append(choices(option)).append("\" ;;\n");
             }
         }
     }
