@@ -11,6 +11,7 @@
 #include <onnxruntime_session_options_config_keys.h>
 
 #include "onnx/ElementType.h"
+#include "onnx/EngineGuard.h"
 #include "onnx/OnnxModel.h"
 
 namespace orva::reference {
@@ -140,7 +141,11 @@ Engine::Engine(ByteRange file, const EngineOptions& options, Cancellation& cance
         Ort::SessionOptions made = OptionsFor(model, options, threads_.count() + 1);
         const Cancellation::Listener listener(cancellation,
                                               [&made] { made.SetLoadCancellationFlag(true); });
-        session_ = Ort::Session(Environment::Get().env, file.data, file.size, made);
+        if (!GuardEngine([&] {
+                session_ = Ort::Session(Environment::Get().env, file.data, file.size, made);
+            })) {
+            Refuse("the engine found itself at fault over this model");
+        }
     } catch (const std::exception& error) {
         constexpr int64_t kOldest = 7;
         const bool isOld = model.operatorSet != 0 && model.operatorSet < kOldest;
@@ -150,6 +155,12 @@ Engine::Engine(ByteRange file, const EngineOptions& options, Cancellation& cance
                      : error.what());
     }
     Describe();
+}
+
+Engine::~Engine() {
+    if (broken_) {
+        static_cast<void>(session_.release());
+    }
 }
 
 void Engine::Describe() {

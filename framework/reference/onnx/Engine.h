@@ -46,6 +46,9 @@ public:
     // to `memory` from here on, and so does the file, of which the engine keeps a copy.
     Engine(ByteRange file, const EngineOptions& options, Cancellation& cancellation,
            std::shared_ptr<EngineMemory> memory = DefaultMemory());
+    ~Engine();
+    Engine(const Engine&) = delete;
+    Engine& operator=(const Engine&) = delete;
 
     // Memory for the models of one session of the process whose call this thread serves: less than
     // 2 GiB.
@@ -96,6 +99,8 @@ private:
     std::vector<const char*> outputNames_;
     // Set once the model was seen to make other dimensions than it says.
     mutable std::atomic<bool> unreliable_{false};
+    // Set once GuardEngine had to step in.
+    mutable std::atomic<bool> broken_{false};
 };
 
 // What the engine makes of a model before it knows the processor: an ONNX file, which loads faster,

@@ -9,6 +9,7 @@
 
 #include "onnx/ElementType.h"
 #include "onnx/Engine.h"
+#include "onnx/EngineGuard.h"
 
 namespace orva::reference {
 
@@ -119,9 +120,18 @@ std::vector<Dims> Engine::Run(const std::vector<BufferView>& inputs,
     const auto run = [&](bool inPlace) {
         out = OutputValues(outputs, shapes, inPlace);
         // The engine's wrapper takes it for one that it may change.
-        const_cast<Ort::Session&>(session_).Run(options, inputNames_.data(), in.data(), in.size(),
-                                                outputNames_.data(), out.data(), out.size());
+        auto& session = const_cast<Ort::Session&>(session_);
+        if (!GuardEngine([&] {
+                session.Run(options, inputNames_.data(), in.data(), in.size(), outputNames_.data(),
+                            out.data(), out.size());
+            })) {
+            broken_ = true;
+            throw std::runtime_error("the engine found itself at fault over this request");
+        }
     };
+    if (broken_) {
+        throw std::runtime_error("the engine has failed at this model before");
+    }
     if (unreliable_) {
         run(false);
     } else {

@@ -1,0 +1,253 @@
+/*
+ * Copyright (C) 2026 The orva project
+ * SPDX-License-Identifier: Apache-2.0
+ */
+#include "onnx/Engine.h"
+
+#include <sys/resource.h>
+
+#include <cstring>
+#include <thread>
+
+#include <gtest/gtest.h>
+#include <orva/reference/NodeStatus.h>
+
+#include "OnnxCase.h"
+#include "OnnxWriter.h"
+#include "Support.h"
+#include "onnx/OnnxRunner.h"
+
+namespace orva::reference {
+namespace {
+
+using namespace test::onnx;
+using test::Floats;
+using test::TestTensor;
+using Parameters = std::map<std::string, std::string>;
+
+std::shared_ptr<TestTensor> Int64s(const std::vector<int64_t>& values) {
+    std::vector<uint8_t> bytes(values.size() * sizeof(int64_t));
+    std::memcpy(bytes.data(), values.data(), bytes.size());
+    return std::make_shared<TestTensor>(AI_DATA_TYPE_INT64, std::move(bytes));
+}
+
+RunnerConfig ConfigOf(const Parameters& parameters) {
+    AIConfig config;
+    for (const auto& [name, value] : parameters) {
+        config.SetPara(name, value);
+    }
+    RunnerConfig read;
+    EXPECT_TRUE(read.Read(config));
+    return read;
+}
+
+// Runs a request that a runner takes, and answers what it says of the outputs' dimensions.
+Parameters RunOn(const OnnxRunner& runner, const test::Tensors& inputs,
+                 const test::Tensors& outputs, const Parameters& parameters = {}) {
+    Cancellation cancellation;
+    Request request{{}, inputs, outputs, 0};
+    for (const auto& [name, value] : parameters) {
+        request.context.SetPara(name, value);
+    }
+    if (runner.Check(request) != kNodeOk) {
+        return {{"refused", ""}};
+    }
+    EXPECT_EQ(kNodeOk, runner.Run(request, cancellation));
+    return request.context.paras();
+}
+
+// What is said of the shape of an input of six floats, and what it then is.
+TEST(RequestShapes, SettleWhatIsOpenOrNameIt) {
+    const struct {
+        const char* what;
+        Dims dims;  // -2 is open by the name N
+        Parameters said;
+        std::array<int, 4> record;
+        const char* outcome;
+    } cases[] = {
+            {"nothing open", {2, 3}, {}, {1, 1, 1, 1}, "2x3"},
+            {"one open, by the elements", {-1, 3}, {}, {1, 1, 1, 1}, "2x3"},
+            {"one open that does not divide them",
+             {-2, 4},
+             {},
+             {1, 1, 1, 1},
+             "dimension 0 ('N') of x"},
+            {"two open, nothing said", {-1, -2}, {}, {1, 1, 1, 1}, "dimension 0 of x"},
+            {"by name", {-1, -2}, {{"dimension:N", "3"}}, {1, 1, 1, 1}, "2x3"},
+            {"by shape", {-1, -1}, {{"shape:x", "3x2"}}, {1, 1, 1, 1}, "3x2"},
+            {"another's shape", {-1, -1}, {{"shape:y", "3x2"}}, {1, 1, 1, 1}, "dimension 0 of x"},
+            {"a shape of another rank", {-1, -1}, {{"shape:x", "6"}}, {1, 1, 1, 1}, "the shape 6"},
+            {"a shape of other elements", {-1, -1}, {{"shape:x", "3x3"}}, {1, 1, 1, 1}, "24 bytes"},
+            {"a shape of another dimension",
+             {2, -1},
+             {{"shape:x", "3x2"}},
+             {1, 1, 1, 1},
+             "the shape"},
+            {"no shape", {-1, -1}, {{"shape:x", "3x"}}, {1, 1, 1, 1}, "is no shape"},
+            {"a name twice, which fits",
+             {-2, -2, 6},
+             {{"dimension:N", "1"}},
+             {1, 1, 1, 1},
+             "1x1x6"},
+            {"a name twice, which does not",
+             {-2, -2},
+             {{"shape:x", "2x3"}},
+             {1, 1, 1, 1},
+             "elsewhere"},
+            {"by the record", {-1, -1}, {}, {2, 3, 1, 1}, "2x3"},
+            {"by a record that has more", {-1, -1}, {}, {1, 2, 3, 1}, "dimension 0 of x"},
+            {"by a record of other elements", {-1, -1}, {}, {2, 2, 1, 1}, "dimension 0 of x"},
+            {"channels first", {1, 3, -1, -1}, {}, {1, 3, 2, 1}, "1x3x2x1"},
+            {"channels last", {1, -1, -1, 3}, {}, {1, 3, 2, 1}, "1x2x1x3"},
+            {"channels anywhere", {1, -1, -1, -1}, {}, {1, 3, 2, 1}, "dimension 1 of x"},
+    };
+    for (const auto& each : cases) {
+        EngineTensor tensor = {"x", AI_DATA_TYPE_FLOAT32, {}, {}, true};
+        for (const int64_t dim : each.dims) {
+            tensor.dims.push_back(std::max<int64_t>(dim, -1));
+            tensor.dimNames.emplace_back(dim == -2 ? "N" : "");
+        }
+        std::vector<uint8_t> bytes(24);
+        std::string outcome;
+        try {
+            ShapeChoices choices;
+            choices.Add(each.said);
+            const BufferView buffer = {bytes.data(), 24, AI_DATA_TYPE_FLOAT32, each.record};
+            outcome = TextOf(SettleShapes({tensor}, {}, {buffer}, choices).inputs.at(0));
+        } catch (const std::runtime_error& error) {
+            outcome = error.what();
+        }
+        EXPECT_NE(std::string::npos, outcome.find(each.outcome)) << each.what << ": " << outcome;
+    }
+}
+
+TEST(Engine, TakesOpenDimensionsFromTheRequestBeforeTheSession) {
+    const std::string file =
+            Model(Input("x", {-2, -1}) + Output("y", {-2, -1}) + Node("Relu", {"x"}, {"y"}));
+    Cancellation cancellation;
+    const OnnxRunner runner(Range(file), ConfigOf({{"shape:x", "2x3"}}), cancellation);
+    const auto six = Floats({1, -2, 3, -4, 5, -6}), out = Floats(std::vector<float>(6));
+    EXPECT_EQ("2x3", RunOn(runner, {six}, {out})["shape:y"]);
+    EXPECT_EQ(Floats({1, 0, 3, 0, 5, 0})->bytes(), out->bytes());
+    EXPECT_EQ(2, out->GetNumber());
+    EXPECT_EQ(3, out->GetChannel());
+    EXPECT_EQ("1x6", RunOn(runner, {six}, {out}, {{"shape:x", "1x6"}})["shape:y"]);
+    const OnnxRunner fixed(Range(file), ConfigOf({{"dimension:N", "3"}}), cancellation);
+    EXPECT_EQ("3x2", RunOn(fixed, {six}, {out})["shape:y"]);
+    EXPECT_EQ(3, fixed.engine().inputs()[0].dims[0]) << "known to the engine from the start";
+}
+
+TEST(Engine, OutputsKnownOnlyAfterwardsFitOrAreRefused) {
+    // Where numbers are not 0; and one that does not make what the model says of it.
+    const std::string nonZero =
+            Model(Input("x", {4}) + Output("y", {1, -1}, kInt64) + Node("NonZero", {"x"}, {"y"}));
+    const std::string reshape = Model(Input("x", {6}) + Input("s", {2}, kInt64) +
+                                      Output("y", {2, 3}) + Node("Reshape", {"x", "s"}, {"y"}));
+    Cancellation cancellation;
+    const OnnxRunner where(Range(nonZero), {}, cancellation);
+    const auto places = Int64s({9, 9, 9});
+    EXPECT_EQ("1x2", RunOn(where, {Floats({0, 7, 0, 7})}, {places})["shape:y"]);
+    EXPECT_EQ(Int64s({1, 3, 9})->bytes(), places->bytes());
+    EXPECT_THROW(RunOn(where, {Floats({7, 7, 7, 7})}, {places}), std::runtime_error);
+    EXPECT_EQ(Int64s({1, 3, 9})->bytes(), places->bytes());
+
+    const OnnxRunner liar(Range(reshape), {}, cancellation);
+    const auto six = Floats({1, 2, 3, 4, 5, 6}), out = Floats(std::vector<float>(6));
+    for (int i = 0; i < 2; ++i) {
+        EXPECT_EQ("3x2", RunOn(liar, {six, Int64s({3, 2})}, {out})["shape:y"]);
+        EXPECT_EQ(six->bytes(), out->bytes());
+        EXPECT_EQ(0U, RunOn(liar, {six, Int64s({2, 3})}, {out}).count("shape:y"));
+    }
+}
+
+TEST(Engine, HoldsNoMoreMemoryThanItMayAndGivesAllOfItBack) {
+    // As many floats as an input says.
+    const std::string file =
+            Model(Input("x", {1}) + Input("s", {1}, kInt64) + Output("y", {1}) +
+                  Node("Expand", {"x", "s"}, {"large"}) + Node("ReduceSum", {"large"}, {"y"}));
+    const auto memory = std::make_shared<EngineMemory>(1 << 20, Client::Of(0));
+    {
+        Cancellation cancellation;
+        const OnnxRunner runner(Range(file), {}, cancellation, memory);
+        const auto sum = Floats({0});
+        RunOn(runner, {Floats({1}), Int64s({100'000})}, {sum});
+        EXPECT_EQ(Floats({100'000})->bytes(), sum->bytes());
+        EXPECT_GE(memory->most(), 400'000U);
+        for (const int64_t many : {int64_t{1'000'000}, int64_t{1} << 40}) {
+            EXPECT_THROW(RunOn(runner, {Floats({1}), Int64s({many})}, {sum}), std::exception);
+        }
+        EXPECT_LE(memory->most(), 1U << 20);
+    }
+    EXPECT_EQ(0U, memory->taken());
+}
+
+// Each constant is of four bytes in the file and of four mebibytes once it is computed.
+TEST(Engine, ComputesNoMoreAheadThanItMay) {
+    std::string nodes;
+    for (int i = 0; i < 1000; ++i) {
+        const std::string number = std::to_string(i);
+        nodes += Node("ConstantOfShape", {"s"}, {"c" + number});
+        nodes += Node("Add", {i == 0 ? "x" : "a" + std::to_string(i - 1), "c" + number},
+                      {"a" + number});
+    }
+    const std::string file = Model(Input("x", {1 << 20}) + Output("y", {1 << 20}) + nodes +
+                                   Node("Relu", {"a999"}, {"y"}) +
+                                   Initializer(Tensor("s", {1}, Raw<int64_t>({1 << 20}), kInt64)));
+    rusage before = {}, after = {};
+    getrusage(RUSAGE_SELF, &before);
+    Cancellation cancellation;
+    const Engine engine(Range(file), {}, cancellation);
+    getrusage(RUSAGE_SELF, &after);
+    EXPECT_LT(after.ru_maxrss - before.ru_maxrss, 1 << 20) << "KiB";
+}
+
+TEST(Engine, EndsWhatIsCancelled) {
+    // Doubles what it is given, again and again.
+    const std::string body = Text(2, "body") + Input("i", {}, kInt64) + Input("go", {}, 9) +
+                             Input("v", {1}) + Output("on", {}, 9) + Output("w", {1}) +
+                             Node("Identity", {"go"}, {"on"}) + Node("Add", {"v", "v"}, {"w"});
+    const std::string file =
+            Model(Input("x", {1}) + Input("n", {}, kInt64) + Output("y", {1}) +
+                  Node("Loop", {"n", "", "x"}, {"y"}, GraphAttribute("body", body)));
+    const auto memory = std::make_shared<EngineMemory>(1 << 20, Client::Of(0));
+    Cancellation cancellation;
+    const OnnxRunner runner(Range(file), {}, cancellation, memory);
+    const auto y = Floats({0});
+    RunOn(runner, {Floats({1}), Int64s({3})}, {y});
+    EXPECT_EQ(Floats({8})->bytes(), y->bytes());
+
+    const size_t idle = memory->taken();
+    std::thread client([&] {
+        EXPECT_TRUE(test::eventually([&] { return memory->taken() > idle; }));
+        cancellation.Cancel(CancelCause::kClientGone);
+    });
+    Request request{{}, {Floats({1}), Int64s({INT64_MAX})}, {y}, 0};
+    EXPECT_THROW(runner.Run(request, cancellation), std::exception);
+    client.join();
+    EXPECT_EQ(idle, memory->taken());
+    EXPECT_THROW(OnnxRunner(Range(file), {}, cancellation), std::exception) << "nor is it loaded";
+}
+
+TEST(Engine, SharesItsThreadsAmongAllAndRefusesNobody) {
+    const std::vector<uint8_t> file = test::CaseModel("test_relu");
+    Cancellation cancellation;
+    std::vector<std::unique_ptr<OnnxRunner>> runners;
+    for (int i = 0; i < 20; ++i) {
+        runners.push_back(std::make_unique<OnnxRunner>(ByteRange{file.data(), file.size()},
+                                                       ConfigOf({{"threads", "8"}}), cancellation));
+    }
+    EXPECT_EQ(0U, EngineThreads(1).count()) << "all are taken";
+    const auto in = Floats(std::vector<float>(60, -1)), out = Floats(std::vector<float>(60, 5));
+    RunOn(*runners.back(), {in}, {out});
+    EXPECT_EQ(Floats(std::vector<float>(60))->bytes(), out->bytes());
+    runners.clear();
+    EXPECT_EQ(1U, EngineThreads(1).count());
+    for (const char* number : {"0", "-1", "65", "x", "1x", "99999999999999999999"}) {
+        AIConfig config;
+        config.SetPara("threads", number);
+        EXPECT_FALSE(RunnerConfig().Read(config)) << number;
+    }
+}
+
+}  // namespace
+}  // namespace orva::reference
