@@ -11,6 +11,7 @@
 
 #include <fcntl.h>
 #include <pthread.h>
+#include <sched.h>
 #include <signal.h>
 #include <sys/mman.h>
 #include <unistd.h>
@@ -41,6 +42,7 @@ struct MapsLine {
     uintptr_t start = 0;
     uintptr_t end = 0;
     bool shared = false;
+    bool anonymous = false;
 };
 
 const char* parseHex(const char* text, uintptr_t* value) {
@@ -55,17 +57,30 @@ const char* parseHex(const char* text, uintptr_t* value) {
     }
 }
 
+// An empty range when it is no such line: the file is read in pieces, and is another one with each
+// mapping that other threads make or give up meanwhile.
 MapsLine parseLine(const char* text) {
     MapsLine line;
-    text = parseHex(text, &line.start);
-    text = parseHex(text + 1, &line.end);
-    line.shared = std::strlen(text) > 4 && text[4] == 's';
+    const char* const dash = parseHex(text, &line.start);
+    if (*dash != '-' || line.start % static_cast<uintptr_t>(getpagesize()) != 0) {
+        return {};
+    }
+    const char* const space = parseHex(dash + 1, &line.end);
+    if (*space != ' ' || std::strlen(space) < 6 || space[5] != ' ' ||
+        (space[4] != 's' && space[4] != 'p')) {
+        return {};
+    }
+    line.shared = space[4] == 's';
+    text = space;
+    for (int field = 0; field < 4 && text != nullptr; ++field) {
+        text = std::strchr(text + 1, ' ');
+    }
+    line.anonymous = text != nullptr && text[1] == '0';
     return line;
 }
 
-// The mapping around an address, if it is shared; an empty range otherwise. Whatever a process
-// shares has come from a peer, be it a memory file or another one.
-MapsLine findRegion(uintptr_t address) {
+// The mapping around an address; an empty range when it was not found.
+MapsLine findMapping(uintptr_t address) {
     char buffer[4096];
     size_t held = 0;
     off_t offset = 0;
@@ -82,7 +97,7 @@ MapsLine findRegion(uintptr_t address) {
         while (char* newline = std::strchr(start, '\n')) {
             *newline = '\0';
             const MapsLine line = parseLine(start);
-            if (line.shared && line.start <= address && address < line.end) {
+            if (line.start <= address && address < line.end) {
                 found = line;
             }
             start = newline + 1;
@@ -106,12 +121,11 @@ bool putZeros(uintptr_t start, uintptr_t end) {
 // What lies behind the touched page is gone as well, so one replacement serves the whole mapping.
 // Nothing says how large the pages of a region are: those of a huge-page region can only be
 // replaced as a whole, and are gone as a whole, too.
-bool replace(uintptr_t address) {
+bool replace(const MapsLine& region, uintptr_t address) {
     constexpr uintptr_t kLargestPage = uintptr_t{16} << 30;
-    const MapsLine region = findRegion(address);
     for (auto page = static_cast<uintptr_t>(getpagesize()); page <= kLargestPage; page *= 2) {
         const uintptr_t start = address & ~(page - 1);
-        if (region.end == 0 || start < region.start) {
+        if (start < region.start) {
             return false;
         }
         // A machine that promises no more memory than it has may give the touched page alone.
@@ -122,9 +136,23 @@ bool replace(uintptr_t address) {
     return false;
 }
 
+// Whatever a process shares has come from a peer, be it a memory file or another one. What is
+// anonymous never raises this signal: another thread has been here first.
+bool mend(uintptr_t address) {
+    constexpr int kTries = 100;
+    for (int i = 0; i < kTries; ++i) {
+        const MapsLine region = findMapping(address);
+        if (region.anonymous || (region.shared && replace(region, address))) {
+            return true;
+        }
+        sched_yield();
+    }
+    return false;
+}
+
 void onBusError(int, siginfo_t* info, void*) {
     const int error = errno;
-    if (info->si_code == BUS_ADRERR && replace(reinterpret_cast<uintptr_t>(info->si_addr))) {
+    if (info->si_code == BUS_ADRERR && mend(reinterpret_cast<uintptr_t>(info->si_addr))) {
         ++replaced;
         constexpr char kNote[] = "a peer shrank a region that it shares; zeros stand in for it\n";
         if (write(STDERR_FILENO, kNote, sizeof kNote - 1) < 0) {

@@ -13,7 +13,10 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <atomic>
 #include <cstdio>
+#include <thread>
+#include <vector>
 
 #include "support/Descriptors.h"
 
@@ -72,6 +75,31 @@ TEST(ShrunkenRegions, WhatIsGoneReadsAsZerosAndTheRestStays) {
         const Mapped region(ashmem_create_region("shrinking", length), length);
         ASSERT_TRUE(region.isMapped());
         expectZerosBehindTheMiddle(region, kPage, length);
+    }
+}
+
+// Each thread has regions of its own, whose mappings come and go; all touch one besides.
+TEST(ShrunkenRegions, OfManyThreadsAtATime) {
+    constexpr size_t kPage = 4096;
+    orva_platform::surviveShrunkenRegions();
+    for (int round = 0; round < 20; ++round) {
+        const Mapped common(ashmem_create_region("common", 4 * kPage), 4 * kPage);
+        common.shrink(0);
+        std::atomic<int> sum{0};
+        std::vector<std::thread> threads;
+        for (int i = 0; i < 8; ++i) {
+            threads.emplace_back([&] {
+                for (int j = 0; j < 20; ++j) {
+                    const Mapped own(ashmem_create_region("own", 4 * kPage), 4 * kPage);
+                    own.shrink(kPage);
+                    sum += own[2 * kPage] + common[kPage];
+                }
+            });
+        }
+        for (std::thread& thread : threads) {
+            thread.join();
+        }
+        ASSERT_EQ(sum, 0);
     }
 }
 
