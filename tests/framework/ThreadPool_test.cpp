@@ -63,6 +63,30 @@ TEST(ThreadPool, ThreadsAtWorkAreNotStoodInFor) {
     EXPECT_TRUE(ran);
 }
 
+// What one owner does keeps no other waiting: neither its slow tasks nor their number.
+TEST(ThreadPool, OwnersTakeTurnsAndSlowTasksAreStoodInFor) {
+    Holder slow[4];
+    std::atomic<int> ran{0};
+    std::atomic<bool> other{false};
+    const int one = 0, two = 0;
+    ThreadPool pool(2, 8);
+    for (Holder& holder : slow) {
+        ASSERT_TRUE(pool.PostFor(&one, std::ref(holder)));
+    }
+    for (int i = 0; i < 50; ++i) {
+        ASSERT_TRUE(pool.PostFor(&one, [&] { ++ran; }));
+    }
+    ASSERT_TRUE(Await(slow[1].started));
+    ASSERT_TRUE(pool.PostFor(&two, [&] { other = true; }));
+    EXPECT_TRUE(Await(other)) << "although two slow ones run and many wait";
+    EXPECT_FALSE(slow[2].started) << "its owner runs as many as the pool has threads for";
+    EXPECT_EQ(0, ran);
+    for (Holder& holder : slow) {
+        holder.release = true;
+    }
+    EXPECT_TRUE(test::eventually([&] { return ran == 50; }));
+}
+
 TEST(Strand, KeepsItsWordThroughAShutdown) {
     // Posts race the shutdown; what a post accepted runs, what it refused does not.
     for (int round = 0; round < 30; ++round) {

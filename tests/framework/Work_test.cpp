@@ -162,8 +162,15 @@ TEST(Work, RequestsBeyondAClientsThreadsAreRefused) {
         EXPECT_EQ(i < 2 ? kNodeOk : kNodeBusy, Process(*nodes[i], 2));
     }
     EXPECT_EQ(kNodeOk, Process(*nodes[0], 0)) << "no further thread is needed";
+    SetClientTensors(3);
+    AIContext context;
+    const test::Tensors two(2);
+    EXPECT_EQ(kNodeBusy, nodes[0]->Process(context, two, two, 0)) << "four tensors";
+    EXPECT_EQ(kNodeOk, nodes[0]->Process(context, two, {}, 0));
+    EXPECT_EQ(kNodeBusy, nodes[0]->Process(context, two, {}, 0));
+    SetClientTensors(4096);
     release = true;
-    recorder->Await(3);
+    recorder->Await(4);
     EXPECT_TRUE(test::eventually([&] { return Process(*nodes[2], 0) == kNodeOk; }));
     nodes.clear();
     EXPECT_TRUE(pool->Shutdown(test::kWatchdog));

@@ -51,6 +51,10 @@ Quota& RequestQuota() {
     static auto& quota = *new Quota("requests under way", 512, "--client-requests");
     return quota;
 }
+Quota& TensorQuota() {
+    static auto& quota = *new Quota("tensors of requests under way", 4096, "--client-tensors");
+    return quota;
+}
 Quota& ThreadQuota() {
     static auto& quota = *new Quota("framework threads", 96, "--client-threads");
     return quota;
@@ -65,6 +69,7 @@ Client::Client(pid_t pid)
         : life_(pid),
           sessions(SessionQuota(), pid),
           requests(RequestQuota(), pid),
+          tensors(TensorQuota(), pid),
           threads(ThreadQuota(), pid),
           memory(EngineMemoryQuota(), pid) {}
 
@@ -121,6 +126,9 @@ void SetClientSessions(size_t most) {
 }
 void SetClientRequests(size_t most) {
     RequestQuota().SetEach(most);
+}
+void SetClientTensors(size_t most) {
+    TensorQuota().SetEach(most);
 }
 void SetClientThreads(size_t most) {
     ThreadQuota().SetEach(most);

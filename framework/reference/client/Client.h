@@ -40,6 +40,7 @@ private:
 public:
     Holding sessions;  // nodes and model managers
     Holding requests;  // accepted and not yet heard of
+    Holding tensors;   // of those, each with its descriptor
     Holding threads;   // that run its requests or wait for it
     Holding memory;    // bytes of the engine's
 };
@@ -47,6 +48,7 @@ public:
 // The bounds, with the defaults that Settings.h names.
 Quota& SessionQuota();
 Quota& RequestQuota();
+Quota& TensorQuota();
 Quota& ThreadQuota();
 Quota& EngineMemoryQuota();
 

@@ -35,7 +35,8 @@ public:
 
     // The executor must outlive the posts. The client is the process whose call this thread serves.
     explicit RequestQueue(Executor& executor)
-            : client_(Client::Calling()), strand_(std::make_shared<Strand>(executor)) {}
+            : client_(Client::Calling()),
+              strand_(std::make_shared<Strand>(executor, client_.get())) {}
 
     const std::shared_ptr<Client>& client() const { return client_; }
 
@@ -60,7 +61,7 @@ public:
     // kNodeFailed.
     template <class Runner>
     int32_t Post(Request request, Runner run) {
-        Place place(*this);
+        Place place(*this, request);
         if (!place.taken) {
             return kNodeBusy;
         }
@@ -87,14 +88,16 @@ private:
     // Among the requests that wait; given back unless it is kept. The first one is what needs a
     // thread.
     struct Place {
-        explicit Place(RequestQueue& queue) : queue(queue) { taken = queue.TakePlace(); }
+        Place(RequestQueue& queue, const Request& request)
+                : queue(queue), tensors(TensorsOf(request)), taken(queue.TakePlace(tensors)) {}
         ~Place() {
             if (taken && !kept) {
-                queue.GivePlace();
+                queue.GivePlace(tensors);
             }
         }
         RequestQueue& queue;
-        bool taken = false;
+        const size_t tensors;
+        const bool taken;
         bool kept = false;
     };
 
@@ -115,20 +118,27 @@ private:
         }
     };
 
-    bool TakePlace() {
+    static size_t TensorsOf(const Request& request) {
+        return request.inputs.size() + request.outputs.size();
+    }
+    bool TakePlace(size_t tensors) {
         const int number = ++waiting_;
         if (number > kMostWaiting) {
             ORVA_LOGE("a request while %d others wait", kMostWaiting);
         } else if (client_->requests.Take()) {
-            if (number > 1 || client_->threads.Take()) {
-                return true;
+            if (client_->tensors.Take(tensors)) {
+                if (number > 1 || client_->threads.Take()) {
+                    return true;
+                }
+                client_->tensors.Give(tensors);
             }
             client_->requests.Give();
         }
         --waiting_;
         return false;
     }
-    void GivePlace() {
+    void GivePlace(size_t tensors) {
+        client_->tensors.Give(tensors);
         client_->requests.Give();
         if (--waiting_ == 0) {
             client_->threads.Give();
@@ -138,6 +148,7 @@ private:
     template <class Runner>
     void Complete(Request& request, const Runner& run) {
         const WorkingScope scope(*client_);
+        const size_t tensors = TensorsOf(request);
         Attempt attempt{*this, request.context, request};
         int32_t result = kNodeStopped;
         if (!closed_) {
@@ -153,7 +164,7 @@ private:
         if (attempt.replaced) {
             client_->threads.Give();
         }
-        GivePlace();
+        GivePlace(tensors);
     }
 
     void Runs(Cancellation* cancellation) {

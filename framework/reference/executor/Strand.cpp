@@ -40,7 +40,7 @@ bool Strand::Post(Executor::Task task) {
 }
 
 bool Strand::Schedule() {
-    return executor_.Post([this] { Turn(); });
+    return executor_.PostFor(owner_, [this] { Turn(); });
 }
 
 // One task a turn, so that strands with much to do take turns with the others.

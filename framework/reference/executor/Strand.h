@@ -18,7 +18,9 @@ namespace orva::reference {
 class Strand : public std::enable_shared_from_this<Strand> {
 public:
     // The executor must outlive the posts; it does outlive the tasks, since it runs them.
-    explicit Strand(Executor& executor) : executor_(executor) {}
+    // The owner is whom the executor runs the tasks for.
+    explicit Strand(Executor& executor, const void* owner = nullptr)
+            : executor_(executor), owner_(owner) {}
 
     // As Executor::Post.
     bool Post(Executor::Task task);
@@ -34,6 +36,7 @@ private:
     bool RunFirst();
 
     Executor& executor_;
+    const void* const owner_;
     Mutex mutex_;
     std::deque<Executor::Task> tasks_ ORVA_GUARDED_BY(mutex_);
     // This strand itself, while a turn is due or under way; a turn then needs no more than its

@@ -14,14 +14,14 @@ namespace orva::reference {
 
 namespace {
 
-using Clock = std::chrono::steady_clock;
-
 // How long tasks wait without one being taken before a thread is added.
 constexpr std::chrono::milliseconds kStallTime{10};
 // How long a thread beyond the usual number stays without a task.
 constexpr std::chrono::milliseconds kSurplusTime{500};
 
 }  // namespace
+
+thread_local ThreadPool::Worker* ThreadPool::current_ = nullptr;
 
 ThreadPool::ThreadPool(size_t count, size_t most)
         : count_(std::max<size_t>(count, 1)), most_(std::max(count_, most)) {}
@@ -31,29 +31,62 @@ ThreadPool::~ThreadPool() {
     }
 }
 
-bool ThreadPool::Post(Task task) {
+bool ThreadPool::PostFor(const void* owner, Task task) {
     MutexLock lock(mutex_);
     if (stopping_) {
         return false;
     }
-    if (!idle_.empty()) {
+    if (!idle_.empty() && MayRun(owner)) {
         Worker* const worker = idle_.back();
         idle_.pop_back();
         worker->task = std::move(task);
-        ++taken_;
+        Begin(*worker, owner);
         // Woken only after the lock is free, or the worker would run straight into it.
         lock.Unlock();
         worker->wakeUp.Post();
         return true;
     }
-    tasks_.push_back(std::move(task));
-    if (workers_.size() >= count_) {
-        WatchForStalls();
-    } else if (!StartWorker() && workers_.empty()) {
-        tasks_.pop_back();
+    if (workers_.size() < count_ && !StartWorker() && workers_.empty()) {
         return false;
     }
+    tasks_.Add(owner, std::move(task));
+    if (workers_.size() >= count_) {
+        WatchForStalls();
+    }
     return true;
+}
+
+void ThreadPool::EnterBlocking() {
+    current_->blocked = true;
+}
+
+void ThreadPool::LeaveBlocking() {
+    current_->blocked = false;
+}
+
+void ThreadPool::Begin(Worker& worker, const void* owner) {
+    ++taken_;
+    worker.runs = true;
+    worker.owner = owner;
+    worker.since = Clock::now();
+}
+
+ThreadPool::Task ThreadPool::TakeTask(Worker& worker) {
+    const void* owner = nullptr;
+    Task task = tasks_.Take([this](const void* each) ORVA_REQUIRES(mutex_) { return MayRun(each); },
+                            &owner);
+    if (task != nullptr) {
+        Begin(worker, owner);
+    }
+    return task;
+}
+
+// Ends of the process are not put off for the sake of turns.
+bool ThreadPool::MayRun(const void* owner) const {
+    const auto running = std::count_if(workers_.begin(), workers_.end(), [&](const Worker& worker) {
+        return worker.runs && worker.owner == owner && !worker.blocked;
+    });
+    return stopping_ || owner == nullptr || static_cast<size_t>(running) < count_;
 }
 
 void ThreadPool::SetThreads(size_t count, size_t most) {
@@ -120,13 +153,12 @@ bool ThreadPool::StartWorker() {
 }
 
 void ThreadPool::Work(std::list<Worker>::iterator self) {
+    current_ = &*self;
     MutexLock lock(mutex_);
     for (;;) {
-        Task task;
-        if (!tasks_.empty()) {
-            task = std::move(tasks_.front());
-            tasks_.pop_front();
-            ++taken_;
+        self->runs = false;
+        Task task = TakeTask(*self);
+        if (task != nullptr) {
             lock.Unlock();
         } else if (stopping_) {
             break;
@@ -170,8 +202,11 @@ bool ThreadPool::LeaveIdle(Worker& worker) {
 }
 
 bool ThreadPool::WantsStandIn() const {
-    return !tasks_.empty() && idle_.empty() && workers_.size() < most_ &&
-           workers_.size() < count_ + blocked_.load();
+    const Clock::time_point now = Clock::now();
+    const auto stoodIn = std::count_if(workers_.begin(), workers_.end(), [&](const Worker& worker) {
+        return worker.runs && (worker.blocked || now - worker.since > kSlowTime);
+    });
+    return workers_.size() < most_ && workers_.size() < count_ + static_cast<size_t>(stoodIn);
 }
 
 void ThreadPool::WatchForStalls() {
@@ -202,7 +237,12 @@ void ThreadPool::Watch() {
         while (stalled_.WaitUntil(mutex_, Clock::now() + kStallTime) && taken == taken_ &&
                !workers_.empty()) {
         }
-        if (taken == taken_ && WantsStandIn()) {
+        const bool stalls = taken == taken_ &&
+                            tasks_.HasOne([this](const void* each)
+                                                  ORVA_REQUIRES(mutex_) { return MayRun(each); });
+        if (stalls && !idle_.empty()) {
+            WakeIdle();
+        } else if (stalls && WantsStandIn()) {
             StartWorker();
         }
         watching_ = !tasks_.empty();

@@ -8,7 +8,6 @@
 #include <chrono>
 #include <cstddef>
 #include <cstdint>
-#include <deque>
 #include <list>
 #include <thread>
 #include <vector>
@@ -17,21 +16,28 @@
 
 #include "base/Mutex.h"
 #include "base/Semaphore.h"
+#include "executor/TaskTurns.h"
 
 namespace orva::reference {
 
 // An executor on threads of its own, started as tasks need them and joined at the end. `count`
-// threads run tasks at a time. When tasks wait although fewer run, because some are in a
-// BlockingScope, further threads stand in, up to `most` in all; they end when they are idle.
+// threads run tasks at a time, and owners take turns. When tasks wait although fewer run, because
+// some are in a BlockingScope or have gone on for kSlowTime, further threads stand in, up to `most`
+// in all; they end when they are idle. Of one owner no more than `count` tasks run at a time, slow
+// ones among them, so that it takes no more from the others than if they were not there.
 class ThreadPool : public Executor {
 public:
+    static constexpr std::chrono::milliseconds kSlowTime{100};
+
     ThreadPool(size_t count, size_t most);
     // Shuts down, so it must not run on one of the pool's own threads.
     ~ThreadPool() override;
 
-    bool Post(Task task) override;
-    void EnterBlocking() override { ++blocked_; }
-    void LeaveBlocking() override { --blocked_; }
+    bool Post(Task task) override { return PostFor(nullptr, std::move(task)); }
+    bool PostFor(const void* owner, Task task) override;
+    // On one of the pool's own threads.
+    void EnterBlocking() override;
+    void LeaveBlocking() override;
 
     void SetThreads(size_t count, size_t most);
     // Threads that run or await tasks.
@@ -42,13 +48,24 @@ public:
     bool Shutdown(std::chrono::nanoseconds patience);
 
 private:
+    using Clock = std::chrono::steady_clock;
+
     // A thread, and the task that an idle one is woken with; without one it looks around again.
     struct Worker {
         std::thread thread;
         Semaphore wakeUp;
         Task task;
+        // Of what it runs.
+        bool runs = false;
+        const void* owner = nullptr;
+        Clock::time_point since;
+        std::atomic<bool> blocked{false};
     };
+    static thread_local Worker* current_;
 
+    void Begin(Worker& worker, const void* owner) ORVA_REQUIRES(mutex_);
+    Task TakeTask(Worker& worker) ORVA_REQUIRES(mutex_);
+    bool MayRun(const void* owner) const ORVA_REQUIRES(mutex_);
     void JoinFinished() ORVA_REQUIRES(mutex_);
     bool StartWorker() ORVA_REQUIRES(mutex_);
     bool WantsStandIn() const ORVA_REQUIRES(mutex_);
@@ -62,7 +79,7 @@ private:
     Condition stalled_;  // for the watcher: tasks wait and nobody is idle, or the end
     Condition ended_;    // a worker has ended
 
-    std::deque<Task> tasks_ ORVA_GUARDED_BY(mutex_);  // only while nobody is idle
+    TaskTurns tasks_ ORVA_GUARDED_BY(mutex_);
     std::list<Worker> workers_ ORVA_GUARDED_BY(mutex_);
     std::list<Worker> finished_ ORVA_GUARDED_BY(mutex_);
     std::vector<Worker*> idle_
@@ -73,7 +90,6 @@ private:
     uint64_t taken_ ORVA_GUARDED_BY(mutex_) = 0;
     bool watching_ ORVA_GUARDED_BY(mutex_) = false;
     bool stopping_ ORVA_GUARDED_BY(mutex_) = false;
-    std::atomic<size_t> blocked_{0};
 };
 
 }  // namespace orva::reference

@@ -6,6 +6,7 @@
 
 #include <functional>
 #include <memory>
+#include <utility>
 
 namespace orva::reference {
 
@@ -19,6 +20,13 @@ public:
 
     // Takes a task, which then runs exactly once. False when it was refused: it will never run.
     virtual bool Post(Task task) = 0;
+
+    // The same for an owner, such as a client process, whose tasks must not keep those of others
+    // waiting. It is only compared.
+    virtual bool PostFor(const void* owner, Task task) {
+        static_cast<void>(owner);
+        return Post(std::move(task));
+    }
 
     // A task says that it is about to wait for another party, and that it no longer does, so that
     // its thread can be stood in for. See BlockingScope.
