@@ -21,7 +21,8 @@ namespace {
 constexpr size_t kMiB = size_t{1} << 20;
 constexpr char kFolder[] = "Where it serves";
 constexpr char kAll[] = "All clients together";
-constexpr char kEach[] = "Each client process; 0 is without a bound";
+constexpr char kEach[] = "Each client process, in the framework; 0 is without a bound";
+constexpr char kLink[] = "Each client process, as it calls and is called";
 constexpr char kLog[] = "Log, on stderr";
 
 // In MiB.
@@ -105,11 +106,23 @@ void addOptions(CLI::App* app, Options* options) {
         "MiB that the engine may take; 0 is without a bound")
             ->check(orNone);
 
+    add(app, kLink, "--client-connections", &options->peer.connections, "Connections");
+    add(app, kLink, "--client-channels", &options->peer.channels,
+        "Calls that are served, waiting or half sent");
+    add(app, kLink, "--client-calls", &options->peer.calls,
+        "Calls served at once; further ones wait; 0 is three quarters of the threads");
+    add(app, kLink, "--client-callbacks", &options->peer.callbacks,
+        "Callbacks to it at once; further ones wait");
+    add(app, kLink, "--client-objects", &options->peer.objects,
+        "Listeners and the like of its own");
+    add(app, kLink, "--client-descriptors", &options->peer.descriptors,
+        "Descriptors in its calls under way");
     add(app, kEach, "--client-sessions", &options->clientSessions, "Sessions, of both services");
     add(app, kEach, "--client-listeners", &options->clientListeners,
         "Listeners and the like without a session that count as clients");
     add(app, kEach, "--client-requests", &options->clientRequests,
         "Requests that it has not heard of yet");
+    add(app, kEach, "--client-tensors", &options->clientTensors, "Tensors of those");
     add(app, kEach, "--client-threads", &options->clientThreads,
         "Threads that run its requests or wait for it to take their results");
     add(app, kEach, "--client-engine-memory", &options->clientEngineMemory,
@@ -134,6 +147,7 @@ void configure(const Options& options) {
     if (!options.socketDir.empty()) {
         orva_platform::setServiceDirectory(options.socketDir);
     }
+    orva_platform::setPeerLimits(options.peer);
     orva_platform::setStandIns(options.standIns);
     orva_platform::setReplyLimit(seconds<std::chrono::milliseconds>(options.callbackTimeout));
 
@@ -148,6 +162,7 @@ void configure(const Options& options) {
     SetClientSessions(options.clientSessions);
     SetClientsWithoutSession(options.clientListeners);
     SetClientRequests(options.clientRequests);
+    SetClientTensors(options.clientTensors);
     SetClientThreads(options.clientThreads);
 
     android::hardware::configureRpcThreadpool(options.threads, true /* callerWillJoin */);

@@ -9,6 +9,7 @@
 #include <vector>
 
 #include <android/log.h>
+#include <orva_platform/Runtime.h>
 #include <CLI/CLI.hpp>
 
 #include "ServiceLibrary.h"
@@ -34,9 +35,11 @@ struct Options {
     size_t engineMemory = 0;  // MiB; set by addOptions
 
     // For each client process; 0 is without a bound.
+    orva_platform::PeerLimits peer;
     size_t clientSessions = 128;
     size_t clientListeners = 64;
     size_t clientRequests = 512;
+    size_t clientTensors = 4096;
     size_t clientThreads = 96;
     size_t clientEngineMemory = 0;  // MiB; set by addOptions
 

@@ -11,6 +11,7 @@
 #include <iterator>
 
 #include <orva_platform/Runtime.h>
+#include <unistd.h>
 
 namespace orva::test {
 
@@ -20,17 +21,20 @@ ProcessState ProcessState::of(pid_t pid) {
     const auto entriesOf = [](const std::string& folder) {
         return static_cast<size_t>(std::distance(directory_iterator(folder), {}));
     };
-    ProcessState state = {entriesOf(process + "/fd"), 0, entriesOf(process + "/task")};
+    ProcessState state = {entriesOf(process + "/fd"), 0, entriesOf(process + "/task"), 0};
     std::ifstream maps(process + "/maps");
     for (std::string line; std::getline(maps, line);) {
         state.regions += line.find("/memfd:") != std::string::npos ? 1 : 0;
     }
+    size_t pages = 0;
+    std::ifstream(process + "/statm") >> pages >> pages;
+    state.memory = pages * static_cast<size_t>(getpagesize());
     return state;
 }
 
 std::ostream& operator<<(std::ostream& out, const ProcessState& state) {
     return out << state.descriptors << " descriptors, " << state.regions << " regions, "
-               << state.threads << " threads";
+               << state.threads << " threads, " << state.memory << " bytes";
 }
 
 HostProcess::HostProcess(const std::string& folder, std::vector<std::string> options)

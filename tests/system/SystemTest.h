@@ -28,6 +28,7 @@ struct ProcessState {
     size_t descriptors = 0;
     size_t regions = 0;  // mappings of memory files
     size_t threads = 0;
+    size_t memory = 0;  // bytes that are resident
 
     static ProcessState of(pid_t pid);
 };
@@ -84,6 +85,9 @@ protected:
         return std::make_unique<ClientProcess>(folder_);
     }
     const std::string& folder() const { return folder_; }
+
+    // What the host held before its first client.
+    const ProcessState& atStart() const { return before_; }
 
     // Whether a fresh session of a client gets its requests done.
     static void expectServed(ClientProcess& client) { EXPECT_EQ(client.ask("rounds 1"), "0"); }

@@ -17,11 +17,15 @@
 //   managed           requests of a model manager, and builds, until it is killed, the same
 //   manage N          opens session N on a model manager
 //   unmanage N        closes it
+//   measure COUNT     does honest work so many times; how it went: see Work
+//   work              goes on with it until
+//   rest              when it says how that went
 //
 // It ends with the input.
 
 #include <algorithm>
 #include <atomic>
+#include <chrono>
 #include <cstdio>
 #include <functional>
 #include <future>
@@ -126,6 +130,58 @@ void request(Session& session, int count) {
     }
 }
 
+// What an honest client of both services does, again and again, and how long that took: "COUNT LOST
+// P99 LONGEST", the times in microseconds.
+class Work {
+public:
+    Work(sp<AIService> service, sp<ModelManagerService> managers)
+            : service_(std::move(service)), managers_(std::move(managers)) {}
+
+    std::string measure(int count) {
+        times_.clear();
+        lost_ = 0;
+        Session session(service_, 2000, "echo", "", {});
+        for (int i = 0; (i < count || count == 0) && !resting_; ++i) {
+            const auto start = std::chrono::steady_clock::now();
+            try {
+                i % 8 == 7 ? open() : request(session, 1);
+            } catch (const std::exception& error) {
+                ++lost_;
+                fprintf(stderr, "lost: %s\n", error.what());
+            }
+            times_.push_back(std::chrono::duration_cast<std::chrono::microseconds>(
+                    std::chrono::steady_clock::now() - start));
+        }
+        std::sort(times_.begin(), times_.end());
+        return std::to_string(times_.size()) + " " + std::to_string(lost_) + " " +
+               std::to_string(times_[(times_.size() - 1) * 99 / 100].count()) + " " +
+               std::to_string(times_.back().count());
+    }
+    void start() {
+        resting_ = false;
+        result_ = std::async(std::launch::async, [this] { return measure(0); });
+    }
+    std::string rest() {
+        resting_ = true;
+        std::string result = result_.get();
+        resting_ = false;
+        return result;
+    }
+
+private:
+    void open() {
+        const Session session(service_, 2001, "echo", "", {});
+        const ManagerSession manager(managers_, 2002, "", {});
+    }
+
+    const sp<AIService> service_;
+    const sp<ModelManagerService> managers_;
+    std::atomic<bool> resting_{false};
+    std::future<std::string> result_;
+    std::vector<std::chrono::microseconds> times_;
+    int lost_ = 0;
+};
+
 class Client {
 public:
     Client() { service_->linkToDeath(death_, 0).isOk(); }
@@ -159,6 +215,7 @@ private:
     const sp<HeldCompletions> results_ = new HeldCompletions;
     const sp<Death> death_ = new Death;
     Hold hold_;
+    Work work_{service_, managers_};
     const std::map<std::string, Step> steps_ = {
             {"init",
              [&](int32_t n, auto& type) { return textOf(service_->Init(n, type, "", {})); }},
@@ -208,6 +265,13 @@ private:
                      std::cout << "done" << std::endl;
                  }
              }},
+            {"measure", [&](int32_t count, auto&) { return work_.measure(count); }},
+            {"work",
+             [&](auto...) {
+                 work_.start();
+                 return "0";
+             }},
+            {"rest", [&](auto...) { return work_.rest(); }},
             {"managed", [&](auto...) -> std::string { manage(managers_); }},
     };
 };

@@ -1,0 +1,171 @@
+/*
+ * Copyright (C) 2026 The orva project
+ * SPDX-License-Identifier: Apache-2.0
+ */
+
+// Clients that misbehave, while honest ones work: nobody but the former may notice.
+
+#include <algorithm>
+#include <map>
+#include <sstream>
+
+#include "system/SystemTest.h"
+
+namespace orva::test {
+
+namespace {
+
+using namespace std::chrono_literals;
+using std::chrono::microseconds;
+
+// Every attack that the program knows.
+const char* const kAttacks[] = {
+        "shrink-sparse-region",  "shrink-huge-page-region",
+        "foreign-regions",       "nested-calls",
+        "slow-checks",           "slow-requests",
+        "slow-call-in-callback", "unanswered-callbacks",
+        "many-sessions",         "many-listeners",
+        "unmappable-inits",      "killed-before-listener",
+        "huge-models",           "held-requests",
+        "reused-process-number", "many-connections",
+        "half-messages",         "full-pipe-dumps",
+        "forged-log-lines",      "log-flood",
+};
+
+// Those that a host does not withstand yet, and why.
+const std::map<std::string, std::string> kNotWithstood = {};
+
+constexpr int kHonestClients = 4;
+constexpr int kUnavailable = 77;
+// A sanitizer's host is slower than what it is measured with.
+constexpr int kSlower = kSanitized ? 8 : 1;
+// What may stay: allocators keep some.
+constexpr size_t kMostBytesLeft = size_t{64} << 20;
+// Of the runtime's pool, the framework, and what stands in for either for a while.
+constexpr size_t kMostThreadsLeft = 32;
+
+// How an honest client's work went.
+struct Outcome {
+    explicit Outcome(const std::string& text) {
+        std::istringstream numbers(text);
+        int64_t p99Count = 0, longestCount = 0;
+        isWhole = static_cast<bool>(numbers >> count >> lost >> p99Count >> longestCount);
+        p99 = microseconds(p99Count);
+        longest = microseconds(longestCount);
+    }
+    bool isWhole;  // else the client had no more to say than that
+    int64_t count = 0;
+    int64_t lost = 0;
+    microseconds p99;
+    microseconds longest;
+};
+
+class Attacks : public SystemTest, public ::testing::WithParamInterface<const char*> {
+protected:
+    void honestClientsMeasure() {
+        for (int i = 0; i < kHonestClients; ++i) {
+            honest_.push_back(newClient());
+            honest_.back()->write("measure 300");
+        }
+        for (const auto& client : honest_) {
+            const Outcome outcome(client->answer());
+            ASSERT_TRUE(outcome.isWhole && outcome.lost == 0) << client->errors().text();
+            limit_ = std::max(limit_, outcome.p99 * 10);
+        }
+        limit_ = std::max<microseconds>(limit_, 250ms) * kSlower;
+    }
+
+    void honestClientsWork() {
+        for (const auto& client : honest_) {
+            ASSERT_EQ(client->ask("work"), "0");
+        }
+    }
+
+    void honestClientsNoticedNothing() {
+        for (const auto& client : honest_) {
+            client->write("rest");
+        }
+        for (const auto& client : honest_) {
+            const std::string text = client->answer();
+            const Outcome outcome(text);
+            ASSERT_TRUE(outcome.isWhole) << text << client->errors().text();
+            RecordProperty("longest_us", std::to_string(outcome.longest.count()));
+            EXPECT_GT(outcome.count, 0);
+            EXPECT_EQ(outcome.lost, 0) << client->errors().text();
+            EXPECT_LE(outcome.longest.count(), limit_.count()) << "microseconds";
+            EXPECT_EQ(client->finish(), 0);
+        }
+        honest_.clear();
+    }
+
+    // What the attacker held, the host has back.
+    void hostHasRecovered(const ProcessState& before) {
+        const auto limit = std::chrono::steady_clock::now() + 10s * kSlower;
+        ProcessState now;
+        bool recovered = false;
+        eventually([&] {
+            now = ProcessState::of(host().pid());
+            recovered = now.descriptors == before.descriptors && now.regions == before.regions &&
+                        now.threads <= kMostThreadsLeft &&
+                        (kSanitized || now.memory <= before.memory + kMostBytesLeft);
+            return recovered || std::chrono::steady_clock::now() > limit;
+        });
+        if (!recovered) {
+            ADD_FAILURE() << "before " << before << "; now " << now;
+            killHost();  // It would be waited for again.
+        }
+    }
+
+    std::vector<std::unique_ptr<ClientProcess>> honest_;
+    microseconds limit_{0};
+};
+
+TEST_P(Attacks, CostNobodyElseAnything) {
+    const std::string attack = GetParam();
+    const auto notYet = kNotWithstood.find(attack);
+    if (notYet != kNotWithstood.end()) {
+        GTEST_SKIP() << notYet->second;
+    }
+    startHost({"--log-limit", "600"});
+    ASSERT_NO_FATAL_FAILURE(honestClientsMeasure());
+    ASSERT_NO_FATAL_FAILURE(honestClientsWork());
+    ChildProcess attacker({ORVA_ATTACK, "--socket-dir", folder(), attack});
+    const int code = attacker.await();
+    honestClientsNoticedNothing();
+    EXPECT_TRUE(code == 0 || code == kUnavailable) << code << attacker.errors().text();
+    // Nothing of a client's begins a line, and there is not much of it.
+    EXPECT_EQ(host().log().text().find("\nFORGED"), std::string::npos);
+    EXPECT_EQ(host().log().text().find('\x1b'), std::string::npos);
+    EXPECT_LT(host().log().text().size(), size_t{1} << 20);
+    expectServed(*newClient());
+    hostHasRecovered(atStart());
+    if (code == kUnavailable) {
+        GTEST_SKIP() << attacker.errors().text();
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(Each, Attacks, ::testing::ValuesIn(kAttacks), [](const auto& each) {
+    std::string name = each.param;
+    std::replace(name.begin(), name.end(), '-', '_');
+    return name;
+});
+
+TEST(AttackProgram, ListsWhatIsTried) {
+    ChildProcess program({ORVA_ATTACK, "--list"});
+    EXPECT_EQ(program.await(), 0);
+    std::istringstream lines(program.output().text());
+    std::vector<std::string> names;
+    for (std::string name, what; lines >> name && getline(lines, what);) {
+        names.push_back(name);
+    }
+    EXPECT_EQ(names, std::vector<std::string>(std::begin(kAttacks), std::end(kAttacks)));
+    for (const auto& options : std::vector<std::vector<std::string>>{{}, {"no-such"}}) {
+        std::vector<std::string> command = {ORVA_ATTACK};
+        command.insert(command.end(), options.begin(), options.end());
+        EXPECT_EQ(ChildProcess(command).await(), 2);
+    }
+}
+
+}  // namespace
+
+}  // namespace orva::test
