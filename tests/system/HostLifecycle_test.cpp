@@ -42,6 +42,22 @@ TEST_F(HostLifecycle, StopsCleanlyWithRequestsUnderWay) {
     EXPECT_EQ(busy->finish(), 0);
 }
 
+// Whatever is under way, and however long its clients would have it wait.
+TEST_F(HostLifecycle, StopsInTime) {
+    startHost({"--callback-timeout", "0", "--load-timeout", "0"});
+    const size_t threads = atStart().threads;
+    ChildProcess checking(
+            {ORVA_ATTACK, "--socket-dir", folder(), "--seconds", "60", "slow-checks"});
+    EXPECT_TRUE(eventually([&] { return ProcessState::of(host().pid()).threads >= threads + 3; }));
+    const auto holding = newClient();
+    EXPECT_EQ(holding->ask("session 1"), "000");
+    EXPECT_EQ(holding->ask("hold 1 4096"), "0");
+    const auto start = std::chrono::steady_clock::now();
+    stopHost();
+    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(15));
+    holding->kill();
+}
+
 TEST_F(HostLifecycle, KilledHostIsDeadToItsClientsAndItsSocketsAreTakenOver) {
     startHost();
     const auto client = newClient();
