@@ -17,6 +17,7 @@
 #include "Payload.h"
 #include "driver/Report.h"
 #include "driver/RequestBench.h"
+#include "inference/InferenceBench.h"
 #include "sessions/SessionBench.h"
 
 namespace {
@@ -132,15 +133,36 @@ int main(int argc, char** argv) {
             ->capture_default_str();
     sessionBench->add_option("--kills", sessions.kills, "Clients to kill amid their requests")
             ->capture_default_str();
+    InferenceSettings inference = {"", 31, 200, ""};
+    auto* const inferenceBench = app.add_subcommand(
+            "inference",
+            "Measures requests through the services beside the engine called directly.");
+    inferenceBench->fallthrough();
+    inferenceBench
+            ->add_option("--model", inference.model,
+                         "An ONNX model of floats, with no dimension left open")
+            ->required()
+            ->check(CLI::ExistingFile);
+    inferenceBench->add_option("--each", inference.requests, "Requests in a round, of each client")
+            ->check(CLI::Range(1, 100'000))
+            ->capture_default_str();
+    inferenceBench->add_option("--turns", inference.rounds, "Rounds of which the median counts")
+            ->check(CLI::Range(1, 1000))
+            ->capture_default_str();
     CLI11_PARSE(app, argc, argv);
     if (quick) {
         settings.rounds = 1;
         settings.requests = 1;
         sessions = {20, 2, 10, 4, ""};
+        inference.rounds = inference.requests = 1;
     }
     try {
         const Folder folder;
-        settings.folder = sessions.folder = folder.path();
+        settings.folder = sessions.folder = inference.folder = folder.path();
+        if (*inferenceBench) {
+            reportInference(inference, runInferenceBench(inference), json);
+            return 0;
+        }
         if (*only) {
             load.callbacks = usualCallbacks(load.work);
             if (alone == "both") {
