@@ -24,17 +24,33 @@ namespace {
 
 std::atomic<size_t> replaced{0};
 struct sigaction previous;
-// /proc/self/maps, opened beforehand: there may be no descriptor left when it is needed.
+// /proc/self/maps, opened beforehand: there may be no descriptor left when it is needed. It is read
+// from its beginning on, one thread at a time: the kernel then goes from mapping to mapping, and
+// what other threads map meanwhile tears no line.
 int maps = -1;
+std::atomic_flag reading = ATOMIC_FLAG_INIT;
+
+class MapsLock {
+public:
+    MapsLock() {
+        while (reading.test_and_set(std::memory_order_acquire)) {
+            sched_yield();
+        }
+    }
+    ~MapsLock() { reading.clear(std::memory_order_release); }
+    MapsLock(const MapsLock&) = delete;
+    MapsLock& operator=(const MapsLock&) = delete;
+};
 
 void openMaps() {
     maps = open("/proc/self/maps", O_RDONLY | O_CLOEXEC);
 }
 
-// The parent's file goes on describing the parent.
+// The parent's file goes on describing the parent, and its threads are not here to finish reading.
 void reopenMaps() {
     close(maps);
     openMaps();
+    reading.clear();
 }
 
 // One line of /proc/self/maps: "start-end perms offset device inode path".
@@ -57,8 +73,7 @@ const char* parseHex(const char* text, uintptr_t* value) {
     }
 }
 
-// An empty range when it is no such line: the file is read in pieces, and is another one with each
-// mapping that other threads make or give up meanwhile.
+// An empty range when it is no such line.
 MapsLine parseLine(const char* text) {
     MapsLine line;
     const char* const dash = parseHex(text, &line.start);
@@ -72,7 +87,7 @@ MapsLine parseLine(const char* text) {
     }
     line.shared = space[4] == 's';
     text = space;
-    for (int field = 0; field < 4 && text != nullptr; ++field) {
+    for (int field = 0; field < 3 && text != nullptr; ++field) {
         text = std::strchr(text + 1, ' ');
     }
     line.anonymous = text != nullptr && text[1] == '0';
@@ -83,15 +98,16 @@ MapsLine parseLine(const char* text) {
 MapsLine findMapping(uintptr_t address) {
     char buffer[4096];
     size_t held = 0;
-    off_t offset = 0;
     MapsLine found;
+    if (lseek(maps, 0, SEEK_SET) != 0) {
+        return found;
+    }
     for (;;) {
-        const ssize_t got = pread(maps, buffer + held, sizeof buffer - 1 - held, offset);
+        const ssize_t got = read(maps, buffer + held, sizeof buffer - 1 - held);
         if (got <= 0) {
             break;
         }
         held += static_cast<size_t>(got);
-        offset += got;
         buffer[held] = '\0';
         char* start = buffer;
         while (char* newline = std::strchr(start, '\n')) {
@@ -139,15 +155,9 @@ bool replace(const MapsLine& region, uintptr_t address) {
 // Whatever a process shares has come from a peer, be it a memory file or another one. What is
 // anonymous never raises this signal: another thread has been here first.
 bool mend(uintptr_t address) {
-    constexpr int kTries = 100;
-    for (int i = 0; i < kTries; ++i) {
-        const MapsLine region = findMapping(address);
-        if (region.anonymous || (region.shared && replace(region, address))) {
-            return true;
-        }
-        sched_yield();
-    }
-    return false;
+    const MapsLock lock;
+    const MapsLine region = findMapping(address);
+    return region.anonymous || (region.shared && replace(region, address));
 }
 
 void onBusError(int, siginfo_t* info, void*) {
