@@ -4,6 +4,7 @@
  */
 #include "onnx/EngineMemory.h"
 
+#include <algorithm>
 #include <cstdint>
 #include <cstdlib>
 #include <new>
@@ -20,6 +21,10 @@ thread_local const std::shared_ptr<EngineMemory>* counted = nullptr;
 
 // Where the engine's vectors of numbers begin.
 constexpr size_t kAlignment = 64;
+
+// What the kernel would be asked for each time, and how many such are kept.
+constexpr size_t kLarge = size_t{1} << 16;
+constexpr size_t kMostKept = 16;
 
 // Stands before each piece.
 struct alignas(kAlignment) Header {
@@ -42,8 +47,16 @@ void* Allocate(OrtAllocator*, size_t size) {
     }
     const size_t bytes = sizeof(Header) + (size + kAlignment - 1) / kAlignment * kAlignment;
     std::shared_ptr<EngineMemory> memory = counted != nullptr ? *counted : nullptr;
+    if (memory != nullptr && bytes >= kLarge) {
+        if (void* const kept = memory->Reuse(bytes)) {
+            return new (kept) Header{std::move(memory), bytes} + 1;
+        }
+    }
     if (memory != nullptr && !memory->Take(bytes)) {
-        throw TooMuch();
+        memory->Trim();
+        if (!memory->Take(bytes)) {
+            throw TooMuch();
+        }
     }
     void* const piece = std::aligned_alloc(kAlignment, bytes);
     if (piece == nullptr) {
@@ -60,10 +73,15 @@ void Free(OrtAllocator*, void* pointer) {
         return;
     }
     Header* const header = static_cast<Header*>(pointer) - 1;
-    if (header->memory != nullptr) {
-        header->memory->Give(header->bytes);
-    }
+    const std::shared_ptr<EngineMemory> memory = std::move(header->memory);
+    const size_t bytes = header->bytes;
     header->~Header();
+    if (memory != nullptr && bytes >= kLarge && memory->Keep(header, bytes)) {
+        return;
+    }
+    if (memory != nullptr) {
+        memory->Give(bytes);
+    }
     std::free(header);
 }
 
@@ -92,6 +110,36 @@ bool EngineMemory::Take(size_t bytes) {
 void EngineMemory::Give(size_t bytes) {
     taken_ -= bytes;
     client_->memory.Give(bytes);
+}
+
+void* EngineMemory::Reuse(size_t bytes) {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    const auto found = std::find_if(kept_.begin(), kept_.end(),
+                                    [&](const auto& piece) { return piece.second == bytes; });
+    if (found == kept_.end()) {
+        return nullptr;
+    }
+    void* const piece = found->first;
+    kept_.erase(found);
+    return piece;
+}
+
+bool EngineMemory::Keep(void* piece, size_t bytes) {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    if (kept_.size() == kMostKept) {
+        return false;
+    }
+    kept_.emplace_back(piece, bytes);
+    return true;
+}
+
+void EngineMemory::Trim() {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    for (const auto& [piece, bytes] : kept_) {
+        std::free(piece);
+        Give(bytes);
+    }
+    kept_.clear();
 }
 
 EngineShare::EngineShare(std::shared_ptr<EngineMemory> memory, size_t bytes)

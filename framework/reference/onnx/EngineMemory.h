@@ -7,7 +7,9 @@
 #include <atomic>
 #include <cstddef>
 #include <memory>
+#include <mutex>
 #include <utility>
+#include <vector>
 
 #include "client/Client.h"
 
@@ -23,6 +25,7 @@ public:
     // What is taken counts to the client, too.
     EngineMemory(size_t limit, std::shared_ptr<Client> client)
             : limit_(limit), client_(std::move(client)) {}
+    ~EngineMemory() { Trim(); }
     EngineMemory(const EngineMemory&) = delete;
     EngineMemory& operator=(const EngineMemory&) = delete;
 
@@ -31,6 +34,15 @@ public:
     bool Take(size_t bytes);
     void Give(size_t bytes);
 
+    // Large pieces that are free are kept for the next run, which will want the same again, and
+    // the kernel takes long over; they stay taken. A piece is of the allocator's own form.
+    // Null when there is none of that size.
+    void* Reuse(size_t bytes);
+    // False when it is not kept.
+    bool Keep(void* piece, size_t bytes);
+    // Gives back all that are kept.
+    void Trim();
+
     // The bytes that are taken now, and the most that were at a time.
     size_t taken() const { return taken_; }
     size_t most() const { return most_; }
@@ -38,6 +50,8 @@ public:
 private:
     const size_t limit_;
     const std::shared_ptr<Client> client_;
+    std::mutex mutex_;
+    std::vector<std::pair<void*, size_t>> kept_;  // under the lock
     std::atomic<size_t> taken_{0};
     std::atomic<size_t> most_{0};
 };
@@ -47,7 +61,10 @@ private:
 class EngineShare {
 public:
     EngineShare(std::shared_ptr<EngineMemory> memory, size_t bytes);
-    ~EngineShare() { memory_->Give(bytes_); }
+    ~EngineShare() {
+        memory_->Give(bytes_);
+        memory_->Trim();
+    }
     EngineShare(const EngineShare&) = delete;
     EngineShare& operator=(const EngineShare&) = delete;
 
