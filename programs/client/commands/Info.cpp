@@ -26,18 +26,21 @@ struct Tensors {
     const std::vector<Dimensions>& shapes;     // By the service.
 
     std::string name(size_t i) const { return i < outlined.size() ? outlined[i].name : ""; }
+    // What is open, by its name in the file; else as the service has it, in four dimensions.
+    std::string shape(size_t i) const {
+        if (i < outlined.size() && outlined[i].isOpen()) {
+            return outlined[i].text();
+        }
+        std::string text;
+        for (const int32_t size : shapes[i]) {
+            text += (text.empty() ? "" : "x") + (size < 0 ? "?" : std::to_string(size));
+        }
+        return text;
+    }
     const char* type(size_t i) const {
         return i < outlined.size() ? nameOf(outlined[i].type) : "unknown";
     }
 };
-
-std::string textOf(const Dimensions& dimensions) {
-    std::string text;
-    for (const int32_t dimension : dimensions) {
-        text += (text.empty() ? "" : "x") + std::to_string(dimension);
-    }
-    return text;
-}
 
 nlohmann::json jsonOf(const Tensors& tensors) {
     nlohmann::json json = nlohmann::json::array();
@@ -51,8 +54,8 @@ nlohmann::json jsonOf(const Tensors& tensors) {
 
 void print(const Tensors& tensors) {
     for (size_t i = 0; i < tensors.shapes.size(); ++i) {
-        printf("  %-6s  %-7s  %s  %s\n", tensors.role, tensors.type(i),
-               textOf(tensors.shapes[i]).c_str(), tensors.name(i).c_str());
+        printf("  %-6s  %-7s  %s  %s\n", tensors.role, tensors.type(i), tensors.shape(i).c_str(),
+               tensors.name(i).c_str());
     }
 }
 

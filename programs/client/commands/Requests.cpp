@@ -124,13 +124,14 @@ RequestTimes request(const Connection& connection, const RequestOptions& options
                      const std::vector<Model>& models, const std::vector<Tensor>& inputs,
                      const std::vector<Tensor>& outputs) {
     Requester requester(connection, options, nodeType, config, models, inputs, outputs);
-    RequestTimes times = {requester.opening(), {}};
+    RequestTimes times = {requester.opening(), {}, ""};
     Progress progress("requests", options.repeat);
     for (size_t i = 0; i < options.repeat; ++i) {
         const Stopwatch watch;
         requester.start();
         const Completion completion = requester.finish();
         times.latency.add(watch.elapsed());
+        times.context = completion.context;
         progress.update(i + 1);
     }
     return times;

@@ -36,6 +36,7 @@ void checkRequestOptions(const RequestOptions& options);
 struct RequestTimes {
     std::chrono::nanoseconds opening;  // Of the session.
     Latency latency;
+    std::string context;  // Of the last result.
 
     // One line, for people.
     std::string text() const;

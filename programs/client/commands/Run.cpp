@@ -35,6 +35,10 @@ std::string configOf(const Options& options) {
     if (!options.bias.empty()) {
         config["bias"] = options.bias;
     }
+    for (const std::string& shape : options.sources.inputShapes) {
+        const size_t middle = shape.rfind('=');
+        config["shape:" + shape.substr(0, middle)] = shape.substr(middle + 1);
+    }
     return config.dump();
 }
 
@@ -56,7 +60,7 @@ void print(const RunTensors& tensors, const RequestTimes& times, const Options& 
 }
 
 void run(const Connection& connection, const Options& options) {
-    const RunTensors tensors(options.sources, options.request);
+    RunTensors tensors(options.sources, options.request);
     if (!options.outputFolder.empty()) {
         requireOutputFolder(options.outputFolder);
         std::vector<std::string> sources = options.sources.inputs;
@@ -67,6 +71,7 @@ void run(const Connection& connection, const Options& options) {
     }
     const RequestTimes times = request(connection, options.request, options.node, configOf(options),
                                        tensors.models(), tensors.inputs(), tensors.outputs());
+    tensors.takeShapes(times.context);
     print(tensors, times, options);
     if (!options.outputFolder.empty()) {
         tensors.save(options.outputFolder);
@@ -95,6 +100,9 @@ void addRun(CLI::App* app, const Connection* connection) {
     command->add_option("--input", sources.inputs,
                         "A file with the bytes of an input; once for each input, in order")
             ->excludes(image);
+    command->add_option("--input-shape", sources.inputShapes,
+                        "The shape of an input that the model leaves open, as NAME=1x3x480x640; "
+                        "once for each");
     command->add_option("--output-shape", sources.outputShapes,
                         "The shape of an output, as 1x512x1; once for each output, in order, where "
                         "the model does not say");

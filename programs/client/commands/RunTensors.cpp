@@ -8,6 +8,7 @@
 #include <cstdio>
 #include <cstring>
 #include <filesystem>
+#include <map>
 #include <stdexcept>
 
 #include <CLI/CLI.hpp>
@@ -35,8 +36,49 @@ std::vector<TensorShape> shapesOf(const std::vector<std::string>& texts,
     declared.resize(texts.size());
     for (size_t i = 0; i < texts.size(); ++i) {
         declared[i].dims = parseDims(texts[i]);
+        declared[i].dimNames.clear();
     }
     return declared;
+}
+
+// Gives the model's inputs the shapes that were said, and what has the same name elsewhere the same
+// size.
+void close(const std::vector<std::string>& texts, ModelOutline* model) {
+    std::map<std::string, int64_t> sizes;
+    for (const std::string& text : texts) {
+        const size_t middle = text.rfind('=');
+        const std::string name = text.substr(0, middle);
+        const auto input = std::find_if(model->inputs.begin(), model->inputs.end(),
+                                        [&](const TensorShape& each) { return each.name == name; });
+        if (middle == std::string::npos || input == model->inputs.end()) {
+            throw std::runtime_error("--input-shape " + text +
+                                     " names no input of the model; write NAME=1x3x480x640");
+        }
+        const std::vector<int64_t> dims = parseDims(text.substr(middle + 1));
+        for (size_t i = 0; i < std::min(dims.size(), input->dimNames.size()); ++i) {
+            sizes[input->dimNames[i]] = dims[i];
+        }
+        input->dims = dims;
+    }
+    sizes.erase("");
+    for (std::vector<TensorShape>* shapes : {&model->inputs, &model->outputs}) {
+        for (TensorShape& shape : *shapes) {
+            for (size_t i = 0; i < std::min(shape.dims.size(), shape.dimNames.size()); ++i) {
+                const auto size = sizes.find(shape.dimNames[i]);
+                shape.dims[i] =
+                        shape.dims[i] < 0 && size != sizes.end() ? size->second : shape.dims[i];
+            }
+        }
+    }
+}
+
+void requireClosed(const std::vector<TensorShape>& shapes, const char* what, const char* option) {
+    for (const TensorShape& shape : shapes) {
+        if (shape.isOpen()) {
+            throw std::runtime_error(std::string("the model's ") + what + " '" + shape.name +
+                                     "' is " + shape.text() + ", in part open; " + option);
+        }
+    }
 }
 
 // A tensor's name may hold any character, a file's may not.
@@ -79,7 +121,12 @@ RunTensors::RunTensors(const RunSources& sources, const RequestOptions& options)
         return;
     }
     const ModelFile file = withProgress("reading", [&] { return ModelFile(sources.model); });
-    const ModelOutline model = file.pick(options.modelName);
+    ModelOutline model = file.pick(options.modelName);
+    close(sources.inputShapes, &model);
+    requireClosed(model.inputs, "input", "--input-shape NAME=1x3x480x640 says its shape");
+    if (sources.outputShapes.empty()) {
+        requireClosed(model.outputs, "output", "--output-shape says how much room it gets");
+    }
     if (!sources.image.empty()) {
         if (model.inputs.size() != 1) {
             throw std::runtime_error("the model has " + std::to_string(model.inputs.size()) +
@@ -159,6 +206,17 @@ void RunTensors::addOutputs(std::vector<TensorShape> shapes) {
     outputShapes_ = std::move(shapes);
     for (const TensorShape& shape : outputShapes_) {
         outputs_.emplace_back(shape.attributes(), shape.bytes(), tensorType_);
+    }
+}
+
+void RunTensors::takeShapes(const std::string& context) {
+    const nlohmann::json said = nlohmann::json::parse(context, nullptr, false);
+    for (TensorShape& shape : outputShapes_) {
+        const auto found = said.is_object() ? said.find("shape:" + shape.name) : said.end();
+        if (found != said.end() && found->is_string()) {
+            const std::string text = *found;
+            shape.dims = text == "scalar" ? std::vector<int64_t>() : parseDims(text);
+        }
     }
 }
 

@@ -24,6 +24,8 @@ struct RunSources {
     std::string model;
     std::string image;
     std::vector<std::string> inputs;
+    // Each NAME=1x3x480x640, for inputs that the model leaves open.
+    std::vector<std::string> inputShapes;
     std::vector<std::string> outputShapes;
     MadeUp madeUp = MadeUp::kRandom;
     size_t madeUpBytes = 4096;  // Without a model, of the one input.
@@ -59,6 +61,8 @@ public:
     const std::vector<Tensor>& inputs() const { return inputs_; }
     const std::vector<Tensor>& outputs() const { return outputs_; }
 
+    // Gives outputs the shapes that a result's context says they have come to have.
+    void takeShapes(const std::string& context);
     std::vector<OutputSummary> summaries() const;
     // The files that save() writes each output's bytes to.
     std::vector<std::string> outputFiles(const std::string& folder) const;

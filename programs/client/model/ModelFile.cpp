@@ -4,6 +4,7 @@
  */
 #include "client/model/ModelFile.h"
 
+#include <algorithm>
 #include <filesystem>
 #include <stdexcept>
 #include <utility>
@@ -59,16 +60,18 @@ template <typename Dims>
 std::vector<int64_t> checkedDims(const Dims& dims) {
     std::string text;
     for (const auto dim : dims) {
-        text += (text.empty() ? "" : "x") + std::to_string(dim < 0 ? 1 : dim);
+        text += (text.empty() ? "" : "x") + std::to_string(std::max<int64_t>(dim, 1));
     }
-    return text.empty() ? std::vector<int64_t>() : parseDims(text);
+    static_cast<void>(text.empty() ? std::vector<int64_t>() : parseDims(text));
+    return {dims.begin(), dims.end()};
 }
 
 TensorShape shapeOf(const reference::EngineTensor& tensor) {
     if (reference::ElementTypeOf(tensor.dataType) == nullptr) {
         throw std::runtime_error("its tensor '" + tensor.name + "' is of an unknown type");
     }
-    return {tensor.name, static_cast<ElementType>(tensor.dataType), checkedDims(tensor.dims)};
+    return {tensor.name, static_cast<ElementType>(tensor.dataType), checkedDims(tensor.dims),
+            tensor.dimNames};
 }
 
 TensorShape shapeOf(const reference::OnnxValue& value) {
@@ -80,7 +83,8 @@ TensorShape shapeOf(const reference::OnnxValue& value) {
                                           : reference::OnnxTypeName(value.elementType)) +
                                  ", which cannot be sent");
     }
-    return {value.name, static_cast<ElementType>(type->dataType), checkedDims(value.dims)};
+    return {value.name, static_cast<ElementType>(type->dataType), checkedDims(value.dims),
+            value.dimNames};
 }
 
 template <typename Value>

@@ -4,12 +4,14 @@
  */
 #include "client/model/TensorShape.h"
 
+#include <algorithm>
 #include <cmath>
 #include <cstring>
 #include <limits>
 #include <stdexcept>
 
 #include <onnx/ElementType.h>
+#include <onnx/EngineTensor.h>
 
 namespace orva::client {
 
@@ -88,6 +90,10 @@ double valueAt(ElementType type, const uint8_t* bytes) {
     return 0;
 }
 
+bool TensorShape::isOpen() const {
+    return std::count(dims.begin(), dims.end(), -1) != 0;
+}
+
 size_t TensorShape::elements() const {
     size_t count = 1;
     for (const int64_t dim : dims) {
@@ -97,11 +103,7 @@ size_t TensorShape::elements() const {
 }
 
 std::string TensorShape::text() const {
-    std::string text;
-    for (const int64_t dim : dims) {
-        text += (text.empty() ? "" : "x") + std::to_string(dim);
-    }
-    return text.empty() ? "scalar" : text;
+    return reference::TextOf(dims, dimNames);
 }
 
 TensorAttributes TensorShape::attributes() const {

@@ -42,11 +42,15 @@ double valueAt(ElementType type, const uint8_t* bytes);
 struct TensorShape {
     std::string name;
     ElementType type = ElementType::kUint8;
+    // -1 where the model leaves a dimension open, and then its name, or none.
     std::vector<int64_t> dims;
+    std::vector<std::string> dimNames = {};
 
+    bool isOpen() const;
+    // Of a shape that is not open.
     size_t elements() const;
     size_t bytes() const { return elements() * sizeOf(type); }
-    // "1x128x128x3"
+    // "1x128x128x3"; open dimensions are their names, or "?"
     std::string text() const;
     // The record that says so. The fields are named after a batch of pictures, so the dimensions go
     // where they fit: number, height, width, channel when the channels come last, number, channel,
