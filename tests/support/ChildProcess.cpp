@@ -78,6 +78,9 @@ ChildProcess::ChildProcess(const std::vector<std::string>& command) {
     input_.reset(ends[1]);
     unique_fd output(memfd_create("output", MFD_CLOEXEC));
     unique_fd errors(memfd_create("errors", MFD_CLOEXEC));
+    // The kernel lets threads that write to a memory file at once write over each other otherwise.
+    fcntl(output, F_SETFL, O_APPEND);
+    fcntl(errors, F_SETFL, O_APPEND);
     // A write to a child that has gone is an error, not the test's end.
     std::signal(SIGPIPE, SIG_IGN);
 

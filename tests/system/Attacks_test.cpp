@@ -38,6 +38,8 @@ const std::map<std::string, std::string> kNotWithstood = {
 };
 
 constexpr int kHonestClients = 4;
+// A machine that others use is slow now and then. What an attack does to others, it does each time.
+constexpr int kTries = 3;
 constexpr int kUnavailable = 77;
 // A sanitizer's host is slower than what it is measured with.
 constexpr int kSlower = kSanitized ? 8 : 1;
@@ -83,21 +85,46 @@ protected:
         }
     }
 
-    void honestClientsNoticedNothing() {
+    // Whether none of them had to wait for long; all else must hold each time.
+    bool honestClientsNoticedNothing() {
+        bool quick = true;
         for (const auto& client : honest_) {
             client->write("rest");
         }
         for (const auto& client : honest_) {
             const std::string text = client->answer();
             const Outcome outcome(text);
-            ASSERT_TRUE(outcome.isWhole) << text << client->errors().text();
-            RecordProperty("longest_us", std::to_string(outcome.longest.count()));
+            EXPECT_TRUE(outcome.isWhole) << text << client->errors().text();
             EXPECT_GT(outcome.count, 0);
             EXPECT_EQ(outcome.lost, 0) << client->errors().text();
-            EXPECT_LE(outcome.longest.count(), limit_.count()) << "microseconds";
             EXPECT_EQ(client->finish(), 0);
+            if (outcome.longest > limit_) {
+                quick = false;
+                printf("an honest call took %ld us of %ld\n", outcome.longest.count(),
+                       limit_.count());
+            }
         }
         honest_.clear();
+        return quick;
+    }
+
+    // One attack on a host of its own; `code` is the attacker's exit code.
+    void tryOnce(const std::string& attack, int* code, bool* quick) {
+        limit_ = microseconds(0);
+        startHost({"--log-limit", "600"});
+        ASSERT_NO_FATAL_FAILURE(honestClientsMeasure());
+        ASSERT_NO_FATAL_FAILURE(honestClientsWork());
+        ChildProcess attacker({ORVA_ATTACK, "--socket-dir", folder(), attack});
+        *code = attacker.await();
+        *quick = honestClientsNoticedNothing();
+        EXPECT_TRUE(*code == 0 || *code == kUnavailable) << *code << attacker.errors().text();
+        // Nothing of a client's begins a line, and there is not much of it.
+        const std::string& log = host().log().text();
+        EXPECT_EQ(log.find("\nFORGED"), std::string::npos);
+        EXPECT_EQ(log.find('\x1b'), std::string::npos);
+        EXPECT_LT(log.size(), size_t{1} << 20);
+        expectServed(*newClient());
+        hostHasRecovered(atStart());
     }
 
     // What the attacker held, the host has back.
@@ -128,21 +155,17 @@ TEST_P(Attacks, CostNobodyElseAnything) {
     if (notYet != kNotWithstood.end()) {
         GTEST_SKIP() << notYet->second;
     }
-    startHost({"--log-limit", "600"});
-    ASSERT_NO_FATAL_FAILURE(honestClientsMeasure());
-    ASSERT_NO_FATAL_FAILURE(honestClientsWork());
-    ChildProcess attacker({ORVA_ATTACK, "--socket-dir", folder(), attack});
-    const int code = attacker.await();
-    honestClientsNoticedNothing();
-    EXPECT_TRUE(code == 0 || code == kUnavailable) << code << attacker.errors().text();
-    // Nothing of a client's begins a line, and there is not much of it.
-    EXPECT_EQ(host().log().text().find("\nFORGED"), std::string::npos);
-    EXPECT_EQ(host().log().text().find('\x1b'), std::string::npos);
-    EXPECT_LT(host().log().text().size(), size_t{1} << 20);
-    expectServed(*newClient());
-    hostHasRecovered(atStart());
+    bool quick = false;
+    int code = 0;
+    for (int i = 0; i < kTries && !quick && !HasFailure(); ++i) {
+        if (i > 0) {
+            stopHost();
+        }
+        tryOnce(attack, &code, &quick);
+    }
+    EXPECT_TRUE(quick) << "honest calls had to wait in each try";
     if (code == kUnavailable) {
-        GTEST_SKIP() << attacker.errors().text();
+        GTEST_SKIP() << "this machine lacks what it takes";
     }
 }
 
