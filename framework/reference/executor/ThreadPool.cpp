@@ -73,8 +73,7 @@ void ThreadPool::Begin(Worker& worker, const void* owner) {
 
 ThreadPool::Task ThreadPool::TakeTask(Worker& worker) {
     const void* owner = nullptr;
-    Task task = tasks_.Take([this](const void* each) ORVA_REQUIRES(mutex_) { return MayRun(each); },
-                            &owner);
+    Task task = tasks_.Take(OwnerMayRun(), &owner);
     if (task != nullptr) {
         Begin(worker, owner);
     }
@@ -237,9 +236,7 @@ void ThreadPool::Watch() {
         while (stalled_.WaitUntil(mutex_, Clock::now() + kStallTime) && taken == taken_ &&
                !workers_.empty()) {
         }
-        const bool stalls = taken == taken_ &&
-                            tasks_.HasOne([this](const void* each)
-                                                  ORVA_REQUIRES(mutex_) { return MayRun(each); });
+        const bool stalls = taken == taken_ && tasks_.HasOne(OwnerMayRun());
         if (stalls && !idle_.empty()) {
             WakeIdle();
         } else if (stalls && WantsStandIn()) {

@@ -66,6 +66,11 @@ private:
     void Begin(Worker& worker, const void* owner) ORVA_REQUIRES(mutex_);
     Task TakeTask(Worker& worker) ORVA_REQUIRES(mutex_);
     bool MayRun(const void* owner) const ORVA_REQUIRES(mutex_);
+    // The same to be called by others while this one holds the lock, which the analysis cannot see.
+    auto OwnerMayRun() const ORVA_REQUIRES(mutex_) {
+        return [this](const void* owner)
+                       ORVA_THREAD_ATTRIBUTE(no_thread_safety_analysis) { return MayRun(owner); };
+    }
     void JoinFinished() ORVA_REQUIRES(mutex_);
     bool StartWorker() ORVA_REQUIRES(mutex_);
     bool WantsStandIn() const ORVA_REQUIRES(mutex_);
