@@ -6,7 +6,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <cstring>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
@@ -121,7 +120,7 @@ bool IsClose(const CaseTensor& expected, const uint8_t* result) {
         nearly = 1e-2;
         break;
     default:
-        return std::memcmp(expected.bytes.data(), result, expected.bytes.size()) == 0;
+        return std::equal(expected.bytes.begin(), expected.bytes.end(), result);
     }
     for (size_t i = 0; i < expected.bytes.size(); i += type.size) {
         const auto element = static_cast<client::ElementType>(type.dataType);

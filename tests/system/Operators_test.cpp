@@ -46,7 +46,9 @@ std::vector<Tensor> tensorsFor(const std::vector<CaseTensor>& expected, bool fil
         const size_t size = std::max<size_t>(each.bytes.size(), 1);
         tensors.emplace_back(attributesOf(each), size);
         std::memset(tensors.back().data(), 0x5a, size);
-        std::memcpy(tensors.back().data(), each.bytes.data(), filled ? each.bytes.size() : 0);
+        if (filled && !each.bytes.empty()) {
+            std::memcpy(tensors.back().data(), each.bytes.data(), each.bytes.size());
+        }
     }
     return tensors;
 }

@@ -31,6 +31,9 @@ bool Steers(int dataType) {
 
 void CopyIn(const EngineTensor& tensor, const BufferView& buffer, size_t elements,
             const ByteConversion& conversion, Ort::Value& value) {
+    if (elements == 0) {
+        return;
+    }
     if (buffer.dataType != tensor.dataType) {
         auto* const floats = value.GetTensorMutableData<float>();
         for (size_t i = 0; i < elements; ++i) {
@@ -54,6 +57,9 @@ void CopyOut(const EngineTensor& tensor, const Ort::Value& value, size_t element
         throw std::runtime_error("output " + tensor.name + " takes " +
                                  std::to_string(elements * type.size) + " bytes, its buffer has " +
                                  std::to_string(buffer.size));
+    }
+    if (elements == 0) {
+        return;  // There is no address to copy from, either.
     }
     if (buffer.dataType == tensor.dataType) {
         std::memcpy(buffer.data, value.GetTensorRawData(), elements * type.size);
