@@ -21,7 +21,7 @@ constexpr std::chrono::milliseconds kSurplusTime{500};
 
 }  // namespace
 
-thread_local ThreadPool::Worker* ThreadPool::current_ = nullptr;
+thread_local ThreadPool::Worker* ThreadPool::current = nullptr;
 
 ThreadPool::ThreadPool(size_t count, size_t most)
         : count_(std::max<size_t>(count, 1)), most_(std::max(count_, most)) {}
@@ -57,11 +57,11 @@ bool ThreadPool::PostFor(const void* owner, Task task) {
 }
 
 void ThreadPool::EnterBlocking() {
-    current_->blocked = true;
+    current->blocked = true;
 }
 
 void ThreadPool::LeaveBlocking() {
-    current_->blocked = false;
+    current->blocked = false;
 }
 
 void ThreadPool::Begin(Worker& worker, const void* owner) {
@@ -152,7 +152,7 @@ bool ThreadPool::StartWorker() {
 }
 
 void ThreadPool::Work(std::list<Worker>::iterator self) {
-    current_ = &*self;
+    current = &*self;
     MutexLock lock(mutex_);
     for (;;) {
         self->runs = false;

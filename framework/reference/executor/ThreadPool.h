@@ -61,7 +61,7 @@ private:
         Clock::time_point since;
         std::atomic<bool> blocked{false};
     };
-    static thread_local Worker* current_;
+    static thread_local Worker* current;
 
     void Begin(Worker& worker, const void* owner) ORVA_REQUIRES(mutex_);
     Task TakeTask(Worker& worker) ORVA_REQUIRES(mutex_);

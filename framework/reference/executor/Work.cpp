@@ -30,7 +30,8 @@ thread_local pid_t workingFor = 0;
 
 Work::Clock::time_point After(std::chrono::nanoseconds limit) {
     const auto now = Work::Clock::now();
-    const bool ends = limit > limit.zero() && limit < Work::Clock::time_point::max() - now;
+    const bool ends = limit > std::chrono::nanoseconds::zero() &&
+                      limit < Work::Clock::time_point::max() - now;
     return ends ? now + limit : Work::Clock::time_point::max();
 }
 

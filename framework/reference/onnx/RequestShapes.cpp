@@ -21,6 +21,11 @@ using Names = std::map<std::string, int64_t>;
     throw std::runtime_error(reason);
 }
 
+[[noreturn]] void RefuseParameter(const std::string& name, const std::string& kind,
+                                  const std::string& value) {
+    Refuse("parameter " + name + " is no " + kind + ": " + value);
+}
+
 // "1x3x480x640"; "scalar" has no dimensions. Empty when it is neither.
 bool ParseDims(const std::string& text, Dims& dims) {
     dims.clear();
@@ -205,8 +210,7 @@ void ShapeChoices::Add(const std::map<std::string, std::string>& parameters) {
             continue;
         }
         if (!ParseDims(value, dims) || (!isShape && dims.size() != 1)) {
-            Refuse("parameter " + parameter + " is no " + (isShape ? "shape" : "size") + ": " +
-                   value);
+            RefuseParameter(parameter, isShape ? "shape" : "size", value);
         }
         if (isShape) {
             shapes[name] = dims;

@@ -53,7 +53,7 @@ std::shared_ptr<AIServiceBase> MakeCounted(const NodeCreator& creator) {
         counted->node = creator();
     }
     AIServiceBase* const node = counted->node.get();
-    return node != nullptr ? std::shared_ptr<AIServiceBase>(std::move(counted), node) : nullptr;
+    return node != nullptr ? std::shared_ptr<AIServiceBase>(counted, node) : nullptr;
 }
 
 }  // namespace
