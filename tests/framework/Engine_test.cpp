@@ -232,6 +232,7 @@ TEST(Engine, SharesItsThreadsAmongAllAndRefusesNobody) {
     const std::vector<uint8_t> file = test::CaseModel("test_relu");
     Cancellation cancellation;
     std::vector<std::unique_ptr<OnnxRunner>> runners;
+    runners.reserve(20);
     for (int i = 0; i < 20; ++i) {
         runners.push_back(std::make_unique<OnnxRunner>(ByteRange{file.data(), file.size()},
                                                        ConfigOf({{"threads", "8"}}), cancellation));

@@ -87,6 +87,7 @@ TEST(ShrunkenRegions, OfManyThreadsAtATime) {
         common.shrink(0);
         std::atomic<int> sum{0};
         std::vector<std::thread> threads;
+        threads.reserve(8);
         for (int i = 0; i < 8; ++i) {
             threads.emplace_back([&] {
                 for (int j = 0; j < 20; ++j) {

@@ -31,7 +31,7 @@ void check(const Connection& connection, const std::vector<std::string>& paths, 
         nlohmann::json verdict = {{"file", path}, {"compatible", status == 0}, {"status", status}};
         if (status != 0) {
             const std::string reason = refusalText(model, status);
-            refused += "\n  " + path + ": " + reason;
+            refused.append("\n  ").append(path).append(": ").append(reason);
             ++refusals;
             verdict["reason"] = reason;
         } else if (!asJson) {

@@ -111,7 +111,7 @@ void write(Pixels* picture, const std::string& text, int left, int top, int size
 
 // A detector's numbers may lie anywhere; sums of these fit.
 float bounded(float value) {
-    constexpr float kFar = 1 << 28;
+    constexpr float kFar = 0x1p28F;
     return std::isfinite(value) ? std::clamp(value, -kFar, kFar) : 0;
 }
 

@@ -42,6 +42,7 @@ Share between(double middle, int length) {
 std::vector<Share> sharesOf(int length, int resultLength) {
     const double scale = static_cast<double>(length) / resultLength;
     std::vector<Share> shares;
+    shares.reserve(static_cast<size_t>(resultLength));
     for (int i = 0; i < resultLength; ++i) {
         shares.push_back(scale > 1 ? covered(i * scale, (i + 1) * scale, length)
                                    : between((i + 0.5) * scale, length));
@@ -68,7 +69,7 @@ Pixels resized(const Pixels& picture, int width, int height) {
         for (size_t i = 0; i < lines.weights.size(); ++i) {
             const uint8_t* const line = picture.at(0, lines.begin + static_cast<int>(i));
             for (size_t x = 0; x < row.size(); ++x) {
-                row[x] += lines.weights[i] * line[x];
+                row[x] += lines.weights[i] * static_cast<float>(line[x]);
             }
         }
         for (int x = 0; x < width; ++x) {
