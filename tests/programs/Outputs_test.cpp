@@ -21,7 +21,7 @@ namespace fs = std::filesystem;
 
 class Outputs : public CommandLine {
 protected:
-    const std::string model = ORVA_ONNX_CASES "/test_relu/model.onnx";
+    const std::string model_ = ORVA_ONNX_CASES "/test_relu/model.onnx";
 };
 
 // The program's status when its output goes to that file; -1 closes it.
@@ -44,7 +44,7 @@ int runOrvaInto(int output, const std::vector<std::string>& arguments) {
 
 TEST_F(Outputs, AreNeverAnInput) {
     const std::string source = path("m.onnx"), picture = file("x.ppm", "P6 1 1 255\nabc");
-    fs::copy_file(model, source);
+    fs::copy_file(model_, source);
     fs::create_hard_link(source, path("hard.onnx"));
     fs::create_symlink(picture, path("link.png"));
     fs::create_directories(path("saved"));
@@ -69,7 +69,7 @@ TEST_F(Outputs, AreNeverAnInput) {
     for (const auto& [arguments, told] : mistakes) {
         expectRefused(orva(arguments), 1, told);
     }
-    EXPECT_EQ(fs::file_size(source), fs::file_size(model));
+    EXPECT_EQ(fs::file_size(source), fs::file_size(model_));
     EXPECT_EQ(fs::file_size(input), 240U);
 }
 
@@ -77,9 +77,9 @@ TEST_F(Outputs, ThatCannotBeWrittenEndWith1) {
     startHost();
     const std::string bytes = file("bytes", "1234");
     const std::vector<std::vector<std::string>> commands = {
-            {"--help"},      {"--version"},    {"list"},
-            {"ping"},        {"debug"},        {"run", "--node", "echo", "--input", bytes},
-            {"info", model}, {"check", model}, {"run", "--help"},
+            {"--help"},       {"--version"},     {"list"},
+            {"ping"},         {"debug"},         {"run", "--node", "echo", "--input", bytes},
+            {"info", model_}, {"check", model_}, {"run", "--help"},
     };
     const android::base::unique_fd full(open("/dev/full", O_WRONLY | O_CLOEXEC));
     ASSERT_GE(full, 0);
@@ -99,7 +99,7 @@ TEST_F(Outputs, InputsAreJudgedBeforeTheyAreRead) {
     rusage before = {};
     getrusage(RUSAGE_CHILDREN, &before);
     const Mistakes mistakes = {
-            {{"run", "--model", model, "--input", huge}, "takes 240"},
+            {{"run", "--model", model_, "--input", huge}, "takes 240"},
             {{"run", "--node", "echo", "--input", huge}, "a tensor has at most 2.0 GiB"},
             {{"run", "--model", huge, "--input", huge}, "a model has at most 2.0 GiB"},
             {{"check", huge}, "a model has at most 2.0 GiB"},

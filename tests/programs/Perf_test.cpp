@@ -27,8 +27,8 @@ protected:
         EXPECT_NE(outcome.errors.find("requests/s"), std::string::npos);
         return json::parse(outcome.output);
     }
-    const std::string relu = ORVA_ONNX_CASES "/test_relu/model.onnx";
-    const std::string abs = ORVA_ONNX_CASES "/test_abs/model.onnx";
+    const std::string relu_ = ORVA_ONNX_CASES "/test_relu/model.onnx";
+    const std::string abs_ = ORVA_ONNX_CASES "/test_abs/model.onnx";
 };
 
 TEST_F(Perf, MeasuresEachWayOfRunning) {
@@ -36,9 +36,9 @@ TEST_F(Perf, MeasuresEachWayOfRunning) {
     const std::vector<std::vector<std::string>> ways = {
             {"--node", "echo"},
             {"--node", "echo", "--bytes", "1", "--concurrency", "5", "--tensor", "ion"},
-            {"--model", relu, "--fill", "zero"},
-            {"--model", relu, "--service", "model-manager"},
-            {"--model", relu, "--service", "model-manager", "--bind", "--concurrency", "2"},
+            {"--model", relu_, "--fill", "zero"},
+            {"--model", relu_, "--service", "model-manager"},
+            {"--model", relu_, "--service", "model-manager", "--bind", "--concurrency", "2"},
             {"--node", "echo", "--rate", "100"},
     };
     for (const auto& way : ways) {
@@ -58,16 +58,16 @@ TEST_F(Perf, MeasuresEachWayOfRunning) {
 TEST_F(Perf, WritesAReportOfSeveralModels) {
     startHost();
     const std::string report = path("report.html");
-    const Outcome outcome = orva({"perf", "--model", relu, "--model", abs, "--report", report,
+    const Outcome outcome = orva({"perf", "--model", relu_, "--model", abs_, "--report", report,
                                   "--duration", "0.2", "--warmup", "0"});
     ASSERT_EQ(outcome.code, 0) << outcome.errors;
     std::ifstream file(report);
     const std::string html{std::istreambuf_iterator<char>(file), {}};
-    for (const std::string& model : {relu, abs}) {
+    for (const std::string& model : {relu_, abs_}) {
         EXPECT_NE(outcome.output.find("\n" + model + "\n"), std::string::npos);
         EXPECT_NE(html.find("<h2>" + model), std::string::npos);
     }
-    expectRefused(orva({"perf", "--model", relu, "--report", path("none/x.html")}), 1,
+    expectRefused(orva({"perf", "--model", relu_, "--report", path("none/x.html")}), 1,
                   "there is no folder");
     expectRefused(orva({"perf"}), 2, "--model, or a --node that needs none is required");
     expectRefused(orva({"perf", "--node", "nosuch"}), 1, "type 'nosuch'");
