@@ -107,7 +107,8 @@ int serve(const Options& options) {
         }
         gLog->forget(pid);
         // What its models took stays in the allocator otherwise: after eight checks of a model of
-        // 4 MiB matrices the process kept 91 MB, and keeps 36 so.
+        // 4 MiB matrices the process kept 91 MB, and 36 once this and the services' cleaning up
+        // had come.
         malloc_trim(0);
     });
     const int registered = registerAll(services, options);
