@@ -77,6 +77,7 @@ protected:
     // Starts a host and waits until it serves.
     void startHost(const std::vector<std::string>& options = {"--log-level", "info"});
     HostProcess& host() { return *host_; }
+    bool hasHost() const { return host_ != nullptr; }
     // Both end the host here and now; what it holds then is not looked at.
     void stopHost();
     void killHost();
