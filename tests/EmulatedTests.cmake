@@ -7,6 +7,7 @@ set(CTEST_CUSTOM_TESTS_IGNORE
     # The handler reads /proc/self/maps through a descriptor opened beforehand, of which qemu makes a
     # copy when it is opened.
     ShrunkenRegions.WhatIsGoneReadsAsZerosAndTheRestStays
+    ShrunkenRegions.OfManyThreadsAtATime
     ShrunkenRegions.InAForkedProcessAsWell
 
     # Counts the server's threads, and qemu has one of its own.

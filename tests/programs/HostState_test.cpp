@@ -9,6 +9,8 @@
 
 #include <sstream>
 
+#include "support/Machine.h"
+
 namespace orva::client {
 namespace {
 
@@ -60,7 +62,7 @@ TEST(HostState, ShowsWhatHasBeenDoneSince) {
 TEST(HostState, KnowsProcesses) {
     const auto own = processFacts(getpid());
     ASSERT_TRUE(own);
-    EXPECT_EQ(own->program, "programs_test");
+    EXPECT_EQ(own->program, test::programOf("programs_test"));
     EXPECT_GE(own->threads, 1U);
     EXPECT_GT(own->residentBytes, 100'000U);
     EXPECT_FALSE(processFacts(0));

@@ -24,17 +24,18 @@ TEST_F(CommandLine, ShowsWhoServesWhom) {
     const json services = json::parse(orva({"list", "--long", "--json"}).output);
     ASSERT_EQ(services.size(), 4U);
     for (const json& service : services) {
-        EXPECT_EQ(service["program"], "orva-host");
+        EXPECT_EQ(service["program"], programOf("orva-host"));
         EXPECT_GT(service["threads"], 1);
         const bool isOurs = service["interface"] == client::AIService::descriptor;
         ASSERT_EQ(service["clients"].size(), isOurs ? 1U : 0U) << service;
         if (isOurs) {
             EXPECT_EQ(service["clients"][0]["pid"], client->pid());
-            EXPECT_EQ(service["clients"][0]["program"], "system_client");
+            EXPECT_EQ(service["clients"][0]["program"], programOf("system_client"));
             EXPECT_EQ(service["clients"][0]["sessions"], 2);
         }
     }
-    EXPECT_NE(orva({"list", "--long"}).output.find("system_client, 2 sessions"), std::string::npos);
+    EXPECT_NE(orva({"list", "--long"}).output.find(programOf("system_client") + ", 2 sessions"),
+              std::string::npos);
     EXPECT_EQ(client->finish(), 0);
 }
 

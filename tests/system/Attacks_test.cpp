@@ -42,8 +42,9 @@ constexpr int kHonestClients = 4;
 // A machine that others use is slow now and then. What an attack does to others, it does each time.
 constexpr int kTries = 3;
 constexpr int kUnavailable = 77;
-// A sanitizer's host is slower than what it is measured with.
-constexpr int kSlower = kSanitized ? 8 : 1;
+// A sanitizer's host, or an emulated one, is slower than what it is measured with.
+constexpr bool kSlow = kSanitized || kEmulated;
+constexpr int kSlower = kSlow ? 8 : 1;
 // What may stay: allocators keep some.
 constexpr size_t kMostBytesLeft = size_t{64} << 20;
 // Of the runtime's pool, the framework, and what stands in for either for a while.
@@ -137,7 +138,7 @@ protected:
             now = ProcessState::of(host().pid());
             recovered = now.descriptors == before.descriptors && now.regions == before.regions &&
                         now.threads <= kMostThreadsLeft &&
-                        (kSanitized || now.memory <= before.memory + kMostBytesLeft);
+                        (kSlow || now.memory <= before.memory + kMostBytesLeft);
             return recovered || std::chrono::steady_clock::now() > limit;
         });
         if (!recovered) {

@@ -12,16 +12,10 @@
 #include "client/lib/Session.h"
 #include "support/ChildProcess.h"
 #include "support/Eventually.h"
+#include "support/Machine.h"
 #include "support/ResourceTest.h"
 
 namespace orva::test {
-
-// Sanitizers make everything slower.
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-constexpr bool kSanitized = true;
-#else
-constexpr bool kSanitized = false;
-#endif
 
 // What the kernel says that another process holds.
 struct ProcessState {
