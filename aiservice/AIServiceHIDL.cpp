@@ -13,38 +13,28 @@
 #include <orva/AINNNodeFactory.h>
 #include <orva/AIServiceConnectManager.h>
 
-#include "common/ClientAdmission.h"
-#include "common/ClientProcess.h"
 #include "common/Log.h"
 #include "common/ModelBuffers.h"
 #include "common/ServiceId.h"
 #include "common/StatusCodes.h"
+#include "debug/StateDump.h"
 
 namespace orva::hidl {
 
 using android::sp;
+using android::hardware::hidl_handle;
 using android::hardware::hidl_string;
 using android::hardware::hidl_vec;
 using android::hardware::Return;
 using android::hardware::Void;
-
-AIServiceHIDL* AIServiceHIDL::GetInstance() {
-    // The reference held here is what keeps a client's last release from destroying the service,
-    // and a client that lets go only after process exit has begun finds it alive.
-    static const sp<AIServiceHIDL> service = new AIServiceHIDL;
-    return service.get();
-}
 
 Return<int32_t> AIServiceHIDL::Init(int32_t clientId, const hidl_string& type,
                                     const hidl_string& config,
                                     const hidl_vec<ModelBuffer>& models) {
     ORVA_LOGI(kLogTag, "AIServiceHIDL Init");
     const std::string serviceId = MakeServiceId(clientId);
-    // Nobody is refused for the sake of a process that is gone, nor gets such a one's session.
-    RemoveWhatDeadClientsLeft();
-    if (!AdmitClient(*this)) {
-        return activity_.Refuse(ORVA_HERE, Refusal::kClientLimit, kStatusFailure, serviceId,
-                                "The number of service is more than limit, init failed.");
+    if (!AdmitClient(serviceId)) {
+        return kStatusFailure;
     }
 
     NodeSession session;
@@ -58,12 +48,11 @@ Return<int32_t> AIServiceHIDL::Init(int32_t clientId, const hidl_string& type,
         const std::string nodeType = type;
         session.framework = AINNNodeFactory::GetInstance()->CreateNNNode(nodeType);
         if (session.framework == nullptr) {
-            return activity_.Refuse(ORVA_HERE, Refusal::kUnknownType, kStatusFailure, serviceId,
+            return activity_.Refuse(ORVA_HERE, kStatusFailure, serviceId,
                                     "create AIService type %s error", nodeType.c_str());
         }
         session.framework->CreateIdleTimer();
-        session.record = std::make_shared<SessionRecord>(activity_, serviceId, nodeType,
-                                                         ClientProcess::CallingWatched());
+        session.record = std::make_shared<SessionRecord>(activity_, serviceId, nodeType);
         serviceNodes[serviceId] = session;
     }
 
@@ -74,8 +63,7 @@ Return<int32_t> AIServiceHIDL::Init(int32_t clientId, const hidl_string& type,
     if (!ReadModels(models, descriptions)) {
         // The session stays as it is, until the client ends it or its time runs out.
         session.record->Opened(false);
-        return activity_.Refuse(ORVA_HERE, Refusal::kModelRegion, kStatusFailure, serviceId,
-                                "mmap fail");
+        return activity_.Refuse(ORVA_HERE, kStatusFailure, serviceId, "mmap fail");
     }
     const int32_t status = session.framework->Init(nodeConfig, descriptions);
     session.record->Opened(status == kStatusSuccess);
@@ -84,7 +72,7 @@ Return<int32_t> AIServiceHIDL::Init(int32_t clientId, const hidl_string& type,
         return kStatusSuccess;
     }
 
-    activity_.Refuse(ORVA_HERE, Refusal::kInit, status, serviceId, "Service init failed");
+    activity_.Refuse(ORVA_HERE, status, serviceId, "Service init failed");
     MutexLock lock(serviceMutex);
     EndSession(serviceNodes, serviceId);
     AIServiceConnectManager::GetInstance()->RemoveServiceTime(serviceId);
@@ -117,22 +105,14 @@ void AIServiceHIDL::RemoveService(const std::string& serviceId) {
     sp<IAIServiceListener> listener;
     {
         MutexLock lock(listenerMutex);
-        listener = ForgetClient(serviceId, clientListeners, deathRecipients);
+        listener = ForgetClient(serviceId);
     }
     ORVA_LOGI(kLogTag, "AIServiceHIDL RemoveService %s Complete", serviceId.c_str());
 }
 
-void AIServiceHIDL::UpdateServiceTime(const std::string& serviceId, SessionRecord& session) {
-    AIServiceConnectManager* const connections = AIServiceConnectManager::GetInstance();
-    connections->UpdateServiceTime(serviceId);
-    session.Use();
-    if (session.HasEnded()) {
-        MutexLock lock(serviceMutex);
-        // The client may have opened the id again, whose time this is then.
-        if (serviceNodes.count(serviceId) == 0) {
-            connections->RemoveServiceTime(serviceId);
-        }
-    }
+Return<void> AIServiceHIDL::debug(const hidl_handle& handle, const hidl_vec<hidl_string>& options) {
+    DumpState(activity_, handle, options);
+    return Void();
 }
 
 }  // namespace orva::hidl

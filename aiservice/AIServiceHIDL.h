@@ -14,15 +14,20 @@
 #include <hidl/Status.h>
 #include <orva/AIContext.h>
 #include <orva/AIServiceBase.h>
+#include <orva/AIServiceListener.h>
 #include <orva/IAITensor.h>
 
-#include "aiservice/AIServiceDeathRecipient.h"
+#include "common/ClientService.h"
+#include "common/CompletionListener.h"
 #include "common/Interfaces.h"
 #include "common/Mutex.h"
-#include "common/ServiceActivity.h"
 #include "common/Session.h"
 
 namespace orva::hidl {
+
+class AIServiceHIDL;
+using AIServiceDeathRecipient = ClientDeathRecipient<AIServiceHIDL>;
+using AIServiceClientListener = CompletionListener<AIServiceListener, AIServiceHIDL>;
 
 // The general AI service: one framework node a session, requests passed on to it, its results
 // passed back to the client's listener. IAIService says what each method means to a client, and
@@ -32,15 +37,12 @@ namespace orva::hidl {
 // its sessions, listeners and recipients. Every operation may be called from any thread; the two
 // mutexes are never held together. A client's listener is called with neither held, but linked to
 // its recipient, and unlinked, under listenerMutex.
-class AIServiceHIDL : public IAIService_hidl {
+class AIServiceHIDL
+        : public ClientService<AIServiceHIDL, IAIService_hidl, IAIServiceListener, Mutex> {
 public:
     static constexpr const char* kLogTag = "AIServiceHIDL";
 
-    // The service that the process offers, made by the first call. It lives until the process
-    // exits, or as long as somebody holds a reference beyond that.
-    static AIServiceHIDL* GetInstance();
-
-    AIServiceHIDL() = default;
+    AIServiceHIDL() : ClientService("IAIService") {}
 
     // Sessions: AIServiceHIDL.cpp.
     android::hardware::Return<int32_t> Init(
@@ -69,9 +71,6 @@ public:
                        const std::vector<std::shared_ptr<IAITensor>>& outputs)
             ORVA_EXCLUDES(serviceMutex, listenerMutex);
 
-    // Looking after the service: AIServiceCare.cpp.
-    // Asked whether the service is there, it lets go of what processes that are gone have left.
-    android::hardware::Return<void> ping() override ORVA_EXCLUDES(serviceMutex, listenerMutex);
     // Writes the service's state to a client's descriptor; see DumpState.
     android::hardware::Return<void> debug(
             const android::hardware::hidl_handle& handle,
@@ -90,24 +89,15 @@ private:
     // The node's, by which it reports to the service.
     int32_t SetNodeListener(const std::string& serviceId) ORVA_EXCLUDES(serviceMutex);
 
-    // Tells the connection manager that a session is in use. Of one that has ended since it was
-    // looked up nothing stays there, because nobody would be left to remove it.
-    void UpdateServiceTime(const std::string& serviceId, SessionRecord& session)
-            ORVA_EXCLUDES(serviceMutex);
-    // Ends the sessions of processes that are gone, and drops their listeners, recipients and
-    // times. One system call when all are there.
-    void RemoveWhatDeadClientsLeft() ORVA_EXCLUDES(serviceMutex, listenerMutex);
+    // For what both services do alike.
+    friend ClientService;
+    std::map<std::string, NodeSession>& Sessions() ORVA_REQUIRES(serviceMutex) {
+        return serviceNodes;
+    }
+    Mutex& SessionMutex() ORVA_RETURNS_MUTEX(serviceMutex) { return serviceMutex; }
 
-    // Before the sessions, which it outlives.
-    ServiceActivity activity_{"IAIService", kLogTag};
-
-    std::map<std::string, android::sp<IAIServiceListener>> clientListeners
-            ORVA_GUARDED_BY(listenerMutex);
     std::map<std::string, NodeSession> serviceNodes ORVA_GUARDED_BY(serviceMutex);
-    std::map<std::string, android::sp<AIServiceDeathRecipient>> deathRecipients
-            ORVA_GUARDED_BY(listenerMutex);
     Mutex serviceMutex;
-    Mutex listenerMutex;
 };
 
 }  // namespace orva::hidl

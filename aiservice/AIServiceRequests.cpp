@@ -4,18 +4,18 @@
  */
 // Requests, listeners and results; the service object and its sessions are in AIServiceHIDL.cpp.
 
+#include <memory>
 #include <new>
+#include <string>
+#include <vector>
 
 #include <orva/AIServiceConnectManager.h>
 
-#include "aiservice/AIServiceClientListener.h"
 #include "aiservice/AIServiceHIDL.h"
-#include "common/ClientProcess.h"
 #include "common/Log.h"
 #include "common/ServiceId.h"
 #include "common/StatusCodes.h"
-#include "transport/TensorPacking.h"
-#include "transport/TensorUnpacking.h"
+#include "transport/RequestTensors.h"
 
 namespace orva::hidl {
 
@@ -26,7 +26,6 @@ using android::hardware::Return;
 
 namespace {
 
-// Tells the platform's traces apart; the recipient does not look at it.
 constexpr uint64_t kDeathCookie = 0x3456;
 
 constexpr TensorLines kProcessLines = {"Process", nullptr,
@@ -40,33 +39,22 @@ Return<int32_t> AIServiceHIDL::Process(int32_t clientId, const hidl_string& cont
                                        const hidl_vec<AITensorHandle>& outputs, int32_t param) {
     ORVA_LOGI(kLogTag, "AIServiceHIDL Process");
     const std::string serviceId = MakeServiceId(clientId);
-    NodeSession session;
-    {
-        MutexLock lock(serviceMutex);
-        session = FindSession(serviceNodes, serviceId);
-        if (!session) {
-            return activity_.Refuse(ORVA_HERE, Refusal::kNoSession, kStatusNoSession, serviceId,
-                                    "Process service %s is not create", serviceId.c_str());
-        }
+    const NodeSession session =
+            TakeSession(serviceId, ORVA_HERE, "Process service %s is not create");
+    if (!session) {
+        return kStatusNoSession;
     }
     RequestTensors tensors;
-    if (UnpackTensors(kProcessLines, activity_, serviceId, inputs, outputs, tensors) !=
-        kStatusSuccess) {
+    if (!UnpackTensors(kProcessLines, activity_, serviceId, inputs, outputs, tensors)) {
         return kStatusFailure;
     }
 
     AIContext nodeContext;
     nodeContext.Deserialize(context);
     ORVA_LOGI(kLogTag, "Process context: %s", context.c_str());
-    UpdateServiceTime(serviceId, *session.record);
-    session.record->RequestBegins();
-    const int32_t status =
-            session.framework->Process(nodeContext, tensors.inputs, tensors.outputs, param);
-    if (status != kStatusSuccess) {
-        session.record->RequestEnds(false);
-        return activity_.Refuse(ORVA_HERE, Refusal::kRequest, status, serviceId);
-    }
-    return status;
+    return Request(serviceId, *session.record, ORVA_HERE, [&] {
+        return session.framework->Process(nodeContext, tensors.inputs, tensors.outputs, param);
+    });
 }
 
 Return<int32_t> AIServiceHIDL::SetListener(int32_t clientId,
@@ -77,23 +65,15 @@ Return<int32_t> AIServiceHIDL::SetListener(int32_t clientId,
 
 int32_t AIServiceHIDL::SetClientListener(const std::string& serviceId,
                                          const sp<IAIServiceListener>& listener) {
+    // A process that is gone may have had this one's number, and set a listener.
+    RemoveWhatDeadClientsLeft();
     MutexLock lock(listenerMutex);
     if (clientListeners.count(serviceId) != 0) {
-        return activity_.Refuse(ORVA_IN("SetListener"), Refusal::kListenerSet, kStatusFailure,
-                                serviceId, "SetListener service %s is already set",
-                                serviceId.c_str());
+        return activity_.Refuse(ORVA_IN("SetListener"), kStatusFailure, serviceId,
+                                "SetListener service %s is already set", serviceId.c_str());
     }
-    const sp<AIServiceDeathRecipient> recipient =
-            new (std::nothrow) AIServiceDeathRecipient(serviceId, ClientProcess::CallingWatched());
-    if (recipient == nullptr) {
-        return activity_.Refuse(ORVA_IN("SetListener"), Refusal::kMemory, kStatusFailure,
-                                serviceId);
-    }
-    deathRecipients[serviceId] = recipient;
-    // A client may register no listener at all: its results are dropped without a word.
-    if (listener != nullptr) {
-        // Of one that is dead already the recipient hears as of any other.
-        (void)listener->linkToDeath(recipient, kDeathCookie).isOk();
+    if (!LinkToDeath(serviceId, listener, kDeathCookie)) {
+        return activity_.Refuse(ORVA_IN("SetListener"), kStatusFailure, serviceId);
     }
     AIServiceConnectManager::GetInstance()->UpdateServiceTime(serviceId);
     clientListeners[serviceId] = listener;
@@ -101,27 +81,22 @@ int32_t AIServiceHIDL::SetClientListener(const std::string& serviceId,
 }
 
 int32_t AIServiceHIDL::SetNodeListener(const std::string& serviceId) {
-    NodeSession session;
-    {
-        MutexLock lock(serviceMutex);
-        session = FindSession(serviceNodes, serviceId);
-        if (!session) {
-            return activity_.Refuse(ORVA_IN("SetListener"), Refusal::kNoSession, kStatusNoSession,
-                                    serviceId, "SetListener service %s is not create",
-                                    serviceId.c_str());
-        }
+    const NodeSession session =
+            TakeSession(serviceId, ORVA_IN("SetListener"), "SetListener service %s is not create");
+    if (!session) {
+        return kStatusNoSession;
     }
     // A new one each time; the node knows what to do with the one before.
     const std::shared_ptr<AIServiceListener> nodeListener(
             new (std::nothrow) AIServiceClientListener(serviceId, this, session.record));
     if (nodeListener == nullptr) {
-        return activity_.Refuse(ORVA_IN("SetListener"), Refusal::kMemory, kStatusFailure, serviceId,
+        return activity_.Refuse(ORVA_IN("SetListener"), kStatusFailure, serviceId,
                                 "SetListener create client listener for service id: %s failed",
                                 serviceId.c_str());
     }
     const int32_t status = session.framework->RegisterListener(nodeListener);
     if (status != kStatusSuccess) {
-        activity_.Refuse(ORVA_IN("SetListener"), Refusal::kRequest, status, serviceId);
+        activity_.Refuse(ORVA_IN("SetListener"), status, serviceId);
     }
     const LogSource here = ORVA_IN("SetListener");
     ORVA_LOG_FROM(here, ANDROID_LOG_INFO, kLogTag,
@@ -138,7 +113,7 @@ void AIServiceHIDL::OnProcessDone(const std::string& serviceId, const AIContext&
         MutexLock lock(listenerMutex);
         const auto found = clientListeners.find(serviceId);
         if (found == clientListeners.end()) {
-            activity_.Refuse(ORVA_HERE, Refusal::kNoListener, result, serviceId,
+            activity_.Refuse(ORVA_HERE, result, serviceId,
                              "AIServiceHIDL OnProcessDone not find the listener %s", id);
             return;
         }
@@ -156,7 +131,7 @@ void AIServiceHIDL::OnProcessDone(const std::string& serviceId, const AIContext&
     handles.setToExternal(delivered.data(), delivered.size());
     const hidl_string contextText = context.Serialize();
     if (!listener->OnProcessDone(result, contextText, handles).isOk()) {
-        activity_.Refuse(ORVA_HERE, Refusal::kDelivery, result, serviceId,
+        activity_.Refuse(ORVA_HERE, result, serviceId,
                          "AIServiceHIDL call OnProcessDone isOk error");
     }
     ORVA_LOGI(kLogTag, "AIServiceHIDL OnProcessDone Complete %s call the listener", id);

@@ -4,20 +4,21 @@
  */
 #include "common/ClientProcess.h"
 
+#include <fcntl.h>
 #include <poll.h>
 #include <signal.h>
 #include <sys/syscall.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
+#include <cstddef>
 #include <iterator>
 #include <map>
-#include <memory>
-#include <vector>
 
 #include <hwbinder/IPCThreadState.h>
 
-#include "common/HeldResources.h"
+#include "common/SharedMapping.h"
 
 namespace orva::hidl {
 
@@ -27,31 +28,14 @@ namespace {
 // it.
 constexpr long kPidfdOpen = 434;
 
-// In place of a descriptor; a kernel that has none leaves -1.
-constexpr int kNotWatched = -2;
-
 Mutex tableMutex;
 
 // By number, of which the last is the one that calls may come from. Never destroyed: a client may
 // let go when process exit has begun.
-using ProcessTable = std::multimap<int32_t, std::weak_ptr<ClientProcess>>;
+using ProcessTable = std::multimap<int32_t, ClientProcess*>;
 ProcessTable& Table() ORVA_REQUIRES(tableMutex) {
     static auto& table = *new ProcessTable;
     return table;
-}
-
-std::shared_ptr<ClientProcess> Enter(int32_t pid) ORVA_REQUIRES(tableMutex) {
-    auto process = std::make_shared<ClientProcess>(pid);
-    Table().emplace(pid, process);
-    return process;
-}
-
-bool HasEnded(int32_t pid, int descriptor) {
-    if (descriptor < 0) {
-        return pid > 0 && kill(pid, 0) != 0 && errno == ESRCH;
-    }
-    pollfd entry = {descriptor, POLLIN, 0};
-    return poll(&entry, 1, 0) > 0;
 }
 
 }  // namespace
@@ -60,76 +44,94 @@ std::shared_ptr<ClientProcess> ClientProcess::Calling() {
     const int32_t pid = android::hardware::IPCThreadState::self()->getCallingPid();
     const MutexLock lock(tableMutex);
     const auto [first, end] = Table().equal_range(pid);
-    std::shared_ptr<ClientProcess> known = first != end ? std::prev(end)->second.lock() : nullptr;
-    return known != nullptr ? known : Enter(pid);
-}
-
-std::shared_ptr<ClientProcess> ClientProcess::CallingWatched() {
-    // Let go of without the lock, as every last reference must be.
-    const std::shared_ptr<ClientProcess> known = Calling();
-    std::shared_ptr<ClientProcess> process = known;
-    const MutexLock lock(tableMutex);
-    if (process->watched_ && HasEnded(process->pid_, process->descriptor_.Get())) {
-        // Whoever calls is alive, so it has come by a dead one's number.
-        process = Enter(process->pid_);
+    if (first != end && !std::prev(end)->second->HasEnded()) {
+        // Null where the last to hold it is just letting go.
+        if (auto known = std::prev(end)->second->weak_from_this().lock()) {
+            return known;
+        }
     }
-    if (!process->watched_) {
-        process->watched_ = true;
-        process->descriptor_ = UniqueFd(static_cast<int>(syscall(kPidfdOpen, process->pid_, 0)));
-    }
+    auto process = std::make_shared<ClientProcess>(pid);
+    Table().emplace(pid, process.get());
     return process;
 }
 
-ClientProcesses ClientProcess::Ended() {
-    ClientProcesses processes;
+bool ClientProcess::LookForEnded() {
+    const MutexLock lock(tableMutex);
     std::vector<pollfd> entries;
-    {
-        const MutexLock lock(tableMutex);
-        for (const auto& [pid, known] : Table()) {
-            processes.push_back(known.lock());
-            const bool isWatched = processes.back() != nullptr && processes.back()->watched_;
-            entries.push_back(
-                    {isWatched ? processes.back()->descriptor_.Get() : kNotWatched, POLLIN, 0});
-        }
+    entries.reserve(Table().size());
+    for (const auto& [pid, process] : Table()) {
+        entries.push_back({process->descriptor_.Get(), POLLIN, 0});
     }
     poll(entries.data(), entries.size(), 0);  // passes over what is negative
-    ClientProcesses ended;
-    for (size_t i = 0; i < entries.size(); ++i) {
-        const int descriptor = entries[i].fd;
-        if (descriptor >= 0 ? entries[i].revents != 0
-                            : descriptor != kNotWatched && HasEnded(processes[i]->pid_, -1)) {
-            ended.push_back(processes[i]);
+    bool any = false;
+    auto entry = entries.begin();
+    for (const auto& [pid, process] : Table()) {
+        const bool isGone = entry->fd >= 0 ? entry->revents != 0
+                                           : pid > 0 && kill(pid, 0) != 0 && errno == ESRCH;
+        ++entry;
+        if (isGone) {
+            process->hasEnded_ = true;
+        }
+        // For good, though another may have got its number.
+        any = any || process->hasEnded_;
+    }
+    return any;
+}
+
+std::vector<std::shared_ptr<ClientProcess>> ClientProcess::All() {
+    std::vector<std::shared_ptr<ClientProcess>> all;
+    const MutexLock lock(tableMutex);
+    for (const auto& [pid, process] : Table()) {
+        if (auto known = process->weak_from_this().lock()) {
+            all.push_back(std::move(known));
         }
     }
-    return ended;
+    return all;
 }
+
+ClientProcess::ClientProcess(int32_t pid)
+        : pid_(pid), descriptor_(static_cast<int>(syscall(kPidfdOpen, pid, 0))) {}
 
 ClientProcess::~ClientProcess() {
     const MutexLock lock(tableMutex);
-    for (auto [each, end] = Table().equal_range(pid_); each != end;) {
-        each = each->second.expired() ? Table().erase(each) : std::next(each);
+    const auto [first, end] = Table().equal_range(pid_);
+    const auto self = std::find_if(first, end, [&](auto& each) { return each.second == this; });
+    if (self != end) {
+        Table().erase(self);
     }
+}
+
+ClientProcess::Memory ClientProcess::Mapped() const {
+    const MutexLock lock(mutex_);
+    return memory_;
 }
 
 bool ClientProcess::CountMapping(uint64_t length, uint64_t hollow) {
     const MutexLock lock(mutex_);
-    if (length > kMostMapped - mapped_) {
-        refusedRegions.clientMapped.fetch_add(1, std::memory_order_relaxed);
+    if (length > kMostMapped - memory_.mapped) {
+        ++refusedRegions.clientMapped;
         return false;
     }
-    if (hollow > kMostHollow - hollow_) {
-        refusedRegions.clientHollow.fetch_add(1, std::memory_order_relaxed);
+    if (hollow > kMostHollow - memory_.hollow) {
+        ++refusedRegions.clientHollow;
         return false;
     }
-    mapped_ += length;
-    hollow_ += hollow;
+    memory_ = {memory_.mappings + 1, memory_.mapped + length, memory_.hollow + hollow};
     return true;
 }
 
 void ClientProcess::ForgetMapping(uint64_t length, uint64_t hollow) {
     const MutexLock lock(mutex_);
-    mapped_ -= length;
-    hollow_ -= hollow;
+    memory_ = {memory_.mappings - 1, memory_.mapped - length, memory_.hollow - hollow};
+}
+
+std::string ProgramOf(int32_t pid) {
+    const std::string path = "/proc/" + std::to_string(pid) + "/comm";
+    const UniqueFd file(open(path.c_str(), O_RDONLY | O_CLOEXEC));
+    char name[64];
+    const ssize_t size = file.Get() < 0 ? 0 : read(file.Get(), name, sizeof(name));
+    // Its end is that of a line.
+    return size > 0 ? std::string(name, static_cast<size_t>(size) - 1) : "";
 }
 
 }  // namespace orva::hidl

@@ -4,7 +4,7 @@
  */
 #pragma once
 
-#include <algorithm>
+#include <atomic>
 #include <cstdint>
 #include <memory>
 #include <string>
@@ -15,14 +15,11 @@
 
 namespace orva::hidl {
 
-class ClientProcess;
-using ClientProcesses = std::vector<std::shared_ptr<ClientProcess>>;
-
 // One process that clients run in: what it has mapped here, with the bounds of that, and whether it
 // is still there. Its sessions, listeners and mappings share the object, which goes with the last
 // of them. A process that gets the number of one that is gone is another one. Every operation may
 // be called from any thread.
-class ClientProcess {
+class ClientProcess : public std::enable_shared_from_this<ClientProcess> {
 public:
     // What a process may have mapped here at a time, in bytes. A region can be as long as its maker
     // says without having memory behind it, and the address space is everybody's (2^39 bytes on
@@ -32,21 +29,30 @@ public:
     // which is this process. More than the largest build's region.
     static constexpr uint64_t kMostHollow = uint64_t{256} << 20;
 
+    // Regions of clients that are mapped. Unit of all but the first: bytes.
+    struct Memory {
+        uint64_t mappings, mapped, hollow;
+    };
+
     // The process whose call this thread serves; this one itself where it serves none.
     static std::shared_ptr<ClientProcess> Calling();
-    // The same, for what must not outlast the process: its end is looked for from here on.
-    static std::shared_ptr<ClientProcess> CallingWatched();
-    // Those watched that have ended, also those that nobody has waited for yet, as long as anything
-    // of theirs is held. One system call where the kernel has descriptors of processes.
-    static ClientProcesses Ended();
+    // Looks which have ended, also those that nobody has waited for yet: true when any that has
+    // holds something here. One system call where the kernel has descriptors of processes.
+    static bool LookForEnded();
+    // All that hold something here.
+    static std::vector<std::shared_ptr<ClientProcess>> All();
 
-    explicit ClientProcess(int32_t pid) : pid_(pid) {}
+    // Calling() makes them.
+    explicit ClientProcess(int32_t pid);
     ~ClientProcess();
     ClientProcess(const ClientProcess&) = delete;
     ClientProcess& operator=(const ClientProcess&) = delete;
 
     // 0 where the platform does not tell (oneway calls); that one never ends.
     int32_t Pid() const { return pid_; }
+    // As LookForEnded() has found it last.
+    bool HasEnded() const { return hasEnded_; }
+    Memory Mapped() const;
 
     // Counts a mapping of `length` bytes, of which the region lacks `hollow`. False, and nothing
     // counted but the refusal, beyond a bound.
@@ -55,26 +61,14 @@ public:
 
 private:
     const int32_t pid_;
-    // Both under the lock of the table of all processes.
-    bool watched_ = false;
-    UniqueFd descriptor_;  // of the process; none where the kernel has no such
+    const UniqueFd descriptor_;  // of the process; none where the kernel has no such
+    std::atomic<bool> hasEnded_{false};
 
-    Mutex mutex_;
-    uint64_t mapped_ ORVA_GUARDED_BY(mutex_) = 0;
-    uint64_t hollow_ ORVA_GUARDED_BY(mutex_) = 0;
+    mutable Mutex mutex_;
+    Memory memory_ ORVA_GUARDED_BY(mutex_) = {};
 };
 
-// The keys of what belongs to any of these processes, in a table whose values a
-// ClientOf() knows.
-template <typename Table>
-std::vector<std::string> KeysOf(const ClientProcesses& clients, const Table& table) {
-    std::vector<std::string> keys;
-    for (const auto& [key, value] : table) {
-        if (std::find(clients.begin(), clients.end(), ClientOf(value)) != clients.end()) {
-            keys.push_back(key);
-        }
-    }
-    return keys;
-}
+// What a process runs, as it says itself; empty where the kernel does not tell.
+std::string ProgramOf(int32_t pid);
 
 }  // namespace orva::hidl

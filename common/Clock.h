@@ -10,7 +10,7 @@
 namespace orva::hidl {
 
 // Nanoseconds on a clock that only goes forward, in steps of a few milliseconds: cheap enough to be
-// read for each tensor, and as exact as a person needs it.
+// read for each request, and as exact as a person needs it.
 inline int64_t MonotonicNow() {
     timespec now = {};
     clock_gettime(CLOCK_MONOTONIC_COARSE, &now);

@@ -8,10 +8,11 @@
 
 namespace orva::hidl {
 
-// Where a line in the log says that it comes from.
+// Where a line in the log says that it comes from, and its level where that is not given otherwise.
 struct LogSource {
     const char* function;
     int line;
+    android_LogPriority priority = ANDROID_LOG_ERROR;
 };
 
 }  // namespace orva::hidl

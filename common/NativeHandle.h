@@ -4,7 +4,7 @@
  */
 #pragma once
 
-#include <utility>
+#include <memory>
 
 #include <cutils/native_handle.h>
 
@@ -12,35 +12,22 @@
 
 namespace orva::hidl {
 
-// Owns a native handle and the descriptors in it; exactly the size of the pointer.
-class NativeHandle {
-public:
-    NativeHandle() = default;
-    ~NativeHandle() { Reset(); }
-    NativeHandle(NativeHandle&& other) noexcept : handle_(std::exchange(other.handle_, nullptr)) {}
-    NativeHandle& operator=(NativeHandle&& other) noexcept {
-        // What was held goes with this.
-        NativeHandle(std::move(other)).Swap(*this);
-        return *this;
+struct NativeHandleCloser {
+    void operator()(native_handle_t* handle) const {
+        native_handle_close(handle);
+        native_handle_delete(handle);
     }
-
-    // Takes a descriptor into a new handle of one descriptor and no integers, in place of what was
-    // held. A negative value is taken as it is. False, and nothing held, when memory ran out; the
-    // descriptor is then closed.
-    bool Adopt(UniqueFd fd);
-    // Holds duplicates of another handle's descriptors (nothing for null), in place of what was
-    // held. False, and nothing held, when they could not be made.
-    bool Duplicate(const native_handle_t* other);
-    // The caller's from here on, with its descriptors.
-    native_handle_t* Release();
-    void Reset();
-
-    const native_handle_t* Get() const { return handle_; }
-
-private:
-    void Swap(NativeHandle& other) { std::swap(handle_, other.handle_); }
-
-    native_handle_t* handle_ = nullptr;
 };
+
+// Owns a native handle and the descriptors in it.
+using NativeHandle = std::unique_ptr<native_handle_t, NativeHandleCloser>;
+
+// A new handle of one descriptor and no integers. A negative descriptor is taken as it is. Null
+// when memory ran out; the descriptor is then closed.
+NativeHandle AdoptDescriptor(UniqueFd fd);
+
+// A new handle with duplicates of another's descriptors. Null for null, and when they could not be
+// made.
+NativeHandle DuplicateHandle(const native_handle_t* other);
 
 }  // namespace orva::hidl

@@ -5,9 +5,13 @@
 #include "common/ServiceActivity.h"
 
 #include <cstdarg>
+#include <cstddef>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <utility>
+
+#include "common/ClientProcess.h"
 
 namespace orva::hidl {
 
@@ -18,24 +22,22 @@ constexpr size_t kLongestKept = 256;  // of texts that clients have a part in
 
 }  // namespace
 
-int32_t ServiceActivity::Refuse(const LogSource& source, Refusal reason, int32_t status,
-                                const std::string& client, const char* format, ...) {
+int32_t ServiceActivity::Refuse(const LogSource& source, int32_t status, const std::string& client,
+                                const char* format, ...) {
     // Longer than any line that the log takes.
     char text[1024];
     va_list arguments;
     va_start(arguments, format);
     vsnprintf(text, sizeof(text), format, arguments);
     va_end(arguments);
-    const int priority = reason == Refusal::kSessionLimit ? ANDROID_LOG_INFO : ANDROID_LOG_ERROR;
-    ORVA_LOG_FROM(source, priority, tag_, "%s", text);
-    Keep({MonotonicNow(), reason, client, source.function, status,
-          std::string(text, strnlen(text, kLongestKept))});
+    ORVA_LOG_FROM(source, source.priority, tag_, "%s", text);
+    Keep(source, status, client, std::string(text, strnlen(text, kLongestKept)));
     return status;
 }
 
-int32_t ServiceActivity::Refuse(const LogSource& source, Refusal reason, int32_t status,
+int32_t ServiceActivity::Refuse(const LogSource& source, int32_t status,
                                 const std::string& client) {
-    Keep({MonotonicNow(), reason, client, source.function, status, ""});
+    Keep(source, status, client, "");
     return status;
 }
 
@@ -44,8 +46,21 @@ std::deque<RefusedCall> ServiceActivity::LatestRefusals() const {
     return latest_;
 }
 
-void ServiceActivity::Keep(RefusedCall call) {
-    refusals_[static_cast<size_t>(call.reason)].fetch_add(1, std::memory_order_relaxed);
+void ServiceActivity::Show(const SessionRecord* session) {
+    const MutexLock lock(mutex_);
+    sessions_.insert(session);
+}
+
+void ServiceActivity::Hide(const SessionRecord* session) {
+    const MutexLock lock(mutex_);
+    sessions_.erase(session);
+}
+
+void ServiceActivity::Keep(const LogSource& source, int32_t status, const std::string& client,
+                           std::string text) {
+    ++refusals_;
+    RefusedCall call = {MonotonicNow(),  client, ProgramOf(std::atoi(client.c_str())),
+                        source.function, status, std::move(text)};
     const MutexLock lock(mutex_);
     latest_.push_back(std::move(call));
     if (latest_.size() > kMostKept) {

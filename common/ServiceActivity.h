@@ -4,46 +4,39 @@
  */
 #pragma once
 
-#include <array>
 #include <atomic>
-#include <cstddef>
 #include <cstdint>
 #include <deque>
+#include <set>
 #include <string>
 
 #include "common/Clock.h"
-#include "common/LiveList.h"
 #include "common/Log.h"
 #include "common/Mutex.h"
-#include "common/Refusal.h"
 
 namespace orva::hidl {
 
 class SessionRecord;
 
-// A count of requests: of those begun, how many are over, and how many of those were carried out.
-class RequestCount {
-public:
-    void Begin() { Add(begun_); }
-    void End(bool done) {
-        Add(over_);
-        if (done) {
-            Add(done_);
-        }
+// Something that was asked of a service and did not come about, for people to look at.
+struct RefusedCall {
+    int64_t at;           // nanoseconds, on MonotonicNow()'s clock
+    std::string client;   // its service id
+    std::string program;  // of that process; empty where the kernel does not tell
+    const char* method;
+    int32_t status;
+    std::string text;  // as in the log, or cut; empty when nothing was logged
+};
+
+// A count of requests. Each that begins ends once.
+struct RequestCount {
+    std::atomic<uint64_t> inFlight{0}, done{0};
+
+    void Begin() { inFlight.fetch_add(1, std::memory_order_relaxed); }
+    void End(bool isDone) {
+        inFlight.fetch_sub(1, std::memory_order_relaxed);
+        done.fetch_add(isDone ? 1 : 0, std::memory_order_relaxed);
     }
-
-    uint64_t Done() const { return done_.load(std::memory_order_relaxed); }
-    // The end of a request may be counted here before its beginning is seen.
-    uint64_t InFlight() const {
-        const uint64_t over = over_.load(std::memory_order_relaxed);
-        const uint64_t begun = begun_.load(std::memory_order_relaxed);
-        return begun > over ? begun - over : 0;
-    }
-
-private:
-    static void Add(std::atomic<uint64_t>& count) { count.fetch_add(1, std::memory_order_relaxed); }
-
-    std::atomic<uint64_t> begun_{0}, over_{0}, done_{0};
 };
 
 // What a service has done since it began, and says of it. Every operation may be called from any
@@ -53,36 +46,44 @@ public:
     // The interface's name, and the tag of the service's lines in the log. Both outlive this.
     ServiceActivity(const char* name, const char* tag) : name_(name), tag_(tag) {}
 
-    // Refuses something to a client: one line in the log (ERROR, but INFO for kSessionLimit), one
-    // more of its reason, one entry among the latest. Returns the status, to be answered with.
-    int32_t Refuse(const LogSource& source, Refusal reason, int32_t status,
-                   const std::string& client, const char* format, ...)
-            __attribute__((format(printf, 6, 7)));
+    // Refuses something to a client: one line in the log, of the level that its source has, and one
+    // entry among the latest refusals. Returns the status, to be answered with.
+    int32_t Refuse(const LogSource& source, int32_t status, const std::string& client,
+                   const char* format, ...) __attribute__((format(printf, 5, 6)));
     // The same without a line in the log, where the system's clients expect none.
-    int32_t Refuse(const LogSource& source, Refusal reason, int32_t status,
-                   const std::string& client);
+    int32_t Refuse(const LogSource& source, int32_t status, const std::string& client);
 
     const char* Name() const { return name_; }
     const char* Tag() const { return tag_; }
     int64_t Age() const { return MonotonicNow() - began_; }  // nanoseconds
-    uint64_t Refusals(Refusal reason) const {
-        return refusals_[static_cast<size_t>(reason)].load(std::memory_order_relaxed);
-    }
+    uint64_t Refusals() const { return refusals_; }
     // Some hundreds, oldest first.
     std::deque<RefusedCall> LatestRefusals() const;
 
-    RequestCount requests;                    // of all sessions, also those that are gone
-    LiveList<const SessionRecord*> sessions;  // that are among the service's, also while opening
+    // The sessions that are the service's, also while they are being opened.
+    void Show(const SessionRecord* session);
+    void Hide(const SessionRecord* session);
+    // Calls a function with each; it must be quick, for none can come or go meanwhile.
+    template <typename Function>
+    void ForEachSession(Function&& function) const {
+        const MutexLock lock(mutex_);
+        for (const SessionRecord* session : sessions_) {
+            function(*session);
+        }
+    }
+
+    RequestCount requests;  // of all sessions, also those that are gone
 
 private:
-    void Keep(RefusedCall call);
+    void Keep(const LogSource& source, int32_t status, const std::string& client, std::string text);
 
     const char* const name_;
     const char* const tag_;
     const int64_t began_ = MonotonicNow();
-    std::array<std::atomic<uint64_t>, static_cast<size_t>(Refusal::kCount_)> refusals_{};
+    std::atomic<uint64_t> refusals_{0};
     mutable Mutex mutex_;
     std::deque<RefusedCall> latest_ ORVA_GUARDED_BY(mutex_);
+    std::set<const SessionRecord*> sessions_ ORVA_GUARDED_BY(mutex_);
 };
 
 }  // namespace orva::hidl

@@ -5,15 +5,14 @@
 #pragma once
 
 #include <atomic>
+#include <cstddef>
 #include <cstdint>
 #include <memory>
-#include <optional>
 #include <string>
 #include <utility>
 
 #include "common/ClientProcess.h"
 #include "common/Clock.h"
-#include "common/LiveList.h"
 #include "common/ServiceActivity.h"
 
 namespace orva::hidl {
@@ -29,21 +28,19 @@ enum class SessionState { kOpening, kOpen, kNotOpened, kEnded };
 // Every operation may be called from any thread.
 class SessionRecord {
 public:
-    // Shown among the service's sessions from here on. `type` is the client's word; a long one is
-    // cut, because each session keeps it.
-    SessionRecord(ServiceActivity& service, std::string id, const std::string& type,
-                  std::shared_ptr<ClientProcess> client)
-            : service_(service),
-              id_(std::move(id)),
-              type_(type, 0, kLongestType),
-              client_(std::move(client)),
-              shown_(std::in_place, service.sessions, this) {}
+    // Made in the client's call, and shown among the service's sessions from here on. `type` is the
+    // client's word; a long one is cut, because each session keeps it.
+    SessionRecord(ServiceActivity& service, std::string id, const std::string& type)
+            : service_(service), id_(std::move(id)), type_(type, 0, kLongestType) {
+        service_.Show(this);
+    }
+    ~SessionRecord() { service_.Hide(this); }
     SessionRecord(const SessionRecord&) = delete;
     SessionRecord& operator=(const SessionRecord&) = delete;
 
     const std::string& Id() const { return id_; }
     const std::string& Type() const { return type_; }
-    const std::shared_ptr<ClientProcess>& Client() const { return client_; }
+    const ClientProcess& Client() const { return *client_; }
     SessionState State() const { return state_; }
     const RequestCount& Requests() const { return requests_; }
     int64_t SinceLastUse() const { return MonotonicNow() - lastUse_; }  // nanoseconds
@@ -59,7 +56,7 @@ public:
     // removed from the connection table.
     void End() {
         state_ = SessionState::kEnded;
-        shown_.reset();
+        service_.Hide(this);
     }
     bool HasEnded() const { return state_ == SessionState::kEnded; }
 
@@ -79,11 +76,10 @@ private:
     ServiceActivity& service_;
     const std::string id_;
     const std::string type_;
-    const std::shared_ptr<ClientProcess> client_;
+    const std::shared_ptr<const ClientProcess> client_ = ClientProcess::Calling();
     std::atomic<int64_t> lastUse_{MonotonicNow()};
     std::atomic<SessionState> state_{SessionState::kOpening};
     RequestCount requests_;
-    std::optional<LiveList<const SessionRecord*>::Member> shown_;
 };
 
 // A session: the framework's object, and what the service keeps besides. The service's table has
@@ -95,11 +91,6 @@ struct Session {
 
     explicit operator bool() const { return framework != nullptr; }
 };
-
-template <typename Framework>
-const std::shared_ptr<ClientProcess>& ClientOf(const Session<Framework>& session) {
-    return session.record->Client();
-}
 
 // The session of an id in its service's table; an empty one where there is none.
 template <typename Sessions>

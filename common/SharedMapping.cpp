@@ -12,7 +12,6 @@
 #include <optional>
 
 #include "common/ClientProcess.h"
-#include "common/HeldResources.h"
 #include "common/SharedRegion.h"
 
 namespace orva::hidl {
@@ -20,7 +19,7 @@ namespace orva::hidl {
 namespace {
 
 SharedMapping Refuse(std::atomic<uint64_t>& reason) {
-    reason.fetch_add(1, std::memory_order_relaxed);
+    ++reason;
     return {};
 }
 
@@ -48,8 +47,6 @@ SharedMapping SharedMapping::MapOwn(int fd, uint64_t length) {
         mapping.address_ = address;
         mapping.length_ = length;
         mapping.unmapLength_ = length;
-        heldResources.mappings.fetch_add(1, std::memory_order_relaxed);
-        heldResources.mappedBytes.fetch_add(length, std::memory_order_relaxed);
     }
     return mapping;
 }
@@ -88,8 +85,6 @@ SharedMapping SharedMapping::MapReceived(const native_handle_t* handle, uint64_t
 void SharedMapping::Reset() {
     if (address_ != nullptr) {
         munmap(address_, unmapLength_);
-        heldResources.mappings.fetch_sub(1, std::memory_order_relaxed);
-        heldResources.mappedBytes.fetch_sub(length_, std::memory_order_relaxed);
         if (client_ != nullptr) {
             client_->ForgetMapping(length_, hollow_);
             client_ = nullptr;

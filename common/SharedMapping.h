@@ -4,6 +4,7 @@
  */
 #pragma once
 
+#include <atomic>
 #include <cstddef>
 #include <cstdint>
 #include <memory>
@@ -14,6 +15,18 @@
 namespace orva::hidl {
 
 class ClientProcess;
+
+// Why regions of clients were not mapped, since the process began. The log has one line for all
+// of these. From any thread.
+struct RefusedRegions {
+    std::atomic<uint64_t> noMemory{0};      // no handle, no descriptor, or one of something else
+    std::atomic<uint64_t> tooShort{0};      // than what was to be mapped
+    std::atomic<uint64_t> clientMapped{0};  // ClientProcess::kMostMapped
+    std::atomic<uint64_t> clientHollow{0};  // ClientProcess::kMostHollow
+    std::atomic<uint64_t> byKernel{0};      // mmap() itself failed
+};
+
+inline RefusedRegions refusedRegions;
 
 // An address range that shows a shared-memory region from its start, readable and writable.
 // Unmaps on destruction exactly what it mapped. Used by one thread at a time.

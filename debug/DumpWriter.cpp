@@ -2,19 +2,19 @@
  * Copyright (C) 2026 The orva project
  * SPDX-License-Identifier: Apache-2.0
  */
-
 #include "debug/DumpWriter.h"
 
 #include <fcntl.h>
 #include <poll.h>
 #include <signal.h>
 #include <sys/socket.h>
-#include <sys/stat.h>
 #include <time.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
+#include <cstddef>
+#include <cstdint>
 
 #include "common/Clock.h"
 #include "common/UniqueFd.h"
@@ -28,38 +28,32 @@ constexpr int64_t kPatience = 2'000'000'000;  // nanoseconds
 constexpr size_t kPiece = 4096;
 
 // Keeps the signals of a write that nobody reads, or that is too long for a file, from ending the
-// process, without touching what the process has set for them.
+// process, without touching what the process has set for them, nor those that came before.
 class SignalsHeldBack {
 public:
     SignalsHeldBack() {
-        sigemptyset(&signals_);
-        sigaddset(&signals_, SIGPIPE);
-        sigaddset(&signals_, SIGXFSZ);
-        sigpending(&pendingBefore_);
-        pthread_sigmask(SIG_BLOCK, &signals_, &maskBefore_);
-    }
-    ~SignalsHeldBack() {
+        sigset_t pending;
+        sigpending(&pending);
+        sigemptyset(&ours_);
         for (const int signal : {SIGPIPE, SIGXFSZ}) {
-            sigset_t one;
-            sigemptyset(&one);
-            sigaddset(&one, signal);
-            const timespec now = {};
-            if (sigismember(&pendingBefore_, signal) == 0) {
-                while (sigtimedwait(&one, nullptr, &now) < 0 && errno == EINTR) {
-                }
+            if (sigismember(&pending, signal) == 0) {
+                sigaddset(&ours_, signal);
             }
         }
-        pthread_sigmask(SIG_SETMASK, &maskBefore_, nullptr);
+        pthread_sigmask(SIG_BLOCK, &ours_, &before_);
+    }
+    ~SignalsHeldBack() {
+        const timespec now = {};
+        while (sigtimedwait(&ours_, nullptr, &now) > 0) {
+        }
+        pthread_sigmask(SIG_SETMASK, &before_, nullptr);
     }
     SignalsHeldBack(const SignalsHeldBack&) = delete;
     SignalsHeldBack& operator=(const SignalsHeldBack&) = delete;
 
 private:
-    sigset_t signals_, pendingBefore_, maskBefore_;
+    sigset_t ours_, before_;
 };
-
-// Writes a piece without waiting: the bytes written, or -1 with errno EAGAIN when there is no room.
-using PieceWriter = ssize_t (*)(int fd, const char* data, size_t size);
 
 // The client can fill the pipe at any time, and its own setting decides whether a write then waits.
 // Moving bytes from another pipe never does.
@@ -75,67 +69,32 @@ ssize_t WriteToPipe(int fd, const char* data, size_t size) {
                                SPLICE_F_NONBLOCK);
 }
 
-ssize_t WriteToSocket(int fd, const char* data, size_t size) {
-    return send(fd, data, size, MSG_DONTWAIT | MSG_NOSIGNAL);
-}
-
-ssize_t WriteToFile(int fd, const char* data, size_t size) {
-    return write(fd, data, size);
-}
-
-PieceWriter WriterFor(int fd) {
-    struct stat status = {};
-    if (fstat(fd, &status) != 0) {
-        return nullptr;
+// Writes a piece without waiting: the bytes written, or -1 with errno EAGAIN when there is no room.
+ssize_t WritePiece(int fd, const char* data, size_t size) {
+    if (fcntl(fd, F_GETPIPE_SZ) >= 0) {
+        return WriteToPipe(fd, data, size);
     }
-    switch (status.st_mode & S_IFMT) {
-    case S_IFIFO:
-        return WriteToPipe;
-    case S_IFSOCK:
-        return WriteToSocket;
-    case S_IFREG:
-        return WriteToFile;
-    default:
-        return nullptr;
-    }
-}
-
-// Waits for room. False when there is none in time.
-bool WaitForRoom(int fd, int64_t deadline) {
-    for (;;) {
-        const int64_t left = deadline - MonotonicNow();
-        if (left <= 0) {
-            return false;
-        }
-        pollfd entry = {fd, POLLOUT, 0};
-        const int ready = poll(&entry, 1, static_cast<int>(left / 1'000'000) + 1);
-        if (ready > 0) {
-            return true;
-        }
-        if (ready < 0 && errno != EINTR) {
-            return false;
-        }
-    }
+    // Only memory files have seals.
+    return fcntl(fd, F_GET_SEALS) >= 0 ? write(fd, data, size)
+                                       : send(fd, data, size, MSG_DONTWAIT | MSG_NOSIGNAL);
 }
 
 }  // namespace
 
 bool WriteDump(int fd, const std::string& text) {
-    const PieceWriter writePiece = WriterFor(fd);
-    if (writePiece == nullptr) {
-        return false;
-    }
     const SignalsHeldBack signals;
     const int64_t deadline = MonotonicNow() + kPatience;
     for (size_t done = 0; done < text.size();) {
         const ssize_t written =
-                writePiece(fd, text.data() + done, std::min(kPiece, text.size() - done));
+                WritePiece(fd, text.data() + done, std::min(kPiece, text.size() - done));
         if (written > 0) {
             done += static_cast<size_t>(written);
             continue;
         }
-        const bool full = written == 0 || errno == EAGAIN || errno == EINTR;
-        if (!full || !WaitForRoom(fd, deadline)) {
+        const bool isFull = written == 0 || errno == EAGAIN || errno == EINTR;
+        const int64_t left = (deadline - MonotonicNow()) / 1'000'000;
+        pollfd room = {fd, POLLOUT, 0};
+        if (!isFull || left <= 0 || poll(&room, 1, static_cast<int>(left)) == 0) {
             return false;
         }
     }

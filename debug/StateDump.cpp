@@ -6,15 +6,18 @@
 
 #include <unistd.h>
 
+#include <cstddef>
 #include <cstdint>
-#include <utility>
+#include <memory>
+#include <string>
+#include <vector>
 
+#include "common/ClientProcess.h"
 #include "common/Clock.h"
-#include "common/HeldResources.h"
 #include "common/Session.h"
-#include "debug/DumpTree.h"
+#include "common/SharedMapping.h"
+#include "debug/DumpText.h"
 #include "debug/DumpWriter.h"
-#include "transport/LiveTensor.h"
 
 namespace orva::hidl {
 
@@ -23,9 +26,6 @@ using android::hardware::hidl_string;
 using android::hardware::hidl_vec;
 
 namespace {
-
-// Of very many tensors, the others are only counted.
-constexpr uint64_t kMostTensorsListed = 4096;
 
 struct Options {
     bool json = false;
@@ -54,126 +54,89 @@ struct Options {
     }
 };
 
-const char* NameOf(SessionState state) {
-    switch (state) {
-    case SessionState::kOpening:
-        return "opening";
-    case SessionState::kOpen:
-        return "open";
-    case SessionState::kNotOpened:
-        return "not opened";
-    case SessionState::kEnded:
-        break;
-    }
-    return "ended";
-}
+// In the order of the states.
+constexpr const char* kStates[] = {"opening", "open", "not opened", "ended"};
 
-DumpTree RequestsOf(uint64_t inFlight, uint64_t done) {
-    return DumpTree::Object().Add("in_flight", inFlight).Add("done", done);
-}
-
-DumpTree Tensors(const Options& options) {
-    DumpTree listed = DumpTree::List();
-    uint64_t alive = 0;
-    liveTensors.ForEach([&](const LiveTensor& tensor) {
-        if (options.Wants(tensor.pid) && ++alive <= kMostTensorsListed) {
-            DumpTree item = DumpTree::Object().Add("type", std::string(tensor.type));
-            item.Add("bytes", tensor.bytes)
-                    .AddSeconds("mapped_s", MonotonicNow() - tensor.mappedAt);
-            listed.Add(std::move(item.AddSigned("pid", tensor.pid)));
-        }
-    });
-    return DumpTree::Object().Add("alive", alive).Add("listed", std::move(listed));
-}
-
-// What is not of one client.
-void AddTotals(const ServiceActivity& service, DumpTree& dump) {
-    DumpTree refusals = DumpTree::Counts();
-    for (size_t i = 0; i < static_cast<size_t>(Refusal::kCount_); ++i) {
-        const auto reason = static_cast<Refusal>(i);
-        refusals.Add(RefusalName(reason), service.Refusals(reason));
-    }
-    dump.Add("refusals", std::move(refusals));
-    dump.Add("regions_refused", DumpTree::Counts()
-                                        .Add("no_memory", refusedRegions.noMemory.load())
-                                        .Add("too_short", refusedRegions.tooShort.load())
-                                        .Add("client_mapped", refusedRegions.clientMapped.load())
-                                        .Add("client_hollow", refusedRegions.clientHollow.load())
-                                        .Add("by_kernel", refusedRegions.byKernel.load()));
-    dump.Add("held", DumpTree::Object()
-                             .Add("descriptors", heldResources.descriptors.load())
-                             .Add("mappings", heldResources.mappings.load())
-                             .Add("mapped_bytes", heldResources.mappedBytes.load()));
-}
-
-DumpTree Describe(const ServiceActivity& service,
-                  const std::optional<std::set<std::string>>& listeners, const Options& options) {
-    DumpTree sessions = DumpTree::List();
+void AddSessions(const ServiceActivity& service, const Options& options, DumpText& dump) {
     uint64_t inFlight = 0, done = 0;
-    service.sessions.ForEach([&](const SessionRecord* session) {
-        if (!options.Wants(session->Id())) {
-            return;
+    dump.Open("sessions", '[');
+    service.ForEachSession([&](const SessionRecord& session) {
+        if (options.Wants(session.Id())) {
+            const RequestCount& requests = session.Requests();
+            inFlight += requests.inFlight;
+            done += requests.done;
+            dump.Open("", '{').Add("id", session.Id()).Add("type", session.Type());
+            dump.Add("state", kStates[static_cast<size_t>(session.State())]);
+            dump.Add("process", session.Client().HasEnded() ? "gone" : "alive");
+            dump.AddSeconds("idle_s", session.SinceLastUse());
+            dump.Add("in_flight", requests.inFlight).Add("done", requests.done).Close();
         }
-        const RequestCount& requests = session->Requests();
-        inFlight += requests.InFlight();
-        done += requests.Done();
-        const std::optional<bool> listens =
-                listeners ? std::optional(listeners->count(session->Id()) != 0) : std::nullopt;
-        sessions.Add(DumpTree::Object()
-                             .Add("id", session->Id())
-                             .Add("type", session->Type())
-                             .Add("state", std::string(NameOf(session->State())))
-                             .AddSeconds("idle_s", session->SinceLastUse())
-                             .Add("listener", listens)
-                             .Add("in_flight", requests.InFlight())
-                             .Add("done", requests.Done()));
     });
-    const bool isWhole = options.client.empty();
-    if (isWhole) {
+    dump.Close();
+    if (options.client.empty()) {
         // Also of sessions that are gone.
-        inFlight = service.requests.InFlight();
-        done = service.requests.Done();
+        inFlight = service.requests.inFlight;
+        done = service.requests.done;
     }
-    DumpTree latest = DumpTree::List();
+    dump.Open("requests", '{').Add("in_flight", inFlight).Add("done", done).Close();
+}
+
+void AddMemory(const Options& options, DumpText& dump) {
+    ClientProcess::Memory all = {};
+    dump.Open("clients", '[');
+    for (const std::shared_ptr<ClientProcess>& client : ClientProcess::All()) {
+        if (options.Wants(client->Pid())) {
+            const auto [mappings, mapped, hollow] = client->Mapped();
+            all = {all.mappings + mappings, all.mapped + mapped, all.hollow + hollow};
+            dump.Open("", '{').AddSigned("pid", client->Pid());
+            dump.Add("program", client->HasEnded() ? "gone" : ProgramOf(client->Pid()));
+            dump.Add("mappings", mappings).Add("mapped_bytes", mapped);
+            dump.Add("hollow_bytes", hollow).Close();
+        }
+    }
+    dump.Close().Open("held", '{').Add("mappings", all.mappings);
+    dump.Add("mapped_bytes", all.mapped).Close();
+}
+
+void AddRefusals(const ServiceActivity& service, const Options& options, DumpText& dump) {
+    dump.Open("latest_refusals", '[');
     for (const RefusedCall& call : service.LatestRefusals()) {
         if (options.Wants(call.client)) {
-            latest.Add(DumpTree::Object()
-                               .AddSeconds("ago_s", MonotonicNow() - call.at)
-                               .Add("client", call.client)
-                               .Add("method", std::string(call.method))
-                               .AddSigned("status", call.status)
-                               .Add("reason", std::string(RefusalName(call.reason)))
-                               .Add("text", call.text));
+            dump.Open("", '{').AddSeconds("ago_s", MonotonicNow() - call.at);
+            dump.Add("client", call.client).Add("program", call.program);
+            dump.Add("method", call.method).AddSigned("status", call.status);
+            dump.Add("text", call.text).Close();
         }
     }
-
-    DumpTree dump = DumpTree::Object();
-    dump.Add("service", std::string(service.Name())).AddSigned("pid", getpid());
-    dump.AddSeconds("age_s", service.Age());
-    dump.Add("sessions", std::move(sessions)).Add("requests", RequestsOf(inFlight, done));
-    if (isWhole) {
-        AddTotals(service, dump);
-    }
-    return std::move(
-            dump.Add("tensors", Tensors(options)).Add("latest_refusals", std::move(latest)));
+    dump.Close();
+    dump.Open("regions_refused", '{').Add("no_memory", refusedRegions.noMemory);
+    dump.Add("too_short", refusedRegions.tooShort)
+            .Add("client_mapped", refusedRegions.clientMapped);
+    dump.Add("client_hollow", refusedRegions.clientHollow);
+    dump.Add("by_kernel", refusedRegions.byKernel).Close();
 }
 
 }  // namespace
 
-void DumpState(const ServiceActivity& service,
-               const std::optional<std::set<std::string>>& listeners, const hidl_handle& handle,
+void DumpState(const ServiceActivity& service, const hidl_handle& handle,
                const hidl_vec<hidl_string>& texts) {
     const native_handle_t* const native = handle.getNativeHandle();
     if (native == nullptr || native->numFds < 1) {
         return;
     }
     Options options;
-    std::string dump = "options: --json, --client ID\n";
-    if (options.Parse(texts)) {
-        const DumpTree tree = Describe(service, listeners, options);
-        dump = options.json ? tree.Json() + "\n" : tree.Lines();
+    if (!options.Parse(texts)) {
+        WriteDump(native->data[0], "options: --json, --client ID\n");
+        return;
     }
-    WriteDump(native->data[0], dump);
+    ClientProcess::LookForEnded();
+    DumpText dump(options.json);
+    dump.Open("", '{').Add("service", service.Name()).AddSigned("pid", getpid());
+    dump.AddSeconds("age_s", service.Age()).Add("refusals", service.Refusals());
+    AddSessions(service, options, dump);
+    AddMemory(options, dump);
+    AddRefusals(service, options, dump);
+    WriteDump(native->data[0], dump.Close().Text() + "\n");
 }
 
 }  // namespace orva::hidl

@@ -28,19 +28,6 @@ public:
         owner_.store(pthread_self(), std::memory_order_relaxed);
     }
 
-    // False when another thread still holds it after that time.
-    bool TryLockFor(int milliseconds) ORVA_TRY_ACQUIRE(true) {
-        if (owner_.load(std::memory_order_relaxed) == pthread_self()) {
-            ++nested_;
-            return true;
-        }
-        if (!mutex_.TryLockFor(milliseconds)) {
-            return false;
-        }
-        owner_.store(pthread_self(), std::memory_order_relaxed);
-        return true;
-    }
-
     void Unlock() ORVA_RELEASE() {
         if (nested_ > 0) {
             --nested_;
@@ -54,20 +41,6 @@ private:
     Mutex mutex_;
     std::atomic<pthread_t> owner_{};
     int nested_ = 0;  // the owner's
-};
-
-// Holds such a mutex for the length of a scope.
-class ORVA_SCOPED_CAPABILITY CallbackLock {
-public:
-    explicit CallbackLock(CallbackMutex& mutex) ORVA_ACQUIRE(mutex) : mutex_(mutex) {
-        mutex_.Lock();
-    }
-    ~CallbackLock() ORVA_RELEASE() { mutex_.Unlock(); }
-    CallbackLock(const CallbackLock&) = delete;
-    CallbackLock& operator=(const CallbackLock&) = delete;
-
-private:
-    CallbackMutex& mutex_;
 };
 
 }  // namespace orva::hidl

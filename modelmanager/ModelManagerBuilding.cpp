@@ -6,6 +6,10 @@
 // Building models: the sources and the place for the result lie in the client's memory, which is
 // mapped here as long as the model manager works on it.
 
+#include <cstdint>
+#include <string>
+#include <vector>
+
 #include <hwbinder/IPCThreadState.h>
 #include <orva/MappedBuffer.h>
 #include <orva/ai/AiStatsLogBuilder.h>
@@ -117,7 +121,7 @@ void ModelManagerServiceHIDL::BuildAndAnswer(int32_t clientId, const std::string
     const uint64_t inputSize = TotalSize(inputModels);
     if (inputSize > kMaxModelSize) {
         activity_.Refuse(
-                ORVA_IN(method), Refusal::kBuildTooLarge, kStatusFailure, serviceId,
+                ORVA_IN(method), kStatusFailure, serviceId,
                 "ModelManagerServiceHIDL::BuildModel input model size [%llu] exceed limit: [%d]",
                 static_cast<unsigned long long>(inputSize), kMaxModelSize);
         tell(0, kStatusFailure);
@@ -125,7 +129,7 @@ void ModelManagerServiceHIDL::BuildAndAnswer(int32_t clientId, const std::string
     }
     if (outputModel.size > kMaxModelSize) {
         activity_.Refuse(
-                ORVA_IN(method), Refusal::kBuildTooLarge, kStatusFailure, serviceId,
+                ORVA_IN(method), kStatusFailure, serviceId,
                 "ModelManagerServiceHIDL::BuildModel output model size [%llu] exceed limit: [%d]",
                 static_cast<unsigned long long>(outputModel.size), kMaxModelSize);
         tell(0, kStatusFailure);
@@ -155,14 +159,14 @@ void ModelManagerServiceHIDL::BuildAndAnswer(int32_t clientId, const std::string
     if (!MapAll(inputModels, inputs)) {
         inputs.clear();
         fail();
-        activity_.Refuse(ORVA_IN(method), Refusal::kBuildRegion, kStatusFailure, serviceId,
+        activity_.Refuse(ORVA_IN(method), kStatusFailure, serviceId,
                          "ModelManagerServiceHIDL::BuildModel tiro input ashmem failed!");
         return;
     }
     if (!gMmapBuffer(outputModel, output)) {
         fail();
         inputs.clear();
-        activity_.Refuse(ORVA_IN(method), Refusal::kBuildRegion, kStatusFailure, serviceId,
+        activity_.Refuse(ORVA_IN(method), kStatusFailure, serviceId,
                          "ModelManagerServiceHIDL::BuildModel tiro output ashmem failed!");
         return;
     }
@@ -173,7 +177,7 @@ void ModelManagerServiceHIDL::BuildAndAnswer(int32_t clientId, const std::string
         fail();
         inputs.clear();
         output.Reset();
-        activity_.Refuse(ORVA_IN(method), Refusal::kBuild, kStatusFailure, serviceId,
+        activity_.Refuse(ORVA_IN(method), kStatusFailure, serviceId,
                          "ModelManagerServiceHIDL::BuildModel Build model failed!");
         return;
     }

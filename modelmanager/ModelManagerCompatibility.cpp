@@ -5,6 +5,9 @@
 
 // Whether a model can run here: asked of a model manager made for the question alone.
 
+#include <memory>
+#include <string>
+
 #include <orva/AIModelDescription.h>
 #include <orva/AIModelManagerFactory.h>
 
@@ -27,13 +30,12 @@ Return<int32_t> ModelManagerServiceHIDL::CheckModelCompatibility(int32_t clientI
     const std::shared_ptr<AIModelManager> manager(
             AIModelManagerFactory::Instance()->createModelManager());
     if (manager == nullptr) {
-        return activity_.Refuse(ORVA_HERE, Refusal::kUnknownType, kStatusFailure, serviceId,
+        return activity_.Refuse(ORVA_HERE, kStatusFailure, serviceId,
                                 "create AIModelManagerService error");
     }
     AIModelDescription description;
     if (!ReadModel(model, description)) {
-        return activity_.Refuse(ORVA_HERE, Refusal::kModelRegion, kStatusFailure, serviceId,
-                                "mmap fail");
+        return activity_.Refuse(ORVA_HERE, kStatusFailure, serviceId, "mmap fail");
     }
     return manager->CheckModelCompatibility(description);
 }

@@ -5,14 +5,16 @@
 
 // How results get back to clients: listeners and events.
 
+#include <memory>
 #include <new>
+#include <string>
+#include <vector>
 
-#include "common/ClientProcess.h"
 #include "common/Log.h"
 #include "common/ServiceId.h"
 #include "common/StatusCodes.h"
 #include "modelmanager/ModelManagerServiceHIDL.h"
-#include "transport/TensorPacking.h"
+#include "transport/RequestTensors.h"
 
 namespace orva::hidl {
 
@@ -23,10 +25,20 @@ using android::hardware::Return;
 
 namespace {
 
-// Tells the platform's traces apart; the recipient does not look at it.
 constexpr uint64_t kDeathCookie = 0x5678;
 
 }  // namespace
+
+void ModelManagerClientListener::OnProcessDone(
+        const AIContext& context, int32_t result,
+        const std::vector<std::shared_ptr<IAITensor>>& outputs) {
+    ORVA_LOGI(ModelManagerServiceHIDL::kLogTag, "ModelManagerServiceHIDL OnAIEvent");
+    CompletionListener::OnProcessDone(context, result, outputs);
+}
+
+void ModelManagerClientListener::OnServiceDied() {
+    ORVA_LOGE(ModelManagerServiceHIDL::kLogTag, "ModelManagerServiceHIDL ServiceDied");
+}
 
 Return<int32_t> ModelManagerServiceHIDL::SetListener(int32_t clientId,
                                                      const sp<IModelManagerListener>& listener) {
@@ -37,23 +49,16 @@ Return<int32_t> ModelManagerServiceHIDL::SetListener(int32_t clientId,
 
 int32_t ModelManagerServiceHIDL::SetClientListener(const std::string& serviceId,
                                                    const sp<IModelManagerListener>& listener) {
-    CallbackLock lock(listenerMutex);
+    // A process that is gone may have had this one's number, and set a listener.
+    RemoveWhatDeadClientsLeft();
+    MutexLock lock(listenerMutex);
     if (clientListeners.count(serviceId) != 0) {
-        return activity_.Refuse(ORVA_IN("SetListener"), Refusal::kListenerSet, kStatusFailure,
-                                serviceId, "SetListener service %s is already set",
-                                serviceId.c_str());
+        return activity_.Refuse(ORVA_IN("SetListener"), kStatusFailure, serviceId,
+                                "SetListener service %s is already set", serviceId.c_str());
     }
-    const sp<ModelManagerServiceDeathRecipient> recipient = new (std::nothrow)
-            ModelManagerServiceDeathRecipient(serviceId, ClientProcess::CallingWatched());
-    if (recipient == nullptr) {
-        return activity_.Refuse(ORVA_IN("SetListener"), Refusal::kMemory, kStatusFailure, serviceId,
+    if (!LinkToDeath(serviceId, listener, kDeathCookie)) {
+        return activity_.Refuse(ORVA_IN("SetListener"), kStatusFailure, serviceId,
                                 "service_recipient is nullptr.");
-    }
-    deathRecipients[serviceId] = recipient;
-    // A client may register no listener at all: its results are dropped without a word.
-    if (listener != nullptr) {
-        // Of one that is dead already the recipient hears as of any other.
-        (void)listener->linkToDeath(recipient, kDeathCookie).isOk();
     }
     clientListeners[serviceId] = listener;
     return kStatusSuccess;
@@ -68,7 +73,7 @@ int32_t ModelManagerServiceHIDL::SetManagerListener(const std::string& serviceId
     {
         // The model manager is called with the lock held, so that of two listeners set at once the
         // later one stays.
-        CallbackLock lock(listenerMutex);
+        MutexLock lock(listenerMutex);
         std::shared_ptr<ModelManagerClientListener> managerListener;
         const auto found = frameworkListeners.find(serviceId);
         if (found != frameworkListeners.end()) {
@@ -78,12 +83,12 @@ int32_t ModelManagerServiceHIDL::SetManagerListener(const std::string& serviceId
                     new (std::nothrow) ModelManagerClientListener(serviceId, this, session.record));
         }
         if (managerListener == nullptr) {
-            return activity_.Refuse(ORVA_IN("SetListener"), Refusal::kMemory, kStatusFailure,
-                                    serviceId, "client_listener is nullptr.");
+            return activity_.Refuse(ORVA_IN("SetListener"), kStatusFailure, serviceId,
+                                    "client_listener is nullptr.");
         }
         const int32_t status = session.framework->RegisterListener(managerListener);
         if (status != kStatusSuccess) {
-            return activity_.Refuse(ORVA_IN("SetListener"), Refusal::kRequest, status, serviceId);
+            return activity_.Refuse(ORVA_IN("SetListener"), status, serviceId);
         }
     }
     UpdateServiceTime(serviceId, *session.record);
@@ -97,11 +102,11 @@ void ModelManagerServiceHIDL::OnProcessDone(
     sp<IModelManagerListener> listener;
     // Held until the client has answered: its results come one at a time, in their order, and
     // none comes once UnInit has returned.
-    CallbackLock lock(listenerMutex);
+    MutexLock lock(listenerMutex);
     const char* const id = serviceId.c_str();
     const auto found = clientListeners.find(serviceId);
     if (found == clientListeners.end()) {
-        activity_.Refuse(ORVA_HERE, Refusal::kNoListener, result, serviceId,
+        activity_.Refuse(ORVA_HERE, result, serviceId,
                          "ModelManagerServiceHIDL OnProcessDone not find the listener %s", id);
         return;
     }
@@ -120,7 +125,7 @@ void ModelManagerServiceHIDL::OnProcessDone(
     ORVA_LOGI(kLogTag, "OnProcessDone context: %s", AIContext(context).Serialize().c_str());
     const hidl_string contextText = AIContext(context).Serialize();
     if (!listener->OnProcessDone(result, contextText, handles).isOk()) {
-        activity_.Refuse(ORVA_HERE, Refusal::kDelivery, result, serviceId,
+        activity_.Refuse(ORVA_HERE, result, serviceId,
                          "ModelManagerServiceHIDL call OnProcessDone isOk error");
     }
     ORVA_LOGI(kLogTag, "ModelManagerServiceHIDL OnAIEvent Complete %s call the listener", id);

@@ -5,6 +5,10 @@
 
 // Questions about a session's models. What the model manager answers is passed on as it is.
 
+#include <cstddef>
+#include <string>
+#include <vector>
+
 #include <orva/AIModelIOTensor.h>
 
 #include "common/Log.h"
@@ -80,9 +84,8 @@ void ModelManagerServiceHIDL::AnswerModelIOTensorDim(int32_t clientId, const std
         MutexLock lock(managerMutex);
         session = FindSession(modelManagers, serviceId);
         if (!session) {
-            activity_.Refuse(ORVA_IN("GetModelIOTensorDim"), Refusal::kNoSession, kStatusNoSession,
-                             serviceId, "GetModelIOTensorDim service %s is not create",
-                             serviceId.c_str());
+            activity_.Refuse(ORVA_IN("GetModelIOTensorDim"), kStatusNoSession, serviceId,
+                             "GetModelIOTensorDim service %s is not create", serviceId.c_str());
             // The answer goes out with the lock held, so no session can come up before it.
             if (answer != nullptr) {
                 answer({}, {}, kStatusNoSession);
@@ -95,7 +98,7 @@ void ModelManagerServiceHIDL::AnswerModelIOTensorDim(int32_t clientId, const std
     std::vector<AIModelIOTensor> inputs, outputs;
     const int32_t status = session.framework->GetModelIOTensorDim(modelName, inputs, outputs);
     if (status != kStatusSuccess) {
-        activity_.Refuse(ORVA_IN("GetModelIOTensorDim"), Refusal::kRequest, status, serviceId);
+        activity_.Refuse(ORVA_IN("GetModelIOTensorDim"), status, serviceId);
         // What a failed call has put into the lists is nobody's.
         inputs.clear();
         outputs.clear();

@@ -5,11 +5,13 @@
 
 // Requests: in one call, or bound first and started later.
 
+#include <string>
+
 #include "common/Log.h"
 #include "common/ServiceId.h"
 #include "common/StatusCodes.h"
 #include "modelmanager/ModelManagerServiceHIDL.h"
-#include "transport/TensorUnpacking.h"
+#include "transport/RequestTensors.h"
 
 namespace orva::hidl {
 
@@ -41,23 +43,17 @@ Return<int32_t> ModelManagerServiceHIDL::Process(int32_t clientId, const hidl_st
         return kStatusNoSession;
     }
     RequestTensors tensors;
-    if (UnpackTensors(kProcessLines, activity_, serviceId, inputs, outputs, tensors) !=
-        kStatusSuccess) {
+    if (!UnpackTensors(kProcessLines, activity_, serviceId, inputs, outputs, tensors)) {
         return kStatusFailure;
     }
 
     AIContext managerContext;
     managerContext.Deserialize(context);
     ORVA_LOGI(kLogTag, "Process context: %s", context.c_str());
-    UpdateServiceTime(serviceId, *session.record);
-    session.record->RequestBegins();
-    const int32_t status =
-            session.framework->Process(managerContext, tensors.inputs, tensors.outputs, processArg);
-    if (status != kStatusSuccess) {
-        session.record->RequestEnds(false);
-        return activity_.Refuse(ORVA_HERE, Refusal::kRequest, status, serviceId);
-    }
-    return status;
+    return Request(serviceId, *session.record, ORVA_HERE, [&] {
+        return session.framework->Process(managerContext, tensors.inputs, tensors.outputs,
+                                          processArg);
+    });
 }
 
 Return<int32_t> ModelManagerServiceHIDL::SetInputsAndOutputs(
@@ -71,8 +67,7 @@ Return<int32_t> ModelManagerServiceHIDL::SetInputsAndOutputs(
         return kStatusNoSession;
     }
     RequestTensors tensors;
-    if (UnpackTensors(kBindingLines, activity_, serviceId, inputs, outputs, tensors) !=
-        kStatusSuccess) {
+    if (!UnpackTensors(kBindingLines, activity_, serviceId, inputs, outputs, tensors)) {
         return kStatusFailure;
     }
 
@@ -83,7 +78,7 @@ Return<int32_t> ModelManagerServiceHIDL::SetInputsAndOutputs(
     const int32_t status =
             session.framework->SetInputsAndOutputs(managerContext, tensors.inputs, tensors.outputs);
     if (status != kStatusSuccess) {
-        activity_.Refuse(ORVA_HERE, Refusal::kRequest, status, serviceId);
+        activity_.Refuse(ORVA_HERE, status, serviceId);
     }
     return status;
 }
@@ -102,13 +97,10 @@ Return<int32_t> ModelManagerServiceHIDL::StartCompute(int32_t clientId,
     AIContext managerContext;
     managerContext.Deserialize(context);
     ORVA_LOGI(kLogTag, "StartCompute context: %s", context.c_str());
-    UpdateServiceTime(serviceId, *session.record);
-    session.record->RequestBegins();
-    if (session.framework->StartCompute(managerContext) != kStatusSuccess) {
-        session.record->RequestEnds(false);
-        return activity_.Refuse(ORVA_HERE, Refusal::kRequest, kStatusFailure, serviceId);
-    }
-    return kStatusSuccess;
+    return Request(serviceId, *session.record, ORVA_HERE, [&] {
+        return session.framework->StartCompute(managerContext) == kStatusSuccess ? kStatusSuccess
+                                                                                 : kStatusFailure;
+    });
 }
 
 }  // namespace orva::hidl

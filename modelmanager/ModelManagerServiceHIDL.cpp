@@ -7,21 +7,27 @@
 
 #include "modelmanager/ModelManagerServiceHIDL.h"
 
+#include <cstddef>
+#include <map>
+#include <memory>
+#include <string>
+#include <vector>
+
 #include <orva/AIConfig.h>
 #include <orva/AIModelDescription.h>
 #include <orva/AIModelManagerFactory.h>
 #include <orva/AIServiceConnectManager.h>
 
-#include "common/ClientAdmission.h"
-#include "common/ClientProcess.h"
 #include "common/Log.h"
 #include "common/ModelBuffers.h"
 #include "common/ServiceId.h"
 #include "common/StatusCodes.h"
+#include "debug/StateDump.h"
 
 namespace orva::hidl {
 
 using android::sp;
+using android::hardware::hidl_handle;
 using android::hardware::hidl_string;
 using android::hardware::hidl_vec;
 using android::hardware::Return;
@@ -35,47 +41,14 @@ constexpr int kLoggedMaxSessions = 200;
 
 }  // namespace
 
-ModelManagerServiceHIDL* ModelManagerServiceHIDL::GetInstance() {
-    // The reference held here is what keeps a client's last release from destroying the service,
-    // and a client that lets go only after process exit has begun finds it alive.
-    static const sp<ModelManagerServiceHIDL> service = new ModelManagerServiceHIDL;
-    return service.get();
-}
-
 ModelManagerServiceHIDL::~ModelManagerServiceHIDL() {
     {
         MutexLock lock(managerMutex);
         modelManagers.clear();
     }
-    CallbackLock lock(listenerMutex);
+    MutexLock lock(listenerMutex);
     clientListeners.clear();
     deathRecipients.clear();
-}
-
-ModelManagerServiceHIDL::ManagerSession ModelManagerServiceHIDL::TakeSession(
-        const std::string& serviceId, const LogSource& method, const char* noSession,
-        int32_t status) {
-    MutexLock lock(managerMutex);
-    ManagerSession session = FindSession(modelManagers, serviceId);
-    if (!session) {
-        activity_.Refuse(method, Refusal::kNoSession, status, serviceId, noSession,
-                         serviceId.c_str());
-    }
-    return session;
-}
-
-void ModelManagerServiceHIDL::UpdateServiceTime(const std::string& serviceId,
-                                                SessionRecord& session) {
-    AIServiceConnectManager* const connections = AIServiceConnectManager::GetInstance();
-    connections->UpdateServiceTime(serviceId);
-    session.Use();
-    if (session.HasEnded()) {
-        MutexLock lock(managerMutex);
-        // The client may have opened the id again, whose time this is then.
-        if (modelManagers.count(serviceId) == 0) {
-            connections->RemoveServiceTime(serviceId);
-        }
-    }
 }
 
 Return<int32_t> ModelManagerServiceHIDL::Init(int32_t clientId, const hidl_string& serviceType,
@@ -83,11 +56,8 @@ Return<int32_t> ModelManagerServiceHIDL::Init(int32_t clientId, const hidl_strin
                                               const hidl_vec<ModelBuffer>& models) {
     ORVA_LOGI(kLogTag, "ModelManagerServiceHIDL Init");
     const std::string serviceId = MakeServiceId(clientId);
-    // Nobody is refused for the sake of a process that is gone, nor gets such a one's session.
-    RemoveWhatDeadClientsLeft();
-    if (!AdmitClient(*this)) {
-        return activity_.Refuse(ORVA_HERE, Refusal::kClientLimit, kStatusFailure, serviceId,
-                                "The number of service is more than limit, init failed.");
+    if (!AdmitClient(serviceId)) {
+        return kStatusFailure;
     }
 
     ManagerSession session;
@@ -96,7 +66,8 @@ Return<int32_t> ModelManagerServiceHIDL::Init(int32_t clientId, const hidl_strin
         // request never finds one that is not done.
         MutexLock lock(managerMutex);
         if (modelManagers.size() >= kMaxSessions) {
-            return activity_.Refuse(ORVA_HERE, Refusal::kSessionLimit, kStatusFailure, serviceId,
+            const LogSource here = {__func__, __LINE__, ANDROID_LOG_INFO};
+            return activity_.Refuse(here, kStatusFailure, serviceId,
                                     "AIModelManagerImpl count more than %d", kLoggedMaxSessions);
         }
         ORVA_LOGI(kLogTag, "create AIService type %s", serviceType.c_str());
@@ -107,11 +78,10 @@ Return<int32_t> ModelManagerServiceHIDL::Init(int32_t clientId, const hidl_strin
         }
         session.framework.reset(AIModelManagerFactory::Instance()->createModelManager());
         if (session.framework == nullptr) {
-            return activity_.Refuse(ORVA_HERE, Refusal::kUnknownType, kStatusFailure, serviceId,
+            return activity_.Refuse(ORVA_HERE, kStatusFailure, serviceId,
                                     "create AIService type %s error", serviceType.c_str());
         }
-        session.record = std::make_shared<SessionRecord>(activity_, serviceId, serviceType,
-                                                         ClientProcess::CallingWatched());
+        session.record = std::make_shared<SessionRecord>(activity_, serviceId, serviceType);
         modelManagers[serviceId] = session;
 
         // The session stays whatever happens from here on, until the client ends it or its time
@@ -121,14 +91,12 @@ Return<int32_t> ModelManagerServiceHIDL::Init(int32_t clientId, const hidl_strin
         std::vector<AIModelDescription> descriptions;
         if (!ReadModels(models, descriptions)) {
             session.record->Opened(false);
-            return activity_.Refuse(ORVA_HERE, Refusal::kModelRegion, kStatusFailure, serviceId,
-                                    "mmap fail");
+            return activity_.Refuse(ORVA_HERE, kStatusFailure, serviceId, "mmap fail");
         }
         const int32_t status = session.framework->Init(managerConfig, descriptions);
         session.record->Opened(status == kStatusSuccess);
         if (status != kStatusSuccess) {
-            return activity_.Refuse(ORVA_HERE, Refusal::kInit, status, serviceId,
-                                    "Service init failed");
+            return activity_.Refuse(ORVA_HERE, status, serviceId, "Service init failed");
         }
     }
     UpdateServiceTime(serviceId, *session.record);
@@ -154,11 +122,17 @@ void ModelManagerServiceHIDL::RemoveService(const std::string& serviceId) {
     }
     sp<IModelManagerListener> listener;
     {
-        CallbackLock lock(listenerMutex);
-        listener = ForgetClient(serviceId, clientListeners, deathRecipients);
+        MutexLock lock(listenerMutex);
+        listener = ForgetClient(serviceId);
         AIServiceConnectManager::GetInstance()->RemoveServiceTime(serviceId);
     }
     ORVA_LOGI(kLogTag, "ModelManagerServiceHIDL RemoveService %s Complete", serviceId.c_str());
+}
+
+Return<void> ModelManagerServiceHIDL::debug(const hidl_handle& handle,
+                                            const hidl_vec<hidl_string>& options) {
+    DumpState(activity_, handle, options);
+    return Void();
 }
 
 }  // namespace orva::hidl

@@ -14,19 +14,31 @@
 #include <hidl/Status.h>
 #include <orva/AIContext.h>
 #include <orva/AIModelManager.h>
+#include <orva/AIModelManagerListener.h>
 #include <orva/IAITensor.h>
 
+#include "common/ClientService.h"
+#include "common/CompletionListener.h"
 #include "common/Interfaces.h"
-#include "common/Log.h"
 #include "common/Mutex.h"
-#include "common/ServiceActivity.h"
 #include "common/Session.h"
-#include "common/StatusCodes.h"
 #include "modelmanager/CallbackMutex.h"
-#include "modelmanager/ModelManagerClientListener.h"
-#include "modelmanager/ModelManagerServiceDeathRecipient.h"
 
 namespace orva::hidl {
+
+class ModelManagerServiceHIDL;
+using ModelManagerServiceDeathRecipient = ClientDeathRecipient<ModelManagerServiceHIDL>;
+
+// What a model manager reports to. Its events are logged before they are passed on.
+class ModelManagerClientListener
+        : public CompletionListener<AIModelManagerListener, ModelManagerServiceHIDL> {
+public:
+    using CompletionListener::CompletionListener;
+
+    void OnProcessDone(const AIContext& context, int32_t result,
+                       const std::vector<std::shared_ptr<IAITensor>>& outputs) override;
+    void OnServiceDied() override;
+};
 
 // The model manager service: one framework model manager a session, requests, questions and
 // builds passed on to it, its results passed back to the client's listener. IModelManagerService
@@ -37,15 +49,13 @@ namespace orva::hidl {
 // its sessions, listeners and recipients. Every operation may be called from any thread. No
 // operation holds the two mutexes together. A client's listener is called, linked and unlinked
 // under listenerMutex, and a client that calls from inside its callback has it held all the while.
-class ModelManagerServiceHIDL : public IModelManagerService_hidl {
+class ModelManagerServiceHIDL
+        : public ClientService<ModelManagerServiceHIDL, IModelManagerService_hidl,
+                               IModelManagerListener, CallbackMutex> {
 public:
     static constexpr const char* kLogTag = "AIModelManagerServiceHIDL";
 
-    // The service that the process offers, made by the first call. It lives until the process
-    // exits, or as long as somebody holds a reference beyond that.
-    static ModelManagerServiceHIDL* GetInstance();
-
-    ModelManagerServiceHIDL() = default;
+    ModelManagerServiceHIDL() : ClientService("IModelManagerService") {}
 
     // Sessions: ModelManagerServiceHIDL.cpp.
     android::hardware::Return<int32_t> Init(
@@ -97,9 +107,6 @@ public:
             const android::hardware::hidl_vec<ModelBuffer>& inputModels,
             const ModelBuffer& outputModel, BuildModel_cb _hidl_cb) override;
 
-    // Looking after the service: ModelManagerCare.cpp.
-    // Asked whether the service is there, it lets go of what processes that are gone have left.
-    android::hardware::Return<void> ping() override ORVA_EXCLUDES(managerMutex);
     // Writes the service's state to a client's descriptor; see DumpState.
     android::hardware::Return<void> debug(
             const android::hardware::hidl_handle& handle,
@@ -125,29 +132,15 @@ private:
                         const ModelBuffer& outputModel, const BuildModel_cb& answer)
             ORVA_EXCLUDES(managerMutex);
 
-    // The session that a method asks for, by the line that it has for an id without one, which is
-    // refused with kStatusNoSession or `status`.
-    ManagerSession TakeSession(const std::string& serviceId, const LogSource& method,
-                               const char* noSession, int32_t status = kStatusNoSession)
-            ORVA_EXCLUDES(managerMutex);
-    // Tells the connection manager that a session is in use. Of one that has ended since it was
-    // looked up nothing stays there, because nobody would be left to remove it.
-    void UpdateServiceTime(const std::string& serviceId, SessionRecord& session)
-            ORVA_EXCLUDES(managerMutex);
-    // Ends the sessions of processes that are gone, and drops their listeners and recipients. One
-    // system call when all are there.
-    void RemoveWhatDeadClientsLeft() ORVA_EXCLUDES(managerMutex);
+    // For what both services do alike.
+    friend ClientService;
+    std::map<std::string, ManagerSession>& Sessions() ORVA_REQUIRES(managerMutex) {
+        return modelManagers;
+    }
+    Mutex& SessionMutex() ORVA_RETURNS_MUTEX(managerMutex) { return managerMutex; }
 
-    // Before the sessions, which it outlives.
-    ServiceActivity activity_{"IModelManagerService", kLogTag};
-
-    std::map<std::string, android::sp<IModelManagerListener>> clientListeners
-            ORVA_GUARDED_BY(listenerMutex);
     std::map<std::string, ManagerSession> modelManagers ORVA_GUARDED_BY(managerMutex);
-    std::map<std::string, android::sp<ModelManagerServiceDeathRecipient>> deathRecipients
-            ORVA_GUARDED_BY(listenerMutex);
     Mutex managerMutex;
-    CallbackMutex listenerMutex;
     // Stays empty, so that each SetListener gives the model manager a fresh listener.
     std::map<std::string, std::shared_ptr<ModelManagerClientListener>> frameworkListeners
             ORVA_GUARDED_BY(listenerMutex);

@@ -9,19 +9,16 @@
 #include <utility>
 
 #include <cutils/ashmem.h>
-#include <hwbinder/IPCThreadState.h>
 
 #include "common/BoundedMemory.h"
-#include "common/Clock.h"
 #include "common/Log.h"
 #include "common/StatusCodes.h"
-#include "transport/TensorInit.h"
-#include "transport/TensorTypes.h"
+#include "transport/TensorNames.h"
+#include "transport/TensorParameters.h"
 
 namespace orva::hidl {
 
 using android::hardware::hidl_memory;
-using android::hardware::IPCThreadState;
 
 namespace {
 
@@ -42,22 +39,60 @@ AINeuralNetworkBufferHIDL::~AINeuralNetworkBufferHIDL() {
 }
 
 bool AINeuralNetworkBufferHIDL::Init(const AITensorDescription& description) {
-    return Init(description, *this);
-}
-
-bool AINeuralNetworkBufferHIDL::MakeRegion(uint64_t length, UniqueFd& fd) {
-    fd = UniqueFd(ashmem_create_region(kRegionName, length));
+    if (!InitFromDescription(*this, description)) {
+        return false;
+    }
+    if (memory_.IsReceived()) {
+        if (!MapReceived(memory_.size(), kBufferTag)) {
+            return false;
+        }
+        // A tensor's size has 32 bits; of a larger region it shows the low ones.
+        SetBuffer(mapping_.Address(), static_cast<int>(memory_.size()), false);
+        return true;
+    }
+    const auto size = static_cast<uint64_t>(GetSize());
+    UniqueFd fd(ashmem_create_region(kRegionName, size));
     if (fd.Get() < 0) {
         // Reported here; the mapping then fails and gives the result.
-        ORVA_LOG_FROM(ORVA_IN("Init"), ANDROID_LOG_ERROR, kBufferTag, "ashmem allocate fail");
+        ORVA_LOGE(kBufferTag, "ashmem allocate fail");
     }
+    if (const char* const failure = MapNew(std::move(fd), size)) {
+        ORVA_LOGE(kBufferTag, "%s", failure);
+        return false;
+    }
+    SetBuffer(mapping_.Address(), GetSize(), false);
     return true;
 }
 
-void AINeuralNetworkBufferHIDL::Keep(SharedMapping mapping) {
+bool AINeuralNetworkBufferHIDL::MapReceived(uint64_t length, const char* tag) {
+    if (memory_.IsReceivedEmpty()) {
+        return false;
+    }
+    SharedMapping mapping = SharedMapping::MapReceived(memory_.handle(), length);
+    if (!mapping) {
+        // "fail" for a received region, "failed" for a new one: the log tells them apart.
+        ORVA_LOG_FROM(ORVA_IN("Init"), ANDROID_LOG_ERROR, tag, "mmap fail");
+        return false;
+    }
     mapping_ = std::move(mapping);
-    shown_.emplace(liveTensors, LiveTensor{GetTypeName(), mapping_.Length(), MonotonicNow(),
-                                           IPCThreadState::self()->getCallingPid()});
+    return true;
+}
+
+const char* AINeuralNetworkBufferHIDL::MapNew(UniqueFd fd, uint64_t length) {
+    const int region = fd.Get();
+    if (!memory_.Adopt(std::move(fd))) {
+        return "handle_ is nullptr";
+    }
+    if (memory_.IsEmpty()) {
+        return "numFds is zero";
+    }
+    SharedMapping mapping = SharedMapping::MapOwn(region, length);
+    if (!mapping) {
+        return "mmap failed";
+    }
+    mapping_ = std::move(mapping);
+    memory_.MakeOwn(static_cast<uint64_t>(GetSize()));
+    return nullptr;
 }
 
 void AINeuralNetworkBufferHIDL::DropMapping() {

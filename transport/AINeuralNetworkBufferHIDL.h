@@ -5,17 +5,13 @@
 #pragma once
 
 #include <cstdint>
-#include <optional>
 
 #include <hidl/HidlSupport.h>
 #include <orva/AINeuralNetworkBuffer.h>
 #include <orva/AITensorDescription.h>
 
-#include "common/LiveList.h"
 #include "common/SharedMapping.h"
 #include "common/UniqueFd.h"
-#include "transport/LiveTensor.h"
-#include "transport/LogTag.h"
 #include "transport/TensorRegion.h"
 
 namespace orva::hidl {
@@ -67,29 +63,20 @@ public:
     const TensorRegion& serializeMemory() const { return serializeMemory_; }
 
 protected:
-    // The steps of an Init, which are those of every kind of tensor; see TensorInit.h.
-    template <typename Kind>
-    bool Init(const AITensorDescription& description, Kind& kind);
+    // What both kinds of tensor do by Init, which maps `length` bytes for the tensor.
+    // The received region. False, with a line in the log, when it cannot be mapped; a handle
+    // without descriptors is refused in silence.
+    bool MapReceived(uint64_t length, const char* tag);
+    // A new region of the tensor's size, behind a descriptor that may be negative. Null, or what
+    // the log is to say; the region is then kept until the next Init or the tensor's end.
+    const char* MapNew(UniqueFd fd, uint64_t length);
     // Unmaps, and shows no buffer any more.
     void DropMapping();
 
     TensorRegion serializeMemory_;
     TensorRegion memory_;
-
-private:
-    // What this kind of tensor does by Init.
-    static constexpr const char* kTag = kBufferTag;
-    static uint64_t MapLength(uint64_t size) { return size; }
-    static bool MakeRegion(uint64_t length, UniqueFd& fd);
-    static void DropRegion() {}
-    void Show(void* address, int size) { SetBuffer(address, size, false); }
-
-    // Holds a mapping in place of the one before.
-    void Keep(SharedMapping mapping);
-
     // The length lives here: GetSize() is 32 bits wide and can be set by others.
     SharedMapping mapping_;
-    std::optional<LiveList<LiveTensor>::Member> shown_;  // while there is a mapping
 };
 
 // The same tensor under the name "AINeuralNetworkIonBuffer": what clients of that type get where

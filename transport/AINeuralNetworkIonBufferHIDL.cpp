@@ -6,6 +6,7 @@
 #include "transport/AINeuralNetworkIonBufferHIDL.h"
 
 #include <cstring>
+#include <utility>
 
 #include <ion/ion.h>
 #include <linux/dma-buf.h>
@@ -14,8 +15,9 @@
 
 #include "common/BoundedMemory.h"
 #include "common/Log.h"
-#include "transport/TensorInit.h"
-#include "transport/TensorTypes.h"
+#include "transport/IonMapLength.h"
+#include "transport/TensorNames.h"
+#include "transport/TensorParameters.h"
 
 namespace orva::hidl {
 
@@ -33,39 +35,35 @@ AINeuralNetworkIonBufferHIDL::~AINeuralNetworkIonBufferHIDL() {
     memory_ = TensorRegion();
     serializeMemory_ = TensorRegion();
     if (ionFd_ >= 0) {
-        DropRegion();
+        DropDevice();
     }
 }
 
 bool AINeuralNetworkIonBufferHIDL::Init(const AITensorDescription& description) {
-    return AINeuralNetworkBufferHIDL::Init(description, *this);
-}
-
-bool AINeuralNetworkIonBufferHIDL::MakeRegion(uint64_t length, UniqueFd& fd) {
-    const char* const method = "Init";
-    if (ionFd_ >= 0) {
-        DropRegion();  // of an earlier Init
-    }
-    ionFd_ = ion_open();
-    if (ionFd_ < 0) {
-        ORVA_LOG_FROM(ORVA_IN(method), ANDROID_LOG_ERROR, kIonBufferTag, "ion_open fail");
+    if (!InitFromDescription(*this, description)) {
         return false;
     }
-    switch (Allocate(length, fd)) {
-    case Allocation::kDone:
-        break;
-    case Allocation::kNotAllocated:
-        ion_close(ionFd_);
-        ionFd_ = -1;
-        ORVA_LOG_FROM(ORVA_IN(method), ANDROID_LOG_ERROR, kIonBufferTag, "ion_alloc fail");
-        return false;
-    case Allocation::kNotShared:
-        DropRegion();
-        ORVA_LOG_FROM(ORVA_IN(method), ANDROID_LOG_ERROR, kIonBufferTag, "ion_share fail");
-        // A buffer that could not be synchronised is left open, deliberately: nothing closes it.
-        fd.Release();
+    if (memory_.IsReceived()) {
+        if (!MapReceived(IonMapLength(memory_.size()), kIonBufferTag)) {
+            return false;
+        }
+        SetBufferAttr(mapping_.Address(), static_cast<int>(memory_.size()), false, true);
+        return true;
+    }
+    const uint64_t length = IonMapLength(static_cast<uint64_t>(GetSize()));
+    UniqueFd buffer;
+    const char* failure = MakeBuffer(length, buffer);
+    if (failure == nullptr) {
+        failure = MapNew(std::move(buffer), length);
+        if (failure != nullptr) {
+            DropDevice();
+        }
+    }
+    if (failure != nullptr) {
+        ORVA_LOGE(kIonBufferTag, "%s", failure);
         return false;
     }
+    SetBufferAttr(mapping_.Address(), GetSize(), false, true);
     return true;
 }
 
@@ -102,43 +100,51 @@ void AINeuralNetworkIonBufferHIDL::IonRelease(int ionFd, uint32_t ionHandle) {
     ion_close(ionFd);
 }
 
-AINeuralNetworkIonBufferHIDL::Allocation AINeuralNetworkIonBufferHIDL::Allocate(uint64_t length,
-                                                                                UniqueFd& buffer) {
+const char* AINeuralNetworkIonBufferHIDL::MakeBuffer(uint64_t length, UniqueFd& buffer) {
+    if (ionFd_ >= 0) {
+        DropDevice();  // of an earlier Init
+    }
+    ionFd_ = ion_open();
+    if (ionFd_ < 0) {
+        return "ion_open fail";
+    }
+    bool isAllocated = false, isShared = false;
     int fd = -1;
     switch (GetLinuxKernelVersion()) {
     case KernelGeneration::Kernel49: {
         ion_user_handle_t handle = 0;
-        if (ion_alloc(ionFd_, length, kAlignment, kHeapMask, kFlags, &handle) != 0) {
-            return Allocation::kNotAllocated;
-        }
+        isAllocated = ion_alloc(ionFd_, length, kAlignment, kHeapMask, kFlags, &handle) == 0;
         ionHandle_ = static_cast<uint32_t>(handle);
-        if (ion_share(ionFd_, handle, &fd) != 0) {
-            return Allocation::kNotShared;
-        }
+        isShared = isAllocated && ion_share(ionFd_, handle, &fd) == 0;
         break;
     }
     case KernelGeneration::Kernel414: {
-        if (ion_alloc_fd(ionFd_, length, kAlignment, kHeapMask, kFlags, &fd) != 0) {
-            return Allocation::kNotAllocated;
-        }
-        buffer = UniqueFd(fd);
+        isAllocated = ion_alloc_fd(ionFd_, length, kAlignment, kHeapMask, kFlags, &fd) == 0;
         // Begins the processor's reading access. Nothing ends it: the buffer is open to it for as
         // long as it lives.
         dma_buf_sync sync = {};
         sync.flags = DMA_BUF_SYNC_READ;
-        if (ioctl(fd, DMA_BUF_IOCTL_SYNC, &sync) != 0) {
-            return Allocation::kNotShared;
-        }
-        return Allocation::kDone;
+        isShared = isAllocated && ioctl(fd, DMA_BUF_IOCTL_SYNC, &sync) == 0;
+        break;
     }
     case KernelGeneration::KernelUnknown:
-        return Allocation::kNotAllocated;
+        break;
+    }
+    if (!isAllocated) {
+        ion_close(ionFd_);
+        ionFd_ = -1;
+        return "ion_alloc fail";
+    }
+    if (!isShared) {
+        // A buffer that could not be synchronised is left open, deliberately: nothing closes it.
+        DropDevice();
+        return "ion_share fail";
     }
     buffer = UniqueFd(fd);
-    return Allocation::kDone;
+    return nullptr;
 }
 
-void AINeuralNetworkIonBufferHIDL::DropRegion() {
+void AINeuralNetworkIonBufferHIDL::DropDevice() {
     IonRelease(ionFd_, ionHandle_);
     ionFd_ = -1;
     ionHandle_ = 0;

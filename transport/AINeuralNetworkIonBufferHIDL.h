@@ -8,8 +8,6 @@
 
 #include "common/UniqueFd.h"
 #include "transport/AINeuralNetworkBufferHIDL.h"
-#include "transport/IonMapLength.h"
-#include "transport/LogTag.h"
 
 namespace orva::hidl {
 
@@ -45,19 +43,11 @@ public:
     static void IonRelease(int ionFd, uint32_t ionHandle);
 
 private:
-    friend class AINeuralNetworkBufferHIDL;
-
-    // What this kind of tensor does by Init.
-    static constexpr const char* kTag = kIonBufferTag;
-    static uint64_t MapLength(uint64_t size) { return IonMapLength(size); }
-    bool MakeRegion(uint64_t length, UniqueFd& fd);
+    // Makes a buffer of `length` bytes, on a device that stays open with it. Null, or what the log
+    // is to say.
+    const char* MakeBuffer(uint64_t length, UniqueFd& buffer);
     // Gives back what the tensor has of the open device.
-    void DropRegion();
-    void Show(void* address, int size) { SetBufferAttr(address, size, false, true); }
-
-    enum class Allocation { kDone, kNotAllocated, kNotShared };
-    // Makes a buffer of `length` bytes on the open device. `buffer` gets its descriptor.
-    Allocation Allocate(uint64_t length, UniqueFd& buffer);
+    void DropDevice();
 
     int32_t ionFd_ = -1;  // the ION device, open while the tensor has a buffer of its own
     uint32_t ionHandle_ = 0;

@@ -7,9 +7,31 @@
 
 #include "common/Log.h"
 #include "common/StatusCodes.h"
-#include "transport/LogTag.h"
+#include "transport/TensorNames.h"
 
 namespace orva::hidl {
+
+namespace {
+
+// The function of a tensor's type; null, with a line in the log, when there is none.
+template <typename Table>
+typename Table::mapped_type FindFor(IAITensor& tensor, const Table& table,
+                                    const LogSource& source) {
+    const char* const type = tensor.GetTypeName();
+    if (type == nullptr) {
+        ORVA_LOG_FROM(source, ANDROID_LOG_ERROR, kBufferTag, "Tensor name is nullptr.");
+        return nullptr;
+    }
+    const auto found = table.find(type);
+    if (found == table.end()) {
+        ORVA_LOG_FROM(source, ANDROID_LOG_ERROR, kBufferTag,
+                      "Cannot find AITensorSerializer, type %s.", type);
+        return nullptr;
+    }
+    return found->second;
+}
+
+}  // namespace
 
 AITensorSerializerRegistry* AITensorSerializerRegistry::GetInstance() {
     static AITensorSerializerRegistry registry;
@@ -26,17 +48,8 @@ void AITensorSerializerRegistry::RegisterFunc(const std::string& type, Serialize
 
 uint32_t AITensorSerializerRegistry::SerializeTo(AITensorHandle& out,
                                                  const std::shared_ptr<IAITensor>& tensor) {
-    const char* const type = tensor->GetTypeName();
-    if (type == nullptr) {
-        ORVA_LOGE(kBufferTag, "Tensor name is nullptr.");
-        return kTransportFailure;
-    }
-    const auto found = serializers_.find(type);
-    if (found == serializers_.end()) {
-        ORVA_LOGE(kBufferTag, "Cannot find AITensorSerializer, type %s.", type);
-        return kTransportFailure;
-    }
-    return found->second(out, tensor);
+    const SerializeFunc serialize = FindFor(*tensor, serializers_, ORVA_HERE);
+    return serialize != nullptr ? serialize(out, tensor) : kTransportFailure;
 }
 
 uint32_t AITensorSerializerRegistry::DeserializeFrom(std::shared_ptr<IAITensor>& tensor,
@@ -45,17 +58,8 @@ uint32_t AITensorSerializerRegistry::DeserializeFrom(std::shared_ptr<IAITensor>&
         ORVA_LOGE(kBufferTag, "tensor is nullptr.");
         return kTransportFailure;
     }
-    const char* const type = tensor->GetTypeName();
-    if (type == nullptr) {
-        ORVA_LOGE(kBufferTag, "Tensor name is nullptr.");
-        return kTransportFailure;
-    }
-    const auto found = deserializers_.find(type);
-    if (found == deserializers_.end()) {
-        ORVA_LOGE(kBufferTag, "Cannot find AITensorSerializer, type %s.", type);
-        return kTransportFailure;
-    }
-    return found->second(tensor, in);
+    const DeserializeFunc deserialize = FindFor(*tensor, deserializers_, ORVA_HERE);
+    return deserialize != nullptr ? deserialize(tensor, in) : kTransportFailure;
 }
 
 }  // namespace orva::hidl

@@ -51,4 +51,12 @@ private:
     Mutex mutex_;
 };
 
+// Registers a serializer pair, which stays registered. Meant for static objects.
+struct AITensorSerializerRegistrar {
+    AITensorSerializerRegistrar(const std::string& type, SerializeFunc serialize,
+                                DeserializeFunc deserialize) {
+        AITensorSerializerRegistry::GetInstance()->RegisterFunc(type, serialize, deserialize);
+    }
+};
+
 }  // namespace orva::hidl

@@ -12,7 +12,7 @@ using android::hardware::hidl_handle;
 using android::hardware::hidl_memory;
 
 void TensorRegion::Receive(const hidl_memory& memory) {
-    handle_.Duplicate(memory.handle());
+    handle_ = DuplicateHandle(memory.handle());
     origin_ = memory.handle() != nullptr ? Origin::kReceived : Origin::kNone;
     size_ = memory.size();
     name_ = memory.name();
@@ -20,7 +20,10 @@ void TensorRegion::Receive(const hidl_memory& memory) {
 
 bool TensorRegion::Adopt(UniqueFd fd) {
     origin_ = Origin::kNone;
-    return handle_.Adopt(std::move(fd));
+    // What was held goes first.
+    handle_.reset();
+    handle_ = AdoptDescriptor(std::move(fd));
+    return handle_ != nullptr;
 }
 
 void TensorRegion::MakeOwn(uint64_t size) {
@@ -32,10 +35,8 @@ void TensorRegion::MakeOwn(uint64_t size) {
 void TensorRegion::CopyTo(hidl_memory& memory) const {
     // Assigning a memory would duplicate them, too, but such that a child process inherits them,
     // and a platform may abort when it can make none.
-    NativeHandle duplicate;
-    duplicate.Duplicate(handle());
     hidl_handle owner;
-    owner.setTo(duplicate.Release(), true /* shouldOwn */);
+    owner.setTo(DuplicateHandle(handle()).release(), true /* shouldOwn */);
     memory = hidl_memory(name_, std::move(owner), size_);
 }
 

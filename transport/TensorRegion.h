@@ -32,13 +32,13 @@ public:
 
     bool IsReceived() const { return origin_ == Origin::kReceived; }
     // A peer's handle that has no descriptors.
-    bool IsReceivedEmpty() const { return IsReceived() && handle_.Get() != nullptr && IsEmpty(); }
+    bool IsReceivedEmpty() const { return IsReceived() && handle_ != nullptr && IsEmpty(); }
     // Whether the handle that is held has no descriptors.
-    bool IsEmpty() const { return handle_.Get()->numFds <= 0; }
+    bool IsEmpty() const { return handle_->numFds <= 0; }
 
     // Null where there is no region. Valid until the next change of this object.
     const native_handle_t* handle() const {
-        return origin_ == Origin::kNone ? nullptr : handle_.Get();
+        return origin_ == Origin::kNone ? nullptr : handle_.get();
     }
     uint64_t size() const { return size_; }
     const android::hardware::hidl_string& name() const { return name_; }

@@ -52,7 +52,7 @@ bool BenchSession<Service, Listener>::prepare(size_t inputSize, TensorMemory mem
     const std::array<size_t, 4> sizes = {kAttributeSize, inputSize, kAttributeSize, kOutputSize};
     std::array<hidl_memory, 4> memories;
     for (size_t i = 0; i < sizes.size(); ++i) {
-        memories[i] = hidl_memory("ashmem", regions_[i].Get(), sizes[i]);
+        memories[i] = hidl_memory("ashmem", regions_[i].get(), sizes[i]);
     }
     const char* const type =
             memory == TensorMemory::kIon ? "AINeuralNetworkIonBuffer" : "AINeuralNetworkBuffer";

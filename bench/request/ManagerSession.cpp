@@ -17,7 +17,7 @@ bool ManagerSession::prepareModel(size_t size) {
         return false;
     }
     models_.resize(1);
-    models_[0].modelHandle = modelRegion_.Get();
+    models_[0].modelHandle = modelRegion_.get();
     models_[0].size = size;
     return true;
 }
@@ -40,7 +40,7 @@ bool ManagerSession::prepareBuild(size_t size) {
         if (!makeRegion(model.size, TensorMemory::kShared, &buildRegions_[i])) {
             return false;
         }
-        model.modelHandle = buildRegions_[i].Get();
+        model.modelHandle = buildRegions_[i].get();
     }
     return true;
 }

@@ -41,7 +41,8 @@ bool makeRegion(size_t size, TensorMemory memory, NativeHandle* handle) {
     }
     std::memset(bytes, 1, size);
     munmap(bytes, size);
-    return handle->Adopt(std::move(fd));
+    *handle = orva::hidl::AdoptDescriptor(std::move(fd));
+    return *handle != nullptr;
 }
 
 }  // namespace orva_bench

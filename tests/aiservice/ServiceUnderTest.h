@@ -12,7 +12,6 @@
 #include <string>
 #include <vector>
 
-#include "aiservice/AIServiceClientListener.h"
 #include "aiservice/AIServiceHIDL.h"
 #include "services/ServiceFakes.h"
 

@@ -16,9 +16,9 @@ namespace {
 using test::CallsFrom;
 using test::IdleProcess;
 
-std::shared_ptr<ClientProcess> Watch(pid_t pid) {
+std::shared_ptr<ClientProcess> CallingFrom(pid_t pid) {
     const CallsFrom client(pid);
-    return ClientProcess::CallingWatched();
+    return ClientProcess::Calling();
 }
 
 using ClientProcessTest = test::ResourceTest;
@@ -26,43 +26,57 @@ using ClientProcessTest = test::ResourceTest;
 TEST_F(ClientProcessTest, IsOneObjectForAll) {
     const auto own = ClientProcess::Calling();
     EXPECT_EQ(getpid(), own->Pid());
-    EXPECT_EQ(own, ClientProcess::CallingWatched());
-    EXPECT_TRUE(ClientProcess::Ended().empty());
+    EXPECT_EQ(own, ClientProcess::Calling());
     IdleProcess process;
-    const auto other = Watch(process.Pid());
+    auto other = CallingFrom(process.Pid());
     EXPECT_NE(own, other);
     EXPECT_EQ(process.Pid(), other->Pid());
-    EXPECT_TRUE(ClientProcess::Ended().empty());
+    EXPECT_FALSE(ClientProcess::LookForEnded());
+    EXPECT_EQ(2U, ClientProcess::All().size());
+    other = nullptr;
+    EXPECT_EQ(std::vector{own}, ClientProcess::All());
 }
 
 // Also when nobody has waited for it yet.
 TEST_F(ClientProcessTest, IsFoundToHaveEnded) {
     IdleProcess process;
-    auto watched = Watch(process.Pid());
+    auto ended = CallingFrom(process.Pid());
     process.End();
-    EXPECT_EQ(ClientProcesses{watched}, ClientProcess::Ended());
-    // The next of the number is another one.
-    const auto next = Watch(process.Pid());
-    EXPECT_NE(watched, next);
-    EXPECT_EQ(2U, ClientProcess::Ended().size());
-    watched = nullptr;
-    EXPECT_EQ(ClientProcesses{next}, ClientProcess::Ended());
+    EXPECT_FALSE(ended->HasEnded());
+    EXPECT_TRUE(ClientProcess::LookForEnded());
+    EXPECT_TRUE(ended->HasEnded());
+    // The next of the number is another one, and the first is told of as long as anything of it is
+    // held.
+    const auto next = CallingFrom(process.Pid());
+    EXPECT_NE(ended, next);
+    EXPECT_EQ(next, CallingFrom(process.Pid()));
+    EXPECT_FALSE(next->HasEnded());
+    EXPECT_TRUE(ClientProcess::LookForEnded());
+    EXPECT_EQ(2U, ClientProcess::All().size());
+    ended = nullptr;
+    EXPECT_EQ(std::vector{next}, ClientProcess::All());
 }
 
 // A kernel without descriptors of processes knows only which numbers there are.
 TEST_F(ClientProcessTest, IsFoundToHaveEndedOnOlderKernels) {
     IdleProcess process;
     const test::Fault fault(test::Call::SystemCall);
-    const auto watched = Watch(process.Pid());
+    const auto client = CallingFrom(process.Pid());
     EXPECT_TRUE(fault.Happened());
-    EXPECT_TRUE(ClientProcess::Ended().empty());
+    EXPECT_FALSE(ClientProcess::LookForEnded());
     process.Reap();
-    EXPECT_EQ(ClientProcesses{watched}, ClientProcess::Ended());
+    EXPECT_TRUE(ClientProcess::LookForEnded());
+    EXPECT_TRUE(client->HasEnded());
 }
 
 TEST_F(ClientProcessTest, NeverEndsWhereItHasNoNumber) {
-    const auto unknown = Watch(0);
-    EXPECT_TRUE(ClientProcess::Ended().empty());
+    const auto unknown = CallingFrom(0);
+    EXPECT_FALSE(ClientProcess::LookForEnded());
+}
+
+TEST_F(ClientProcessTest, HasAProgramWhileItRuns) {
+    EXPECT_EQ("common_test", ProgramOf(getpid()));
+    EXPECT_EQ("", ProgramOf(-1));
 }
 
 TEST_F(ClientProcessTest, HasBoundsOfItsOwn) {
@@ -81,6 +95,9 @@ TEST_F(ClientProcessTest, HasBoundsOfItsOwn) {
     EXPECT_TRUE(other.CountMapping(kMapped, kHollow));
     one.ForgetMapping(10, 4);
     EXPECT_TRUE(one.CountMapping(10, 4));
+    EXPECT_EQ(2U, one.Mapped().mappings);
+    EXPECT_EQ(kMapped, one.Mapped().mapped);
+    EXPECT_EQ(kHollow, one.Mapped().hollow);
     one.ForgetMapping(kMapped, kHollow);
     other.ForgetMapping(kMapped, kHollow);
     // The largest build has room, and what addresses of 39 bits have is not one client's.

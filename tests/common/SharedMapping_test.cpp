@@ -15,7 +15,6 @@
 #include <vector>
 
 #include "common/ClientProcess.h"
-#include "common/HeldResources.h"
 #include "support/CallingProcess.h"
 #include "support/Region.h"
 #include "support/ResourceTest.h"

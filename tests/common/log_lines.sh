@@ -9,8 +9,8 @@
 # usage: log_lines.sh ROOT
 set -euo pipefail
 cd "$1"
-spanning=$(grep -nE 'ORVA_LOG[IWE]?\(|ORVA_LOG_FROM\(ORVA_' common/*.cpp transport/*.{h,cpp} \
-    aiservice/*.cpp modelmanager/*.cpp | grep -vE ';$' || true)
+spanning=$(grep -nE 'ORVA_LOG[IWE]?\(|ORVA_LOG_FROM\(ORVA_' \
+    {common,transport,aiservice,modelmanager}/*.{h,cpp} | grep -vE ';$|#define' || true)
 if [[ -n $spanning ]]; then
     echo "$spanning"
     exit 1

@@ -13,39 +13,42 @@
 #include <thread>
 
 #include "common/UniqueFd.h"
-#include "debug/DumpTree.h"
+#include "debug/DumpText.h"
 #include "debug/DumpWriter.h"
 #include "support/ResourceTest.h"
 
 namespace orva::hidl {
 namespace {
 
-TEST(DumpTree, IsWrittenForProgramsAndForPeople) {
-    DumpTree none = DumpTree::Counts(), list = DumpTree::List();
-    none.Add("never", 0).Add("twice", 2);
-    list.Add(DumpTree::Object().Add("id", std::string("a")).Add("known", std::optional(true)));
-    list.Add(DumpTree::Object().AddSigned("status", -1).Add("known", std::nullopt));
-    DumpTree tree = DumpTree::Object().AddSeconds("age_s", 1'500'000'000).Add("counts", none);
-    tree.Add("items", list).Add("last", uint64_t{1}).Add("empty", DumpTree::List());
-    EXPECT_EQ(
-            "{\"age_s\":1.500,\"counts\":{\"never\":0,\"twice\":2},"
-            "\"items\":[{\"id\":\"a\",\"known\":true},{\"status\":-1,\"known\":null}],"
-            "\"last\":1,\"empty\":[]}",
-            tree.Json());
-    EXPECT_EQ(
-            " age_s 1.500, last 1\n"
-            "counts: twice 2\n"
-            "items: 2\n"
-            "   id \"a\", known true\n"
-            "   status -1, known null\n"
-            "empty: 0\n",
-            tree.Lines());
+std::string Written(bool json, const std::string& text = "a") {
+    DumpText dump(json);
+    dump.Open("", '{').AddSeconds("age_s", 1'500'000'000).Add("last", uint64_t{1});
+    dump.Open("items", '[').Open("", '{').Add("id", text).Add("n", uint64_t{2}).Close();
+    dump.Open("", '{').AddSigned("status", -1).Close().Close();
+    return dump.Open("empty", '[').Close().Open("more", '{').Add("k", "v").Close().Close().Text();
 }
 
-TEST(DumpTree, QuotesWhatClientsWrite) {
+TEST(DumpText, IsForProgramsAndForPeople) {
+    EXPECT_EQ(
+            "{\"age_s\":1.500,\"last\":1,\"items\":[{\"id\":\"a\",\"n\":2},{\"status\":-1}],"
+            "\"empty\":[],\"more\":{\"k\":\"v\"}}",
+            Written(true));
+    EXPECT_EQ(
+            "age_s 1.500 last 1\n"
+            "  items\n"
+            "    id \"a\" n 2\n"
+            "    status -1\n"
+            "  empty\n"
+            "  more k \"v\"",
+            Written(false));
+}
+
+TEST(DumpText, QuotesWhatClientsWrite) {
     const std::string text("\"\\\n\033[2J\0\x7f\xc3\xa4", 11);
-    EXPECT_EQ("{\"t\":\"\\\"\\\\\\u000a\\u001b[2J\\u0000\\u007f??\"}",
-              DumpTree::Object().Add("t", text).Json());
+    for (const bool json : {true, false}) {
+        EXPECT_NE(std::string::npos,
+                  Written(json, text).find("\"\\\"\\\\\\u000a\\u001b[2J\\u0000\\u007f??\""));
+    }
 }
 
 struct Ends {
@@ -119,8 +122,13 @@ TEST_F(DumpWriter, RefusesWhatCannotTakeIt) {
     const Ends ends = Connect(false);
     const UniqueFd sealed = MemoryFile(), folder(open("/", O_DIRECTORY | O_CLOEXEC)),
                    device(open("/dev/null", O_WRONLY | O_CLOEXEC));
+    // One of a file system, which might be the client's own.
+    char name[] = "/var/tmp/orva_dump_XXXXXX";
+    const UniqueFd file(mkostemp(name, O_CLOEXEC));
+    ASSERT_EQ(0, unlink(name));
     ASSERT_EQ(0, fcntl(sealed.Get(), F_ADD_SEALS, F_SEAL_WRITE));
-    for (const int fd : {-1, ends.read.Get(), sealed.Get(), folder.Get(), device.Get()}) {
+    for (const int fd :
+         {-1, ends.read.Get(), sealed.Get(), folder.Get(), device.Get(), file.Get()}) {
         EXPECT_FALSE(WriteDump(fd, "text")) << fd;
     }
 }

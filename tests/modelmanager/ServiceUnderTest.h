@@ -11,7 +11,6 @@
 #include <string>
 #include <vector>
 
-#include "modelmanager/ModelManagerClientListener.h"
 #include "modelmanager/ModelManagerServiceHIDL.h"
 #include "services/ServiceFakes.h"
 

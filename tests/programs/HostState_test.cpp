@@ -17,7 +17,7 @@ namespace {
 constexpr char kDump[] = R"({
     "service": "IAIService", "pid": 1, "age_s": 12.5,
     "requests": {"in_flight": 2, "done": 100},
-    "refusals": {"unknown_type": 3, "client_limit": 4},
+    "refusals": 7,
     "held": {"mapped_bytes": 2048},
     "sessions": [{"id": "4711:1", "type": "echo", "in_flight": 2, "done": 60},
                  {"id": "none", "type": "onnx", "state": "opening"}]})";

@@ -29,31 +29,31 @@ TEST_F(StateDumps, ShowWhatIsGoingOn) {
     const sp<FakeListener> listener = Listen();
     ASSERT_EQ(0, Init(6));
     ASSERT_EQ(0, service_->Process(5, "", {TensorIn(first_)}, {TensorIn(second_)}, 0));
-    const std::string five = "\"id\":\"" + pid_ + ":5\",\"type\":\"" + kType +
-                             "\",\"state\":\"open\"",
-                      busy = "\"listener\":true,\"in_flight\":1,\"done\":0",
-                      six = "\"id\":\"" + pid_ + ":6\"", idle = "\"listener\":false",
+    const std::string id = "\"id\":\"" + pid_,
+                      five = id + ":5\",\"type\":\"" + kType +
+                             "\",\"state\":\"open\",\"process\":\"alive\"",
+                      busy = "\"in_flight\":1,\"done\":0", six = id + ":6\"",
                       requests = "\"requests\":{\"in_flight\":1,\"done\":0}",
-                      tensors = "\"tensors\":{\"alive\":2,\"listed\":[{",
-                      tensor = "{\"type\":\"AINeuralNetworkBuffer\",\"bytes\":100,",
-                      held = "\"held\":{\"descriptors\":2,\"mappings\":2,\"mapped_bytes\":200}";
+                      clients = "\"clients\":[{\"pid\":" + pid_ + ",\"program\":\"" +
+                                ProgramOf(getpid()) + "\",\"mappings\":2,\"mapped_bytes\":200",
+                      held = "\"held\":{\"mappings\":2,\"mapped_bytes\":200}";
     EXPECT_TRUE(Has({"--json"}, {"{\"service\":\"" + kInterface + "\",\"pid\":" + pid_, five, busy,
-                                 six, idle, requests, tensors, tensor, held}));
-    EXPECT_TRUE(Has({}, {"sessions: 2\n", "id \"" + pid_ + ":5\"",
-                         "requests: in_flight 1, done 0\n", "refusals:\n", "tensors: alive 2\n"}));
+                                 six, requests, clients, held}));
+    EXPECT_TRUE(Has(
+            {}, {"  sessions\n    id \"" + pid_ + ":5\"", "\n  requests in_flight 1 done 0\n"}));
     // The same of one client.
-    EXPECT_TRUE(Has({"--json", "--client", pid_ + ":5"}, {five, busy, requests, tensors}));
+    EXPECT_TRUE(Has({"--json", "--client", pid_ + ":5"}, {five, busy, requests, clients}));
     EXPECT_FALSE(Has({"--json", "--client", pid_ + ":5"}, {six}));
-    EXPECT_FALSE(Has({"--json", "--client", "1"}, {"\"id\"", tensor}));
+    EXPECT_TRUE(Has({"--json", "--client", "1"}, {"\"sessions\":[]", "\"clients\":[]"}));
 
     // What ends after its session is counted, too.
     service_->UnInit(5);
     script_.listener->OnProcessDone(AIContext(), 0, script_.outputs);
     script_.inputs.clear();
     script_.outputs.clear();
-    EXPECT_TRUE(Has({}, {"sessions: 1\n", "requests: in_flight 0, done 1\n",
-                         "refusals: result_without_listener 1\n", "tensors: alive 0\n",
-                         "mapped_bytes 0\n"}));
+    EXPECT_FALSE(Has({"--json"}, {five}));
+    EXPECT_TRUE(Has({}, {"requests in_flight 0 done 1\n", "held mappings 0 mapped_bytes 0\n",
+                         "refusals 1\n"}));
 }
 
 TEST_F(StateDumps, ShowSessionsFromTheirOpeningOn) {
@@ -63,24 +63,25 @@ TEST_F(StateDumps, ShowSessionsFromTheirOpeningOn) {
     // One that stays without being initialised.
     hidl_vec<ModelBuffer> models = {Model("a", &first_, 5000)};
     EXPECT_EQ(1, service_->Init(6, kType, "", models));
-    EXPECT_TRUE(Has({}, {"state \"not opened\"", "regions_refused: "}));
+    EXPECT_TRUE(Has({}, {"state \"not opened\"", "\n  regions_refused no_memory "}));
 }
 
 TEST_F(StateDumps, KeepTheLatestRefusals) {
     EXPECT_EQ(2, Ask(5));
-    const std::string refused = "\"client\":\"" + pid_ +
-                                ":5\",\"method\":\"Process\",\"status\":2,"
-                                "\"reason\":\"no_session\",\"text\":\"Process service " +
+    const std::string refused = "\"client\":\"" + pid_ + ":5\",\"program\":\"" +
+                                ProgramOf(getpid()) +
+                                "\",\"method\":\"Process\",\"status\":2,"
+                                "\"text\":\"Process service " +
                                 pid_ + ":5 is not create\"}";
     EXPECT_TRUE(Has({"--json"}, {refused}));
     EXPECT_TRUE(Has({"--json", "--client", pid_ + ":5"}, {refused}));
-    EXPECT_FALSE(Has({"--json", "--client", "1:5"}, {"no_session"}));
+    EXPECT_FALSE(Has({"--json", "--client", "1:5"}, {"is not create"}));
     // Not for ever, nor more and more of them.
     for (int i = 0; i < 1000; ++i) {
         EXPECT_EQ(2, Ask(6));
     }
     EXPECT_FALSE(Has({"--json"}, {refused}));
-    EXPECT_TRUE(Has({}, {"no_session 1001"}));
+    EXPECT_TRUE(Has({}, {"refusals 1001\n"}));
     EXPECT_LT(Dump({"--json"}).size(), 100'000U);
 }
 

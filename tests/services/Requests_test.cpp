@@ -38,13 +38,13 @@ TEST_F(Listeners, AreSetOrRefused) {
         int32_t frameworkStatus;
         std::string outcome;
     } cases[] = {
-            {-5, Call::NothrowNew, 0, kNoRecipient + "= 1 out_of_memory\n"},
+            {-5, Call::NothrowNew, 0, kNoRecipient + "= 1 refused\n"},
             {-5, Call::None, 0, kLinked + "= 0\n"},
-            {-5, Call::None, 0, error + "5 is already set\n= 1 listener_already_set\n"},
-            {5, Call::NothrowNew, 0, kNoFrameworkListener + "= 1 out_of_memory\n"},
+            {-5, Call::None, 0, error + "5 is already set\n= 1 refused\n"},
+            {5, Call::NothrowNew, 0, kNoFrameworkListener + "= 1 refused\n"},
             {5, Call::None, 0, kRegistered + "= 0\n"},
-            {5, Call::None, 31, kRefusedByFramework + "= 31 framework_request\n"},
-            {6, Call::None, 0, error + "6 is not create\n= 2 no_session\n"},
+            {5, Call::None, 31, kRefusedByFramework + "= 31 refused\n"},
+            {6, Call::None, 0, error + "6 is not create\n= 2 refused\n"},
     };
     for (const auto& each : cases) {
         Story();
@@ -87,7 +87,7 @@ TEST_F(Listeners, AreSentTheResult) {
     Outcome(0);
     script_.listener->OnProcessDone(Context("v"), 3, {TensorOn(first_)});
     EXPECT_EQ(kReported + "E OnProcessDone: " + kName +
-                      " OnProcessDone not find the listener PID:5\n= 0 result_without_listener\n",
+                      " OnProcessDone not find the listener PID:5\n= 0 refused\n",
               Outcome(0));
     EXPECT_EQ(1, listener->getStrongCount());
 }
@@ -130,16 +130,12 @@ TEST_F(Listeners, GetWhatCanBeSerialized) {
         const char* delivered;  // result, and the number of outputs
         const char* refusals;
     } cases[] = {
-            {{good, foreign, good}, 0, lost, "0 {\"k\":\"v\"} 2\n", " output_not_sent"},
-            {{good, foreign, good}, 7, lost, "1 {\"k\":\"v\"} 2\n", " output_not_sent"},
-            {{nullptr, good}, -1, missing, "1 {\"k\":\"v\"} 1\n", " output_not_sent"},
-            {{foreign, nullptr},
-             0,
-             lost + missing,
-             "0 {\"k\":\"v\"} 0\n",
-             " output_not_sent output_not_sent"},
+            {{good, foreign, good}, 0, lost, "0 {\"k\":\"v\"} 2\n", " refused"},
+            {{good, foreign, good}, 7, lost, "1 {\"k\":\"v\"} 2\n", " refused"},
+            {{nullptr, good}, -1, missing, "1 {\"k\":\"v\"} 1\n", " refused"},
+            {{foreign, nullptr}, 0, lost + missing, "0 {\"k\":\"v\"} 0\n", " refused refused"},
             {{good, good}, 7, "", "7 {\"k\":\"v\"} 2\n", ""},
-            {{}, 7, "", "7 {\"k\":\"v\"} 0\n", " listener_not_reached"},
+            {{}, 7, "", "7 {\"k\":\"v\"} 0\n", " refused"},
     };
     for (const auto& each : cases) {
         const bool dead = each.outputs.empty();
@@ -184,12 +180,12 @@ TEST_F(Requests, SayWhatBecomesOfThem) {
             return error + name + " " + which + " " + method.tensor + " DeserializeFrom failed\n";
         };
         const std::string goodInput = typed("AINeuralNetworkBuffer"),
-                          noInput = failed("input") + "= 1 input_tensor\n",
-                          noOutput = failed("output") + "= 1 output_tensor\n",
+                          noInput = failed("input") + "= 1 refused\n",
+                          noOutput = failed("output") + "= 1 refused\n",
                           unknownOutput = method.makesOutputs
                                                   ? error + name +
                                                             " output tensor create failed\n" +
-                                                            "= 1 output_tensor\n"
+                                                            "= 1 refused\n"
                                                   : noTensor + noOutput,
                           reached = info + name +
                                     " context: {\"k\":\"v\"}\n- UpdateServiceTime 5\n" +
@@ -201,16 +197,12 @@ TEST_F(Requests, SayWhatBecomesOfThem) {
             int32_t frameworkStatus;
             std::string outcome;
         } cases[] = {
-                {6,
-                 {unknown},
-                 {},
-                 0,
-                 error + name + " service PID:6 is not create\n= 2 no_session\n"},
+                {6, {unknown}, {}, 0, error + name + " service PID:6 is not create\n= 2 refused\n"},
                 {5, {good, unknown}, {good}, 0, goodInput + typed("X") + noTensor + noInput},
                 {5, {bad}, {unknown}, 0, goodInput + unmapped + noInput},
                 {5, {good}, {good, unknown}, 0, goodInput + unknownOutput},
                 {5, {good}, {good, bad}, 0, goodInput + unmapped + noOutput},
-                {5, {good}, {}, -9, goodInput + reached + "= -9 framework_request\n"},
+                {5, {good}, {}, -9, goodInput + reached + "= -9 refused\n"},
                 {5, {}, {}, 0, reached + "= 0\n"},
                 {5, {good, good}, {good}, 0, goodInput + goodInput + reached + "= 0\n"},
         };

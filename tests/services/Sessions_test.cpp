@@ -60,12 +60,12 @@ TEST_F(Sessions, InitAnswersWhatWentWrong) {
     Region page(4096), empty(4096), endless(kEndless);
     empty.Get()->numFds = 0;
     const std::string full = "E Init: The number of service is more than limit, init failed.\n"
-                             "= 1 client_limit\n",
+                             "= 1 refused\n",
                       none = kAdmitted + "E Init: create AIService type " + kType +
-                             " error\n= 1 unknown_type\n",
-                      unmapped = kAdmitted + kMade + "E Init: mmap fail\n= 1 model_region\n",
+                             " error\n= 1 refused\n",
+                      unmapped = kAdmitted + kMade + "E Init: mmap fail\n= 1 refused\n",
                       failed = kAdmitted + kMade + kInitialised + "E Init: Service init failed\n" +
-                               kUndone + "= 77 framework_init\n";
+                               kUndone + "= 77 refused\n";
     const struct {
         ::orva::test::Handle* region;
         uint64_t size;
@@ -254,11 +254,28 @@ TEST_F(LeftBehind, GoesWhenTheServiceIsAskedForALifeSign) {
     ExpectGone();
 }
 
-TEST_F(LeftBehind, GoesBeforeADump) {
+TEST_F(LeftBehind, IsShownAsItIs) {
     Leave();
     process_.End();
-    EXPECT_EQ(std::string::npos, Dump().find(std::to_string(process_.Pid()) + ":"));
+    const std::string dump = Dump();
+    EXPECT_NE(std::string::npos, dump.find("process \"gone\"")) << dump;
+    EXPECT_EQ(std::string::npos, dump.find("process \"alive\"")) << dump;
+    EXPECT_NE(std::string::npos, dump.find("program \"gone\"")) << dump;
+    EXPECT_TRUE(service_->ping().isOk());
     ExpectGone();
+    listener_->recipient = nullptr;
+    EXPECT_EQ(std::string::npos, Dump().find("gone"));
+}
+
+// By a process that has its number, and only sets a listener.
+TEST_F(LeftBehind, IsInNobodysWay) {
+    Leave();
+    process_.End();
+    const CallsFrom next(process_.Pid());
+    EXPECT_EQ(0, service_->SetListener(-5, listener_));
+    EXPECT_EQ(2, Ask(5));
+    EXPECT_EQ(0, Init(5));
+    service_->UnInit(5);
 }
 
 TEST_F(LeftBehind, MakesRoomForTheLiving) {

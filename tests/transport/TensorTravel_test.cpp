@@ -15,8 +15,9 @@
 #include <vector>
 
 #include "transport/AINeuralNetworkBufferHIDL.h"
+#include "transport/AITensorRegistrar.h"
+#include "transport/AITensorSerializerRegistry.h"
 #include "transport/BufferTensorSerializer.h"
-#include "transport/TensorRegistrars.h"
 #include "transport/TensorTest.h"
 
 namespace {
@@ -297,7 +298,7 @@ TEST_F(BufferTensorSerializerTest, OnlyTheDataDecidesOverSuccess) {
 TEST(AITensorRegistrar, DoesNothingWithoutAFactory) {
     AITensorFactory& factory = *AITensorFactory::GetInstance();
     const AITensorCreator create = [](const AITensorDescription&) {
-        return NewTensor<AINeuralNetworkBufferHIDL>();
+        return std::shared_ptr<IAITensor>(new AINeuralNetworkBufferHIDL);
     };
     std::optional<AITensorRegistrar> early, late;
     factoryIsGone = true;

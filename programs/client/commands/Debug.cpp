@@ -58,9 +58,9 @@ void debug(const Connection& connection, const Options& options) {
 }  // namespace
 
 void addDebug(CLI::App* app, const Connection* connection) {
-    CLI::App* command = addCommand(
-            app, "debug", "Show the services' state: sessions, requests, tensors, refusals",
-            {"debug", "debug --client 4711 ai", "debug --json | less"});
+    CLI::App* command = addCommand(app, "debug",
+                                   "Show the services' state: sessions, requests, memory, refusals",
+                                   {"debug", "debug --client 4711 ai", "debug --json | less"});
     const auto options = std::make_shared<Options>();
     command->add_option("SERVICE", options->service, "Only this service")
             ->check(CLI::IsMember({"ai", "model-manager"}));

@@ -66,9 +66,7 @@ ServiceState serviceStateOf(const std::string& dump) {
     result.inFlight = numberAt(state, "requests", "in_flight");
     result.done = numberAt(state, "requests", "done");
     result.mappedBytes = numberAt(state, "held", "mapped_bytes");
-    for (const json& count : state.value("refusals", json::object())) {
-        result.refusals += count.is_number() ? count.get<uint64_t>() : 0;
-    }
+    result.refusals = numberAt(state, "refusals");
     for (const json& session : state.value("sessions", json::array())) {
         result.sessions.push_back({session.value("id", ""), session.value("type", ""),
                                    numberAt(session, "in_flight"), numberAt(session, "done")});
