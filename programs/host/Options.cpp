@@ -154,6 +154,8 @@ void configure(const Options& options) {
     using namespace orva::reference;
     using std::chrono::nanoseconds;
     UseClientIdentity(callingProcess);
+    // The model manager service calls a client under a lock that its other clients need.
+    UseDeliveryHooks({orva_platform::deferAnswer, orva_platform::awaitAnswer});
     SetClientLimit(options.maxClients);
     SetIdleTimeout(seconds<nanoseconds>(options.idleTimeout));
     SetLoadTimeout(seconds<nanoseconds>(options.loadTimeout));

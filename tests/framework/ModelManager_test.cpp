@@ -6,6 +6,7 @@
 
 #include <gtest/gtest.h>
 #include <orva/reference/NodeStatus.h>
+#include <orva/reference/Settings.h>
 
 #include "OnnxCase.h"
 #include "Support.h"
@@ -114,6 +115,28 @@ TEST(ModelManager, RunsEachModelByItsName) {
         completed += completion.tag + std::to_string(completion.result) + " ";
     }
     EXPECT_EQ("split0 sub0 sub0 split0 ", completed);
+}
+
+TEST(ModelManager, DeliversBetweenTheProgramsHooks) {
+    static std::string* happened;
+    std::string events;
+    happened = &events;
+    struct Listener : AIModelManagerListener {
+        void OnProcessDone(const AIContext&, int32_t, const Tensors&) override {
+            *happened += "listener ";
+        }
+        void OnServiceDied() override {}
+    };
+    Manager manager;
+    ASSERT_EQ(kNodeOk, manager.Load({Describe("", CaseModel(kSub))}));
+    ASSERT_EQ(kNodeOk, manager.RegisterListener(std::make_shared<Listener>()));
+    const Tensors inputs = {Bytes(File(60)), Bytes(File(60))}, outputs = {Bytes(File(60))};
+    const auto run = [&] { return manager.Run("", inputs, outputs); };
+    UseDeliveryHooks({[] { *happened += "before "; }, [] { *happened += "after "; }});
+    EXPECT_EQ(kNodeOk, run());
+    UseDeliveryHooks({});
+    EXPECT_EQ(kNodeOk, run());
+    EXPECT_EQ("before listener after listener ", events);
 }
 
 TEST(ModelManager, RefusesRequestsThatItCannotRun) {

@@ -208,6 +208,55 @@ TEST_F(Calls, ReachAClientThatHasClosedItsChannel) {
     expectNothingLeft();
 }
 
+// A server that holds a lock meanwhile holds up nobody with it, and loses nothing.
+TEST_F(Calls, MayReturnBeforeTheirAnswerAndWaitForItLater) {
+    struct Worker : Probe {
+        Return<void> work(uint32_t) override {
+            act();
+            return android::hardware::Void();
+        }
+        std::function<void()> act = [] {};
+    };
+    const auto noted = [&](std::vector<int32_t> expected) {
+        expected.insert(expected.begin(), 0);  // From the start.
+        return eventually([&] { return notes() == expected; });
+    };
+    const sp<Worker> worker = new Worker;
+    expectOk(mProbe->hold(worker));
+    expectOk(mProbe->haveHeldWork());
+    EXPECT_TRUE(noted({1, 2})) << "answered at once";
+    // What is called from inside it is served after the call's return, too.
+    worker->act = [&] {
+        expectOk(mProbe->ping());
+        expectOk(mProbe->ping());
+        EXPECT_TRUE(noted({1, 2, 1})) << "has returned, and the answer is waited for";
+    };
+    expectOk(mProbe->haveHeldWork());
+    EXPECT_TRUE(noted({1, 2, 1, 2}));
+    expectOk(mProbe->hold(nullptr));
+    expectNothingLeft();
+}
+
+TEST_F(Calls, WaitForALateAnswerNoLongerThanForAny) {
+    const PeerProcess server("strict", "2", "300");
+    Stranger silent([&] {
+        RawClient client(socketOf("strict"));
+        client.call(recordOf<BpHwProbe>([](BpHwProbe& proxy) { return proxy.hold(new Probe); }));
+        EXPECT_EQ("reply 0", client.next());
+        const auto back = client.adoptChannel();
+        client.call(recordOf<BpHwProbe>([](BpHwProbe& proxy) { return proxy.haveHeldWork(); }));
+        EXPECT_EQ("call", RawClient::nextOn(back)) << "which is never answered";
+        EXPECT_TRUE(client.isEnded());
+    });
+    EXPECT_TRUE(silent.succeeded());
+    const sp<IProbe> probe = IProbe::getService("strict");
+    std::vector<int32_t> noted;
+    EXPECT_TRUE(eventually([&] {
+        expectOk(probe->notes([&](const hidl_vec<int32_t>& values) { noted = values; }));
+        return noted == std::vector<int32_t>{1, 2};
+    }));
+}
+
 TEST_F(Calls, NestOnlyToALimit) {
     for (const auto& [depth, limit] : {std::pair(20, 20), {1000, 32}, {3, 3}}) {
         int reached = 0;

@@ -12,11 +12,14 @@
 #include "Stranger.h"
 #include "socket/peer/ExportTable.h"
 #include "socket/peer/Identity.h"
+#include "socket/peer/Peer.h"
 #include "socket/peer/ServingTurns.h"
+#include "support/Eventually.h"
 
 namespace {
 
 using namespace orva_test;
+using orva::test::eventually;
 using namespace android::hardware;
 using namespace android::hardware::socket;
 using android::base::unique_fd;
@@ -84,6 +87,20 @@ TEST(Identity, IsOfTheProcessThatLives) {
     Identity later = self;
     ++later.started;
     EXPECT_FALSE(later == self) << "another process of that number";
+}
+
+// As when a process is gone before it has been welcomed.
+TEST(Connection, IsLetGoOfThoughItWasOpenedAfterItsPeersEnd) {
+    SocketPair sockets;
+    const auto peer = std::make_shared<Peer>(Identity{1, getuid(), 1});
+    auto connection = std::make_shared<Connection>(std::move(sockets.ours), peer);
+    peer->end(Peer::End::kClosed);
+    connection->shutDown();
+    ASSERT_TRUE(connection->open());
+    connection->ready();
+    const std::weak_ptr<Connection> left = connection;
+    connection.reset();
+    EXPECT_TRUE(eventually([&] { return left.expired(); })) << "a thread may be at it";
 }
 
 struct Caller : ServingTurns::Waiting {

@@ -27,6 +27,15 @@ struct State {
     std::mutex lock;
     sp<IProbe> held;
     std::vector<int32_t> notes;
+
+    sp<IProbe> getHeld() {
+        std::lock_guard<std::mutex> guard(lock);
+        return held;
+    }
+    void note(int32_t value) {
+        std::lock_guard<std::mutex> guard(lock);
+        notes.push_back(value);
+    }
 };
 
 // Never destroyed, as a server's own state may not be.
@@ -89,8 +98,7 @@ Return<sp<IProbe>> Probe::take() {
 }
 
 Return<void> Probe::note(int32_t value) {
-    std::lock_guard<std::mutex> guard(state().lock);
-    state().notes.push_back(IPCThreadState::self()->getCallingPid() == 0 ? value : -1);
+    state().note(IPCThreadState::self()->getCallingPid() == 0 ? value : -1);
     return Void();
 }
 
@@ -101,14 +109,18 @@ Return<void> Probe::notes(notes_cb answer) {
 }
 
 Return<void> Probe::callHeld() {
-    sp<IProbe> held;
-    {
-        std::lock_guard<std::mutex> guard(state().lock);
-        held = state().held;
-    }
-    if (held != nullptr) {
+    if (const sp<IProbe> held = state().getHeld()) {
         held->caller(nullptr, [](int32_t, int32_t, uint32_t) {}).isOk();
     }
+    return Void();
+}
+
+Return<void> Probe::haveHeldWork() {
+    const sp<IProbe> held = state().getHeld();
+    orva_platform::deferAnswer();
+    state().note(held->work(0).isOk() ? 1 : -1);
+    orva_platform::awaitAnswer();
+    state().note(2);
     return Void();
 }
 

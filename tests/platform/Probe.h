@@ -36,6 +36,7 @@ public:
     Return<void> note(int32_t value) override;
     Return<void> notes(notes_cb answer) override;
     Return<void> callHeld() override;
+    Return<void> haveHeldWork() override;
     Return<void> work(uint32_t milliseconds) override;
     Return<void> resources(resources_cb answer) override;
 

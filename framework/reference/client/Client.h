@@ -8,6 +8,7 @@
 
 #include <memory>
 
+#include "base/Mutex.h"
 #include "client/ProcessLife.h"
 #include "client/Quota.h"
 
@@ -43,6 +44,8 @@ public:
     Holding tensors;   // of those, each with its descriptor
     Holding threads;   // that run its requests or wait for it
     Holding memory;    // bytes of the engine's
+
+    Mutex deliveries;  // of its model managers' results
 };
 
 // The bounds, with the defaults that Settings.h names.

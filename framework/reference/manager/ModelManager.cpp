@@ -16,6 +16,7 @@
 #include "base/Mutex.h"
 #include "executor/RequestQueue.h"
 #include "executor/Work.h"
+#include "manager/Delivery.h"
 #include "manager/ModelBuild.h"
 #include "manager/ModelSet.h"
 #include "service/InitOnce.h"
@@ -165,7 +166,9 @@ int32_t ModelManager::Process(AIContext& context, const Tensors& inputs, const T
 }
 
 int32_t ModelManager::RegisterListener(const std::shared_ptr<AIModelManagerListener>& listener) {
-    return core_->queue->SetListener(listener);
+    return core_->queue->SetListener(
+            listener != nullptr ? std::make_shared<Delivery>(listener, core_->queue->client())
+                                : nullptr);
 }
 
 int32_t ModelManager::GetModelIOTensorDim(const std::string& modelName,

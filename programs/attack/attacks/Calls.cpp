@@ -91,7 +91,11 @@ void slowRequests(std::chrono::seconds length) {
 void slowCallInCallback(std::chrono::seconds length) {
     Processes client(1, [](size_t) {
         const Services services;
-        openManager(services, 1, [&services] { checkSlowModel(services); });
+        openManager(services, 1, [&services] {
+            for (;;) {
+                checkSlowModel(services);
+            }
+        });
         askManager(services, 1);
         stay();
     });
@@ -99,13 +103,30 @@ void slowCallInCallback(std::chrono::seconds length) {
 }
 
 void unansweredCallbacks(std::chrono::seconds length) {
-    Processes client(1, [](size_t) {
+    // One that does nothing else; one that leaves more callbacks unanswered than are made at once;
+    // and one that keeps its model manager's listener busy besides, and reads nothing.
+    Processes idle(1, [](size_t) {
         const Services services;
-        constexpr int32_t kSessions = 10;
-        for (int32_t number = 1; number <= kSessions; ++number) {
+        for (int32_t number = 1; number <= 10; ++number) {
+            openManager(services, number, stay);
+            askManager(services, number);
+        }
+        stay();
+    });
+    Processes many(1, [](size_t) {
+        const Services services;
+        for (int32_t number = 1; number <= 40; ++number) {
             openEcho(services, number, stay);
             services.ai->Process(number, "", {}, {}, 0).isOk();
         }
+        openManager(services, 100, stay);
+        askManager(services, 100);
+        stay();
+    });
+    Processes busy(1, [](size_t) {
+        const Services services;
+        openEcho(services, 1, stay);
+        services.ai->Process(1, "", {}, {}, 0).isOk();
         openManager(services, 1, stay);
         askManager(services, 1);
         onThreads(10, [&services] {
@@ -116,7 +137,10 @@ void unansweredCallbacks(std::chrono::seconds length) {
             }
         });
     });
-    forSoLong(length, client);
+    std::this_thread::sleep_for(length);
+    for (Processes* const client : {&idle, &many, &busy}) {
+        client->kill();
+    }
 }
 
 }  // namespace orva::attack

@@ -16,6 +16,7 @@
 namespace orva_platform {
 
 using android::hardware::ServiceDirectory;
+using android::hardware::socket::Peer;
 using android::hardware::socket::Peers;
 using android::hardware::socket::Pool;
 using android::hardware::socket::runtimeCounts;
@@ -42,6 +43,14 @@ void setReplyLimit(std::chrono::milliseconds limit) {
 
 void setPeerLimits(const PeerLimits& limits) {
     transportSettings().setPeerLimits(limits);
+}
+
+void deferAnswer() {
+    Peer::deferAnswer();
+}
+
+void awaitAnswer() {
+    Peer::awaitAnswer();
 }
 
 void setStandIns(size_t most) {

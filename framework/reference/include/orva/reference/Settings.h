@@ -34,6 +34,16 @@ void SetWorkerThreads(size_t count, size_t most = 512);
 using ClientIdentity = std::function<pid_t()>;
 void UseClientIdentity(ClientIdentity identity);
 
+// Called before and after a model manager's listener, by the thread that calls it. A listener may
+// hold a lock that others wait for while it waits for its client; this is where a program can have
+// the lock given up before the client has answered. Then the deliveries of one client process, but
+// no others, go one at a time, each up to the end of `after`. Null for nothing, as at first.
+struct DeliveryHooks {
+    void (*before)() = nullptr;
+    void (*after)() = nullptr;
+};
+void UseDeliveryHooks(DeliveryHooks hooks);
+
 // What one client process may have at a time; what goes beyond is refused, with the process in the
 // log. 0 is without a bound.
 

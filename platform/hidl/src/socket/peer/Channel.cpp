@@ -32,6 +32,13 @@ constexpr TimeLimit kOnewaySendLimit{1000};
 // How long an answer may wait for room: its caller waits for it, and so takes it at once.
 constexpr TimeLimit kReplySendLimit{2000};
 
+// How long a client is waited for at first. Afterwards the caller does not wait if it need not, or
+// looks at a clock.
+constexpr TimeLimit kPatience{5};
+
+// How long a call that may be late may wait for room.
+constexpr TimeLimit kLateSendLimit{20};
+
 // How long a peer has to answer when it was we who overran its limit, with a call of its own.
 constexpr TimeLimit kGrace{1000};
 
@@ -40,12 +47,11 @@ constexpr TimeLimit kGrace{1000};
 Channel::Channel(base::unique_fd socket, Peer& peer, Role role)
         : WayBack(&peer), mSocket(std::move(socket)), mPeer(peer), mRole(role) {
     ++runtimeCounts().channels;
-    const TimeLimit limit = mPeer.replyLimit();
-    if (mRole == Role::kCaller && limit.count() > 0) {
-        // Nobody has this socket who is not trusted, so the kernel may keep the time.
-        timeval time = {};
-        time.tv_sec = limit.count() / 1000;
-        time.tv_usec = limit.count() % 1000 * 1000;
+    if (mRole == Role::kCaller) {
+        // Nobody has this socket who is not trusted, so the kernel may keep the time: of the first
+        // wait for a client, which is nearly always the only one, and of all that for a server.
+        const TimeLimit limit = mPeer.isClient() ? kPatience : mPeer.replyLimit();
+        const timeval time = {limit.count() / 1000, limit.count() % 1000 * 1000};
         setsockopt(mSocket, SOL_SOCKET, SO_RCVTIMEO, &time, sizeof time);
     }
 }
@@ -72,16 +78,18 @@ void Channel::lost(Io why) {
     }
 }
 
-Io Channel::receive(std::unique_ptr<ReceivedMessage>* message, const Deadline& deadline,
-                    bool first) {
+Io Channel::receive(std::unique_ptr<ReceivedMessage>* message, bool first, bool mayBeLate) {
     Io io = Io::kEmpty;
-    if (mRole == Role::kCaller && (first || deadline.never())) {
+    if (mRole == Role::kCaller && (first || mDeadline->never())) {
         io = ReceivedMessage::receive(mSocket, Wait::kForPeer, message);
+        if (io == Io::kTimeout && !mayBeLate) {
+            io = Io::kEmpty;
+        }
     }
     // The peer may have made this socket and still share it: it must not decide how long we wait,
     // nor take away what we were told is there.
     while (io == Io::kEmpty) {
-        io = waitReadable(mSocket, deadline);
+        io = waitReadable(mSocket, *mDeadline);
         if (io == Io::kDone) {
             io = ReceivedMessage::receive(mSocket, Wait::kNo, message);
         }
@@ -90,51 +98,64 @@ Io Channel::receive(std::unique_ptr<ReceivedMessage>* message, const Deadline& d
 }
 
 status_t Channel::transact(uint64_t target, uint32_t code, const Parcel& data, Parcel* reply,
-                           uint32_t flags) {
+                           uint32_t flags, bool mayBeLate) {
     const bool oneway = (flags & IBinder::FLAG_ONEWAY) != 0;
-    Deadline own(oneway ? kOnewaySendLimit : mPeer.replyLimit());
     // What is called back while a call back is under way has what is left of that one's time.
-    Deadline& deadline = mDeadline != nullptr ? *mDeadline : own;
-    if (!oneway) {
-        deadline.begin();
+    const bool outermost = !mDeadline;
+    if (outermost) {
+        mDeadline.emplace(oneway ? kOnewaySendLimit : mPeer.replyLimit());
+        mOverran = false;
     }
-    {
-        OutgoingMessage call(MessageKind::kCall, mPeer);
-        call.header.target = target;
-        call.header.code = code;
-        call.header.flags = flags;
-        const status_t packed = call.pack(data);
-        if (packed != NO_ERROR) {
-            return packed;
-        }
-        const Io sent = call.send(mSocket, deadline);
-        if (sent == Io::kBroken) {
-            mPeer.couldNotCall();
-            return FAILED_TRANSACTION;  // Nothing of it went out: the channel is as it was.
-        }
-        if (sent != Io::kDone) {
-            mWasClosed = sent == Io::kClosed;
-            lost(sent);
-            return DEAD_OBJECT;
-        }
+    const status_t status = send(target, code, data, flags, mayBeLate);
+    const status_t answered =
+            status == NO_ERROR && !oneway ? awaitReply(reply, outermost, mayBeLate) : status;
+    if (outermost && !mLate) {
+        mDeadline.reset();
     }
-    if (oneway) {
-        return NO_ERROR;
-    }
-    if (mDeadline != nullptr) {
-        return awaitReply(reply, false);
-    }
-    mDeadline = &own;
-    mOverran = false;
-    const status_t status = awaitReply(reply, true);
-    mDeadline = nullptr;
-    return status;
+    return answered;
 }
 
-status_t Channel::awaitReply(Parcel* reply, bool outermost) {
+status_t Channel::send(uint64_t target, uint32_t code, const Parcel& data, uint32_t flags,
+                       bool mayBeLate) {
+    mDeadline->begin();
+    OutgoingMessage call(MessageKind::kCall, mPeer);
+    call.header.target = target;
+    call.header.code = code;
+    call.header.flags = flags;
+    const status_t packed = call.pack(data);
+    if (packed != NO_ERROR) {
+        return packed;
+    }
+    const Io sent = call.send(mSocket, mayBeLate ? Deadline(kLateSendLimit) : *mDeadline);
+    if (sent == Io::kBroken) {
+        mPeer.couldNotCall();
+        return FAILED_TRANSACTION;  // Nothing of it went out: the channel is as it was.
+    }
+    if (sent != Io::kDone) {
+        mWasClosed = sent == Io::kClosed;
+        lost(sent);
+        return DEAD_OBJECT;
+    }
+    return NO_ERROR;
+}
+
+void Channel::awaitLate() {
+    mLate = false;
+    awaitReply(nullptr, false, false);
+    mDeadline.reset();
+}
+
+status_t Channel::awaitReply(Parcel* reply, bool outermost, bool mayBeLate) {
     for (bool first = outermost;; first = false) {
-        std::unique_ptr<ReceivedMessage> message;
-        const Io io = receive(&message, *mDeadline, first);
+        std::unique_ptr<ReceivedMessage> message = std::move(mUnserved);
+        const Io io = message != nullptr ? Io::kDone : receive(&message, first, mayBeLate);
+        const bool goesOn = io == Io::kTimeout ||
+                            (io == Io::kDone && message->header().kind == MessageKind::kCall);
+        if (mayBeLate && goesOn) {
+            mUnserved = std::move(message);
+            mLate = true;
+            return NO_ERROR;
+        }
         if (io != Io::kDone) {
             lost(io);
             return DEAD_OBJECT;

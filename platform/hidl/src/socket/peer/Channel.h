@@ -6,6 +6,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <optional>
 
 #include <android-base/unique_fd.h>
 #include <hwbinder/Parcel.h>
@@ -33,9 +34,14 @@ public:
     Channel(const Channel&) = delete;
     Channel& operator=(const Channel&) = delete;
 
-    // Sends a call and waits for its reply, serving what the peer calls back meanwhile.
+    // Sends a call and waits for its reply, serving what the peer calls back meanwhile. If it
+    // `mayBeLate`, waits for a moment only; afterwards, isLate() tells whether there is a reply to
+    // be waited for still.
     status_t transact(uint64_t target, uint32_t code, const Parcel& data, Parcel* reply,
-                      uint32_t flags);
+                      uint32_t flags, bool mayBeLate = false);
+    bool isLate() const { return mLate; }
+    // Waits for a late reply, and lets go of it.
+    void awaitLate();
 
     // Serves one call and answers it. False when the channel is no longer of use.
     bool serve(std::unique_ptr<ReceivedMessage> call);
@@ -54,8 +60,10 @@ public:
     bool wasClosed() const { return mWasClosed; }
 
 private:
-    Io receive(std::unique_ptr<ReceivedMessage>* message, const Deadline& deadline, bool first);
-    status_t awaitReply(Parcel* reply, bool outermost);
+    Io receive(std::unique_ptr<ReceivedMessage>* message, bool first, bool mayBeLate);
+    status_t send(uint64_t target, uint32_t code, const Parcel& data, uint32_t flags,
+                  bool mayBeLate);
+    status_t awaitReply(Parcel* reply, bool outermost, bool mayBeLate);
     Io sendAnswer(OutgoingMessage& answer);
     void refuse(const ReceivedMessage& call);
     void dispatch(std::unique_ptr<ReceivedMessage> call);
@@ -68,9 +76,12 @@ private:
     const Role mRole;
     bool mUsable = true;
     bool mWasClosed = false;
-    Release mRelease;               // For the next answer to tell.
-    Deadline* mDeadline = nullptr;  // Of the outermost call under way from here.
-    bool mOverran = false;          // The deadline passed while a call of the peer's was served.
+    Release mRelease;  // For the next answer to tell.
+    // Of the outermost call under way from here, if one is.
+    std::optional<Deadline> mDeadline;
+    bool mLate = false;
+    std::unique_ptr<ReceivedMessage> mUnserved;  // What a late reply's peer called in between.
+    bool mOverran = false;  // The deadline passed while a call of the peer's was served.
 };
 
 }  // namespace android::hardware::socket

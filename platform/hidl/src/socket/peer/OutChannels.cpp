@@ -11,12 +11,12 @@
 
 namespace android::hardware::socket {
 
-std::unique_ptr<Channel> OutChannels::acquire(bool* fresh) {
+std::unique_ptr<Channel> OutChannels::acquire(bool* fresh, bool atOnce) {
     for (bool mayOpen = true;; mayOpen = false) {
         {
             Mutex::Autolock lock(mLock);
             const size_t most = mPeer.mostCallsTo();
-            while (!mClosed && mIdle.empty() &&
+            while (!atOnce && !mClosed && mIdle.empty() &&
                    (mayOpen ? mAll.size() + mOpening >= most : !mAll.empty())) {
                 mReturned.wait(mLock);
             }
@@ -31,7 +31,7 @@ std::unique_ptr<Channel> OutChannels::acquire(bool* fresh) {
             }
             ++mOpening;
         }
-        std::unique_ptr<Channel> channel = open();
+        std::unique_ptr<Channel> channel = open(atOnce);
         if (channel != nullptr) {
             *fresh = true;
             return channel;
@@ -40,8 +40,8 @@ std::unique_ptr<Channel> OutChannels::acquire(bool* fresh) {
 }
 
 // Without the lock, since it sends; what counts it as being opened was done by the caller.
-std::unique_ptr<Channel> OutChannels::open() {
-    std::unique_ptr<Channel> channel = mPeer.openChannel();
+std::unique_ptr<Channel> OutChannels::open(bool atOnce) {
+    std::unique_ptr<Channel> channel = mPeer.openChannel(atOnce);
     Mutex::Autolock lock(mLock);
     --mOpening;
     mReturned.broadcast();
@@ -77,7 +77,7 @@ bool OutChannels::ensureOne() {
         }
         ++mOpening;
     }
-    std::unique_ptr<Channel> channel = open();
+    std::unique_ptr<Channel> channel = open(false);
     if (channel == nullptr) {
         return false;
     }
@@ -95,7 +95,7 @@ status_t OutChannels::transactOneway(uint64_t target, uint32_t code, const Parce
                 Mutex::Autolock lock(mLock);
                 ++mOpening;
             }
-            mOneway = open();
+            mOneway = open(false);
             if (mOneway == nullptr) {
                 return mPeer.couldNotCall();
             }

@@ -22,9 +22,9 @@ public:
     explicit OutChannels(Peer& peer) : mPeer(peer) {}
 
     // One for a call. Waits for its turn where there are as many as there may be, or no
-    // descriptors for one more. Null when the peer has ended or there can be none. `fresh`: it was
-    // made for this.
-    std::unique_ptr<Channel> acquire(bool* fresh);
+    // descriptors for one more; unless it must be had `atOnce`. Null when the peer has ended or
+    // there can be none. `fresh`: it was made for this.
+    std::unique_ptr<Channel> acquire(bool* fresh, bool atOnce = false);
     void giveBack(std::unique_ptr<Channel> channel);
     // Sees to it that there is one. False when there can be none.
     bool ensureOne();
@@ -38,7 +38,7 @@ public:
     void close();
 
 private:
-    std::unique_ptr<Channel> open();
+    std::unique_ptr<Channel> open(bool atOnce);
     void drop(Channel& channel) REQUIRES(mLock);
     void shutDownLocked() REQUIRES(mLock);
 

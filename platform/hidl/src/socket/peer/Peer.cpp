@@ -25,6 +25,15 @@ namespace {
 
 // The peer need not be waited for: what goes over a connection is small and it is always read.
 constexpr TimeLimit kNoticeSendLimit{1000};
+// The same when others wait for whoever opens a channel. Hundreds of notices lie unread then.
+constexpr TimeLimit kOpenAtOnceLimit{20};
+
+// A call whose answer this thread has yet to wait for.
+struct LateAnswer {
+    std::shared_ptr<Peer> peer;
+    std::unique_ptr<Channel> channel;
+};
+thread_local LateAnswer* deferring = nullptr;
 
 template <typename T>
 std::shared_ptr<T> take(std::vector<std::shared_ptr<T>>* all, const T& one) {
@@ -152,15 +161,14 @@ bool Peer::connect(base::unique_fd& socket, sp<IBinder>* root) {
 }
 
 void Peer::ended(Connection& connection) {
-    std::shared_ptr<Connection> gone;
+    std::shared_ptr<Connection> gone;  // Released after the lock.
     {
         Mutex::Autolock lock(mLock);
         gone = mToPeer.get() == &connection ? std::exchange(mToPeer, nullptr)
                                             : take(&mFromPeer, connection);
     }
-    if (gone != nullptr) {
-        gone->close();
-    }
+    // Also one that the peer's end has taken already: it may have been opened since.
+    connection.close();
     endIfLeft();
 }
 
@@ -336,19 +344,42 @@ status_t Peer::transact(uint64_t target, uint32_t code, const Parcel& data, Parc
         return waiting->usable() ? waiting->transact(target, code, data, reply, flags)
                                  : DEAD_OBJECT;
     }
+    const bool mayBeLate = mIsClient && deferring != nullptr && deferring->channel == nullptr;
     for (;;) {
         bool fresh;
-        std::unique_ptr<Channel> channel = mOut.acquire(&fresh);
+        std::unique_ptr<Channel> channel = mOut.acquire(&fresh, mayBeLate);
         if (channel == nullptr) {
             return couldNotCall();
         }
-        const status_t status = channel->transact(target, code, data, reply, flags);
+        const status_t status = channel->transact(target, code, data, reply, flags, mayBeLate);
+        if (channel->isLate()) {
+            // What says that there was no error is all that a call without results answers.
+            reply->writeInt32(0);
+            reply->setDataPosition(0);
+            deferring->peer = shared_from_this();
+            deferring->channel = std::move(channel);
+            return status;
+        }
         // The peer may close channels that it thinks are of no more use, and be there still.
         const bool again = channel->wasClosed() && !fresh;
         mOut.giveBack(std::move(channel));
         if (!again) {
             return status;
         }
+    }
+}
+
+void Peer::deferAnswer() {
+    thread_local LateAnswer own;
+    deferring = &own;
+}
+
+void Peer::awaitAnswer() {
+    if (auto* const late = std::exchange(deferring, nullptr);
+        late != nullptr && late->channel != nullptr) {
+        const std::shared_ptr<Peer> peer = std::move(late->peer);
+        late->channel->awaitLate();
+        peer->mOut.giveBack(std::move(late->channel));
     }
 }
 
@@ -362,7 +393,7 @@ status_t Peer::couldNotCall() {
     return FAILED_TRANSACTION;
 }
 
-std::unique_ptr<Channel> Peer::openChannel() {
+std::unique_ptr<Channel> Peer::openChannel(bool atOnce) {
     const auto connection = this->connection();
     if (connection == nullptr) {
         return nullptr;
@@ -376,7 +407,8 @@ std::unique_ptr<Channel> Peer::openChannel() {
     const base::unique_fd theirs(ends[1]);
     OutgoingMessage message(MessageKind::kOpenChannel, *this);
     message.lend(theirs);
-    if (message.send(connection->socket(), kNoticeSendLimit) != Io::kDone) {
+    if (message.send(connection->socket(), atOnce ? kOpenAtOnceLimit : kNoticeSendLimit) !=
+        Io::kDone) {
         return nullptr;
     }
     return std::make_unique<Channel>(std::move(ours), *this, Channel::Role::kCaller);

@@ -77,11 +77,17 @@ public:
     // Calls one of the peer's objects; see IBinder::transact.
     status_t transact(uint64_t target, uint32_t code, const Parcel& data, Parcel* reply,
                       uint32_t flags);
+    // The next call of this thread to a client may be late: it is given up waiting for, as one that
+    // is done and says nothing, before it holds the thread up; see orva_platform::deferAnswer.
+    static void deferAnswer();
+    // Waits for a late answer, if there is one.
+    static void awaitAnswer();
     // The call that it waits for could not be sent: a client is cut off, so that it learns of that.
     status_t couldNotCall();
     // Whether there is a channel for calls to whom we owe some.
+    bool isClient() const { return mIsClient; }
     bool canBeCalled() { return !mIsClient || mOut.ensureOne(); }
-    std::unique_ptr<Channel> openChannel();
+    std::unique_ptr<Channel> openChannel(bool atOnce);
     size_t mostCallsTo() const { return mLimits.callbacks; }
     // A channel that the peer called on is of no more use.
     void forget(InChannel& channel);
