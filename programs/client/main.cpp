@@ -64,6 +64,7 @@ int runCommandLine(int argc, char** argv) {
     orva::client::addCompile(&app, &connection);
     orva::client::addPerf(&app, &connection);
     orva::client::addTop(&app, &connection);
+    orva::client::addTrace(&app, &connection);
     orva::client::addDebug(&app, &connection);
     orva::describe::addDescribe(&app, ORVA_VERSION);
 

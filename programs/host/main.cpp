@@ -8,7 +8,9 @@
 #include <csignal>
 #include <cstdio>
 #include <exception>
+#include <memory>
 #include <string>
+#include <system_error>
 #include <vector>
 
 #include <android/log.h>
@@ -29,6 +31,7 @@
 #include "Options.h"
 #include "ServiceLibrary.h"
 #include "describe/Describe.h"
+#include "trace/CallTrace.h"
 
 namespace {
 
@@ -83,6 +86,16 @@ int registerAll(const std::vector<OfferedService>& services, const Options& opti
     return 0;
 }
 
+// For `orva trace`. A host serves without it as well.
+std::unique_ptr<orva::host::CallTrace> offerTrace() {
+    try {
+        return std::make_unique<orva::host::CallTrace>(orva_platform::serviceDirectory());
+    } catch (const std::system_error& error) {
+        ALOGW("calls cannot be traced: %s", error.what());
+        return nullptr;
+    }
+}
+
 void onEndSignals(void (*act)(int)) {
     for (const int signal : {SIGTERM, SIGINT}) {
         std::signal(signal, act);
@@ -112,6 +125,8 @@ int serve(const Options& options) {
         malloc_trim(0);
     });
     const int registered = registerAll(services, options);
+    // As long as there may be calls.
+    const auto trace = registered == 0 ? offerTrace() : nullptr;
     if (registered == 0) {
         printf("orva-host: ready in %s\n", orva_platform::serviceDirectory().c_str());
         fflush(stdout);

@@ -49,6 +49,7 @@ void addCheck(CLI::App* app, const Connection* connection);
 void addCompile(CLI::App* app, const Connection* connection);
 void addPerf(CLI::App* app, const Connection* connection);
 void addTop(CLI::App* app, const Connection* connection);
+void addTrace(CLI::App* app, const Connection* connection);
 void addDebug(CLI::App* app, const Connection* connection);
 
 }  // namespace orva::client

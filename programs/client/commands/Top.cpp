@@ -7,12 +7,11 @@
 #include <memory>
 #include <stdexcept>
 
-#include <sys/ioctl.h>
-#include <unistd.h>
 #include <CLI/CLI.hpp>
 
 #include "client/commands/Commands.h"
 #include "client/io/Interrupt.h"
+#include "client/io/Terminal.h"
 #include "client/lib/StateDump.h"
 #include "client/report/HostState.h"
 #include "client/report/Latency.h"
@@ -21,27 +20,17 @@ namespace orva::client {
 
 namespace {
 
-constexpr size_t kUsualWidth = 80;
-
 struct Options {
     double interval = 1;
     size_t count = 0;  // 0: until Ctrl-C
 };
 
-// Of the terminal. A pipe has lines of any length, and any number of them.
+// A pipe has lines of any length, and any number of them.
 struct Screen {
-    bool is = isatty(STDOUT_FILENO) == 1;
-    size_t width = 200;
-    size_t height = SIZE_MAX;
-
-    Screen() {
-        winsize size = {};
-        if (is) {
-            const bool known = ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) == 0 && size.ws_col > 0;
-            width = known ? size.ws_col : kUsualWidth;
-            height = known && size.ws_row > 1 ? size.ws_row - 1U : SIZE_MAX;
-        }
-    }
+    const bool is = terminalWidth().has_value();
+    const size_t width = terminalWidth().value_or(200);
+    // One line stays for the cursor.
+    const size_t height = terminalHeight().value_or(SIZE_MAX) - 1;
 
     // Over the last one, on a terminal.
     void show(const std::string& text) const {

@@ -16,6 +16,22 @@ namespace {
 std::atomic<bool> happened{false};
 static_assert(std::atomic<bool>::is_always_lock_free);
 
+int waitUnlessInterrupted(pollfd* polled, std::chrono::milliseconds time) {
+    // Taken only while it waits, so that none comes between the look and the wait.
+    sigset_t blocked, before;
+    sigemptyset(&blocked);
+    sigaddset(&blocked, SIGINT);
+    pthread_sigmask(SIG_BLOCK, &blocked, &before);
+    int ready = 0;
+    if (!happened) {
+        const timespec limit = {static_cast<time_t>(time.count() / 1000),
+                                static_cast<long>(time.count() % 1000 * 1'000'000)};
+        ready = ppoll(polled, polled != nullptr ? 1 : 0, &limit, &before);
+    }
+    pthread_sigmask(SIG_SETMASK, &before, nullptr);
+    return ready;
+}
+
 }  // namespace
 
 void takeInterrupt() {
@@ -30,18 +46,13 @@ const std::atomic<bool>& interrupted() {
 }
 
 bool sleepUnlessInterrupted(std::chrono::milliseconds time) {
-    // Taken only while it waits, so that none comes between the look and the wait.
-    sigset_t blocked, before;
-    sigemptyset(&blocked);
-    sigaddset(&blocked, SIGINT);
-    pthread_sigmask(SIG_BLOCK, &blocked, &before);
-    if (!happened) {
-        const timespec limit = {static_cast<time_t>(time.count() / 1000),
-                                static_cast<long>(time.count() % 1000 * 1'000'000)};
-        ppoll(nullptr, 0, &limit, &before);
-    }
-    pthread_sigmask(SIG_SETMASK, &before, nullptr);
+    waitUnlessInterrupted(nullptr, time);
     return !happened;
+}
+
+bool awaitReadable(int file, std::chrono::milliseconds time) {
+    pollfd polled = {file, POLLIN, 0};
+    return waitUnlessInterrupted(&polled, time) > 0;
 }
 
 }  // namespace orva::client

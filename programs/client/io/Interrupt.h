@@ -16,4 +16,8 @@ const std::atomic<bool>& interrupted();
 // False at once when Ctrl-C comes.
 bool sleepUnlessInterrupted(std::chrono::milliseconds time);
 
+// Whether a descriptor has something to read, or has come to its end, within the time. False at
+// once when Ctrl-C comes.
+bool awaitReadable(int file, std::chrono::milliseconds time);
+
 }  // namespace orva::client

@@ -79,6 +79,16 @@ sp<Service> findService(const std::string& instance) {
     throw ServiceError("no " + name + " in " + folder + kAdvice, -1);
 }
 
+pid_t findHost(const std::string& instance) {
+    const pid_t pid = serviceFolderExists() ? serverOf(AIService::descriptor, instance) : 0;
+    if (pid == 0) {
+        throw ServiceError("no host serves '" + instance + "' in " +
+                                   orva_platform::serviceDirectory() + kAdvice,
+                           -1);
+    }
+    return pid;
+}
+
 template sp<AIService> findService(const std::string&);
 template sp<ModelManagerService> findService(const std::string&);
 

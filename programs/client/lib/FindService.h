@@ -6,6 +6,8 @@
 
 #include <string>
 
+#include <sys/types.h>
+
 #include <utils/StrongPointer.h>
 #include <vendor/selkat/hardware/ai/2.1/IAIService.h>
 #include <vendor/selkat/hardware/ai/2.1/IModelManagerService.h>
@@ -23,5 +25,8 @@ bool serviceFolderExists();
 // serves it, when whoever does is not answering, and when the folder cannot be used.
 template <typename Service = AIService>
 android::sp<Service> findService(const std::string& instance = "default");
+
+// The process that serves it. Throws ServiceError as findService does when nobody does.
+pid_t findHost(const std::string& instance);
 
 }  // namespace orva::client

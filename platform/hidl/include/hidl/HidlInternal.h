@@ -4,6 +4,7 @@
  */
 #pragma once
 
+#include <atomic>
 #include <cstdint>
 #include <functional>
 #include <string>
@@ -47,8 +48,8 @@ bool debuggable();
 std::string toHexString(uint64_t value, bool prefix = true);
 
 /**
- * The hooks through which a debug build of generated code reports every call. They stay off here:
- * generated code only looks at them under __ANDROID_DEBUGGABLE__.
+ * The hooks through which generated code reports every call and callback. Whether it does is
+ * decided for the whole process; see orva_platform/CallObserver.h.
  */
 class HidlInstrumentor {
 public:
@@ -81,8 +82,24 @@ public:
 protected:
     void configureInstrumentation(bool log = true);
 
-    bool mEnableInstrumentation = false;
-    std::vector<InstrumentationCallback> mInstrumentationCallbacks;
+    // Generated code knows both by these names, and copies them.
+    class Switch {
+    public:
+        Switch() = default;
+        Switch(const Switch& other) : mOn(other) {}
+        Switch& operator=(const Switch&) = delete;
+        operator bool() const { return mOn.load(std::memory_order_acquire); }
+        void turn(bool on) { mOn.store(on, std::memory_order_release); }
+
+    private:
+        std::atomic<bool> mOn{false};
+    };
+    static Switch mEnableInstrumentation;
+    // Changed only before the first time that it is enabled.
+    static std::vector<InstrumentationCallback> mInstrumentationCallbacks;
+
+private:
+    friend struct CallObserver;
 };
 
 /** The door through which received bytes become a string, vec or handle; see HidlBinderSupport.h.

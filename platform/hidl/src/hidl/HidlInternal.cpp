@@ -10,8 +10,10 @@
 
 #include <cinttypes>
 #include <cstdio>
+#include <utility>
 
 #include <log/log.h>
+#include <orva_platform/CallObserver.h>
 
 namespace android::hardware::details {
 
@@ -35,8 +37,33 @@ std::string toHexString(uint64_t value, bool prefix) {
     return text;
 }
 
+HidlInstrumentor::Switch HidlInstrumentor::mEnableInstrumentation;
+std::vector<HidlInstrumentor::InstrumentationCallback> HidlInstrumentor::mInstrumentationCallbacks;
+
 HidlInstrumentor::~HidlInstrumentor() = default;
 
+// A peer may ask for it, and has no say in what this process reports.
 void HidlInstrumentor::configureInstrumentation(bool /*log*/) {}
 
+struct CallObserver {
+    static void set(HidlInstrumentor::InstrumentationCallback observer) {
+        HidlInstrumentor::mInstrumentationCallbacks.assign(1, std::move(observer));
+    }
+    static void enable(bool on) { HidlInstrumentor::mEnableInstrumentation.turn(on); }
+};
+
 }  // namespace android::hardware::details
+
+namespace orva_platform {
+
+using android::hardware::details::CallObserver;
+
+void setCallObserver(CallObserverFunction observer) {
+    CallObserver::set(std::move(observer));
+}
+
+void observeCalls(bool on) {
+    CallObserver::enable(on);
+}
+
+}  // namespace orva_platform

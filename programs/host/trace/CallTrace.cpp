@@ -1,0 +1,137 @@
+/*
+ * Copyright (C) 2026 The orva project
+ * SPDX-License-Identifier: Apache-2.0
+ */
+#include "CallTrace.h"
+
+#include <atomic>
+#include <chrono>
+#include <exception>
+#include <vector>
+
+#include <hwbinder/IPCThreadState.h>
+#include <orva/reference/Settings.h>
+#include <orva_platform/CallObserver.h>
+#include <sys/syscall.h>
+#include <unistd.h>
+
+#include "CallDecoder.h"
+
+namespace orva::host {
+
+namespace {
+
+using android::hardware::details::HidlInstrumentor;
+using nlohmann::ordered_json;
+
+// One that is under way on a thread.
+struct OpenCall {
+    uint64_t id = 0;  // 0: nobody watches its client.
+    pid_t client = 0;
+    bool isCallback = false;
+    std::string method;
+};
+
+// The innermost last.
+thread_local std::vector<OpenCall> gOpen;
+std::atomic<uint64_t> gLastId{0};
+
+int64_t now() {
+    return std::chrono::steady_clock::now().time_since_epoch().count();
+}
+
+pid_t thisThread() {
+    thread_local const auto kThread = static_cast<pid_t>(syscall(SYS_gettid));
+    return kThread;
+}
+
+void publish(TraceServer* server, pid_t client, const ordered_json& line) {
+    server->publish(client, line.dump(-1, ' ', true, ordered_json::error_handler_t::replace));
+}
+
+void end(TraceServer* server, const ordered_json& more) {
+    const OpenCall call = gOpen.back();
+    gOpen.pop_back();
+    if (call.id != 0) {
+        ordered_json line = {{"event", "end"}, {"id", call.id}, {"at", now()}};
+        line.update(more);
+        publish(server, call.client, line);
+    }
+}
+
+// A callback that failed has no end of its own; it is over when the thread does what it could not
+// do within one.
+void endFailedCallbacks(TraceServer* server) {
+    while (!gOpen.empty() && gOpen.back().isCallback) {
+        end(server, {{"failed", true}});
+    }
+}
+
+void begin(TraceServer* server, bool isCallback, const char* interface, const char* method,
+           const std::vector<void*>& arguments) {
+    if (isCallback) {
+        endFailedCallbacks(server);
+    }
+    OpenCall call;
+    const pid_t calling = android::hardware::IPCThreadState::self()->getCallingPid();
+    call.client = calling != getpid() ? calling : reference::WorkingFor();
+    call.isCallback = isCallback;
+    call.method = method;
+    if (server->isWanted(call.client)) {
+        call.id = ++gLastId;
+        publish(server, call.client,
+                {{"event", "begin"},
+                 {"id", call.id},
+                 {"at", now()},
+                 {"thread", thisThread()},
+                 {"client", call.client},
+                 {"kind", isCallback ? "callback" : "call"},
+                 {"interface", interface},
+                 {"method", method},
+                 {"arguments", argumentsOf(interface, method, arguments)}});
+    }
+    gOpen.push_back(std::move(call));
+}
+
+void finish(TraceServer* server, bool isCallback, const char* interface, const char* method,
+            const std::vector<void*>& results) {
+    if (!isCallback) {
+        endFailedCallbacks(server);
+    }
+    // The beginning may have been before anybody watched.
+    if (!gOpen.empty() && gOpen.back().isCallback == isCallback && gOpen.back().method == method) {
+        end(server, {{"results", resultsOf(interface, method, results)}});
+    }
+}
+
+void observe(TraceServer* server, HidlInstrumentor::InstrumentationEvent event,
+             const char* interface, const char* method, const std::vector<void*>& pointers) {
+    switch (event) {
+    case HidlInstrumentor::SERVER_API_ENTRY:
+        return begin(server, false, interface, method, pointers);
+    case HidlInstrumentor::SERVER_API_EXIT:
+        return finish(server, false, interface, method, pointers);
+    case HidlInstrumentor::CLIENT_API_ENTRY:
+        return begin(server, true, interface, method, pointers);
+    case HidlInstrumentor::CLIENT_API_EXIT:
+        return finish(server, true, interface, method, pointers);
+    default:
+        return;  // Within this process.
+    }
+}
+
+}  // namespace
+
+CallTrace::CallTrace(const std::string& folder) : server_(folder, orva_platform::observeCalls) {
+    orva_platform::setCallObserver([this](auto event, const char*, const char*,
+                                          const char* interface, const char* method,
+                                          const std::vector<void*>* pointers) {
+        try {
+            observe(&server_, event, interface, method, *pointers);
+        } catch (const std::exception&) {
+            // Out of memory: this one is not shown.
+        }
+    });
+}
+
+}  // namespace orva::host
