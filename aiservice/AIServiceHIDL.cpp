@@ -6,8 +6,6 @@
 
 #include "aiservice/AIServiceHIDL.h"
 
-#include <utility>
-
 #include <orva/AIConfig.h>
 #include <orva/AIModelDescription.h>
 #include <orva/AINNNodeFactory.h>
@@ -31,7 +29,7 @@ using android::hardware::Void;
 Return<int32_t> AIServiceHIDL::Init(int32_t clientId, const hidl_string& type,
                                     const hidl_string& config,
                                     const hidl_vec<ModelBuffer>& models) {
-    ORVA_LOGI(kLogTag, "AIServiceHIDL Init");
+    ORVA_LOGI("AIServiceHIDL Init");
     const std::string serviceId = MakeServiceId(clientId);
     if (!AdmitClient(serviceId)) {
         return kStatusFailure;
@@ -42,7 +40,7 @@ Return<int32_t> AIServiceHIDL::Init(int32_t clientId, const hidl_string& type,
         MutexLock lock(serviceMutex);
         if (serviceNodes.count(serviceId) != 0) {
             // A success: a client that opens twice keeps the session that it has.
-            ORVA_LOGE(kLogTag, "Init service %s is already create", serviceId.c_str());
+            ORVA_LOGE("Init service %s is already create", serviceId.c_str());
             return kStatusSuccess;
         }
         const std::string nodeType = type;
@@ -80,13 +78,13 @@ Return<int32_t> AIServiceHIDL::Init(int32_t clientId, const hidl_string& type,
 }
 
 Return<void> AIServiceHIDL::UnInit(int32_t clientId) {
-    ORVA_LOGI(kLogTag, "AIServiceHIDL UnInit");
+    ORVA_LOGI("AIServiceHIDL UnInit");
     RemoveService(MakeServiceId(clientId));
     return Void();
 }
 
 void AIServiceHIDL::RemoveService(const std::string& serviceId) {
-    ORVA_LOGI(kLogTag, "AIServiceHIDL RemoveService %s", serviceId.c_str());
+    ORVA_LOGI("AIServiceHIDL RemoveService %s", serviceId.c_str());
     {
         MutexLock lock(serviceMutex);
         const auto found = serviceNodes.find(serviceId);
@@ -97,7 +95,7 @@ void AIServiceHIDL::RemoveService(const std::string& serviceId) {
         // Also without a session: the id may be known from a session of the other service.
         AIServiceConnectManager::GetInstance()->RemoveServiceTime(serviceId);
         if (found == serviceNodes.end()) {
-            ORVA_LOGE(kLogTag, "RemoveService service %s is not create", serviceId.c_str());
+            ORVA_LOGE("RemoveService service %s is not create", serviceId.c_str());
             return;
         }
         serviceNodes.erase(found);
@@ -107,7 +105,7 @@ void AIServiceHIDL::RemoveService(const std::string& serviceId) {
         MutexLock lock(listenerMutex);
         listener = ForgetClient(serviceId);
     }
-    ORVA_LOGI(kLogTag, "AIServiceHIDL RemoveService %s Complete", serviceId.c_str());
+    ORVA_LOGI("AIServiceHIDL RemoveService %s Complete", serviceId.c_str());
 }
 
 Return<void> AIServiceHIDL::debug(const hidl_handle& handle, const hidl_vec<hidl_string>& options) {

@@ -4,6 +4,7 @@
  */
 // Requests, listeners and results; the service object and its sessions are in AIServiceHIDL.cpp.
 
+#include <cstdint>
 #include <memory>
 #include <new>
 #include <string>
@@ -37,7 +38,7 @@ constexpr TensorLines kProcessLines = {"Process", nullptr,
 Return<int32_t> AIServiceHIDL::Process(int32_t clientId, const hidl_string& context,
                                        const hidl_vec<AITensorHandle>& inputs,
                                        const hidl_vec<AITensorHandle>& outputs, int32_t param) {
-    ORVA_LOGI(kLogTag, "AIServiceHIDL Process");
+    ORVA_LOGI("AIServiceHIDL Process");
     const std::string serviceId = MakeServiceId(clientId);
     const NodeSession session =
             TakeSession(serviceId, ORVA_HERE, "Process service %s is not create");
@@ -51,7 +52,7 @@ Return<int32_t> AIServiceHIDL::Process(int32_t clientId, const hidl_string& cont
 
     AIContext nodeContext;
     nodeContext.Deserialize(context);
-    ORVA_LOGI(kLogTag, "Process context: %s", context.c_str());
+    ORVA_LOGI("Process context: %s", context.c_str());
     return Request(serviceId, *session.record, ORVA_HERE, [&] {
         return session.framework->Process(nodeContext, tensors.inputs, tensors.outputs, param);
     });
@@ -125,7 +126,7 @@ void AIServiceHIDL::OnProcessDone(const std::string& serviceId, const AIContext&
 
     std::vector<AITensorHandle> delivered =
             PackOutputs(outputs, result, activity_, serviceId, ORVA_HERE);
-    ORVA_LOGI(kLogTag, "AIServiceHIDL OnProcessDone %s call the listener", id);
+    ORVA_LOGI("AIServiceHIDL OnProcessDone %s call the listener", id);
     // The list stays here: a hidl_vec of its own would duplicate every descriptor.
     hidl_vec<AITensorHandle> handles;
     handles.setToExternal(delivered.data(), delivered.size());
@@ -134,7 +135,7 @@ void AIServiceHIDL::OnProcessDone(const std::string& serviceId, const AIContext&
         activity_.Refuse(ORVA_HERE, result, serviceId,
                          "AIServiceHIDL call OnProcessDone isOk error");
     }
-    ORVA_LOGI(kLogTag, "AIServiceHIDL OnProcessDone Complete %s call the listener", id);
+    ORVA_LOGI("AIServiceHIDL OnProcessDone Complete %s call the listener", id);
 }
 
 }  // namespace orva::hidl

@@ -15,6 +15,7 @@
 #include <cstddef>
 #include <iterator>
 #include <map>
+#include <utility>
 
 #include <hwbinder/IPCThreadState.h>
 

@@ -35,7 +35,8 @@ public:
 
     void serviceDied(uint64_t /*cookie*/,
                      const android::wp<android::hidl::base::V1_0::IBase>& /*who*/) override {
-        ORVA_LOGI(Service::kLogTag, "AIClient %s is inactive", serviceId.c_str());
+        const char* const kLogTag = Service::kLogTag;
+        ORVA_LOGI("AIClient %s is inactive", serviceId.c_str());
         // A copy: the service lets go of this object on the way.
         Service::GetInstance()->RemoveService(std::string(serviceId));
     }

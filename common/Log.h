@@ -30,8 +30,8 @@ struct LogSource {
     __android_log_print(priority, tag, "%s(%d)::\"" format "\"", (source).function, (source).line, \
                         ##__VA_ARGS__)
 
-#define ORVA_LOG(priority, tag, ...) ORVA_LOG_FROM(ORVA_HERE, priority, tag, __VA_ARGS__)
-
-#define ORVA_LOGI(tag, ...) ORVA_LOG(ANDROID_LOG_INFO, tag, __VA_ARGS__)
-#define ORVA_LOGW(tag, ...) ORVA_LOG(ANDROID_LOG_WARN, tag, __VA_ARGS__)
-#define ORVA_LOGE(tag, ...) ORVA_LOG(ANDROID_LOG_ERROR, tag, __VA_ARGS__)
+// The same from right here, under the kLogTag that is in scope.
+#define ORVA_LOG(priority, ...) ORVA_LOG_FROM(ORVA_HERE, priority, kLogTag, __VA_ARGS__)
+#define ORVA_LOGI(...) ORVA_LOG(ANDROID_LOG_INFO, __VA_ARGS__)
+#define ORVA_LOGW(...) ORVA_LOG(ANDROID_LOG_WARN, __VA_ARGS__)
+#define ORVA_LOGE(...) ORVA_LOG(ANDROID_LOG_ERROR, __VA_ARGS__)

@@ -5,6 +5,7 @@
 
 #include "common/ModelBuffers.h"
 
+#include <cstddef>
 #include <cstdint>
 
 #include "common/SharedMapping.h"

@@ -13,9 +13,14 @@
 #include <sys/vfs.h>
 #include <unistd.h>
 
+#include <atomic>
 #include <cerrno>
+#include <cstring>
+#include <string>
 
 #include <cutils/ashmem.h>
+
+#include "common/UniqueFd.h"
 
 namespace orva::hidl {
 
@@ -49,15 +54,36 @@ std::optional<SharedRegion> MemoryFile(int fd) {
                         static_cast<uint64_t>(status.st_blocks) * 512, hugePage};
 }
 
-// The type of a descriptor's file, as far as the kernel knows it by itself; S_IFMT when it does
-// not.
-mode_t TypeOf(int fd) {
+// What the kernel knows of a descriptor's file by itself; of no type when it does not.
+struct statx KnownOf(int fd) {
     struct statx known = {};
-    if (syscall(__NR_statx, fd, "", AT_EMPTY_PATH | AT_STATX_DONT_SYNC, STATX_TYPE, &known) == 0) {
-        return known.stx_mode & S_IFMT;
-    }
     struct stat status = {};
-    return errno == ENOSYS && fstat(fd, &status) == 0 ? status.st_mode & S_IFMT : S_IFMT;
+    if (syscall(__NR_statx, fd, "", AT_EMPTY_PATH | AT_STATX_DONT_SYNC, STATX_TYPE, &known) != 0) {
+        known.stx_mode = errno == ENOSYS && fstat(fd, &status) == 0
+                                 ? static_cast<uint16_t>(status.st_mode)
+                                 : S_IFMT;
+    }
+    return known;
+}
+
+// Whether what looks like a file of a file system is a dma-buf. The file system is not asked, for
+// it could be the client's own: the kernel says so where it describes this process's descriptors.
+// That takes some microseconds, and so is asked once: all dma-bufs have one device, for good.
+bool IsDmaBuf(int fd, const struct statx& known) {
+    static std::atomic<uint64_t> dmaBufDevice{UINT64_MAX};
+    const uint64_t device = uint64_t{known.stx_dev_major} << 32 | known.stx_dev_minor;
+    if (device == dmaBufDevice) {
+        return true;
+    }
+    const std::string path = "/proc/self/fdinfo/" + std::to_string(fd);
+    const UniqueFd info(open(path.c_str(), O_RDONLY | O_CLOEXEC));
+    char text[512] = {};
+    if (info.Get() < 0 || read(info.Get(), text, sizeof(text) - 1) <= 0 ||
+        std::strstr(text, "\nexp_name:") == nullptr) {
+        return false;
+    }
+    dmaBufDevice = device;
+    return true;
 }
 
 }  // namespace
@@ -68,10 +94,17 @@ std::optional<SharedRegion> SharedRegion::Of(int fd) {
         return MemoryFile(fd);
     }
     int64_t size = -1;
-    switch (TypeOf(fd)) {
+    const struct statx known = KnownOf(fd);
+    switch (known.stx_mode & S_IFMT) {
+    case S_IFREG:
+        // Kernels of 2025 and later give dma-bufs a type.
+        if (!IsDmaBuf(fd, known)) {
+            break;
+        }
+        [[fallthrough]];
     case 0:
-        // No file system has a file without a type, but a dma-buf is one. Not every kernel keeps
-        // its size in the inode, and other descriptors of this kind have no end.
+        // No file system has a file without a type, but a dma-buf is one to older kernels. Not
+        // every kernel keeps its size in the inode, and other descriptors of this kind have no end.
         size = lseek64(fd, 0, SEEK_END);
         break;
     case S_IFCHR:

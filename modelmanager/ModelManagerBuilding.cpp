@@ -31,6 +31,8 @@ using android::hardware::Void;
 
 namespace {
 
+constexpr const char* kLogTag = ModelManagerServiceHIDL::kLogTag;
+
 // 200 MiB, for all sources together and for the result. Unit: bytes.
 constexpr int32_t kMaxModelSize = 0xC800000;
 
@@ -54,7 +56,7 @@ bool gMmapBuffer(const ModelBuffer& model, SharedMapping& mapping) {
     }
     mapping = SharedMapping::MapReceived(handle, model.size);
     if (!mapping) {
-        ORVA_LOGE(ModelManagerServiceHIDL::kLogTag, "mmap failed!");
+        ORVA_LOGE("mmap failed!");
         return false;
     }
     return true;

@@ -5,6 +5,7 @@
 
 // Whether a model can run here: asked of a model manager made for the question alone.
 
+#include <cstdint>
 #include <memory>
 #include <string>
 
@@ -25,7 +26,7 @@ using android::hardware::Return;
 // is no sign of life of it.
 Return<int32_t> ModelManagerServiceHIDL::CheckModelCompatibility(int32_t clientId,
                                                                  const ModelBuffer& model) {
-    ORVA_LOGI(kLogTag, "ModelManagerServiceHIDL CheckModelCompatibility");
+    ORVA_LOGI("ModelManagerServiceHIDL CheckModelCompatibility");
     const std::string serviceId = MakeServiceId(clientId);
     const std::shared_ptr<AIModelManager> manager(
             AIModelManagerFactory::Instance()->createModelManager());

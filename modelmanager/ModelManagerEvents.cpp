@@ -5,6 +5,7 @@
 
 // How results get back to clients: listeners and events.
 
+#include <cstdint>
 #include <memory>
 #include <new>
 #include <string>
@@ -25,6 +26,8 @@ using android::hardware::Return;
 
 namespace {
 
+constexpr const char* kLogTag = ModelManagerServiceHIDL::kLogTag;
+
 constexpr uint64_t kDeathCookie = 0x5678;
 
 }  // namespace
@@ -32,17 +35,17 @@ constexpr uint64_t kDeathCookie = 0x5678;
 void ModelManagerClientListener::OnProcessDone(
         const AIContext& context, int32_t result,
         const std::vector<std::shared_ptr<IAITensor>>& outputs) {
-    ORVA_LOGI(ModelManagerServiceHIDL::kLogTag, "ModelManagerServiceHIDL OnAIEvent");
+    ORVA_LOGI("ModelManagerServiceHIDL OnAIEvent");
     CompletionListener::OnProcessDone(context, result, outputs);
 }
 
 void ModelManagerClientListener::OnServiceDied() {
-    ORVA_LOGE(ModelManagerServiceHIDL::kLogTag, "ModelManagerServiceHIDL ServiceDied");
+    ORVA_LOGE("ModelManagerServiceHIDL ServiceDied");
 }
 
 Return<int32_t> ModelManagerServiceHIDL::SetListener(int32_t clientId,
                                                      const sp<IModelManagerListener>& listener) {
-    ORVA_LOGI(kLogTag, "ModelManagerServiceHIDL SetListener");
+    ORVA_LOGI("ModelManagerServiceHIDL SetListener");
     return clientId < 0 ? SetClientListener(MakeServiceId(ListenerClientId(clientId)), listener)
                         : SetManagerListener(MakeServiceId(clientId));
 }
@@ -117,18 +120,18 @@ void ModelManagerServiceHIDL::OnProcessDone(
 
     std::vector<AITensorHandle> delivered =
             PackOutputs(outputs, result, activity_, serviceId, ORVA_HERE);
-    ORVA_LOGI(kLogTag, "ModelManagerServiceHIDL OnAIEvent %s call the listener", id);
+    ORVA_LOGI("ModelManagerServiceHIDL OnAIEvent %s call the listener", id);
     // The list stays here: a hidl_vec of its own would duplicate every descriptor.
     hidl_vec<AITensorHandle> handles;
     handles.setToExternal(delivered.data(), delivered.size());
     // The model manager's own object is only copied, for the log and once more for the client.
-    ORVA_LOGI(kLogTag, "OnProcessDone context: %s", AIContext(context).Serialize().c_str());
+    ORVA_LOGI("OnProcessDone context: %s", AIContext(context).Serialize().c_str());
     const hidl_string contextText = AIContext(context).Serialize();
     if (!listener->OnProcessDone(result, contextText, handles).isOk()) {
         activity_.Refuse(ORVA_HERE, result, serviceId,
                          "ModelManagerServiceHIDL call OnProcessDone isOk error");
     }
-    ORVA_LOGI(kLogTag, "ModelManagerServiceHIDL OnAIEvent Complete %s call the listener", id);
+    ORVA_LOGI("ModelManagerServiceHIDL OnAIEvent Complete %s call the listener", id);
 }
 
 }  // namespace orva::hidl

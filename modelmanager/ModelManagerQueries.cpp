@@ -6,6 +6,7 @@
 // Questions about a session's models. What the model manager answers is passed on as it is.
 
 #include <cstddef>
+#include <cstdint>
 #include <string>
 #include <vector>
 
@@ -43,7 +44,7 @@ hidl_vec<TensorDimension> Dimensions(const std::vector<AIModelIOTensor>& tensors
 }  // namespace
 
 Return<int32_t> ModelManagerServiceHIDL::GetMaxUsedMemory(int32_t clientId) {
-    ORVA_LOGI(kLogTag, "ModelManagerServiceHIDL GetMaxUsedMemory");
+    ORVA_LOGI("ModelManagerServiceHIDL GetMaxUsedMemory");
     const std::string serviceId = MakeServiceId(clientId);
     const ManagerSession session =
             TakeSession(serviceId, ORVA_HERE, "GetMaxUsedMemory service %s is not create");
@@ -55,7 +56,7 @@ Return<int32_t> ModelManagerServiceHIDL::GetMaxUsedMemory(int32_t clientId) {
 }
 
 Return<int32_t> ModelManagerServiceHIDL::CheckModelValid(int32_t clientId) {
-    ORVA_LOGI(kLogTag, "ModelManagerServiceHIDL CheckModelValid");
+    ORVA_LOGI("ModelManagerServiceHIDL CheckModelValid");
     const std::string serviceId = MakeServiceId(clientId);
     const ManagerSession session =
             TakeSession(serviceId, ORVA_HERE, "CheckModelValid service %s is not create");
@@ -70,7 +71,7 @@ Return<void> ModelManagerServiceHIDL::GetModelIOTensorDim(int32_t clientId,
                                                           const hidl_string& modelName,
                                                           GetModelIOTensorDim_cb _hidl_cb) {
     // The second blank is meant: readers of the log look for it.
-    ORVA_LOGI(kLogTag, "ModelManagerServiceHIDL  GetModelIOTensorDim");
+    ORVA_LOGI("ModelManagerServiceHIDL  GetModelIOTensorDim");
     AnswerModelIOTensorDim(clientId, modelName, _hidl_cb);
     RequireCallback(_hidl_cb);
     return Void();

@@ -5,6 +5,7 @@
 
 // Requests: in one call, or bound first and started later.
 
+#include <cstdint>
 #include <string>
 
 #include "common/Log.h"
@@ -35,7 +36,7 @@ Return<int32_t> ModelManagerServiceHIDL::Process(int32_t clientId, const hidl_st
                                                  const hidl_vec<AITensorHandle>& inputs,
                                                  const hidl_vec<AITensorHandle>& outputs,
                                                  int32_t processArg) {
-    ORVA_LOGI(kLogTag, "ModelManagerServiceHIDL Process");
+    ORVA_LOGI("ModelManagerServiceHIDL Process");
     const std::string serviceId = MakeServiceId(clientId);
     const ManagerSession session =
             TakeSession(serviceId, ORVA_HERE, "Process service %s is not create");
@@ -49,7 +50,7 @@ Return<int32_t> ModelManagerServiceHIDL::Process(int32_t clientId, const hidl_st
 
     AIContext managerContext;
     managerContext.Deserialize(context);
-    ORVA_LOGI(kLogTag, "Process context: %s", context.c_str());
+    ORVA_LOGI("Process context: %s", context.c_str());
     return Request(serviceId, *session.record, ORVA_HERE, [&] {
         return session.framework->Process(managerContext, tensors.inputs, tensors.outputs,
                                           processArg);
@@ -59,7 +60,7 @@ Return<int32_t> ModelManagerServiceHIDL::Process(int32_t clientId, const hidl_st
 Return<int32_t> ModelManagerServiceHIDL::SetInputsAndOutputs(
         int32_t clientId, const hidl_string& context, const hidl_vec<AITensorHandle>& inputs,
         const hidl_vec<AITensorHandle>& outputs) {
-    ORVA_LOGI(kLogTag, "ModelManagerServiceHIDL SetInputsAndOutputs");
+    ORVA_LOGI("ModelManagerServiceHIDL SetInputsAndOutputs");
     const std::string serviceId = MakeServiceId(clientId);
     const ManagerSession session =
             TakeSession(serviceId, ORVA_HERE, "SetInputsAndOutputs service %s is not create");
@@ -73,7 +74,7 @@ Return<int32_t> ModelManagerServiceHIDL::SetInputsAndOutputs(
 
     AIContext managerContext;
     managerContext.Deserialize(context);
-    ORVA_LOGI(kLogTag, "SetInputsAndOutputs context: %s", context.c_str());
+    ORVA_LOGI("SetInputsAndOutputs context: %s", context.c_str());
     UpdateServiceTime(serviceId, *session.record);
     const int32_t status =
             session.framework->SetInputsAndOutputs(managerContext, tensors.inputs, tensors.outputs);
@@ -85,7 +86,7 @@ Return<int32_t> ModelManagerServiceHIDL::SetInputsAndOutputs(
 
 Return<int32_t> ModelManagerServiceHIDL::StartCompute(int32_t clientId,
                                                       const hidl_string& context) {
-    ORVA_LOGI(kLogTag, "ModelManagerServiceHIDL StartCompute");
+    ORVA_LOGI("ModelManagerServiceHIDL StartCompute");
     const std::string serviceId = MakeServiceId(clientId);
     // Clients know of no other failure of this method than 1.
     const ManagerSession session = TakeSession(
@@ -96,7 +97,7 @@ Return<int32_t> ModelManagerServiceHIDL::StartCompute(int32_t clientId,
 
     AIContext managerContext;
     managerContext.Deserialize(context);
-    ORVA_LOGI(kLogTag, "StartCompute context: %s", context.c_str());
+    ORVA_LOGI("StartCompute context: %s", context.c_str());
     return Request(serviceId, *session.record, ORVA_HERE, [&] {
         return session.framework->StartCompute(managerContext) == kStatusSuccess ? kStatusSuccess
                                                                                  : kStatusFailure;

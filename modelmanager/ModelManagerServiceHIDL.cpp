@@ -8,10 +8,6 @@
 #include "modelmanager/ModelManagerServiceHIDL.h"
 
 #include <cstddef>
-#include <map>
-#include <memory>
-#include <string>
-#include <vector>
 
 #include <orva/AIConfig.h>
 #include <orva/AIModelDescription.h>
@@ -54,7 +50,7 @@ ModelManagerServiceHIDL::~ModelManagerServiceHIDL() {
 Return<int32_t> ModelManagerServiceHIDL::Init(int32_t clientId, const hidl_string& serviceType,
                                               const hidl_string& config,
                                               const hidl_vec<ModelBuffer>& models) {
-    ORVA_LOGI(kLogTag, "ModelManagerServiceHIDL Init");
+    ORVA_LOGI("ModelManagerServiceHIDL Init");
     const std::string serviceId = MakeServiceId(clientId);
     if (!AdmitClient(serviceId)) {
         return kStatusFailure;
@@ -70,10 +66,10 @@ Return<int32_t> ModelManagerServiceHIDL::Init(int32_t clientId, const hidl_strin
             return activity_.Refuse(here, kStatusFailure, serviceId,
                                     "AIModelManagerImpl count more than %d", kLoggedMaxSessions);
         }
-        ORVA_LOGI(kLogTag, "create AIService type %s", serviceType.c_str());
+        ORVA_LOGI("create AIService type %s", serviceType.c_str());
         if (modelManagers.count(serviceId) != 0) {
             // A success: a client that opens twice keeps the session that it has.
-            ORVA_LOGE(kLogTag, "Init service %s is already create", serviceId.c_str());
+            ORVA_LOGE("Init service %s is already create", serviceId.c_str());
             return kStatusSuccess;
         }
         session.framework.reset(AIModelManagerFactory::Instance()->createModelManager());
@@ -104,19 +100,19 @@ Return<int32_t> ModelManagerServiceHIDL::Init(int32_t clientId, const hidl_strin
 }
 
 Return<void> ModelManagerServiceHIDL::UnInit(int32_t clientId) {
-    ORVA_LOGI(kLogTag, "ModelManagerServiceHIDL UnInit");
+    ORVA_LOGI("ModelManagerServiceHIDL UnInit");
     RemoveService(MakeServiceId(clientId));
     return Void();
 }
 
 void ModelManagerServiceHIDL::RemoveService(const std::string& serviceId) {
-    ORVA_LOGI(kLogTag, "ModelManagerServiceHIDL RemoveService %s", serviceId.c_str());
+    ORVA_LOGI("ModelManagerServiceHIDL RemoveService %s", serviceId.c_str());
     {
         MutexLock lock(managerMutex);
         // Before its time is removed: whoever still uses the session then sees that it must not
         // leave one.
         if (!EndSession(modelManagers, serviceId)) {
-            ORVA_LOGE(kLogTag, "RemoveService service %s is not create", serviceId.c_str());
+            ORVA_LOGE("RemoveService service %s is not create", serviceId.c_str());
             return;
         }
     }
@@ -126,7 +122,7 @@ void ModelManagerServiceHIDL::RemoveService(const std::string& serviceId) {
         listener = ForgetClient(serviceId);
         AIServiceConnectManager::GetInstance()->RemoveServiceTime(serviceId);
     }
-    ORVA_LOGI(kLogTag, "ModelManagerServiceHIDL RemoveService %s Complete", serviceId.c_str());
+    ORVA_LOGI("ModelManagerServiceHIDL RemoveService %s Complete", serviceId.c_str());
 }
 
 Return<void> ModelManagerServiceHIDL::debug(const hidl_handle& handle,

@@ -23,6 +23,8 @@ using android::hardware::hidl_memory;
 namespace {
 
 constexpr char kRegionName[] = "AshmemAllocator_hidl_orva";
+// The tag of bounded copies that fail.
+constexpr char kCopyTag[] = "ORVA";
 constexpr uint32_t kFieldSize = 4;
 // Data type, height, width, number, channel. The size is not among them: it travels as the size of
 // the data memory.
@@ -43,7 +45,7 @@ bool AINeuralNetworkBufferHIDL::Init(const AITensorDescription& description) {
         return false;
     }
     if (memory_.IsReceived()) {
-        if (!MapReceived(memory_.size(), kBufferTag)) {
+        if (!MapReceived(memory_.size(), kLogTag)) {
             return false;
         }
         // A tensor's size has 32 bits; of a larger region it shows the low ones.
@@ -54,10 +56,10 @@ bool AINeuralNetworkBufferHIDL::Init(const AITensorDescription& description) {
     UniqueFd fd(ashmem_create_region(kRegionName, size));
     if (fd.Get() < 0) {
         // Reported here; the mapping then fails and gives the result.
-        ORVA_LOGE(kBufferTag, "ashmem allocate fail");
+        ORVA_LOGE("ashmem allocate fail");
     }
     if (const char* const failure = MapNew(std::move(fd), size)) {
-        ORVA_LOGE(kBufferTag, "%s", failure);
+        ORVA_LOGE("%s", failure);
         return false;
     }
     SetBuffer(mapping_.Address(), GetSize(), false);
@@ -112,7 +114,7 @@ uint32_t AINeuralNetworkBufferHIDL::GetSerializeSize() {
 
 uint32_t AINeuralNetworkBufferHIDL::SerializeTo(void* buffer, uint32_t size) {
     if (size < sizeof(AttributeRecord)) {
-        ORVA_LOGE(kBufferTag, "SerializeTo buffer size too small");
+        ORVA_LOGE("SerializeTo buffer size too small");
         return kTransportFailure;
     }
     const AttributeRecord record = {GetData_type(), GetHeight(), GetWidth(), GetNumber(),
@@ -120,7 +122,7 @@ uint32_t AINeuralNetworkBufferHIDL::SerializeTo(void* buffer, uint32_t size) {
     auto* field = static_cast<uint8_t*>(buffer);
     for (const int32_t& value : record) {
         if (memcpy_s(field, kFieldSize, &value, kFieldSize) != 0) {
-            ORVA_LOGE(kCopyTag, "Call tiro:mmMemCpyS Failed!");
+            ORVA_LOG_FROM(ORVA_HERE, ANDROID_LOG_ERROR, kCopyTag, "Call tiro:mmMemCpyS Failed!");
             return kTransportFailure;
         }
         field += kFieldSize;
@@ -131,7 +133,7 @@ uint32_t AINeuralNetworkBufferHIDL::SerializeTo(void* buffer, uint32_t size) {
 uint32_t AINeuralNetworkBufferHIDL::DeserializeFrom(const void* buffer, uint32_t size) {
     if (size < sizeof(AttributeRecord)) {
         // Not an error here: a peer's short block only leaves the tensor's default shape.
-        ORVA_LOGI(kBufferTag, "DeserializeFrom buffer size too small");
+        ORVA_LOGI("DeserializeFrom buffer size too small");
         return kTransportFailure;
     }
     // Each field is read once: a peer may be writing to the block.
@@ -139,7 +141,7 @@ uint32_t AINeuralNetworkBufferHIDL::DeserializeFrom(const void* buffer, uint32_t
     const auto* field = static_cast<const uint8_t*>(buffer);
     for (int32_t& value : record) {
         if (memcpy_s(&value, kFieldSize, field, kFieldSize) != 0) {
-            ORVA_LOGE(kCopyTag, "Call tiro:mmMemCpyS Failed!");
+            ORVA_LOG_FROM(ORVA_HERE, ANDROID_LOG_ERROR, kCopyTag, "Call tiro:mmMemCpyS Failed!");
             return kTransportFailure;
         }
         field += kFieldSize;
@@ -167,21 +169,21 @@ int AINeuralNetworkBufferHIDL::SerializeToHidlMemory() {
     UniqueFd fd(ashmem_create_region(kRegionName, length));
     if (fd.Get() < 0) {
         // As in Init, the mapping below fails.
-        ORVA_LOGE(kBufferTag, "ashmem allocate fail");
+        ORVA_LOGE("ashmem allocate fail");
     }
     const int region = fd.Get();
     TensorRegion block;
     if (!block.Adopt(std::move(fd))) {
-        ORVA_LOGE(kBufferTag, "serialize_handle_ is nullptr");
+        ORVA_LOGE("serialize_handle_ is nullptr");
         return 0;
     }
     if (block.IsEmpty()) {
-        ORVA_LOGE(kBufferTag, "numFds is zero");
+        ORVA_LOGE("numFds is zero");
         return 0;
     }
     SharedMapping mapping = SharedMapping::MapOwn(region, length);
     if (!mapping) {
-        ORVA_LOGE(kBufferTag, "mmap failed");
+        ORVA_LOGE("mmap failed");
         return 0;
     }
     SerializeTo(mapping.Address(), length);
@@ -200,7 +202,7 @@ int AINeuralNetworkBufferHIDL::DeserializeFromHidlMemory() {
     const SharedMapping mapping =
             SharedMapping::MapReceived(serializeMemory_.handle(), serializeMemory_.size());
     if (!mapping) {
-        ORVA_LOGE(kBufferTag, "mmap fail");
+        ORVA_LOGE("mmap fail");
         return 0;
     }
     DeserializeFrom(mapping.Address(), static_cast<uint32_t>(mapping.Length()));

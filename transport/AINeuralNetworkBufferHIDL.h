@@ -24,6 +24,9 @@ namespace orva::hidl {
 // and its mapping, and the buffer that it shows is valid as long as that.
 class AINeuralNetworkBufferHIDL : public AINeuralNetworkBuffer {
 public:
+    // Also of the serializers, and of what other kinds of tensor have in common with this one.
+    static constexpr const char* kLogTag = "AINeuralNetworkBufferHIDL";
+
     AINeuralNetworkBufferHIDL();
     ~AINeuralNetworkBufferHIDL() override;
 

@@ -5,6 +5,7 @@
 
 #include "transport/AINeuralNetworkIonBufferHIDL.h"
 
+#include <cstddef>
 #include <cstring>
 #include <utility>
 
@@ -44,7 +45,7 @@ bool AINeuralNetworkIonBufferHIDL::Init(const AITensorDescription& description) 
         return false;
     }
     if (memory_.IsReceived()) {
-        if (!MapReceived(IonMapLength(memory_.size()), kIonBufferTag)) {
+        if (!MapReceived(IonMapLength(memory_.size()), kLogTag)) {
             return false;
         }
         SetBufferAttr(mapping_.Address(), static_cast<int>(memory_.size()), false, true);
@@ -60,7 +61,7 @@ bool AINeuralNetworkIonBufferHIDL::Init(const AITensorDescription& description) 
         }
     }
     if (failure != nullptr) {
-        ORVA_LOGE(kIonBufferTag, "%s", failure);
+        ORVA_LOGE("%s", failure);
         return false;
     }
     SetBufferAttr(mapping_.Address(), GetSize(), false, true);
@@ -85,13 +86,13 @@ KernelGeneration AINeuralNetworkIonBufferHIDL::GetLinuxKernelVersion() {
             return KernelGeneration::Kernel414;
         }
     }
-    ORVA_LOGW(kIonBufferTag, "get kernel version failed!");
+    ORVA_LOGW("get kernel version failed!");
     return KernelGeneration::KernelUnknown;
 }
 
 void AINeuralNetworkIonBufferHIDL::IonRelease(int ionFd, uint32_t ionHandle) {
     if (ionFd < 0) {
-        ORVA_LOGE(kIonBufferTag, "Invalid fd!");
+        ORVA_LOGE("Invalid fd!");
         return;
     }
     if (GetLinuxKernelVersion() == KernelGeneration::Kernel49) {

@@ -25,6 +25,8 @@ enum class KernelGeneration {
 // A tensor is used by one thread at a time; different tensors are independent.
 class AINeuralNetworkIonBufferHIDL : public AINeuralNetworkBufferHIDL {
 public:
+    static constexpr const char* kLogTag = "AINeuralNetworkIonBufferHIDL";
+
     AINeuralNetworkIonBufferHIDL() = default;
     ~AINeuralNetworkIonBufferHIDL() override;
 

@@ -7,11 +7,13 @@
 
 #include "common/Log.h"
 #include "common/StatusCodes.h"
-#include "transport/TensorNames.h"
+#include "transport/AINeuralNetworkBufferHIDL.h"
 
 namespace orva::hidl {
 
 namespace {
+
+constexpr const char* kLogTag = AINeuralNetworkBufferHIDL::kLogTag;
 
 // The function of a tensor's type; null, with a line in the log, when there is none.
 template <typename Table>
@@ -19,12 +21,12 @@ typename Table::mapped_type FindFor(IAITensor& tensor, const Table& table,
                                     const LogSource& source) {
     const char* const type = tensor.GetTypeName();
     if (type == nullptr) {
-        ORVA_LOG_FROM(source, ANDROID_LOG_ERROR, kBufferTag, "Tensor name is nullptr.");
+        ORVA_LOG_FROM(source, ANDROID_LOG_ERROR, kLogTag, "Tensor name is nullptr.");
         return nullptr;
     }
     const auto found = table.find(type);
     if (found == table.end()) {
-        ORVA_LOG_FROM(source, ANDROID_LOG_ERROR, kBufferTag,
+        ORVA_LOG_FROM(source, ANDROID_LOG_ERROR, kLogTag,
                       "Cannot find AITensorSerializer, type %s.", type);
         return nullptr;
     }
@@ -43,7 +45,7 @@ void AITensorSerializerRegistry::RegisterFunc(const std::string& type, Serialize
     MutexLock lock(mutex_);
     serializers_[type] = serialize;
     deserializers_[type] = deserialize;
-    ORVA_LOGI(kBufferTag, "Tensor Serializer register success! type is :%s.", type.c_str());
+    ORVA_LOGI("Tensor Serializer register success! type is :%s.", type.c_str());
 }
 
 uint32_t AITensorSerializerRegistry::SerializeTo(AITensorHandle& out,
@@ -55,7 +57,7 @@ uint32_t AITensorSerializerRegistry::SerializeTo(AITensorHandle& out,
 uint32_t AITensorSerializerRegistry::DeserializeFrom(std::shared_ptr<IAITensor>& tensor,
                                                      const AITensorHandle& in) {
     if (tensor == nullptr) {
-        ORVA_LOGE(kBufferTag, "tensor is nullptr.");
+        ORVA_LOGE("tensor is nullptr.");
         return kTransportFailure;
     }
     const DeserializeFunc deserialize = FindFor(*tensor, deserializers_, ORVA_HERE);

@@ -10,10 +10,4 @@ namespace orva::hidl {
 constexpr char kBufferType[] = "AINeuralNetworkBuffer";
 constexpr char kIonBufferType[] = "AINeuralNetworkIonBuffer";
 
-// The tag in the log of everything that concerns shared-memory tensors and their serializers, of
-// ION tensors, but for what they have in common with those, and of bounded copies that fail.
-constexpr char kBufferTag[] = "AINeuralNetworkBufferHIDL";
-constexpr char kIonBufferTag[] = "AINeuralNetworkIonBufferHIDL";
-constexpr char kCopyTag[] = "ORVA";
-
 }  // namespace orva::hidl

@@ -216,6 +216,22 @@ TEST_F(Requests, SayWhatBecomesOfThem) {
     }
 }
 
+// Comparing texts stops at a NUL, and what stands behind it must not be overlooked: nor after a
+// tensor whose type has just been found.
+TEST_F(Requests, KnowTypesByTheirWholeName) {
+    ASSERT_EQ(0, Init(5));
+    Region region(100);
+    const std::string name = "AINeuralNetworkBuffer";
+    const AITensorHandle good = TensorIn(region, name),
+                         longer = TensorIn(region, name + std::string("\0x", 2));
+    for (const Method& method : Methods(*service_, "")) {
+        EXPECT_EQ(1, method.call(5, {longer}, {}));
+        EXPECT_EQ(1, method.call(5, {good, longer}, {}));
+        EXPECT_EQ(1, method.call(5, {good}, {good, longer}));
+        EXPECT_EQ(0, method.call(5, {good, good}, {good}));
+    }
+}
+
 TEST_F(Requests, KeepTheOrderOfTheirTensors) {
     ASSERT_EQ(0, Init(5));
     std::vector<std::unique_ptr<Region>> regions;

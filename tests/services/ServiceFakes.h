@@ -156,7 +156,7 @@ public:
 
 // The handle of a tensor of 100 bytes in a region; copies of it are the test's own.
 inline AITensorHandle TensorIn(::orva::test::Region& region,
-                               const char* type = "AINeuralNetworkBuffer") {
+                               const std::string& type = "AINeuralNetworkBuffer") {
     AITensorHandle handle{};
     handle.data = region.Memory(100);
     handle.type = type;

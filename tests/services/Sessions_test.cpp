@@ -119,6 +119,19 @@ TEST_F(Sessions, InitAtTheLimitEvictsTheLongestIdleClient) {
     AIServiceConnectManager::GetInstance()->RemoveServiceTime("1:1");
 }
 
+// Who has one already counts as one more.
+TEST_F(Sessions, InitAtTheLimitMayEvictTheCallersOwn) {
+    ASSERT_EQ(0, Init(5));
+    reference::SetClientLimit(1);
+    EXPECT_EQ(1, Init(5));
+    EXPECT_EQ(1, script_.alive);
+    reference::SetIdleTimeout(std::chrono::nanoseconds(0));
+    Story();
+    EXPECT_EQ(0, Init(5));
+    EXPECT_NE(std::string::npos, Story().find("framework made"));
+    EXPECT_EQ(1, script_.alive);
+}
+
 TEST_F(Sessions, UnInitEndsOne) {
     const sp<FakeListener> listener = Listen();
     // A dead client's answers must not matter.
