@@ -88,7 +88,13 @@ PYBIND11_MODULE(_client, module) {
         try {
             std::rethrow_exception(thrown);
         } catch (const ServiceError& error) {
-            py::object object = py::handle(failure)(error.what());
+            // Asking the host for its reason may take as long as any other answer.
+            std::string text;
+            {
+                const py::gil_scoped_release unlockedMeanwhile;
+                text = error.explained();
+            }
+            py::object object = py::handle(failure)(text);
             object.attr("status") = error.status();
             PyErr_SetObject(failure, object.ptr());
         }

@@ -63,6 +63,9 @@ int main(int argc, char** argv) {
     int status = 0;
     try {
         run(argc > 1 ? argv[1] : "echo", argc > 2 ? argv[2] : "");
+    } catch (const ServiceError& error) {
+        std::fprintf(stderr, "client: %s\n", error.explained().c_str());
+        status = 1;
     } catch (const std::exception& error) {
         std::fprintf(stderr, "client: %s\n", error.what());
         status = 1;

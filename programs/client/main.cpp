@@ -14,6 +14,7 @@
 
 #include "client/commands/Commands.h"
 #include "client/io/Output.h"
+#include "client/lib/ServiceError.h"
 #include "describe/Describe.h"
 
 namespace {
@@ -76,6 +77,9 @@ int runCommandLine(int argc, char** argv) {
     } catch (const std::filesystem::filesystem_error& error) {
         fprintf(stderr, "orva: cannot use %s: %s\n", error.path1().c_str(),
                 error.code().message().c_str());
+        return kFailure;
+    } catch (const orva::client::ServiceError& error) {
+        fprintf(stderr, "orva: %s\n", error.explained().c_str());
         return kFailure;
     } catch (const std::exception& error) {
         fprintf(stderr, "orva: %s\n", error.what());

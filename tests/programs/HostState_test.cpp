@@ -18,6 +18,12 @@ constexpr char kDump[] = R"({
     "service": "IAIService", "pid": 1, "age_s": 12.5,
     "requests": {"in_flight": 2, "done": 100},
     "refusals": 7,
+    "latest_refusals": [
+        {"ago_s": 9.2, "client": "1:1", "program": "a", "method": "Init", "status": 1, "text": "old"},
+        {"ago_s": 5.2, "client": "1:1", "program": "a", "method": "Init", "status": 1, "text": "more"},
+        {"ago_s": 4.2, "client": "1:1", "program": "a", "method": "Init", "status": 1, "text": "late"},
+        {"ago_s": 3.2, "client": "12:1", "program": "b", "method": "Process", "status": 103,
+         "text": "last"}],
     "held": {"mapped_bytes": 2048},
     "sessions": [{"id": "4711:1", "type": "echo", "in_flight": 2, "done": 60},
                  {"id": "none", "type": "onnx", "state": "opening"}]})";
@@ -47,6 +53,9 @@ TEST(HostState, ShowsWhatHasBeenDoneSince) {
     const std::string text = watchText({before}, {now}, 2, 80);
     EXPECT_NE(text.find("15.0 requests/s, 2 at work"), std::string::npos) << text;
     EXPECT_NE(text.find("130 done, 7 refused"), std::string::npos) << text;
+    const size_t last = text.find("3 s ago: 12:1 b, Process = 103\n               last\n");
+    EXPECT_LT(last, text.find("late\n")) << text;  // The latest first, and not all.
+    EXPECT_EQ(text.find("old\n"), std::string::npos) << text;
     EXPECT_NE(text.find("4711:1           10.0     2 gone, echo"), std::string::npos) << text;
     EXPECT_NE(text.find("4711:2            0.0     0 gone, onnx"), std::string::npos) << text;
     // Another host in the same place has done less; that is no rate.

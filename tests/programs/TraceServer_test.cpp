@@ -24,11 +24,12 @@ using nlohmann::json;
 
 class TraceServerTest : public testing::Test {
 protected:
-    TraceServerTest() : server_(std::make_unique<TraceServer>(folder_, [this](bool on) {
-        const std::lock_guard<std::mutex> lock(mutex_);
-        watched_ = on;
-        changed_.notify_all();
-    })) {}
+    TraceServerTest()
+            : server_(std::make_unique<TraceServer>(folder_, [this](bool on) {
+                  const std::lock_guard<std::mutex> lock(mutex_);
+                  watched_ = on;
+                  changed_.notify_all();
+              })) {}
     ~TraceServerTest() override {
         server_.reset();
         std::filesystem::remove_all(folder_);
@@ -86,7 +87,8 @@ protected:
     }
     void awaitWatched(bool on) {
         std::unique_lock<std::mutex> lock(mutex_);
-        EXPECT_TRUE(changed_.wait_for(lock, std::chrono::seconds(30), [&] { return watched_ == on; }));
+        EXPECT_TRUE(
+                changed_.wait_for(lock, std::chrono::seconds(30), [&] { return watched_ == on; }));
     }
     std::string file() const { return folder_ + "/trace-" + std::to_string(getpid()); }
 

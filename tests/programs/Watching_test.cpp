@@ -62,6 +62,19 @@ TEST_F(CommandLine, WatchesAHost) {
     EXPECT_EQ(orphan.await(), 1);
 }
 
+TEST_F(CommandLine, SaysWhyItWasRefused) {
+    startHost();
+    const std::string bytes = file("bytes", std::string(4096, 'x'));
+    const Mistakes mistakes = {
+            {{"run", "--node", "nope", "--input", bytes}, "create AIService type nope error"},
+            {{"perf", "--node", "nope"}, "create AIService type nope error"},
+            {{"run", "--node", "onnx", "--input", bytes}, "Service init failed"},
+    };
+    for (const auto& [arguments, told] : mistakes) {
+        expectRefused(orva(arguments), 1, told);
+    }
+}
+
 }  // namespace
 
 }  // namespace orva::test

@@ -30,7 +30,7 @@ void check(const Connection& connection, const std::vector<std::string>& paths, 
                 withProgress("checking", [&] { return checkCompatibility(*service, model); });
         nlohmann::json verdict = {{"file", path}, {"compatible", status == 0}, {"status", status}};
         if (status != 0) {
-            const std::string reason = refusalText(model, status);
+            const std::string reason = refusalText(model, status, {service, 0});
             refused.append("\n  ").append(path).append(": ").append(reason);
             ++refusals;
             verdict["reason"] = reason;

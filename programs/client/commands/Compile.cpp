@@ -68,9 +68,8 @@ std::vector<Model> readSources(const std::vector<std::string>& paths, Report* re
                         const Options& options, const ServiceError& failure) {
     for (size_t i = 0; i < sources.size(); ++i) {
         if (const int32_t status = checkCompatibility(service, sources[i])) {
-            throw ServiceError(
-                    "cannot compile " + options.sources[i] + ": " + refusalText(sources[i], status),
-                    status);
+            throw std::runtime_error("cannot compile " + options.sources[i] + ": " +
+                                     refusalText(sources[i], status, {&service, 0}));
         }
     }
     throw failure;

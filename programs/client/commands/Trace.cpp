@@ -45,9 +45,9 @@ TracedCall::Time now() {
 class Trace {
 public:
     explicit Trace(const Options& options)
-            : options_(options)
-            , shown_(!options.summary && options.output.empty())
-            , width_(terminalWidth().value_or(SIZE_MAX)) {
+            : options_(options),
+              shown_(!options.summary && options.output.empty()),
+              width_(terminalWidth().value_or(SIZE_MAX)) {
         if (!options.output.empty()) {
             chrome_ = std::make_unique<ChromeTrace>(options.output);
         }
@@ -146,9 +146,9 @@ void trace(const Connection& connection, const Options& options) {
     while (trace.calls().host() == 0) {
         const auto line = source.next(limit);
         if (!line) {
-            throw std::runtime_error("process " + std::to_string(host) +
-                                     (source.hasEnded() ? " has ended"
-                                                        : " " + tooLong("did not answer", limit)));
+            throw std::runtime_error(
+                    "process " + std::to_string(host) +
+                    (source.hasEnded() ? " has ended" : " " + tooLong("did not answer", limit)));
         }
         trace.take(*line);
     }
@@ -169,10 +169,10 @@ void trace(const Connection& connection, const Options& options) {
 }  // namespace
 
 void addTrace(CLI::App* app, const Connection* connection) {
-    CLI::App* command = addCommand(
-            app, "trace", "Watch calls and callbacks as they happen, decoded",
-            {"trace", "trace --client 4711 --json | jq .method", "trace --summary --duration 10",
-             "trace --output trace.json"});
+    CLI::App* command =
+            addCommand(app, "trace", "Watch calls and callbacks as they happen, decoded",
+                       {"trace", "trace --client 4711 --json | jq .method",
+                        "trace --summary --duration 10", "trace --output trace.json"});
     const auto options = std::make_shared<Options>();
     command->add_option("--client", options->clients,
                         "Only this client, by its process id; may be given again")
@@ -187,8 +187,7 @@ void addTrace(CLI::App* app, const Connection* connection) {
     command->add_option("--duration", options->duration, "Seconds to watch for; 0: until Ctrl-C")
             ->check(CLI::Range(0.0, 1e6))
             ->capture_default_str();
-    command->add_option("--count", options->count,
-                        "Calls and callbacks to watch; 0: until Ctrl-C")
+    command->add_option("--count", options->count, "Calls and callbacks to watch; 0: until Ctrl-C")
             ->capture_default_str();
     command->callback([connection, options] { trace(*connection, *options); });
 }

@@ -34,14 +34,14 @@ ManagerSession::ManagerSession(const sp<ModelManagerService>& service, int32_t c
 
 void ManagerSession::bind(const std::string& context, const std::vector<Tensor>& inputs,
                           const std::vector<Tensor>& outputs) {
-    requireSuccess("binding the tensors", [&] {
+    requireSuccess("binding the tensors", refuser(), [&] {
         return service().SetInputsAndOutputs(clientId(), context, handlesOf(inputs),
                                              handlesOf(outputs));
     });
 }
 
 void ManagerSession::start(const std::string& context) {
-    requireSuccess("starting the computation",
+    requireSuccess("starting the computation", refuser(),
                    [&] { return service().StartCompute(clientId(), context); });
 }
 
@@ -56,7 +56,7 @@ ModelDimensions ManagerSession::dimensions(const std::string& model) {
                     status = result;
                 });
     });
-    requireSuccess(status, asked);
+    requireSuccess(status, asked, refuser());
     return dimensions;
 }
 
@@ -84,7 +84,7 @@ size_t ManagerSession::build(const std::vector<Model>& sources, const SharedRegi
                                         status = answer;
                                     });
     });
-    requireSuccess(status, kBuilding);
+    requireSuccess(status, kBuilding, refuser());
     if (size > output.size()) {
         throw ServiceError("compiling: the service says that it wrote more than there is room for",
                            -1);

@@ -5,7 +5,10 @@
 #include "client/lib/ServiceError.h"
 
 #include <orva/reference/NodeStatus.h>
+#include <unistd.h>
+#include <nlohmann/json.hpp>
 
+#include "client/lib/StateDump.h"
 #include "client/lib/TimeLimit.h"
 
 namespace orva::client {
@@ -38,6 +41,25 @@ const char* meaningOf(int32_t status) {
     }
 }
 
+// Empty when the service names none.
+std::string latestRefusal(const Refuser& refuser, int32_t status) {
+    const std::string pid = std::to_string(getpid());
+    const nlohmann::json state = nlohmann::json::parse(
+            stateOf(*refuser.service, {"--json", "--client", pid}), nullptr, false);
+    // A listener's call has the session's number negated.
+    const std::string numbers[] = {std::to_string(refuser.clientId),
+                                   std::to_string(-refuser.clientId)};
+    std::string reason;
+    for (const auto& refusal : state.at("latest_refusals")) {
+        const std::string client = refusal.at("client");
+        if (refusal.at("status") == status &&
+            (client == pid + ":" + numbers[0] || client == pid + ":" + numbers[1])) {
+            reason = refusal.at("text");
+        }
+    }
+    return reason;
+}
+
 }  // namespace
 
 std::string statusText(int32_t status) {
@@ -46,11 +68,27 @@ std::string statusText(int32_t status) {
            (meaning != nullptr ? " (" + std::string(meaning) + ")" : "");
 }
 
-void requireSuccess(int32_t status, const std::string& asked) {
+void requireSuccess(int32_t status, const std::string& asked, const Refuser& refuser) {
     if (status != 0) {
-        throw ServiceError(
-                asked + " failed with " + statusText(status) + "; the host's log says why", status);
+        throw ServiceError(asked + " failed with " + statusText(status), status, refuser);
     }
+}
+
+std::string whyRefused(const Refuser& refuser, int32_t status) {
+    try {
+        const std::string reason =
+                refuser.service != nullptr ? latestRefusal(refuser, status) : std::string();
+        if (!reason.empty()) {
+            return ": " + reason;
+        }
+    } catch (const std::exception&) {
+        // It has gone, is too busy, or shows no such thing.
+    }
+    return "; the host's log says why";
+}
+
+std::string ServiceError::explained() const {
+    return what() + (status_ > 0 ? whyRefused(refuser_, status_) : std::string());
 }
 
 void throwNoAnswer(const std::string& asked, std::chrono::nanoseconds taken,

@@ -10,25 +10,41 @@
 #include <string>
 #include <utility>
 
+#include <android/hidl/base/1.0/IBase.h>
 #include <hidl/Status.h>
+#include <utils/StrongPointer.h>
 
 namespace orva::client {
+
+// Who can say more of a refusal: a service, and the session that it refused something.
+struct Refuser {
+    android::sp<android::hidl::base::V1_0::IBase> service;
+    int32_t clientId = 0;
+};
 
 // What a service or its transport answered when it was not success; the message says what was asked
 // and what came.
 class ServiceError : public std::runtime_error {
 public:
-    ServiceError(const std::string& what, int32_t status)
-            : std::runtime_error(what), status_(status) {}
+    ServiceError(const std::string& what, int32_t status, Refuser refuser = {})
+            : std::runtime_error(what), status_(status), refuser_(std::move(refuser)) {}
     // The service's status; -1 when the transport failed.
     int32_t status() const { return status_; }
 
+    // The message, and why it was refused, which the service is asked for.
+    std::string explained() const;
+
 private:
     const int32_t status_;
+    const Refuser refuser_;
 };
 
 // For messages: "status 103 (the tensors do not fit)".
 std::string statusText(int32_t status);
+
+// For messages, after what was refused: ": create AIService type nope error", the latest refusal of
+// that session with that status, or, where its service knows none, that the host's log says why.
+std::string whyRefused(const Refuser& refuser, int32_t status);
 
 // Throws that a call, named by `asked`, did not come through: the service took longer than the time
 // limit, died, or could not be told.
@@ -47,11 +63,11 @@ auto answerTo(const std::string& asked, const Call& call) {
 }
 
 // Throws ServiceError when a service has answered with a status that is not 0.
-void requireSuccess(int32_t status, const std::string& asked);
+void requireSuccess(int32_t status, const std::string& asked, const Refuser& refuser = {});
 // The same of a call that answers a status, or does not come through.
 template <typename Call, typename = decltype(std::declval<Call>()())>
-void requireSuccess(const std::string& asked, const Call& call) {
-    requireSuccess(static_cast<int32_t>(answerTo(asked, call)), asked);
+void requireSuccess(const std::string& asked, const Refuser& refuser, const Call& call) {
+    requireSuccess(static_cast<int32_t>(answerTo(asked, call)), asked, refuser);
 }
 
 }  // namespace orva::client

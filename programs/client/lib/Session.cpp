@@ -79,13 +79,13 @@ BasicSession<Service, Listener>::BasicSession(sp<Service> service, int32_t clien
           clientId_(clientId),
           completions_(new CompletionsOf<Listener>) {
     try {
-        requireSuccess("opening a session of type '" + type + "'",
+        requireSuccess("opening a session of type '" + type + "'", refuser(),
                        [&] { return service_->Init(clientId_, type, config, buffersOf(models)); });
         death_ = new ServiceDeath<Listener>(completions_);
         service_->linkToDeath(death_, 0).isOk();
-        requireSuccess("registering the listener",
+        requireSuccess("registering the listener", refuser(),
                        [&] { return service_->SetListener(-clientId_, completions_); });
-        requireSuccess("asking for the results",
+        requireSuccess("asking for the results", refuser(),
                        [&] { return service_->SetListener(clientId_, nullptr); });
     } catch (...) {
         // Also when it was refused: the session of a model that could not be mapped is there.
@@ -127,7 +127,7 @@ template <typename Service, typename Listener>
 template <typename Tensors>
 void BasicSession<Service, Listener>::sendThese(const std::string& context, const Tensors& inputs,
                                                 const Tensors& outputs, int32_t param) {
-    requireSuccess("the request", [&] {
+    requireSuccess("the request", refuser(), [&] {
         return service_->Process(clientId_, context, handlesOf(inputs), handlesOf(outputs), param);
     });
 }

@@ -64,6 +64,8 @@ public:
 protected:
     Service& service() const { return *service_; }
     int32_t clientId() const { return clientId_; }
+    // Who can say why a call of this session was refused.
+    Refuser refuser() const { return {service_, clientId_}; }
 
 private:
     template <typename Tensors>

@@ -136,13 +136,13 @@ bool isCompiled(const Model& model) {
     return reference::IsCompiledModel(rangeOf(model.bytes));
 }
 
-std::string refusalText(const Model& model, int32_t status) {
+std::string refusalText(const Model& model, int32_t status, const Refuser& refuser) {
     try {
         outlinesIn(rangeOf(model.bytes), "");
     } catch (const std::exception& error) {
         return statusText(status) + "; it " + error.what();
     }
-    return statusText(status) + "; the host's log says why";
+    return statusText(status) + whyRefused(refuser, status);
 }
 
 ModelFile::ModelFile(const std::string& path) : path_(path), bytes_(openModel(path)) {

@@ -26,7 +26,7 @@ Model readModel(const std::string& path, const std::function<void(size_t)>& adva
 bool isCompiled(const Model& model);
 
 // Why a service has refused a model: the status, and what can be seen here or where to look.
-std::string refusalText(const Model& model, int32_t status);
+std::string refusalText(const Model& model, int32_t status, const Refuser& refuser);
 
 // One model as its file outlines it. Dimensions that it leaves open are 1, as they are to the
 // service.

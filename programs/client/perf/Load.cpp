@@ -10,6 +10,8 @@
 #include <mutex>
 #include <thread>
 
+#include "client/lib/ServiceError.h"
+
 namespace orva::client {
 
 namespace {
@@ -90,6 +92,9 @@ void work(Schedule* schedule, const std::function<RequestTiming()>& request, Tal
             if (counts) {
                 tally->add(timing, late);
             }
+        } catch (const ServiceError& error) {
+            tally->fail(error.explained());
+            schedule->sleepUntil(Clock::now() + kAfterFailure);
         } catch (const std::exception& error) {
             tally->fail(error.what());
             schedule->sleepUntil(Clock::now() + kAfterFailure);

@@ -20,6 +20,8 @@ namespace orva::client {
 
 namespace {
 
+constexpr size_t kRefusalsShown = 3;
+
 using nlohmann::json;
 
 uint64_t numberAt(const json& object, const char* name) {
@@ -70,6 +72,12 @@ ServiceState serviceStateOf(const std::string& dump) {
     for (const json& session : state.value("sessions", json::array())) {
         result.sessions.push_back({session.value("id", ""), session.value("type", ""),
                                    numberAt(session, "in_flight"), numberAt(session, "done")});
+    }
+    for (const json& refusal : state.value("latest_refusals", json::array())) {
+        result.latestRefusals.push_back({refusal.value("ago_s", 0.0), refusal.value("client", ""),
+                                         refusal.value("program", ""), refusal.value("method", ""),
+                                         refusal.value("status", int64_t{0}),
+                                         refusal.value("text", "")});
     }
     return result;
 }
@@ -123,6 +131,14 @@ std::string watchText(const std::vector<ServiceState>& before, const std::vector
              static_cast<unsigned long long>(service.inFlight));
         line("%10llu done, %llu refused", static_cast<unsigned long long>(service.done),
              static_cast<unsigned long long>(service.refusals));
+        for (size_t i = service.latestRefusals.size(), shown = 0; i > 0 && shown < kRefusalsShown;
+             --i, ++shown) {
+            const RefusalState& refusal = service.latestRefusals[i - 1];
+            line("%8.0f s ago: %s %s, %s = %lld", refusal.ago, refusal.client.c_str(),
+                 refusal.program.c_str(), refusal.method.c_str(),
+                 static_cast<long long>(refusal.status));
+            line("%15s%s", "", refusal.text.c_str());
+        }
         if (service.sessions.empty()) {
             continue;
         }

@@ -25,6 +25,16 @@ struct SessionState {
     pid_t pid() const;
 };
 
+// A call that it refused.
+struct RefusalState {
+    double ago = 0;      // Unit: seconds.
+    std::string client;  // a session's id
+    std::string program;
+    std::string method;
+    int64_t status = 0;
+    std::string text;
+};
+
 // What it says of itself.
 struct ServiceState {
     std::string name;  // "IAIService"
@@ -35,6 +45,7 @@ struct ServiceState {
     uint64_t refusals = 0;  // for whatever reason
     uint64_t mappedBytes = 0;
     std::vector<SessionState> sessions;
+    std::vector<RefusalState> latestRefusals;  // the latest last
 };
 
 // Of a service's own dump; what it does not say is zero. Throws std::runtime_error when it is none.
@@ -48,8 +59,8 @@ struct ProcessFacts {
 };
 std::optional<ProcessFacts> processFacts(pid_t pid);
 
-// What a person watches: rates since `before`, `seconds` ago, of the services that are in both. No
-// line is longer than `width`.
+// What a person watches: rates since `before`, `seconds` ago, of the services that are in both, and
+// each one's latest refusals. No line is longer than `width`.
 std::string watchText(const std::vector<ServiceState>& before, const std::vector<ServiceState>& now,
                       double seconds, size_t width);
 

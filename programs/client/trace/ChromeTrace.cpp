@@ -23,7 +23,8 @@ double microseconds(TracedCall::Time time) {
 }  // namespace
 
 ChromeTrace::ChromeTrace(const std::string& path) : path_(path), file_(fopen(path.c_str(), "we")) {
-    if (file_ == nullptr || fputs("{\"displayTimeUnit\":\"ms\",\"traceEvents\":[\n", file_.get()) < 0) {
+    if (file_ == nullptr ||
+        fputs("{\"displayTimeUnit\":\"ms\",\"traceEvents\":[\n", file_.get()) < 0) {
         fail();
     }
 }

@@ -15,8 +15,8 @@
 
 namespace orva::client {
 
-// What a host says of the calls that it serves, line by line, for as long as this lives. Used by one
-// thread at a time.
+// What a host says of the calls that it serves, line by line, for as long as this lives. Used by
+// one thread at a time.
 class TraceSource {
 public:
     // Of these clients, or of all when there are none. Throws std::runtime_error when the host will

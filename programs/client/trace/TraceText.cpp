@@ -34,7 +34,8 @@ std::string quoted(std::string text) {
 
 // "AINeuralNetworkBuffer 192.0 KiB float32 n1 c3 h128 w128".
 std::string tensorText(const ordered_json& tensor) {
-    std::string text = tensor.value("type", "") + " " + sizeText(tensor.value("bytes", uint64_t{0}));
+    std::string text =
+            tensor.value("type", "") + " " + sizeText(tensor.value("bytes", uint64_t{0}));
     const auto record = tensor.find("record");
     if (record == tensor.end()) {
         return text + " without a record";

@@ -149,7 +149,10 @@ const std::map<std::string, Method>& methods() {
                 {manager + "UnInit", unInit},
                 {manager + "GetMaxUsedMemory", ask},
                 {manager + "SetInputsAndOutputs",
-                 {{{"clientId", kInt}, {"context", text}, {"inputs", tensors}, {"outputs", tensors}},
+                 {{{"clientId", kInt},
+                   {"context", text},
+                   {"inputs", tensors},
+                   {"outputs", tensors}},
                   status}},
                 {manager + "StartCompute", {{{"clientId", kInt}, {"context", text}}, status}},
                 {manager + "GetModelIOTensorDim",
@@ -171,8 +174,8 @@ const std::map<std::string, Method>& methods() {
     return *kMethods;
 }
 
-ordered_json decode(const std::string& interface, const std::string& method,
-                    Fields Method::*which, const std::vector<void*>& pointers) {
+ordered_json decode(const std::string& interface, const std::string& method, Fields Method::*which,
+                    const std::vector<void*>& pointers) {
     ordered_json shown = ordered_json::object();
     const auto found = methods().find(interface + "::" + method);
     // Another version of an interface could have more.

@@ -156,12 +156,12 @@ private:
 };
 
 TraceServer::TraceServer(const std::string& folder, std::function<void(bool)> watched)
-        : watched_(std::move(watched))
-        , folder_(orThrow(open(folder.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC), folder.c_str()))
-        , file_(kPrefix + std::to_string(getpid()))
-        , listening_(orThrow(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0),
-                             "cannot make a socket"))
-        , wakeUp_(orThrow(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK), "cannot make an event")) {
+        : watched_(std::move(watched)),
+          folder_(orThrow(open(folder.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC), folder.c_str())),
+          file_(kPrefix + std::to_string(getpid())),
+          listening_(orThrow(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0),
+                             "cannot make a socket")),
+          wakeUp_(orThrow(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK), "cannot make an event")) {
     removeStale(folder);
     unlinkat(folder_, file_.c_str(), 0);
     // The folder's path may be longer than a socket's can be.
@@ -295,7 +295,8 @@ void TraceServer::acceptOne() {
         return;
     }
     const std::string refusal = eventLine(
-            "refused", {{"reason", std::to_string(kMostReaders) + " are watching this host already"}});
+            "refused",
+            {{"reason", std::to_string(kMostReaders) + " are watching this host already"}});
     if (send(socket, refusal.data(), refusal.size(), MSG_DONTWAIT | MSG_NOSIGNAL) < 0) {
         // It sees the end of the file.
     }

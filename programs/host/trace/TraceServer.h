@@ -17,10 +17,10 @@
 
 namespace orva::host {
 
-// Hands lines to whoever connects to a socket, "trace-PID" in the folder of the services: this user's
-// processes, and a few at once. Each first sends one line, the clients' process ids that it wants to
-// hear of, as a JSON array; [] is for all. A reader that is too slow loses lines, and is told how
-// many; nobody waits for it.
+// Hands lines to whoever connects to a socket, "trace-PID" in the folder of the services: this
+// user's processes, and a few at once. Each first sends one line, the clients' process ids that it
+// wants to hear of, as a JSON array; [] is for all. A reader that is too slow loses lines, and is
+// told how many; nobody waits for it.
 class TraceServer {
 public:
     // `watched` is told whether there is anybody to publish for, on the server's own thread, and

@@ -12,8 +12,7 @@ namespace orva_platform {
 // as it begins, with pointers to the arguments, and as it ends, with pointers to the results. They
 // are valid until the function returns. The end of a call that this process makes is left out when
 // it fails; that of one that it serves never is.
-using CallObserverFunction =
-        android::hardware::details::HidlInstrumentor::InstrumentationCallback;
+using CallObserverFunction = android::hardware::details::HidlInstrumentor::InstrumentationCallback;
 
 // Set it once, before it is asked for first; it stays for as long as the process. It is called by
 // many threads at once, and must not throw.
