@@ -66,7 +66,13 @@ configure_file(\"${CMAKE_SOURCE_DIR}/packaging/orva-host.service.in\"
 install(FILES ${made}/orva-host.service
     DESTINATION ${CMAKE_INSTALL_DATADIR}/systemd/user COMPONENT host)
 
-# Manual pages and completions, with what they are of.
+# Manual pages and completions, with what they are of. Debian's zsh looks for those of packages in a
+# folder of its own.
+if(CMAKE_INSTALL_PREFIX STREQUAL "/usr")
+    set(zsh_folder zsh/vendor-completions)
+else()
+    set(zsh_folder zsh/site-functions)
+endif()
 set(programs orva-host orva)
 set(components host client)
 foreach(program component IN ZIP_LISTS programs components)
@@ -78,7 +84,7 @@ foreach(program component IN ZIP_LISTS programs components)
     install(FILES ${made}/bash/${program}
         DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions COMPONENT ${component})
     install(FILES ${made}/zsh/_${program}
-        DESTINATION ${CMAKE_INSTALL_DATADIR}/zsh/site-functions COMPONENT ${component})
+        DESTINATION ${CMAKE_INSTALL_DATADIR}/${zsh_folder} COMPONENT ${component})
     install(FILES ${made}/fish/${program}.fish
         DESTINATION ${CMAKE_INSTALL_DATADIR}/fish/vendor_completions.d COMPONENT ${component})
 endforeach()

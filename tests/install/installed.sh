@@ -8,20 +8,7 @@
 # usage: installed.sh SOURCE BUILD CMAKE COMPILER [PYTHON]     with PYTHON if its client was built
 set -euo pipefail
 source=$1 build=$2 cmake=$3 compiler=$4 python=${5-}
-unset LD_LIBRARY_PATH ORVA_SERVICE_DIR XDG_RUNTIME_DIR
-
-work=$(mktemp -d)
-host=
-finish() {
-    if [[ -n $host ]]; then kill -KILL "$host" 2>/dev/null || true; fi
-    rm -rf "$work"
-}
-trap finish EXIT
-
-fail() {
-    echo "installed.sh: $*" >&2
-    exit 1
-}
+. "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 
 # expect WHAT WANTED COMMAND…: the command's output, both streams, contains WANTED.
 expect() {
@@ -63,14 +50,7 @@ refused "a library without nodes" "is no node library" \
     "$(find "$moved" -name liborva_platform.so)"
 refused "a file that is no library" "cannot load nodes" "$moved/share/doc/orva/README.md"
 
-export ORVA_SERVICE_DIR=$work/sockets
-mkfifo "$work/ready"
-"$moved/bin/orva-host" --load "$work/node/gain.so" >"$work/ready" 2>"$work/host.log" &
-host=$!
-exec {ready}<"$work/ready"
-read -r -t 60 line <&"$ready" || { cat "$work/host.log"; fail "the host does not come up"; }
-[[ $line == "orva-host: ready in "* ]] || fail "the host says: $line"
-
+start_host "$moved/bin/orva-host" --load "$work/node/gain.so"
 expect "orva" "IAIService/default" "$moved/bin/orva" list
 expect "a node that is built in" "output: 1 2 3 4" "$work/client/client"
 expect "the loaded node" "output: 2.5 5 7.5 10" "$work/packaged" gain '{"gain": "2.5"}'
@@ -82,6 +62,4 @@ if [[ -n $python ]]; then
     PYTHONPATH=$(dirname "$(dirname "$module")") expect "Python" "[0 1 2 3]" "$python" -c "$script"
 fi
 
-kill -TERM "$host"
-wait "$host" || fail "the host ended with status $?"
-host=
+stop_host

@@ -8,20 +8,7 @@
 # usage: packaged.sh BUILD CPACK [PYTHON]     with PYTHON if its client was built
 set -euo pipefail
 build=$1 cpack=$2 python=${3-}
-unset LD_LIBRARY_PATH ORVA_SERVICE_DIR XDG_RUNTIME_DIR
-
-work=$(mktemp -d)
-host=
-finish() {
-    if [[ -n $host ]]; then kill -KILL "$host" 2>/dev/null || true; fi
-    rm -rf "$work"
-}
-trap finish EXIT
-
-fail() {
-    echo "packaged.sh: $*" >&2
-    exit 1
-}
+. "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 
 "$cpack" -G DEB --config "$build/CPackConfig.cmake" -B "$work" >"$work/log" 2>&1 ||
     { cat "$work/log"; fail "there are no packages"; }
@@ -48,6 +35,10 @@ holds orva-host /systemd/user/orva-host.service "orva-runtime (= $version)"
 holds orva-host /liborva.so libssl3
 holds orva-client /bin/orva "orva-runtime (= $version)"
 holds orva-client /man1/orva.1 libpng
+for completion in /bash-completion/completions/orva '/zsh/[a-z-]*/_orva' \
+    /fish/vendor_completions.d/orva.fish; do
+    holds orva-client "$completion" ""
+done
 holds liborva-dev /orva-config.cmake "orva-host (= $version)"
 holds liborva-dev /orva/hidl/Status.h android-libutils-dev
 [[ -z $python ]] || holds python3-orva /orva/__init__.py python3-numpy
@@ -57,12 +48,7 @@ unit=$(find "$work/root" -name orva-host.service)
 grep -qxF "ExecStart=${program#"$work/root"}" "$unit" ||
     fail "the unit does not name the program: $(grep ExecStart "$unit")"
 
-export ORVA_SERVICE_DIR=$work/sockets
-mkfifo "$work/ready"
-"$program" >"$work/ready" 2>"$work/host.log" &
-host=$!
-exec {ready}<"$work/ready"
-read -r -t 60 line <&"$ready" || { cat "$work/host.log"; fail "the host does not come up"; }
+start_host "$program"
 "$(dirname "$program")/orva" ping >/dev/null || fail "the client does not reach the host"
 if [[ -n $python ]]; then
     module=$(find "$work/root" -path '*/orva/__init__.py')
@@ -70,6 +56,4 @@ if [[ -n $python ]]; then
     [[ $(PYTHONPATH=${module%/orva/*} "$python" -c "$script") == "[0 1 2]" ]] ||
         fail "the Python client does not reach the host"
 fi
-kill -TERM "$host"
-wait "$host" || fail "the host ended with status $?"
-host=
+stop_host
