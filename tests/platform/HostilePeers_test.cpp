@@ -272,6 +272,19 @@ TEST_F(HostilePeers, HandOverNoObjectWithoutRoomForAChannelToIt) {
     }
 }
 
+// A client that left and came back is called over what it has now, though the server has yet to see
+// the end of what it had.
+TEST_F(HostilePeers, AreCalledOverTheConnectionThatTheyCameBackOn) {
+    Stranger stranger([this] {
+        const RawClient before(socketOf());
+        EXPECT_EQ(0, shutdown(before.link, SHUT_RD));  // Takes nothing, and nothing tells of it.
+        RawClient client(socketOf());
+        client.call(hold());
+        EXPECT_EQ("reply 0", client.next());
+    });
+    EXPECT_TRUE(stranger.succeeded());
+}
+
 // Nobody's call waits for them: not where they leave messages half sent, nor where they let all
 // threads wait for their answers.
 TEST_F(HostilePeers, KeepNoThreadByTheirSilence) {

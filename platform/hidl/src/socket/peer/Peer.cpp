@@ -75,9 +75,10 @@ std::shared_ptr<Connection> Peer::connection() const {
     if (mToPeer != nullptr) {
         return mToPeer;
     }
-    const auto heard = std::find_if(mFromPeer.begin(), mFromPeer.end(),
+    // The latest: a peer that left and came back may have the end of an earlier one on its way.
+    const auto heard = std::find_if(mFromPeer.rbegin(), mFromPeer.rend(),
                                     [](const auto& each) { return each->wasHeard(); });
-    return heard == mFromPeer.end() ? nullptr : *heard;
+    return heard == mFromPeer.rend() ? nullptr : *heard;
 }
 
 bool Peer::connected() const {
