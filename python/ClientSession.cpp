@@ -7,6 +7,7 @@
 #include <atomic>
 #include <chrono>
 #include <stdexcept>
+#include <utility>
 
 #include "client/model/ModelFile.h"
 
@@ -54,8 +55,8 @@ ClientSession::ClientSession(const std::string& model, const std::string& node,
                                                  node, config, models);
 }
 
-void ClientSession::run(const std::string& context, const Tensors& inputs, const Tensors& outputs,
-                        const std::function<void()>& look) {
+std::string ClientSession::run(const std::string& context, const Tensors& inputs,
+                               const Tensors& outputs, const std::function<void()>& look) {
     const std::lock_guard<std::mutex> lock(mutex_);
     if (session_ == nullptr) {
         throw ServiceError("the session is closed", -1);
@@ -71,6 +72,7 @@ void ClientSession::run(const std::string& context, const Tensors& inputs, const
         throw;
     }
     client::requireSuccess(completion->result, "the request");
+    return std::move(completion->context);
 }
 
 void ClientSession::close() {

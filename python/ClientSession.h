@@ -32,11 +32,11 @@ public:
     const std::vector<client::TensorShape>& inputs() const { return inputs_; }
     const std::vector<client::TensorShape>& outputs() const { return outputs_; }
 
-    // Sends a request and waits for its result. `look` is called every now and then meanwhile, and
-    // may throw. Once anything was thrown that leaves a request under way the session is closed:
-    // the next result would be taken for another request's.
-    void run(const std::string& context, const Tensors& inputs, const Tensors& outputs,
-             const std::function<void()>& look);
+    // Sends a request, waits for its result, and answers its context. `look` is called every now
+    // and then meanwhile, and may throw. Once anything was thrown that leaves a request under way
+    // the session is closed: the next result would be taken for another request's.
+    std::string run(const std::string& context, const Tensors& inputs, const Tensors& outputs,
+                    const std::function<void()>& look);
 
     // Once a request under way has ended. Safe to call again.
     void close();

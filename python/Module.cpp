@@ -45,10 +45,22 @@ std::shared_ptr<Tensor> makeTensor(int32_t code, const std::vector<int64_t>& sha
     return std::make_shared<Tensor>(described.attributes(), bytes);
 }
 
+// Dimensions that the model leaves open are their names, or None.
 py::list describe(const std::vector<TensorShape>& tensors) {
     py::list list;
     for (const TensorShape& tensor : tensors) {
-        list.append(py::make_tuple(tensor.name, static_cast<int32_t>(tensor.type), tensor.dims));
+        py::list dims;
+        for (size_t i = 0; i < tensor.dims.size(); ++i) {
+            if (tensor.dims[i] >= 0) {
+                dims.append(tensor.dims[i]);
+            } else if (i < tensor.dimNames.size() && !tensor.dimNames[i].empty()) {
+                dims.append(tensor.dimNames[i]);
+            } else {
+                dims.append(py::none());
+            }
+        }
+        list.append(
+                py::make_tuple(tensor.name, static_cast<int32_t>(tensor.type), py::tuple(dims)));
     }
     return list;
 }
@@ -117,7 +129,7 @@ PYBIND11_MODULE(_client, module) {
                     "run",
                     [](ClientSession& session, const std::string& context, const Tensors& inputs,
                        const Tensors& outputs, double patience) {
-                        session.run(context, inputs, outputs, lookout(patience));
+                        return session.run(context, inputs, outputs, lookout(patience));
                     },
                     unlocked)
             .def("close", &ClientSession::close, unlocked)
@@ -126,5 +138,6 @@ PYBIND11_MODULE(_client, module) {
             .def_property_readonly("outputs",
                                    [](const ClientSession& s) { return describe(s.outputs()); });
 
-    module.def("stop", &orva_platform::stop, unlocked);
+    module.def(
+            "stop", [] { return orva_platform::stop(); }, unlocked);
 }

@@ -45,7 +45,9 @@ _BYTE = numpy.dtype("uint8")
 _FLOAT = numpy.dtype("float32")
 
 TensorInfo = collections.namedtuple("TensorInfo", "name dtype shape")
-TensorInfo.__doc__ = "An input or output as the model has it; a dimension that it leaves open is 1."
+TensorInfo.__doc__ = """An input or output as the model has it.
+
+A dimension that the model leaves open is its name in `shape`, or None where it has no name."""
 
 
 def empty(shape, dtype=numpy.float32):
@@ -95,7 +97,8 @@ class Session:
                  also takes uint8, of which the service makes floats by "scale" and "bias".
         out      an array, or a list of them, to write the outputs into; made by `empty` they are
                  not copied. Needed where neither the model nor the inputs say how large they are:
-                 without a model, outputs are taken to be as the inputs.
+                 without a model, outputs are taken to be as the inputs. Where an output turns out
+                 smaller, the answer is that part of the array, in the output's shape.
         context  parameters for this request, a dict
 
         Raises ServiceError, and TimeoutError after the session's timeout.
@@ -106,14 +109,14 @@ class Session:
         with self._lock:
             tensors = [self._input(i, array) for i, array in enumerate(given)]
             results = [_ready(i, array) for i, array in enumerate(out or self._results(given))]
-            self._client.run(_text_of(context), tensors, [_tensor_of(array) for array in results],
-                             self._timeout)
-        if out is None:
-            return results[0] if len(results) == 1 else results
-        for mine, result in zip(out, results):
-            if mine is not result:
-                numpy.copyto(mine, result)
-        return out[0] if len(out) == 1 else out
+            said = self._client.run(_text_of({**self._shapes_of(given), **(context or {})}), tensors,
+                                    [_tensor_of(array) for array in results], self._timeout)
+        for i, result in enumerate(results):
+            if out is not None and out[i] is not result:
+                numpy.copyto(out[i], result)
+                results[i] = out[i]
+        results = self._as_made(results, said)
+        return results[0] if len(results) == 1 else results
 
     def close(self):
         """Ends the session, once a request under way is done. Safe to call again."""
@@ -156,14 +159,50 @@ class Session:
         return _tensor_of(kept[1])
 
     def _results(self, given):
-        if self._has_model:
-            return [_make(code, _DTYPES[code], tuple(shape))
-                    for _, code, shape in self._client.outputs]
-        return [_make(_code_of(array.dtype), array.dtype, array.shape) for array in given]
+        if not self._has_model:
+            return [_make(_code_of(array.dtype), array.dtype, array.shape) for array in given]
+        sizes = {dim: size for (_, _, shape), array in zip(self._client.inputs, given)
+                 for dim, size in zip(shape, array.shape)}
+        results = []
+        for name, code, shape in self._client.outputs:
+            dims = [dim if isinstance(dim, int) else sizes.get(dim) if dim else None for dim in shape]
+            if None in dims:
+                raise ValueError(f"the model leaves the shape of its output '{name}' open, "
+                                 f"{shape}: out says how much room it gets")
+            results.append(_make(code, _DTYPES[code], dims))
+        return results
+
+    # The parameters that settle what the model leaves open of its inputs.
+    def _shapes_of(self, given):
+        return {f"shape:{name}": "x".join(map(str, array.shape))
+                for (name, _, shape), array in zip(self._client.inputs, given) if _is_open(shape)}
+
+    # Outputs of which the model leaves something open may have become smaller than their arrays.
+    def _as_made(self, results, said):
+        names = [name for name, _, shape in self._client.outputs if _is_open(shape)]
+        shapes = json.loads(said) if names else {}
+        for i, (name, _, _) in enumerate(self._client.outputs[:len(results)]):
+            text = shapes.get(f"shape:{name}") if name in names else None
+            if text is not None:
+                made = () if text == "scalar" else tuple(map(int, text.split("x")))
+                if made != results[i].shape:
+                    results[i] = results[i].reshape(-1)[:_count(made)].reshape(made)
+        return results
 
 
 def _infos(tensors):
-    return [TensorInfo(name, _DTYPES[code], tuple(shape)) for name, code, shape in tensors]
+    return [TensorInfo(name, _DTYPES[code], shape) for name, code, shape in tensors]
+
+
+def _is_open(shape):
+    return not all(isinstance(dim, int) for dim in shape)
+
+
+def _count(shape):
+    count = 1
+    for dim in shape:
+        count *= int(dim)
+    return count
 
 
 def _text_of(parameters):
@@ -180,9 +219,7 @@ def _code_of(dtype):
 
 
 def _make(code, dtype, shape):
-    count = 1
-    for dim in shape:
-        count *= int(dim)
+    count = _count(shape)
     if count == 0:
         raise ValueError("an array without elements cannot be sent")
     shape = [int(dim) for dim in shape]

@@ -88,6 +88,35 @@ class ModelTest(unittest.TestCase):
                 self.assertEqual((result.dtype, session.outputs[0].dtype), (wanted, wanted))
                 self.assertEqual(result.flat[0], {"add": 2, "argmax": 0}.get(case.split("_")[1], 1))
 
+    def test_open_dimensions(self):
+        with tempfile.NamedTemporaryFile(suffix=".onnx") as file:
+            # [3, 4, 5] of input and output becomes [NN, MM], in as many bytes.
+            given = bytes.fromhex("0a0208030a0208040a020805")
+            file.write(open(model("test_relu"), "rb").read().replace(
+                given, bytes.fromhex("0a0412024e4e0a0412024d4d")))
+            file.flush()
+            with orva.Session(file.name) as session:
+                self.assertEqual(session.inputs[0].shape, ("NN", "MM"))
+                for shape in ((2, 6), (3, 4), (1, 1)):
+                    result = session.run(numpy.full(shape, 7, numpy.float32))
+                    self.assertEqual((result.shape, result.min()), (shape, 7))
+                with self.assertRaisesRegex(orva.ServiceError, "status"):
+                    session.run(numpy.zeros((2, 3, 4), numpy.float32), out=numpy.zeros((2, 12)))
+
+    def test_outputs_of_any_size(self):
+        with tempfile.NamedTemporaryFile(suffix=".onnx") as file:
+            # What [2, 3] is of the output is left open.
+            file.write(open(model("test_nonzero_example"), "rb").read().replace(
+                bytes.fromhex("0a0208020a020803"), bytes.fromhex("0a0212000a021200")))
+            file.flush()
+            with orva.Session(file.name) as session:
+                self.assertEqual(session.outputs[0].shape, (None, None))
+                flags = numpy.array([[True, False], [True, True]])
+                with self.assertRaisesRegex(ValueError, "out says how much room"):
+                    session.run(flags)
+                result = session.run(flags, out=orva.empty((2, 4), numpy.int64))
+                numpy.testing.assert_array_equal(result, numpy.nonzero(flags))
+
     def test_bytes_for_floats(self):
         values = numpy.arange(60, dtype=numpy.uint8).reshape(3, 4, 5)
         with orva.Session(model("test_relu"), config={"scale": 0.5, "bias": -10}) as session:
@@ -234,11 +263,13 @@ class NodeTest(unittest.TestCase):
                   "except orva.ServiceError as error:\n"
                   "    print(error.status, error)\n")
         with other, start_host(other.name) as mine, subprocess.Popen(
-                [sys.executable, "-c", script], stdout=subprocess.PIPE, text=True,
-                env={**os.environ, "ORVA_SERVICE_DIR": other.name}) as client:
+                [sys.executable, "-c", script], stdout=subprocess.PIPE, stderr=subprocess.PIPE,
+                text=True, env={**os.environ, "ORVA_SERVICE_DIR": other.name}) as client:
             self.assertEqual(client.stdout.readline(), "open\n")
             mine.kill()
             self.assertTrue(client.stdout.readline().startswith("-1 "))
+            # Nothing goes wrong while the interpreter ends, either.
+            self.assertNotIn("Traceback", client.stderr.read())
             self.assertEqual(client.wait(60), 0)
 
 
