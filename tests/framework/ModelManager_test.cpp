@@ -5,6 +5,7 @@
 #include <orva/reference/ModelManager.h>
 
 #include <gtest/gtest.h>
+#include <unistd.h>
 #include <orva/reference/NodeStatus.h>
 #include <orva/reference/Settings.h>
 
@@ -115,6 +116,27 @@ TEST(ModelManager, RunsEachModelByItsName) {
         completed += completion.tag + std::to_string(completion.result) + " ";
     }
     EXPECT_EQ("split0 sub0 sub0 split0 ", completed);
+}
+
+TEST(ModelManager, BoundsWhatAClientHasBound) {
+    UseClientIdentity([] { return getpid(); });
+    SetClientTensors(5);
+    const Tensors inputs = {Bytes(File(60)), Bytes(File(60))}, outputs = {Bytes(File(60))};
+    {
+        Manager manager, other;
+        for (Manager* const each : {&manager, &other}) {
+            ASSERT_EQ(kNodeOk, each->Load({Describe("", CaseModel(kSub))}));
+        }
+        ASSERT_EQ(kNodeOk, manager.Bind("", inputs, outputs));
+        EXPECT_EQ(kNodeBusy, other.Bind("", inputs, outputs)) << "six tensors";
+        EXPECT_EQ(kNodeNotReady, other.Start(""));
+        EXPECT_EQ(kNodeBusy, manager.Run("", inputs, outputs));
+    }
+    Manager next;
+    ASSERT_EQ(kNodeOk, next.Load({Describe("", CaseModel(kSub))}));
+    EXPECT_EQ(kNodeOk, next.Bind("", inputs, outputs)) << "what was bound has gone";
+    SetClientTensors(4096);
+    UseClientIdentity({});
 }
 
 TEST(ModelManager, DeliversBetweenTheProgramsHooks) {

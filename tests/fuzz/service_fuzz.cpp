@@ -7,7 +7,8 @@
 // tensors are bound, so that requests get to their results; and they run within the call, so that
 // it can be seen what a message leaves behind. An input is
 //
-//   service | number of descriptors | a kind for each | the message's bytes
+//   service | how many descriptors a packet carries | their number, two bytes | a kind for each |
+//   the message's bytes, sent in as many packets as they take
 #include <cutils/ashmem.h>
 #include <fcntl.h>
 #include <orva/reference/Executor.h>
@@ -34,6 +35,7 @@ using namespace vendor::selkat::hardware::ai::V2_0;
 using namespace android::hardware;
 using android::sp;
 using android::base::unique_fd;
+using android::hardware::socket::kPacketSize;
 using orva_test::WireMessage;
 namespace V2_1 = vendor::selkat::hardware::ai::V2_1;
 
@@ -43,6 +45,9 @@ extern "C" V2_1::IModelManagerService* HIDL_FETCH_IModelManagerService(const cha
 namespace {
 
 using Input = std::vector<uint8_t>;
+
+// Bytes before the descriptors' kinds.
+constexpr size_t kPrefix = 4;
 
 // The number that the seeds' session has.
 constexpr int32_t kSession = 1;
@@ -120,6 +125,11 @@ struct Seeds {
         add<Proxy>(service, [](Proxy& proxy) {
             return proxy.Process(kSession, "context", tensors(), tensors(), 7);
         });
+        // In several packets, of bytes and of descriptors.
+        add<Proxy>(service, [](Proxy& proxy) {
+            return proxy.Process(kSession, std::string(2 * kPacketSize, 'c'), tensors(50),
+                                 tensors(100), 7);
+        });
         add<Proxy>(service, [](Proxy& proxy) {
             return proxy.SetListener(kSession, new Listener<AListener>);
         });
@@ -130,7 +140,9 @@ struct Seeds {
     template <typename Proxy, typename Call>
     void add(uint8_t service, Call call) {
         const WireMessage message = orva_test::recordOf<Proxy>(call);
-        Input input = {service, static_cast<uint8_t>(message.descriptors.size())};
+        const size_t count = message.descriptors.size();
+        Input input = {service, static_cast<uint8_t>(message.each), static_cast<uint8_t>(count),
+                       static_cast<uint8_t>(count >> 8)};
         // A tensor's first descriptor is its attributes', the second its data's.
         for (size_t i = 0; i < message.descriptors.size(); ++i) {
             input.push_back(static_cast<uint8_t>(i % 2));
@@ -168,9 +180,12 @@ unique_fd describe(uint8_t kind) {
 WireMessage messageOf(const uint8_t* data, size_t size) {
     using namespace android::hardware::socket;
     WireMessage message;
-    const size_t count = std::min<size_t>(data[1], size - 2);
-    std::transform(data + 2, data + 2 + count, std::back_inserter(message.descriptors), describe);
-    message.bytes.assign(data + 2 + count, data + size);
+    const uint8_t* const kinds = data + kPrefix;
+    const size_t count = std::min({size_t{data[2]} | size_t{data[3]} << 8, size - kPrefix,
+                                   size_t{kMaxDescriptors}});
+    std::transform(kinds, kinds + count, std::back_inserter(message.descriptors), describe);
+    message.each = std::clamp<size_t>(data[1], 1, kPacketDescriptors);
+    message.bytes.assign(kinds + count, data + size);
     if (data[0] < 128 && message.bytes.size() >= sizeof(MessageHeader)) {
         message.bytes.resize(pad8(message.bytes.size()));
         MessageHeader& header = message.header();
@@ -210,7 +225,7 @@ void serve(Service* (*fetch)(const char*), WireMessage message) {
 }
 
 void serve(const uint8_t* data, size_t size) {
-    if (size < 2) {
+    if (size < kPrefix) {
         return;
     }
     if (data[0] % 2 == 0) {
@@ -250,7 +265,7 @@ extern "C" size_t LLVMFuzzerMutate(uint8_t* data, size_t size, size_t capacity);
 // The fuzzer's own mutations, but now and then of a valid call.
 extern "C" size_t LLVMFuzzerCustomMutator(uint8_t* data, size_t size, size_t capacity,
                                           unsigned number) {
-    if (size < 3 || number % 8 == 0) {
+    if (size <= kPrefix || number % 8 == 0) {
         const Input& seed = seeds()[number / 8 % seeds().size()];
         size = std::min(seed.size(), capacity);
         std::copy_n(seed.begin(), size, data);

@@ -192,6 +192,47 @@ TEST_F(HostilePeers, AreRefusedWhatIsTooMuch) {
     expectNothingLeft();
 }
 
+TEST_F(HostilePeers, AreRefusedWhatTheProgramSaysIsTooMuch) {
+    const PeerProcess server("frugal", "8", "20000", "0", "4");
+    Stranger stranger([&] {
+        RawClient client(socketOf("frugal"));
+        const auto answerTo = [&](WireMessage message) {
+            const size_t descriptors = message.descriptors.size();
+            client.call(std::move(message), descriptors);
+            return client.next();
+        };
+        EXPECT_EQ("reply -2147483646", answerTo(manyObjects(5)));
+        for (int i = 0; i < 4; ++i) {
+            EXPECT_EQ("release", client.nextNotice());
+        }
+        std::vector<unique_fd> channels(4);  // One more than there may be.
+        for (unique_fd& channel : channels) {
+            channel = client.openChannel();
+        }
+        EXPECT_EQ("end", RawClient::nextOn(channels.back()));
+        // What is half sent counts, too.
+        WireMessage begun = half();
+        begun.header().descriptors = 3;
+        sendRaw(channels[0], begun, 3);
+        EXPECT_EQ("reply 0", answerTo(ping())) << "and has been looked at";
+        const auto receive = [](int descriptors) {
+            return call([=](BpHwProbe& probe) {
+                return probe.receive(partOf(descriptors, 0), [](int32_t, int32_t, bool) {});
+            });
+        };
+        EXPECT_EQ("reply 0", answerTo(receive(1)));
+        EXPECT_EQ("reply -2147483646", answerTo(receive(2))) << "five";
+        channels.clear();
+        EXPECT_TRUE(eventually([&] { return answerTo(receive(4)) == "reply 0"; }));
+        std::vector<std::unique_ptr<RawClient>> more(4);
+        for (auto& each : more) {
+            each = std::make_unique<RawClient>(socketOf("frugal"));
+        }
+        EXPECT_EQ(0u, more.back()->root);
+    });
+    EXPECT_TRUE(stranger.succeeded());
+}
+
 TEST_F(HostilePeers, LeaveNoDescriptorWhereTheirObjectIsHeld) {
     EXPECT_TRUE(Stranger([&] {
                     RawClient client(socketOf());

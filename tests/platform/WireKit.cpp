@@ -6,6 +6,7 @@
 
 #include <sys/socket.h>
 
+#include <algorithm>
 #include <cstdlib>
 
 #include <hwbinder/BpHwBinder.h>
@@ -50,15 +51,20 @@ struct DeadObject : RemoteObject {
         outgoing.header.code = code;
         outgoing.header.flags = flags;
         const SocketPair sockets;
-        size_t size = 0;
-        mMessage->bytes.resize(kPacketSize);
         if (outgoing.pack(data) != android::NO_ERROR ||
-            outgoing.send(sockets.ours.get(), TimeLimit(1)) != Io::kDone ||
-            receivePacket(sockets.theirs.get(), mMessage->bytes.data(), kPacketSize, &size,
-                          &mMessage->descriptors, Wait::kNo) != Io::kDone) {
+            outgoing.send(sockets.ours.get(), TimeLimit(1)) != Io::kDone) {
             abort();
         }
-        mMessage->bytes.resize(size);
+        MessageHeader& header = outgoing.header;
+        const size_t total = sizeof header + pad8(header.dataSize) +
+                             header.objectCount * sizeof(uint64_t) + header.buffersSize;
+        mMessage->bytes.clear();
+        uint8_t packet[kPacketSize];
+        for (size_t size; receivePacket(sockets.theirs.get(), packet, sizeof packet, &size,
+                                        &mMessage->descriptors, Wait::kNo) == Io::kDone;) {
+            mMessage->bytes.insert(mMessage->bytes.end(), packet, packet + size);
+        }
+        mMessage->bytes.resize(total);  // Without those that only carry descriptors.
         return android::DEAD_OBJECT;
     }
     WireMessage* const mMessage;
@@ -96,15 +102,43 @@ SocketPair::SocketPair() {
     theirs.reset(ends[1]);
 }
 
+namespace {
+
+// Received as it is sent, packet by packet.
+Io receive(const WireMessage& message, std::unique_ptr<ReceivedMessage>* received) {
+    SocketPair sockets;
+    std::vector<int> lent;
+    for (const auto& descriptor : message.descriptors) {
+        lent.push_back(descriptor);
+    }
+    Io io = Io::kEmpty;
+    for (size_t sent = 0, given = 0;
+         io == Io::kEmpty && (sent < message.bytes.size() || given < lent.size());) {
+        const bool lends = sent == 0 || sent >= message.bytes.size();
+        const size_t left = message.bytes.size() - std::min(sent, message.bytes.size());
+        const size_t part = left > 0 ? std::min(kPacketSize, left) : 1;
+        const size_t gives = lends ? std::min(message.each, lent.size() - given) : 0;
+        if (sendPacket(sockets.ours.get(), message.bytes.data() + (left > 0 ? sent : 0), part,
+                       lent.data() + given, gives, TimeLimit(1)) != Io::kDone) {
+            abort();
+        }
+        sent += part;
+        given += gives;
+        io = ReceivedMessage::receive(sockets.theirs.get(), Wait::kNo, received);
+    }
+    return io;
+}
+
+}  // namespace
+
 std::string deliver(WireMessage message, BHwBinder& stub) {
     std::unique_ptr<ReceivedMessage> received;
     Finder finder(&stub);
-    if (message.bytes.empty() || message.bytes.size() > kPacketSize ||
-        ReceivedMessage::check(message.bytes.data(), message.bytes.size(),
-                               std::move(message.descriptors), &received) != Io::kDone ||
+    if (message.bytes.empty() || receive(message, &received) != Io::kDone ||
         received->resolve(finder) != android::NO_ERROR) {
         return "broken";
     }
+    message.descriptors.clear();
     std::string answered;
     const auto answer = [&](Parcel& out) {
         answered = "answer";

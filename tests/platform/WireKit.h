@@ -19,10 +19,12 @@ namespace orva_test {
 using android::hardware::socket::MessageHeader;
 using android::hardware::socket::pad8;
 
-// One message as it stands on the wire, to be looked at or damaged; of one packet.
+// One message as it stands on the wire, to be looked at or damaged.
 struct WireMessage {
     std::vector<uint8_t> bytes;
     std::vector<android::base::unique_fd> descriptors;
+    // How many of them a packet carries that carries any.
+    size_t each = android::hardware::socket::kPacketDescriptors;
 
     MessageHeader& header() { return *reinterpret_cast<MessageHeader*>(bytes.data()); }
     uint8_t* data() { return bytes.data() + sizeof(MessageHeader); }

@@ -4,8 +4,8 @@
  */
 // The other process of the transport's tests, until it is killed:
 //
-//   probe_peer INSTANCE THREADS [REPLY-LIMIT-MS [STAND-INS]]
-//                  serves a probe, and another one as INSTANCE-too; with 0 threads, polls for calls
+//   probe_peer INSTANCE THREADS [REPLY-LIMIT-MS [STAND-INS [MOST]]]
+//                  lets a peer have MOST of each thing, and serves a probe, and another one as INSTANCE-too; with 0 threads, polls for calls
 //   probe_peer     has the default service hold a probe of its own
 #include <poll.h>
 
@@ -29,6 +29,10 @@ int main(int count, char** words) {
         }
         if (count > 4) {
             orva_platform::setStandIns(std::stoul(words[4]));
+        }
+        if (count > 5) {
+            const size_t most = std::stoul(words[5]);
+            orva_platform::setPeerLimits({most, most, most, most, most, most});
         }
         if (const size_t threads = std::stoul(words[2])) {
             android::hardware::configureRpcThreadpool(threads, true);

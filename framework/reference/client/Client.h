@@ -41,7 +41,7 @@ private:
 public:
     Holding sessions;  // nodes and model managers
     Holding requests;  // accepted and not yet heard of
-    Holding tensors;   // of those, each with its descriptor
+    Holding tensors;   // of those and bound to models, each with its descriptor
     Holding threads;   // that run its requests or wait for it
     Holding memory;    // bytes of the engine's
 

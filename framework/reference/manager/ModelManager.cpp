@@ -48,9 +48,23 @@ std::vector<AIModelIOTensor> DimensionsOf(const std::vector<EngineTensor>& tenso
 }  // namespace
 
 struct ModelManager::Core {
+    // Tensors that stay here count to their client as those of requests do.
     struct Binding {
-        Tensors inputs;
-        Tensors outputs;
+        Binding(const std::shared_ptr<Client>& owner, const Tensors& in, const Tensors& out)
+                : client(owner), inputs(in), outputs(out) {}
+        ~Binding() {
+            if (counted) {
+                client->tensors.Give(inputs.size() + outputs.size());
+            }
+        }
+        Binding(const Binding&) = delete;
+        Binding& operator=(const Binding&) = delete;
+
+        const std::shared_ptr<Client> client;
+        const Tensors inputs;
+        const Tensors outputs;
+        // False, with a line in the log, when the client would have too many.
+        const bool counted = client->tensors.Take(inputs.size() + outputs.size());
     };
 
     explicit Core(Executor& executor)
@@ -72,7 +86,7 @@ struct ModelManager::Core {
     mutable Mutex mutex;
     // Null before a successful Init.
     std::shared_ptr<const ModelSet> models ORVA_GUARDED_BY(mutex);
-    std::map<const OnnxRunner*, Binding> bindings ORVA_GUARDED_BY(mutex);
+    std::map<const OnnxRunner*, std::unique_ptr<const Binding>> bindings ORVA_GUARDED_BY(mutex);
 };
 
 int32_t ModelManager::Core::Load(const AIConfig& config,
@@ -127,8 +141,8 @@ bool ModelManager::Core::TakeBinding(const OnnxRunner& model, Request& request) 
         ORVA_LOGE("nothing is bound");
         return false;
     }
-    request.inputs = bound->second.inputs;
-    request.outputs = bound->second.outputs;
+    request.inputs = bound->second->inputs;
+    request.outputs = bound->second->outputs;
     return true;
 }
 
@@ -235,7 +249,11 @@ int32_t ModelManager::SetInputsAndOutputs(AIContext& context, const Tensors& inp
             return status;
         }
         // What was bound is let go of outside the lock.
-        Core::Binding binding{inputs, outputs};
+        auto binding =
+                std::make_unique<const Core::Binding>(core_->queue->client(), inputs, outputs);
+        if (!binding->counted) {
+            return kNodeBusy;
+        }
         MutexLock lock(core_->mutex);
         std::swap(core_->bindings[model.get()], binding);
         lock.Unlock();

@@ -195,20 +195,6 @@ Io ReceivedMessage::receive(int socket, Wait wait, std::unique_ptr<ReceivedMessa
     return Io::kDone;
 }
 
-Io ReceivedMessage::check(const uint8_t* bytes, size_t size,
-                          std::vector<base::unique_fd> descriptors,
-                          std::unique_ptr<ReceivedMessage>* message) {
-    std::unique_ptr<ReceivedMessage> incoming(new ReceivedMessage);
-    std::copy_n(bytes, size, incoming->mBytes);  // `bytes` may be null when there are none.
-    incoming->mStorage->descriptors = std::move(descriptors);
-    if (incoming->checkHeader(size) != nullptr || incoming->mTotal > size ||
-        incoming->mDescriptorsDue > 0 || incoming->fixObjects() != nullptr) {
-        return Io::kBroken;
-    }
-    *message = std::move(incoming);
-    return Io::kDone;
-}
-
 Io ReceivedMessage::receiveRest(int socket) {
     if (mReceived < mTotal && mWhole == nullptr) {
         mWhole.reset(new (std::nothrow) uint8_t[mTotal]);

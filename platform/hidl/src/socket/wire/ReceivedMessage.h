@@ -37,11 +37,6 @@ public:
     // logged.
     static Io receive(int socket, Wait wait, std::unique_ptr<ReceivedMessage>* message);
 
-    // The same for a message that is there already: its first packet's bytes, at most kPacketSize,
-    // and what else was received with it; what fuzzing feeds.
-    static Io check(const uint8_t* bytes, size_t size, std::vector<base::unique_fd> descriptors,
-                    std::unique_ptr<ReceivedMessage>* message);
-
     ~ReceivedMessage() override;
 
     // Each thread keeps one message's memory for the next one.
