@@ -122,7 +122,8 @@ void addOptions(CLI::App* app, Options* options) {
         "Listeners and the like without a session that count as clients");
     add(app, kEach, "--client-requests", &options->clientRequests,
         "Requests that it has not heard of yet");
-    add(app, kEach, "--client-tensors", &options->clientTensors, "Tensors of those, and bound to models");
+    add(app, kEach, "--client-tensors", &options->clientTensors,
+        "Tensors of those, and bound to models");
     add(app, kEach, "--client-threads", &options->clientThreads,
         "Threads that run its requests or wait for it to take their results");
     add(app, kEach, "--client-engine-memory", &options->clientEngineMemory,

@@ -5,9 +5,9 @@
 #include <orva/reference/ModelManager.h>
 
 #include <gtest/gtest.h>
-#include <unistd.h>
 #include <orva/reference/NodeStatus.h>
 #include <orva/reference/Settings.h>
+#include <unistd.h>
 
 #include "OnnxCase.h"
 #include "Support.h"

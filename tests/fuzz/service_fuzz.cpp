@@ -181,8 +181,8 @@ WireMessage messageOf(const uint8_t* data, size_t size) {
     using namespace android::hardware::socket;
     WireMessage message;
     const uint8_t* const kinds = data + kPrefix;
-    const size_t count = std::min({size_t{data[2]} | size_t{data[3]} << 8, size - kPrefix,
-                                   size_t{kMaxDescriptors}});
+    const size_t count = std::min(
+            {size_t{data[2]} | size_t{data[3]} << 8, size - kPrefix, size_t{kMaxDescriptors}});
     std::transform(kinds, kinds + count, std::back_inserter(message.descriptors), describe);
     message.each = std::clamp<size_t>(data[1], 1, kPacketDescriptors);
     message.bytes.assign(kinds + count, data + size);

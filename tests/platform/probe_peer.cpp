@@ -5,7 +5,8 @@
 // The other process of the transport's tests, until it is killed:
 //
 //   probe_peer INSTANCE THREADS [REPLY-LIMIT-MS [STAND-INS [MOST]]]
-//                  lets a peer have MOST of each thing, and serves a probe, and another one as INSTANCE-too; with 0 threads, polls for calls
+//                  lets a peer have MOST of each thing, and serves a probe, and another one as
+//                  INSTANCE-too; with 0 threads, polls for calls
 //   probe_peer     has the default service hold a probe of its own
 #include <poll.h>
 

@@ -52,7 +52,8 @@ Quota& RequestQuota() {
     return quota;
 }
 Quota& TensorQuota() {
-    static auto& quota = *new Quota("tensors bound or of requests under way", 4096, "--client-tensors");
+    static auto& quota =
+            *new Quota("tensors bound or of requests under way", 4096, "--client-tensors");
     return quota;
 }
 Quota& ThreadQuota() {

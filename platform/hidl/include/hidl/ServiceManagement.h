@@ -15,7 +15,7 @@ struct IServiceNotification;
 
 namespace android::hardware {
 
-/** Who serves what, for this user; never null. */
+/** Null: there is no daemon who knows who serves what, nor tells of what comes. */
 sp<hidl::manager::V1_0::IServiceManager> defaultServiceManager();
 
 namespace details {

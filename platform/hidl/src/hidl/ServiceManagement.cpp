@@ -8,19 +8,20 @@
 
 #include <dlfcn.h>
 
+#include <android/hidl/base/1.0/BpHwBase.h>
+#include <android/hidl/manager/1.0/IServiceManager.h>
 #include <log/log.h>
 
-#include "hidl/DirectoryServiceManager.h"
+#include "hwbinder/Transport.h"
 
 namespace android::hardware {
 
+using hidl::base::V1_0::BnHwBase;
+using hidl::base::V1_0::BpHwBase;
 using hidl::base::V1_0::IBase;
-using hidl::manager::V1_0::IServiceManager;
 
-sp<IServiceManager> defaultServiceManager() {
-    // Never destroyed, since objects may ask for it while the process ends.
-    static const auto* const manager = new sp<IServiceManager>(new DirectoryServiceManager());
-    return *manager;
+sp<hidl::manager::V1_0::IServiceManager> defaultServiceManager() {
+    return nullptr;
 }
 
 namespace details {
@@ -47,14 +48,32 @@ sp<IBase> getRawServiceInternal(const std::string& descriptor, const std::string
     if (getStub) {
         return makeStub(descriptor, instance);
     }
-    return defaultServiceManager()->get(descriptor, instance).withDefault(nullptr);
+    return fromBinder<IBase, BpHwBase, BnHwBase>(transport().getService(descriptor, instance));
 }
 
 status_t registerAsServiceInternal(const sp<IBase>& service, const std::string& name) {
     if (service == nullptr) {
         return UNEXPECTED_NULL;
     }
-    return defaultServiceManager()->add(name, service).withDefault(false) ? OK : UNKNOWN_ERROR;
+    const sp<IBinder> binder = toBinder(service);
+    if (binder == nullptr) {
+        ALOGE("No service %s: it cannot be called from outside", name.c_str());
+        return UNKNOWN_ERROR;
+    }
+    std::vector<std::string> interfaces;
+    const Return<void> told = service->interfaceChain([&](const hidl_vec<hidl_string>& chain) {
+        for (const hidl_string& interface : chain) {
+            if (interface != IBase::descriptor) {
+                interfaces.push_back(interface);
+            }
+        }
+    });
+    if (!told.isOk()) {
+        ALOGE("No service %s: it does not tell its interfaces: %s", name.c_str(),
+              told.description().c_str());
+        return UNKNOWN_ERROR;
+    }
+    return transport().addService(interfaces, name, binder) == OK ? OK : UNKNOWN_ERROR;
 }
 
 }  // namespace details

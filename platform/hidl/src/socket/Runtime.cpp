@@ -5,7 +5,10 @@
 #include <orva_platform/Runtime.h>
 
 #include <algorithm>
+#include <cstdlib>
 #include <utility>
+
+#include <unistd.h>
 
 #include "RuntimeCounts.h"
 #include "TransportSettings.h"
@@ -30,19 +33,28 @@ constexpr std::chrono::milliseconds kStopPatience{2000};
 }  // namespace
 
 void setServiceDirectory(const std::string& path) {
-    transportSettings().setDirectory(path);
+    transportSettings().directory.set(path);
 }
 
 std::string serviceDirectory() {
-    return transportSettings().directory();
+    if (const std::string set = transportSettings().directory.get(); !set.empty()) {
+        return set;
+    }
+    if (const char* given = getenv("ORVA_SERVICE_DIR"); given != nullptr && *given != '\0') {
+        return given;
+    }
+    if (const char* run = getenv("XDG_RUNTIME_DIR"); run != nullptr && *run != '\0') {
+        return std::string(run) + "/orva";
+    }
+    return "/tmp/orva-" + std::to_string(geteuid());
 }
 
 void setReplyLimit(std::chrono::milliseconds limit) {
-    transportSettings().setReplyLimit(limit);
+    transportSettings().replyLimit.set(limit);
 }
 
 void setPeerLimits(const PeerLimits& limits) {
-    transportSettings().setPeerLimits(limits);
+    transportSettings().peerLimits.set(limits);
 }
 
 void deferAnswer() {
@@ -58,7 +70,7 @@ void setStandIns(size_t most) {
 }
 
 void onPeerGone(std::function<void(pid_t)> act) {
-    transportSettings().setOnPeerGone(std::move(act));
+    transportSettings().onPeerGone.set(std::move(act));
 }
 
 std::vector<ServiceEntry> listServices() {

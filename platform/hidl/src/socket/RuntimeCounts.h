@@ -17,6 +17,10 @@ struct RuntimeCounts {
     std::atomic<size_t> proxies{0};
 };
 
-RuntimeCounts& runtimeCounts();
+// Never destroyed: what is counted may outlive the program's static objects.
+inline RuntimeCounts& runtimeCounts() {
+    static RuntimeCounts* const counts = new RuntimeCounts;
+    return *counts;
+}
 
 }  // namespace android::hardware::socket

@@ -6,6 +6,7 @@
 
 #include <functional>
 #include <string>
+#include <utility>
 
 #include <orva_platform/Runtime.h>
 #include <sys/types.h>
@@ -15,29 +16,36 @@
 
 namespace android::hardware::socket {
 
-// What the program has decided; see orva_platform/Runtime.h.
-class TransportSettings {
+// What any thread may read and set.
+template <typename T>
+class Setting {
 public:
-    TimeLimit replyLimit();
-    void setReplyLimit(TimeLimit limit);
-    // The limits of a peer where the pool has so many threads.
-    orva_platform::PeerLimits peerLimits(size_t poolThreads);
-    void setPeerLimits(const orva_platform::PeerLimits& limits);
-    // Where services are; see setServiceDirectory.
-    std::string directory();
-    void setDirectory(const std::string& path);
-    // What is done when a peer has gone; may be empty.
-    std::function<void(pid_t)> onPeerGone();
-    void setOnPeerGone(std::function<void(pid_t)> act);
+    T get() {
+        Mutex::Autolock lock(mLock);
+        return mValue;
+    }
+    void set(T value) {
+        Mutex::Autolock lock(mLock);
+        std::swap(mValue, value);
+    }
 
 private:
     Mutex mLock;
-    TimeLimit mReplyLimit GUARDED_BY(mLock){0};
-    orva_platform::PeerLimits mPeerLimits GUARDED_BY(mLock);
-    std::string mDirectory GUARDED_BY(mLock);
-    std::function<void(pid_t)> mOnPeerGone GUARDED_BY(mLock);
+    T mValue GUARDED_BY(mLock){};
 };
 
-TransportSettings& transportSettings();
+// What the program has decided; see orva_platform/Runtime.h.
+struct TransportSettings {
+    Setting<TimeLimit> replyLimit;
+    Setting<orva_platform::PeerLimits> peerLimits;
+    Setting<std::string> directory;
+    Setting<std::function<void(pid_t)>> onPeerGone;
+};
+
+// Never destroyed: threads of the pool may outlive the program's static objects.
+inline TransportSettings& transportSettings() {
+    static TransportSettings* const settings = new TransportSettings;
+    return *settings;
+}
 
 }  // namespace android::hardware::socket

@@ -51,8 +51,8 @@ void UseDeliveryHooks(DeliveryHooks hooks);
 void SetClientSessions(size_t most);
 // Requests that were accepted and not heard of yet, 512 at first.
 void SetClientRequests(size_t most);
-// The tensors of those and the ones bound to models, 4096 at first: each may hold a descriptor and a
-// mapping of this process.
+// The tensors of those and the ones bound to models, 4096 at first: each may hold a descriptor and
+// a mapping of this process.
 void SetClientTensors(size_t most);
 // Threads that run its requests or wait for it to take their results, 96 at first: a request that
 // would need another one is refused as kNodeBusy.

@@ -10,7 +10,6 @@
 
 #include <log/log.h>
 
-#include "../TransportSettings.h"
 #include "../peer/Peers.h"
 #include "ServiceFolder.h"
 
@@ -34,7 +33,7 @@ status_t ServiceDirectory::add(const std::vector<std::string>& interfaces,
         ALOGE("only an object of this process can be registered here");
         return BAD_VALUE;
     }
-    const std::string path = socket::transportSettings().directory();
+    const std::string path = orva_platform::serviceDirectory();
     ServiceFolder folder;
     status_t status = folder.open(path);
     if (status != NO_ERROR) {
@@ -78,7 +77,7 @@ status_t ServiceDirectory::add(const std::vector<std::string>& interfaces,
 }
 
 sp<IBinder> ServiceDirectory::get(const std::string& interface, const std::string& instance) {
-    const std::string path = socket::transportSettings().directory();
+    const std::string path = orva_platform::serviceDirectory();
     const std::string file = ServiceFolder::fileOf(interface, instance);
     const std::string key = path + "/" + file;
     {
@@ -122,7 +121,7 @@ sp<IBinder> ServiceDirectory::known(const std::string& key) {
 std::vector<orva_platform::ServiceEntry> ServiceDirectory::list() {
     std::vector<orva_platform::ServiceEntry> entries;
     ServiceFolder folder;
-    if (folder.open(socket::transportSettings().directory()) != NO_ERROR) {
+    if (folder.open(orva_platform::serviceDirectory()) != NO_ERROR) {
         return entries;
     }
     for (const std::string& file : folder.files()) {

@@ -35,6 +35,15 @@ struct LateAnswer {
 };
 thread_local LateAnswer* deferring = nullptr;
 
+orva_platform::PeerLimits limitsFor(size_t poolThreads) {
+    orva_platform::PeerLimits limits = transportSettings().peerLimits.get();
+    if (limits.calls == 0) {
+        // Of a pool of two or more some thread is always the others'.
+        limits.calls = std::max<size_t>(1, std::min(poolThreads * 3 / 4, poolThreads - 1));
+    }
+    return limits;
+}
+
 template <typename T>
 std::shared_ptr<T> take(std::vector<std::shared_ptr<T>>* all, const T& one) {
     const auto it = std::find_if(all->begin(), all->end(),
@@ -51,8 +60,8 @@ std::shared_ptr<T> take(std::vector<std::shared_ptr<T>>* all, const T& one) {
 
 Peer::Peer(const Identity& identity)
         : mIdentity(identity),
-          mReplyLimit(transportSettings().replyLimit()),
-          mLimits(transportSettings().peerLimits(Pool::instance().maxThreads())) {
+          mReplyLimit(transportSettings().replyLimit.get()),
+          mLimits(limitsFor(Pool::instance().maxThreads())) {
     ++runtimeCounts().peers;
 }
 
@@ -299,7 +308,7 @@ void Peer::end(End why) {
                 proxy->sendObituary();
             }
         }
-        if (const auto tell = transportSettings().onPeerGone()) {
+        if (const auto tell = transportSettings().onPeerGone.get()) {
             tell(self->identity().pid);
         }
         self->finishEnd();

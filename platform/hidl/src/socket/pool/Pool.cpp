@@ -21,6 +21,12 @@ namespace {
 // How long a thread above the pool's size waits for something to do before it leaves.
 constexpr int kSpareMs = 200;
 
+// How often is looked whether calls wait while all threads are busy, and for how many looks the
+// pool must have had threads for all that came until it is no longer looked: so seldom that waking
+// the one who looks costs the calls nothing.
+constexpr nsecs_t kLook = 5 * 1000 * 1000;
+constexpr int kCalmLooks = 200;
+
 }  // namespace
 
 // Never destroyed: threads of the pool may outlive the program's static objects.
@@ -54,24 +60,38 @@ Pool::Next Pool::serve() {
     return mStopping ? Next::kStop : Next::kGoOn;
 }
 
+// The calling thread, which was the last one free, has found something to do.
 void Pool::growIfBusy() {
-    {
-        Mutex::Autolock lock(mLock);
-        if (mStarted && !mStopping && mRunning < size()) {
-            add();
-            return;
-        }
-    }
-    if (mStandIns != nullptr) {
-        mStandIns->allBusy();
+    Mutex::Autolock lock(mLock);
+    if (mStarted && !mStopping && mRunning < size()) {
+        add();
+    } else if (mWatch.joinable() && !std::exchange(mWatches, true)) {
+        mWatchChanged.signal();
     }
 }
 
-void Pool::standIn() {
+// When events wait and none was taken up since the last look, one more thread stands in for those
+// that are blocked, within the bound.
+void Pool::lookAfterBlocked() {
     Mutex::Autolock lock(mLock);
-    if (!mStopping && mRunning < size() + mMostStandIns) {
-        add();
-        mHasSpare = mRunning > size();
+    uint64_t before = 0;
+    for (int calm = 0; mStarted;) {
+        if (!mWatches) {
+            mWatchChanged.wait(mLock);
+            calm = 0;
+            before = mTaken;
+            continue;
+        }
+        mWatchChanged.waitRelative(mLock, kLook);
+        const bool busy = mWaiting == 0;
+        if (busy && mTaken == before && !mStopping && mRunning < size() + mMostStandIns &&
+            Poller::instance().hasSome()) {
+            add();
+            mHasSpare = mRunning > size();
+        }
+        before = mTaken;
+        calm = busy ? 0 : calm + 1;
+        mWatches = calm < kCalmLooks;
     }
 }
 
@@ -163,10 +183,7 @@ void Pool::start() {
         return;
     }
     if (mMostStandIns > 0) {
-        mStandIns = std::make_unique<StandIns>(
-                StandIns::Pool{[this] { return mTaken.load(std::memory_order_relaxed); },
-                               [this] { return mWaiting == 0; },
-                               [] { return Poller::instance().hasSome(); }, [this] { standIn(); }});
+        mWatch = std::thread([this] { lookAfterBlocked(); });
     }
     if (mRunning < size()) {
         add();
@@ -216,7 +233,6 @@ bool Pool::quiesce(std::chrono::milliseconds patience) {
 
 void Pool::finish() {
     std::vector<std::thread> threads;
-    std::unique_ptr<StandIns> standIns;
     {
         Mutex::Autolock lock(mLock);
         threads.swap(mThreads);
@@ -224,14 +240,17 @@ void Pool::finish() {
             threads.push_back(std::move(thread));
         }
         mLeft.clear();
-        standIns = std::move(mStandIns);
+        if (mWatch.joinable()) {
+            threads.push_back(std::move(mWatch));
+        }
         mStarted = false;
+        mWatches = false;
+        mWatchChanged.signal();
         mHasSpare = false;
     }
     for (std::thread& thread : threads) {
         thread.join();
     }
-    standIns.reset();
     mTasks->clear();
     Poller::instance().calmDown();
     mStopping = false;

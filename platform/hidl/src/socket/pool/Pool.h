@@ -15,7 +15,6 @@
 #include <utils/Condition.h>
 #include <utils/Mutex.h>
 
-#include "StandIns.h"
 #include "TaskQueue.h"
 
 namespace android::hardware::socket {
@@ -60,7 +59,7 @@ private:
     enum class Next { kGoOn, kStop, kLeft };
     Next serve();
     void growIfBusy();
-    void standIn();
+    void lookAfterBlocked();
     void add() REQUIRES(mLock);
     void run();
     bool leaveIfSpare();
@@ -82,8 +81,11 @@ private:
     size_t mRunning GUARDED_BY(mLock) = 0;
     std::vector<std::thread> mThreads GUARDED_BY(mLock);
     std::vector<std::thread> mLeft GUARDED_BY(mLock);  // To be joined.
-    // Set by start() and finish(), between which threads use it.
-    std::unique_ptr<StandIns> mStandIns;
+
+    // Looks after the others while all of them are busy.
+    std::thread mWatch;
+    Condition mWatchChanged;
+    bool mWatches GUARDED_BY(mLock) = false;  // Or sleeps.
 };
 
 }  // namespace android::hardware::socket
