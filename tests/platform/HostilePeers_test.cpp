@@ -353,6 +353,36 @@ TEST_F(HostilePeers, KeepNoThreadByTheirSilence) {
     EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(30));
 }
 
+// Where they hold all threads there are, stand-ins included, others' calls, pings, dumps and the
+// news of ends wait; but not longer than for the limit that ends what they hold them with.
+TEST_F(HostilePeers, HoldUpEndsPingsAndDumpsForTheLimitAtMost) {
+    PeerProcess dying;
+    int ready[2];
+    ASSERT_EQ(0, pipe(ready));
+    const auto silent = [&] {
+        RawClient client(socketOf());
+        client.call(callBack());
+        EXPECT_EQ("call", client.next()) << "which is never answered";
+        EXPECT_EQ(1, write(ready[1], "", 1));
+        pause();
+    };
+    const auto start = std::chrono::steady_clock::now();
+    const Stranger first(silent);
+    const Stranger second(silent);
+    char byte;
+    EXPECT_EQ(1, read(ready[0], &byte, 1));
+    EXPECT_EQ(1, read(ready[0], &byte, 1));
+    expectOk(mProbe->hold(nullptr));
+    expectOk(mProbe->ping());
+    expectOk(mProbe->debug(nullptr, {}));
+    dying.kill();
+    EXPECT_TRUE(eventually([&] { return resources().rfind("1 peers", 0) == 0; }));
+    // Half a second, and one more for whoever is at it himself; the rest is for slow machines.
+    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(10));
+    close(ready[0]);
+    close(ready[1]);
+}
+
 TEST_F(HostilePeers, AreRefusedAloneWithoutADescriptorLeft) {
     rlimit before;
     ASSERT_EQ(0, prlimit(mServer->pid(), RLIMIT_NOFILE, nullptr, &before));

@@ -43,15 +43,6 @@ int setupTransportPolling();
  */
 status_t handleTransportPoll(int fd);
 
-/**
- * Keeps with what scheduling a local service is to be called; to be called before it is first sent
- * to another process. False for a null or remote object and for values that the kernel knows not.
- */
-bool setMinSchedulerPolicy(const sp<hidl::base::V1_0::IBase>& service, int policy, int priority);
-
-/** Asks for callers' security contexts; false for a null or remote object. */
-bool setRequestingSid(const sp<hidl::base::V1_0::IBase>& service, bool requesting);
-
 /** Whether both are the same object, or proxies for the same one. Two nulls are equal. */
 bool interfacesEqual(const sp<hidl::base::V1_0::IBase>& left,
                      const sp<hidl::base::V1_0::IBase>& right);

@@ -6,6 +6,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 #include <memory>
 #include <vector>
 
@@ -53,32 +54,32 @@ public:
     bool enforceInterface(const char* interface) const;
 
     // Values of less than 32 bits take 32; every value is aligned to 4 bytes.
-    status_t writeBool(bool value);
-    status_t writeInt8(int8_t value);
-    status_t writeUint8(uint8_t value);
-    status_t writeInt16(int16_t value);
-    status_t writeUint16(uint16_t value);
-    status_t writeInt32(int32_t value);
-    status_t writeUint32(uint32_t value);
-    status_t writeInt64(int64_t value);
-    status_t writeUint64(uint64_t value);
-    status_t writeFloat(float value);
-    status_t writeDouble(double value);
+    status_t writeBool(bool value) { return writeScalar<int32_t>(value); }
+    status_t writeInt8(int8_t value) { return writeScalar<int32_t>(value); }
+    status_t writeUint8(uint8_t value) { return writeScalar<uint32_t>(value); }
+    status_t writeInt16(int16_t value) { return writeScalar<int32_t>(value); }
+    status_t writeUint16(uint16_t value) { return writeScalar<uint32_t>(value); }
+    status_t writeInt32(int32_t value) { return writeScalar<int32_t>(value); }
+    status_t writeUint32(uint32_t value) { return writeScalar<uint32_t>(value); }
+    status_t writeInt64(int64_t value) { return writeScalar<int64_t>(value); }
+    status_t writeUint64(uint64_t value) { return writeScalar<uint64_t>(value); }
+    status_t writeFloat(float value) { return writeScalar<float>(value); }
+    status_t writeDouble(double value) { return writeScalar<double>(value); }
     status_t writeCString(const char* text);
     status_t writeString16(const String16& text);
 
     // NO_ERROR, or NOT_ENOUGH_DATA.
-    status_t readBool(bool* value) const;
-    status_t readInt8(int8_t* value) const;
-    status_t readUint8(uint8_t* value) const;
-    status_t readInt16(int16_t* value) const;
-    status_t readUint16(uint16_t* value) const;
-    status_t readInt32(int32_t* value) const;
-    status_t readUint32(uint32_t* value) const;
-    status_t readInt64(int64_t* value) const;
-    status_t readUint64(uint64_t* value) const;
-    status_t readFloat(float* value) const;
-    status_t readDouble(double* value) const;
+    status_t readBool(bool* value) const { return readScalar<int32_t>(value); }
+    status_t readInt8(int8_t* value) const { return readScalar<int32_t>(value); }
+    status_t readUint8(uint8_t* value) const { return readScalar<uint32_t>(value); }
+    status_t readInt16(int16_t* value) const { return readScalar<int32_t>(value); }
+    status_t readUint16(uint16_t* value) const { return readScalar<uint32_t>(value); }
+    status_t readInt32(int32_t* value) const { return readScalar<int32_t>(value); }
+    status_t readUint32(uint32_t* value) const { return readScalar<uint32_t>(value); }
+    status_t readInt64(int64_t* value) const { return readScalar<int64_t>(value); }
+    status_t readUint64(uint64_t* value) const { return readScalar<uint64_t>(value); }
+    status_t readFloat(float* value) const { return readScalar<float>(value); }
+    status_t readDouble(double* value) const { return readScalar<double>(value); }
     // Null where no terminated text stands.
     const char* readCString() const;
     status_t readString16(String16* text) const;
@@ -92,24 +93,44 @@ public:
     // The next buffer, if it is of exactly `length` bytes and, for an embedded one, stands where it
     // is expected. NO_ERROR; BAD_VALUE when there is another or none; UNEXPECTED_NULL when a null
     // buffer stands where only a nullable read would take it.
-    status_t readBuffer(size_t length, size_t* handle, const void** buffer) const;
-    status_t readNullableBuffer(size_t length, size_t* handle, const void** buffer) const;
+    status_t readBuffer(size_t length, size_t* handle, const void** buffer) const {
+        return readBufferObject(length, handle, {}, false, buffer);
+    }
+    status_t readNullableBuffer(size_t length, size_t* handle, const void** buffer) const {
+        return readBufferObject(length, handle, {}, true, buffer);
+    }
     status_t readEmbeddedBuffer(size_t length, size_t* handle, size_t parentHandle,
-                                size_t parentOffset, const void** buffer) const;
+                                size_t parentOffset, const void** buffer) const {
+        return readBufferObject(length, handle, {true, parentHandle, parentOffset}, false, buffer);
+    }
     status_t readNullableEmbeddedBuffer(size_t length, size_t* handle, size_t parentHandle,
-                                        size_t parentOffset, const void** buffer) const;
+                                        size_t parentOffset, const void** buffer) const {
+        return readBufferObject(length, handle, {true, parentHandle, parentOffset}, true, buffer);
+    }
 
     // A native handle, possibly null. The descriptors are lent for the time of the call, on both
     // sides: the reader's are closed with the received data.
-    status_t writeNativeHandleNoDup(const native_handle_t* handle);
+    status_t writeNativeHandleNoDup(const native_handle_t* handle) {
+        return writeHandle(handle, {});
+    }
     status_t writeEmbeddedNativeHandle(const native_handle_t* handle, size_t parentHandle,
-                                       size_t parentOffset);
-    status_t readNativeHandleNoDup(const native_handle_t** handle) const;
-    status_t readNullableNativeHandleNoDup(const native_handle_t** handle) const;
+                                       size_t parentOffset) {
+        return writeHandle(handle, {true, parentHandle, parentOffset});
+    }
+    status_t readNativeHandleNoDup(const native_handle_t** handle) const {
+        return readHandle({}, false, handle);
+    }
+    status_t readNullableNativeHandleNoDup(const native_handle_t** handle) const {
+        return readHandle({}, true, handle);
+    }
     status_t readEmbeddedNativeHandle(size_t parentHandle, size_t parentOffset,
-                                      const native_handle_t** handle) const;
+                                      const native_handle_t** handle) const {
+        return readHandle({true, parentHandle, parentOffset}, false, handle);
+    }
     status_t readNullableEmbeddedNativeHandle(size_t parentHandle, size_t parentOffset,
-                                              const native_handle_t** handle) const;
+                                              const native_handle_t** handle) const {
+        return readHandle({true, parentHandle, parentOffset}, true, handle);
+    }
 
     // An object, possibly null.
     status_t writeStrongBinder(const sp<IBinder>& binder);
@@ -120,6 +141,13 @@ public:
     void setIncoming(std::unique_ptr<IncomingData> incoming);
 
 private:
+    // Where an object is embedded, if it is.
+    struct Parent {
+        bool exists = false;
+        size_t handle = 0;
+        size_t offset = 0;
+    };
+
     // A vector that needs no heap while it is small, as nearly every parcel is.
     template <typename T, size_t N>
     class InlineVector {
@@ -149,10 +177,22 @@ private:
         std::vector<T> mHeap;
     };
 
-    template <typename T>
-    status_t writeScalar(T value);
-    template <typename T>
-    status_t readScalar(T* value) const;
+    template <typename Sent>
+    status_t writeScalar(Sent value) {
+        std::memcpy(append(sizeof value), &value, sizeof value);
+        return NO_ERROR;
+    }
+    template <typename Sent, typename T>
+    status_t readScalar(T* value) const {
+        const uint8_t* at = consume(sizeof(Sent));
+        if (at == nullptr) {
+            return NOT_ENOUGH_DATA;
+        }
+        Sent sent;
+        std::memcpy(&sent, at, sizeof sent);
+        *value = static_cast<T>(sent);
+        return NO_ERROR;
+    }
     uint8_t* append(size_t length);
     const uint8_t* consume(size_t length) const;
     template <typename T>
@@ -160,12 +200,10 @@ private:
     status_t writeBufferObject(const binder_buffer_object& object);
     template <typename T>
     status_t readObject(T* object, bool* listed, size_t* index) const;
-    status_t readBufferObject(size_t length, size_t* handle, bool embedded, size_t parentHandle,
-                              size_t parentOffset, bool nullable, const void** buffer) const;
-    status_t writeHandle(const native_handle_t* handle, bool embedded, size_t parentHandle,
-                         size_t parentOffset);
-    status_t readHandle(bool embedded, size_t parentHandle, size_t parentOffset, bool nullable,
-                        const native_handle_t** handle) const;
+    status_t readBufferObject(size_t length, size_t* handle, Parent parent, bool nullable,
+                              const void** buffer) const;
+    status_t writeHandle(const native_handle_t* handle, Parent parent);
+    status_t readHandle(Parent parent, bool nullable, const native_handle_t** handle) const;
 
     InlineVector<uint8_t, 1024> mData;
     InlineVector<uint64_t, 32> mObjects;

@@ -38,28 +38,6 @@ status_t handleTransportPoll(int) {
     return IPCThreadState::self()->handlePolledCommands();
 }
 
-bool setMinSchedulerPolicy(const sp<IBase>& service, int policy, int priority) {
-    if (service == nullptr || service->isRemote())
-        return false;
-    const bool known = policy == SCHED_NORMAL ? priority >= -20 && priority <= 19
-                       : policy == SCHED_FIFO || policy == SCHED_RR
-                               ? priority >= 1 && priority <= 99
-                               : false;
-    if (!known) {
-        ALOGE("Scheduling policy %d with priority %d is none", policy, priority);
-        return false;
-    }
-    details::gServicePrioMap->set(service, {policy, priority});
-    return true;
-}
-
-bool setRequestingSid(const sp<IBase>& service, bool requesting) {
-    if (service == nullptr || service->isRemote())
-        return false;
-    details::gServiceSidMap->set(service, requesting);
-    return true;
-}
-
 bool interfacesEqual(const sp<IBase>& left, const sp<IBase>& right) {
     if (left == right)
         return true;

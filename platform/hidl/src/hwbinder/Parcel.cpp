@@ -6,7 +6,6 @@
 
 #include <algorithm>
 #include <cstring>
-#include <type_traits>
 
 #include "IncomingData.h"
 
@@ -72,106 +71,6 @@ const uint8_t* Parcel::consume(size_t length) const {
     const uint8_t* at = data() + mPosition;
     mPosition += pad4(length);
     return at;
-}
-
-template <typename T>
-status_t Parcel::writeScalar(T value) {
-    static_assert(sizeof(T) == 4 || sizeof(T) == 8);
-    std::memcpy(append(sizeof value), &value, sizeof value);
-    return NO_ERROR;
-}
-
-template <typename T>
-status_t Parcel::readScalar(T* value) const {
-    const uint8_t* at = consume(sizeof *value);
-    if (at == nullptr) {
-        return NOT_ENOUGH_DATA;
-    }
-    std::memcpy(value, at, sizeof *value);
-    return NO_ERROR;
-}
-
-status_t Parcel::writeBool(bool value) {
-    return writeScalar<int32_t>(value);
-}
-status_t Parcel::writeInt8(int8_t value) {
-    return writeScalar<int32_t>(value);
-}
-status_t Parcel::writeUint8(uint8_t value) {
-    return writeScalar<uint32_t>(value);
-}
-status_t Parcel::writeInt16(int16_t value) {
-    return writeScalar<int32_t>(value);
-}
-status_t Parcel::writeUint16(uint16_t value) {
-    return writeScalar<uint32_t>(value);
-}
-status_t Parcel::writeInt32(int32_t value) {
-    return writeScalar(value);
-}
-status_t Parcel::writeUint32(uint32_t value) {
-    return writeScalar(value);
-}
-status_t Parcel::writeInt64(int64_t value) {
-    return writeScalar(value);
-}
-status_t Parcel::writeUint64(uint64_t value) {
-    return writeScalar(value);
-}
-status_t Parcel::writeFloat(float value) {
-    return writeScalar(value);
-}
-status_t Parcel::writeDouble(double value) {
-    return writeScalar(value);
-}
-
-namespace {
-
-// A value that travels in 32 bits but is narrower.
-template <typename T, typename Read>
-status_t readNarrow(T* value, Read read) {
-    int32_t wide;
-    const status_t status = read(&wide);
-    if (status == NO_ERROR) {
-        *value = static_cast<T>(wide);
-    }
-    return status;
-}
-
-}  // namespace
-
-status_t Parcel::readBool(bool* value) const {
-    return readNarrow(value, [this](int32_t* wide) { return readInt32(wide); });
-}
-status_t Parcel::readInt8(int8_t* value) const {
-    return readNarrow(value, [this](int32_t* wide) { return readInt32(wide); });
-}
-status_t Parcel::readUint8(uint8_t* value) const {
-    return readNarrow(value, [this](int32_t* wide) { return readInt32(wide); });
-}
-status_t Parcel::readInt16(int16_t* value) const {
-    return readNarrow(value, [this](int32_t* wide) { return readInt32(wide); });
-}
-status_t Parcel::readUint16(uint16_t* value) const {
-    return readNarrow(value, [this](int32_t* wide) { return readInt32(wide); });
-}
-status_t Parcel::readInt32(int32_t* value) const {
-    return readScalar(value);
-}
-status_t Parcel::readUint32(uint32_t* value) const {
-    return readScalar(value);
-}
-status_t Parcel::readInt64(int64_t* value) const {
-    return readScalar(value);
-}
-status_t Parcel::readUint64(uint64_t* value) const {
-    return readScalar(value);
-}
-status_t Parcel::readFloat(float* value) const {
-    return readScalar(value);
-}
-status_t Parcel::readDouble(double* value) const {
-    return readScalar(value);
 }
 
 status_t Parcel::writeCString(const char* text) {

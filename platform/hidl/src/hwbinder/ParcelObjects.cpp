@@ -94,8 +94,8 @@ status_t Parcel::writeEmbeddedBuffer(const void* buffer, size_t length, size_t* 
     return writeBufferObject(object);
 }
 
-status_t Parcel::readBufferObject(size_t length, size_t* handle, bool embedded, size_t parentHandle,
-                                  size_t parentOffset, bool nullable, const void** buffer) const {
+status_t Parcel::readBufferObject(size_t length, size_t* handle, Parent parent, bool nullable,
+                                  const void** buffer) const {
     binder_buffer_object object;
     bool listed;
     const status_t status = readObject(&object, &listed, handle);
@@ -113,36 +113,17 @@ status_t Parcel::readBufferObject(size_t length, size_t* handle, bool embedded, 
         return nullable ? static_cast<status_t>(NO_ERROR) : UNEXPECTED_NULL;
     }
     const bool hasParent = (object.flags & BINDER_BUFFER_FLAG_HAS_PARENT) != 0;
-    if (object.length != length || hasParent != embedded) {
+    if (object.length != length || hasParent != parent.exists) {
         return BAD_VALUE;
     }
-    if (embedded && (object.parent != parentHandle || object.parent_offset != parentOffset)) {
+    if (hasParent && (object.parent != parent.handle || object.parent_offset != parent.offset)) {
         return BAD_VALUE;
     }
     *buffer = reinterpret_cast<const void*>(object.buffer);
     return NO_ERROR;
 }
 
-status_t Parcel::readBuffer(size_t length, size_t* handle, const void** buffer) const {
-    return readBufferObject(length, handle, false, 0, 0, false, buffer);
-}
-
-status_t Parcel::readNullableBuffer(size_t length, size_t* handle, const void** buffer) const {
-    return readBufferObject(length, handle, false, 0, 0, true, buffer);
-}
-
-status_t Parcel::readEmbeddedBuffer(size_t length, size_t* handle, size_t parentHandle,
-                                    size_t parentOffset, const void** buffer) const {
-    return readBufferObject(length, handle, true, parentHandle, parentOffset, false, buffer);
-}
-
-status_t Parcel::readNullableEmbeddedBuffer(size_t length, size_t* handle, size_t parentHandle,
-                                            size_t parentOffset, const void** buffer) const {
-    return readBufferObject(length, handle, true, parentHandle, parentOffset, true, buffer);
-}
-
-status_t Parcel::writeHandle(const native_handle_t* handle, bool embedded, size_t parentHandle,
-                             size_t parentOffset) {
+status_t Parcel::writeHandle(const native_handle_t* handle, Parent parent) {
     if (handle == nullptr) {
         return writeUint64(0);
     }
@@ -152,8 +133,8 @@ status_t Parcel::writeHandle(const native_handle_t* handle, bool embedded, size_
     }
     writeUint64(size);
     size_t number;
-    if (embedded) {
-        writeEmbeddedBuffer(handle, size, &number, parentHandle, parentOffset);
+    if (parent.exists) {
+        writeEmbeddedBuffer(handle, size, &number, parent.handle, parent.offset);
     } else {
         writeBuffer(handle, size, &number);
     }
@@ -165,8 +146,7 @@ status_t Parcel::writeHandle(const native_handle_t* handle, bool embedded, size_
     return writeObject(descriptors, true);
 }
 
-status_t Parcel::readHandle(bool embedded, size_t parentHandle, size_t parentOffset, bool nullable,
-                            const native_handle_t** handle) const {
+status_t Parcel::readHandle(Parent parent, bool nullable, const native_handle_t** handle) const {
     *handle = nullptr;
     uint64_t size;
     status_t status = readUint64(&size);
@@ -178,7 +158,7 @@ status_t Parcel::readHandle(bool embedded, size_t parentHandle, size_t parentOff
     }
     size_t number;
     const void* buffer = nullptr;
-    status = readBufferObject(size, &number, embedded, parentHandle, parentOffset, false, &buffer);
+    status = readBufferObject(size, &number, parent, false, &buffer);
     if (status != NO_ERROR) {
         return status;
     }
@@ -200,33 +180,6 @@ status_t Parcel::readHandle(bool embedded, size_t parentHandle, size_t parentOff
     }
     *handle = received;
     return NO_ERROR;
-}
-
-status_t Parcel::writeNativeHandleNoDup(const native_handle_t* handle) {
-    return writeHandle(handle, false, 0, 0);
-}
-
-status_t Parcel::writeEmbeddedNativeHandle(const native_handle_t* handle, size_t parentHandle,
-                                           size_t parentOffset) {
-    return writeHandle(handle, true, parentHandle, parentOffset);
-}
-
-status_t Parcel::readNativeHandleNoDup(const native_handle_t** handle) const {
-    return readHandle(false, 0, 0, false, handle);
-}
-
-status_t Parcel::readNullableNativeHandleNoDup(const native_handle_t** handle) const {
-    return readHandle(false, 0, 0, true, handle);
-}
-
-status_t Parcel::readEmbeddedNativeHandle(size_t parentHandle, size_t parentOffset,
-                                          const native_handle_t** handle) const {
-    return readHandle(true, parentHandle, parentOffset, false, handle);
-}
-
-status_t Parcel::readNullableEmbeddedNativeHandle(size_t parentHandle, size_t parentOffset,
-                                                  const native_handle_t** handle) const {
-    return readHandle(true, parentHandle, parentOffset, true, handle);
 }
 
 status_t Parcel::writeStrongBinder(const sp<IBinder>& binder) {
