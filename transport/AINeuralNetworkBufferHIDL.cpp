@@ -5,7 +5,10 @@
 
 #include "transport/AINeuralNetworkBufferHIDL.h"
 
+#include <unistd.h>
+
 #include <array>
+#include <cstring>
 #include <utility>
 
 #include <cutils/ashmem.h>
@@ -29,6 +32,21 @@ constexpr uint32_t kFieldSize = 4;
 // Data type, height, width, number, channel. The size is not among them: it travels as the size of
 // the data memory.
 using AttributeRecord = std::array<int32_t, 5>;
+
+// A mapping that nobody touches is cheap. To unmap a page that was touched, each processor that
+// runs this process must be told, which takes longer than all else that is done with a record. So
+// the kernel copies records, and the mapping only shows that there is one; where it cannot (a
+// dma-buf), the mapping is what is read and written.
+
+const void* RecordIn(const SharedMapping& mapping, int fd, AttributeRecord& copy) {
+    const bool isCopied = mapping.Length() == sizeof copy &&
+                          pread(fd, copy.data(), sizeof copy, 0) == ssize_t{sizeof copy};
+    return isCopied ? copy.data() : mapping.Address();
+}
+
+bool PutRecord(int fd, const AttributeRecord& record) {
+    return pwrite(fd, record.data(), sizeof record, 0) == ssize_t{sizeof record};
+}
 
 }  // namespace
 
@@ -186,7 +204,12 @@ int AINeuralNetworkBufferHIDL::SerializeToHidlMemory() {
         ORVA_LOGE("mmap failed");
         return 0;
     }
-    SerializeTo(mapping.Address(), length);
+    AttributeRecord record = {};
+    const bool isRecord = length == sizeof record;
+    SerializeTo(isRecord ? record.data() : mapping.Address(), length);
+    if (isRecord && !PutRecord(region, record)) {
+        std::memcpy(mapping.Address(), record.data(), sizeof record);
+    }
     mapping.Reset();
     block.MakeOwn(length);
     serializeMemory_ = std::move(block);
@@ -205,7 +228,9 @@ int AINeuralNetworkBufferHIDL::DeserializeFromHidlMemory() {
         ORVA_LOGE("mmap fail");
         return 0;
     }
-    DeserializeFrom(mapping.Address(), static_cast<uint32_t>(mapping.Length()));
+    AttributeRecord copy = {};
+    DeserializeFrom(RecordIn(mapping, serializeMemory_.handle()->data[0], copy),
+                    static_cast<uint32_t>(mapping.Length()));
     return 0;
 }
 
