@@ -133,7 +133,7 @@ int main(int argc, char** argv) {
             ->capture_default_str();
     sessionBench->add_option("--kills", sessions.kills, "Clients to kill amid their requests")
             ->capture_default_str();
-    InferenceSettings inference = {"", 31, 200, ""};
+    InferenceSettings inference = {"", 31, 200, 48, ""};
     auto* const inferenceBench = app.add_subcommand(
             "inference",
             "Measures requests through the services beside the engine called directly.");
@@ -149,18 +149,27 @@ int main(int argc, char** argv) {
     inferenceBench->add_option("--turns", inference.rounds, "Rounds of which the median counts")
             ->check(CLI::Range(1, 1000))
             ->capture_default_str();
+    inferenceBench
+            ->add_option("--products", inference.products,
+                         "Products of matrices that the long model is made of; 0 leaves it out")
+            ->check(CLI::Range(0, 10'000))
+            ->capture_default_str();
     CLI11_PARSE(app, argc, argv);
     if (quick) {
         settings.rounds = 1;
         settings.requests = 1;
         sessions = {20, 2, 10, 4, ""};
         inference.rounds = inference.requests = 1;
+        inference.products = 1;
     }
     try {
         const Folder folder;
         settings.folder = sessions.folder = inference.folder = folder.path();
         if (*inferenceBench) {
-            reportInference(inference, runInferenceBench(inference), json);
+            InferenceReport report(json);
+            report.begin();
+            runInferenceBench(inference, [&](const InferenceRow& row) { report.add(row); });
+            report.end();
             return 0;
         }
         if (*only) {

@@ -8,12 +8,13 @@
 #include <cstring>
 #include <fstream>
 #include <iterator>
+#include <utility>
 #include <vector>
 
 #include <onnxruntime_cxx_api.h>
 #include <orva_platform/Runtime.h>
 
-#include "client/lib/Session.h"
+#include "client/lib/ManagerSession.h"
 
 namespace orva_bench {
 
@@ -106,24 +107,36 @@ int runDirectClient(const Control& control, const std::string& model) {
     return obeyRoundOrders(control, [&] { return direct.run(); });
 }
 
-int runServiceClient(const Control& control, const std::string& model,
-                     const std::string& directory) {
+int runServiceClient(const Control& control, const std::string& model, const std::string& directory,
+                     Tensors how) {
     setenv("ORT_DISABLE_TELEMETRY", "1", 1);
     orva_platform::setServiceDirectory(directory);
+    orva::client::serveWhileAwaiting();
     const std::vector<char> file = readFile(model);
-    const Direct shapes(model);
+    const auto [inputs, outputs] = [&] {
+        const Direct shapes(model);
+        return std::pair(tensorsOf(shapes.inputShapes()), tensorsOf(shapes.outputShapes()));
+    }();
     std::vector<orva::client::Model> models;
     models.push_back({"", orva::client::SharedRegion("model", file.size())});
     std::memcpy(models[0].bytes.data(), file.data(), file.size());
-    const auto service = orva::client::findService();
-    orva::client::Session session(service, 1, "onnx", "", models);
-    const auto inputs = tensorsOf(shapes.inputShapes()), outputs = tensorsOf(shapes.outputShapes());
-    const auto request = [&] {
-        session.send("", inputs, outputs);
-        return session.await().result == 0;
+    const auto obey = [&](auto& session, const auto& send) {
+        const auto request = [&] {
+            send(session);
+            return session.await().result == 0;
+        };
+        control.send(Ready{request()});
+        return obeyRoundOrders(control, request);
     };
-    control.send(Ready{request()});
-    return obeyRoundOrders(control, request);
+    if (how == Tensors::kSent) {
+        orva::client::Session session(orva::client::findService<orva::client::AIService>(), 1,
+                                      "onnx", "", models);
+        return obey(session, [&](auto& with) { with.send("", inputs, outputs); });
+    }
+    orva::client::ManagerSession session(
+            orva::client::findService<orva::client::ModelManagerService>(), 1, "", models);
+    session.bind("", inputs, outputs);
+    return obey(session, [](auto& with) { with.start(""); });
 }
 
 }  // namespace orva_bench

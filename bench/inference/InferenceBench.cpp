@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <fstream>
 #include <limits>
 #include <memory>
 #include <stdexcept>
@@ -16,6 +17,7 @@
 
 #include "driver/ChildProcess.h"
 #include "inference/DirectClient.h"
+#include "inference/LongModel.h"
 #include "request/BenchHost.h"
 
 namespace orva_bench {
@@ -59,45 +61,89 @@ double median(std::vector<double> numbers) {
     return numbers[numbers.size() / 2];
 }
 
-}  // namespace
-
-InferenceResult runInferenceBench(const InferenceSettings& settings) {
-    constexpr size_t kClients = 4, kThreads = 2;
+// Two threads of the bare engine and some clients, on one model.
+InferenceRow measure(const InferenceSettings& settings, const std::string& what, size_t clientCount,
+                     Tensors how) {
+    constexpr size_t kThreads = 2;
     const std::string directory = settings.folder + "/inference";
-    const Processes host = start(1, [&](const Control& control) {
-        __android_log_set_minimum_priority(ANDROID_LOG_WARN);
-        return runBenchHost(control, directory);
-    });
-    const Processes direct = start(kThreads, [&](const Control& control) {
+    const Processes direct = start(clientCount == 1 ? 1 : kThreads, [&](const Control& control) {
         return runDirectClient(control, settings.model);
     });
-    const Processes clients = start(kClients, [&](const Control& control) {
-        return runServiceClient(control, settings.model, directory);
+    const Processes clients = start(clientCount, [&](const Control& control) {
+        return runServiceClient(control, settings.model, directory, how);
     });
-    std::vector<double> directs, services, ratios, throughputs;
+    std::vector<double> directs, services, ratios, throughputs = {0};
     for (uint32_t i = 0; i < settings.rounds; ++i) {
         directs.push_back(round(direct, 1, settings.requests));
         services.push_back(round(clients, 1, settings.requests));
         ratios.push_back(services.back() / directs.back());
-        throughputs.push_back(round(direct, kThreads, settings.requests) /
-                              round(clients, kClients, settings.requests));
+        if (clientCount > 1) {
+            throughputs.push_back(round(direct, kThreads, settings.requests) /
+                                  round(clients, clientCount, settings.requests));
+        }
     }
-    return {median(directs), median(services), median(ratios), median(throughputs)};
+    if (clientCount > 1) {
+        throughputs.erase(throughputs.begin());
+    }
+    return {what, median(directs), median(services), median(ratios), median(throughputs)};
 }
 
-void reportInference(const InferenceSettings& settings, const InferenceResult& result, bool json) {
-    if (json) {
-        const nlohmann::json document = {{"model", settings.model},
-                                         {"direct_us", result.directUs},
-                                         {"services_us", result.servicesUs},
-                                         {"ratio", result.ratio},
-                                         {"throughput_ratio", result.throughputRatio}};
-        puts(document.dump(2).c_str());
+}  // namespace
+
+void runInferenceBench(const InferenceSettings& settings,
+                       const std::function<void(const InferenceRow&)>& report) {
+    constexpr size_t kClients = 4;
+    const std::string directory = settings.folder + "/inference";
+    const Processes host = start(1, [&](const Control& control) {
+        __android_log_set_minimum_priority(ANDROID_LOG_WARN);
+        return runBenchHost(control, directory, Managers::kReference);
+    });
+    report(measure(settings, "tensors sent with each request", kClients, Tensors::kSent));
+    report(measure(settings, "tensors bound beforehand", kClients, Tensors::kBound));
+    if (settings.products != 0) {
+        InferenceSettings longer = settings;
+        longer.model = settings.folder + "/long.onnx";
+        longer.rounds = std::min<uint32_t>(settings.rounds, 7);
+        longer.requests = 1;
+        std::ofstream(longer.model, std::ios::binary) << longModel(settings.products);
+        report(measure(longer, "a long model, tensors sent", 1, Tensors::kSent));
+    }
+}
+
+void InferenceReport::begin() const {
+    if (!json_) {
+        printf("%-32s %10s %12s %7s %14s\n", "", "direct us", "services us", "ratio",
+               "four at once");
+    }
+}
+
+void InferenceReport::add(const InferenceRow& row) {
+    rows_.push_back(row);
+    if (!json_) {
+        printf("%-32s %10.1f %12.1f %7.3f", row.what.c_str(), row.directUs, row.servicesUs,
+               row.ratio);
+        printf(row.throughputRatio != 0 ? " %14.3f\n" : "\n", row.throughputRatio);
+        fflush(stdout);
+    }
+}
+
+void InferenceReport::end() const {
+    if (!json_) {
+        puts("four at once: requests a second of four clients by those of two threads of the bare "
+             "engine");
         return;
     }
-    printf("one request: %.1f us in one process, %.1f us through the services, ratio %.3f\n"
-           "four clients at once: %.3f of the requests a second of two bare threads\n",
-           result.directUs, result.servicesUs, result.ratio, result.throughputRatio);
+    nlohmann::json document = nlohmann::json::array();
+    for (const InferenceRow& row : rows_) {
+        document.push_back({{"what", row.what},
+                            {"direct_us", row.directUs},
+                            {"services_us", row.servicesUs},
+                            {"ratio", row.ratio}});
+        if (row.throughputRatio != 0) {
+            document.back()["throughput_ratio"] = row.throughputRatio;
+        }
+    }
+    puts(document.dump(2).c_str());
 }
 
 }  // namespace orva_bench

@@ -30,14 +30,16 @@ bool serveOne() {
     return service != nullptr && service->registerAsService() == android::OK;
 }
 
-bool serve() {
+bool serve(Managers managers) {
     // The library stays loaded: its services live as long as the process.
     if (dlopen(ORVA_HIDL_SERVER, RTLD_NOW | RTLD_GLOBAL) == nullptr) {
         fprintf(stderr, "orva-bench: %s\n", dlerror());
         return false;
     }
     registerBenchNodes();
-    useBenchManagers();
+    if (managers == Managers::kIdle) {
+        useBenchManagers();
+    }
     orva::reference::SetClientLimit(kMostClients);
     android::hardware::configureRpcThreadpool(kHostThreads, false);
     if (!serveOne<orva::hidl::IAIService_hidl>() ||
@@ -50,9 +52,9 @@ bool serve() {
 
 }  // namespace
 
-int runBenchHost(const Control& control, const std::string& directory) {
+int runBenchHost(const Control& control, const std::string& directory, Managers managers) {
     orva_platform::setServiceDirectory(directory);
-    const bool ok = serve();
+    const bool ok = serve(managers);
     if (!control.send(Ready{ok}) || !ok) {
         return 1;
     }

@@ -17,8 +17,14 @@ constexpr size_t kHostThreads = 8;
 // The host's one order: to tell its HostState.
 struct StateOrder {};
 
+enum class Managers {
+    kIdle,       // the benchmark's, which compute nothing
+    kReference,  // the framework's
+};
+
 // Serves the library's services, with the benchmark's nodes, in the service directory `directory`
 // until the driver goes.
-int runBenchHost(const Control& control, const std::string& directory);
+int runBenchHost(const Control& control, const std::string& directory,
+                 Managers managers = Managers::kIdle);
 
 }  // namespace orva_bench

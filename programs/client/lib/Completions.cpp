@@ -4,7 +4,12 @@
  */
 #include "client/lib/Completions.h"
 
+#include <atomic>
+#include <climits>
 #include <exception>
+
+#include <hidl/HidlTransportSupport.h>
+#include <poll.h>
 
 namespace orva::client {
 
@@ -17,17 +22,39 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
+std::atomic<int> polled{-1};
+
+// Serves a call, or none when none comes in time.
+void serveOne(std::chrono::nanoseconds limit) {
+    const auto milliseconds = std::chrono::ceil<std::chrono::milliseconds>(limit).count();
+    pollfd calls = {polled, POLLIN, 0};
+    if (milliseconds >= INT_MAX || poll(&calls, 1, static_cast<int>(milliseconds)) > 0) {
+        android::hardware::handleTransportPoll(polled);
+    }
+}
+
 }  // namespace
+
+bool serveWhileAwaiting() {
+    polled = android::hardware::setupTransportPolling();
+    return polled >= 0;
+}
 
 std::optional<Completion> CompletionQueue::await(std::chrono::milliseconds limit) {
     const Clock::time_point deadline = Clock::now() + limit;
     const Mutex::Autolock lock(lock_);
     while (!ended_ && waiting_.empty()) {
-        const auto left = std::chrono::nanoseconds(deadline - Clock::now()).count();
-        if (left <= 0) {
+        const std::chrono::nanoseconds left = deadline - Clock::now();
+        if (left.count() <= 0) {
             break;
         }
-        arrived_.waitRelative(lock_, left);
+        if (polled < 0) {
+            arrived_.waitRelative(lock_, left.count());
+        } else {
+            lock_.unlock();
+            serveOne(left);
+            lock_.lock();
+        }
     }
     if (waiting_.empty()) {
         return std::nullopt;

@@ -28,6 +28,11 @@ struct Completion {
     std::string fault;  // why this process could not take the outputs; empty when it could
 };
 
+// Has whoever awaits a result serve the calls of services meanwhile, which saves a switch from a
+// thread of the pool's to the one that waits. For a process that awaits on one thread, and before
+// it asks for a service; false when it is too late.
+bool serveWhileAwaiting();
+
 // Results that are kept until they are asked for. Every operation may be called from any thread.
 class CompletionQueue {
 public:

@@ -67,22 +67,20 @@ unique_fd duplicate(const hidl_memory& memory) {
 }  // namespace
 
 SharedRegion::SharedRegion(unique_fd fd, size_t size, size_t length)
-        : size_(size), length_(length) {
-    void* address = mmap(nullptr, length, PROT_READ | PROT_WRITE, MAP_SHARED, fd, 0);
-    if (address == MAP_FAILED) {
-        throw std::system_error(errno, std::generic_category(), "cannot map a shared region");
-    }
-    address_ = address;
-    handle_ = native_handle_create(1, 0);
+        : size_(size), length_(length), handle_(native_handle_create(1, 0)) {
     handle_->data[0] = fd.release();
 }
 
 SharedRegion::SharedRegion(const std::string& name, size_t size)
-        : SharedRegion(makeRegion(name, size), size, size) {}
+        : SharedRegion(makeRegion(name, size), size, size) {
+    data();
+}
 
 SharedRegion SharedRegion::ofIon(size_t size) {
     const uint64_t length = hidl::IonMapLength(size);
-    return SharedRegion(makeIonBuffer(length), size, length);
+    SharedRegion region(makeIonBuffer(length), size, length);
+    region.data();
+    return region;
 }
 
 SharedRegion::SharedRegion(const hidl_memory& memory)
@@ -103,6 +101,22 @@ SharedRegion::SharedRegion(SharedRegion&& other) noexcept
           length_(other.length_),
           address_(std::exchange(other.address_, nullptr)),
           handle_(std::exchange(other.handle_, nullptr)) {}
+
+uint8_t* SharedRegion::data() const {
+    if (address_ == nullptr) {
+        void* const address =
+                mmap(nullptr, length_, PROT_READ | PROT_WRITE, MAP_SHARED, handle_->data[0], 0);
+        if (address == MAP_FAILED) {
+            throw std::system_error(errno, std::generic_category(), "cannot map a shared region");
+        }
+        address_ = address;
+    }
+    return static_cast<uint8_t*>(address_);
+}
+
+bool SharedRegion::read(void* to, size_t size) const {
+    return pread(handle_->data[0], to, size, 0) == static_cast<ssize_t>(size);
+}
 
 hidl_memory SharedRegion::memory() const {
     return hidl_memory(kMemoryName, handle_, size_);

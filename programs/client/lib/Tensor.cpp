@@ -28,7 +28,9 @@ Tensor::Tensor(const AITensorHandle& handle)
 
 TensorAttributes Tensor::attributes() const {
     TensorAttributes attributes;
-    std::memcpy(&attributes, attributes_.data(), sizeof attributes);
+    if (!attributes_.read(&attributes, sizeof attributes)) {
+        std::memcpy(&attributes, attributes_.data(), sizeof attributes);
+    }
     return attributes;
 }
 

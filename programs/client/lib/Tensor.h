@@ -32,7 +32,7 @@ public:
 
     // `bytes` bytes of data, all zero.
     Tensor(const TensorAttributes& attributes, size_t bytes, const std::string& type = kBuffer);
-    // What a service sent; the data is mapped, not copied.
+    // What a service sent; the data is mapped when it is first asked for, not copied.
     explicit Tensor(const vendor::selkat::hardware::ai::V2_0::AITensorHandle& handle);
 
     TensorAttributes attributes() const;
