@@ -124,6 +124,8 @@ int serve(const Options& options) {
         // had come.
         malloc_trim(0);
     });
+    // Not on the first client's time.
+    orva::reference::PrepareEngine();
     const int registered = registerAll(services, options);
     // As long as there may be calls.
     const auto trace = registered == 0 ? offerTrace() : nullptr;

@@ -2,6 +2,8 @@
  * Copyright (C) 2026 The orva project
  * SPDX-License-Identifier: Apache-2.0
  */
+#include <algorithm>
+#include <thread>
 #include <utility>
 
 #include <orva/reference/Executor.h>
@@ -16,13 +18,20 @@ namespace orva::reference {
 namespace {
 
 constexpr std::chrono::seconds kPatienceAtExit{10};
+constexpr size_t kMostThreads = 512;
+
+// More would take turns on the same processors, and each other's caches away.
+size_t UsualThreads() {
+    return std::clamp<size_t>(std::thread::hardware_concurrency(), 2, kMostThreads);
+}
 
 // The pool itself is never destroyed, since nodes may be around as long as the process is; its
 // threads end with the first of Shutdown and the process's exit. The first node is made after the
 // services have been, so their threads have ended before the services are destroyed; but for those
 // that nothing ends, which the exit must not wait for.
 const std::shared_ptr<ThreadPool>& Pool() {
-    static const auto& pool = *new std::shared_ptr<ThreadPool>(new ThreadPool(4, 512));
+    static const auto& pool =
+            *new std::shared_ptr<ThreadPool>(new ThreadPool(UsualThreads(), kMostThreads));
     static const struct AtExit {
         ~AtExit() {
             if (!pool->Shutdown(kPatienceAtExit)) {

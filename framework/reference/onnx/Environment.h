@@ -10,8 +10,8 @@
 
 namespace orva::reference {
 
-// The engine's state that all models of the process share, made when the first one is loaded and
-// there as long as the process.
+// The engine's state that all models of the process share, made with the first one, or by
+// PrepareEngine, and there as long as the process.
 struct Environment {
     static Environment& Get();
 

@@ -24,9 +24,14 @@ void SetIdleTimeout(std::chrono::nanoseconds timeout);
 // Clients that are counted now.
 size_t ClientCount();
 
-// How many of the framework's threads run requests at a time, 4 at first. Threads that wait for a
+// How many of the framework's threads run requests at a time, as many at first as the machine has
+// processors, and 2 at least. Threads that wait for a
 // client do not count; others stand in for them, up to `most` threads in all, 512 at first.
 void SetWorkerThreads(size_t count, size_t most = 512);
+
+// Makes what the engine needs only once, which takes some 20 ms: those of the first model
+// otherwise.
+void PrepareEngine();
 
 // Says which process the calling thread serves, or 0 when it serves none. What follows holds for
 // each process that is known so; as long as nothing is installed, for none. Called often, on any
