@@ -65,11 +65,12 @@ public:
     struct Completion {
         std::string tag;  // the context's parameter of that name
         int32_t result;
+        AIContext context;
     };
 
     void OnProcessDone(const AIContext& context, int32_t result, const Tensors&) override {
         const std::lock_guard<std::mutex> lock(mutex_);
-        completions_.push_back({context.GetPara("tag"), result});
+        completions_.push_back({context.GetPara("tag"), result, context});
         changed_.notify_all();
     }
     void OnServiceDied() override {}

@@ -6,7 +6,9 @@
 
 #include <algorithm>
 #include <atomic>
+#include <chrono>
 #include <memory>
+#include <string>
 #include <utility>
 #include <vector>
 
@@ -24,19 +26,31 @@
 namespace orva::reference {
 
 // The accepted requests of one node or model manager, all of one client process. They run on an
-// executor, one at a time and in order, and each is reported to the listener exactly once. May be
-// used from any thread.
+// executor, one at a time and in order unless SetConcurrency says otherwise, and each is reported
+// to the listener exactly once. May be used from any thread.
 template <class Listener>
 class RequestQueue : public std::enable_shared_from_this<RequestQueue<Listener>> {
 public:
     // Each holds its tensors, and so descriptors and mappings of the process, until its client has
     // heard of it; a client that asks faster than it listens must not come to hold them all.
-    static constexpr int kMostWaiting = 128;
+    static constexpr size_t kMostWaiting = 128;
 
     // The executor must outlive the posts. The client is the process whose call this thread serves.
-    explicit RequestQueue(Executor& executor)
-            : client_(Client::Calling()),
-              strand_(std::make_shared<Strand>(executor, client_.get())) {}
+    explicit RequestQueue(Executor& executor) : client_(Client::Calling()), executor_(executor) {
+        SetConcurrency(1);
+    }
+
+    // So many run at a time. Before the first request.
+    void SetConcurrency(size_t concurrency) {
+        lines_.clear();
+        for (size_t i = 0; i < concurrency; ++i) {
+            lines_.push_back(std::make_unique<Line>(executor_, client_.get()));
+        }
+    }
+
+    // Whether the context of a request that has run tells how long it had waited before and how
+    // long it took, "queueMicros" and "runMicros". Before the first request.
+    void TellTimes(bool tell) { tellsTimes_ = tell; }
 
     const std::shared_ptr<Client>& client() const { return client_; }
 
@@ -65,8 +79,14 @@ public:
         if (!place.taken) {
             return kNodeBusy;
         }
-        if (!strand_->Post([self = this->shared_from_this(), request = std::move(request),
-                            run = std::move(run)]() mutable { self->Complete(request, run); })) {
+        Line& line = ShortestLine();
+        ++line.length;
+        if (!line.strand->Post([self = this->shared_from_this(), &line,
+                                request = std::move(request), run = std::move(run),
+                                posted = Clock::now()]() mutable {
+                self->Complete(line, request, run, posted);
+            })) {
+            --line.length;
             ORVA_LOGE("a request after the shutdown");
             return kNodeStopped;
         }
@@ -85,8 +105,24 @@ public:
     }
 
 private:
-    // Among the requests that wait; given back unless it is kept. The first one is what needs a
-    // thread.
+    using Clock = std::chrono::steady_clock;
+
+    // Requests that run one after the other.
+    struct Line {
+        Line(Executor& executor, const void* owner)
+                : strand(std::make_shared<Strand>(executor, owner)) {}
+        const std::shared_ptr<Strand> strand;
+        std::atomic<int> length{0};
+    };
+
+    Line& ShortestLine() const {
+        return **std::min_element(
+                lines_.begin(), lines_.end(),
+                [](const auto& left, const auto& right) { return left->length < right->length; });
+    }
+
+    // Among the requests that wait; given back unless it is kept. The first of each line is what
+    // needs a thread.
     struct Place {
         Place(RequestQueue& queue, const Request& request)
                 : queue(queue), tensors(TensorsOf(request)), taken(queue.TakePlace(tensors)) {}
@@ -104,6 +140,7 @@ private:
     // One request as it runs, on the running thread's stack.
     struct Attempt {
         RequestQueue& queue;
+        Strand& strand;
         const AIContext context;  // as it came, for the handler may be writing to the request's
         const Request& request;
         bool givenUp = false;
@@ -113,7 +150,7 @@ private:
             givenUp = queue.ReportLost(context, request.outputs);
             replaced = givenUp && queue.client_->threads.Take();
             if (replaced) {
-                queue.strand_->GoOnWithoutTask();
+                strand.GoOnWithoutTask();
             }
         }
     };
@@ -122,40 +159,58 @@ private:
         return request.inputs.size() + request.outputs.size();
     }
     bool TakePlace(size_t tensors) {
-        const int number = ++waiting_;
-        if (number > kMostWaiting) {
-            ORVA_LOGE("a request while %d others wait", kMostWaiting);
-        } else if (client_->requests.Take()) {
+        if (!TakeTurn()) {
+            return false;
+        }
+        if (client_->requests.Take()) {
             if (client_->tensors.Take(tensors)) {
-                if (number > 1 || client_->threads.Take()) {
-                    return true;
-                }
-                client_->tensors.Give(tensors);
+                return true;
             }
             client_->requests.Give();
         }
-        --waiting_;
+        GiveTurn();
         return false;
     }
     void GivePlace(size_t tensors) {
         client_->tensors.Give(tensors);
         client_->requests.Give();
-        if (--waiting_ == 0) {
+        GiveTurn();
+    }
+    bool TakeTurn() {
+        MutexLock lock(mutex_);
+        if (waiting_ == kMostWaiting) {
+            ORVA_LOGE("a request while %zu others wait", waiting_);
+            return false;
+        }
+        if (waiting_ < lines_.size() && !client_->threads.Take()) {
+            return false;
+        }
+        ++waiting_;
+        return true;
+    }
+    void GiveTurn() {
+        MutexLock lock(mutex_);
+        if (--waiting_ < lines_.size()) {
             client_->threads.Give();
         }
     }
 
     template <class Runner>
-    void Complete(Request& request, const Runner& run) {
+    void Complete(Line& line, Request& request, const Runner& run, Clock::time_point posted) {
         const WorkingScope scope(*client_);
         const size_t tensors = TensorsOf(request);
-        Attempt attempt{*this, request.context, request};
+        Attempt attempt{*this, *line.strand, request.context, request};
         int32_t result = kNodeStopped;
         if (!closed_) {
             Work work(client_, RunTimeout(), [&attempt] { attempt.GiveUp(); });
             Runs(&work.cancellation());
+            const Clock::time_point begun = Clock::now();
             result = work.Outcome(
                     Guarded("request failed", [&] { return run(request, work.cancellation()); }));
+            if (tellsTimes_) {
+                SetTime(request.context, "queueMicros", begun - posted);
+                SetTime(request.context, "runMicros", Clock::now() - begun);
+            }
             RunsNoLonger(&work.cancellation());
         }
         if (!attempt.givenUp) {
@@ -165,6 +220,12 @@ private:
             client_->threads.Give();
         }
         GivePlace(tensors);
+        --line.length;
+    }
+    static void SetTime(AIContext& context, const char* name, Clock::duration time) {
+        context.SetPara(
+                name, std::to_string(
+                              std::chrono::duration_cast<std::chrono::microseconds>(time).count()));
     }
 
     void Runs(Cancellation* cancellation) {
@@ -186,27 +247,29 @@ private:
             MutexLock lock(mutex_);
             receiver = listener_;
         }
-        BlockingScope scope(strand_->executor());
+        BlockingScope scope(executor_);
         receiver->OnProcessDone(context, result, outputs);
     }
 
     // On a thread of its own, since the listener may take long. False when there is none.
     bool ReportLost(const AIContext& context,
                     const std::vector<std::shared_ptr<IAITensor>>& outputs) {
-        return strand_->executor().Post([self = this->shared_from_this(), context, outputs] {
+        return executor_.Post([self = this->shared_from_this(), context, outputs] {
             const WorkingScope scope(*self->client_);
             self->Report(context, kNodeTimedOut, outputs);
         });
     }
 
     const std::shared_ptr<Client> client_;
-    const std::shared_ptr<Strand> strand_;
-    std::atomic<int> waiting_{0};
+    Executor& executor_;
+    std::vector<std::unique_ptr<Line>> lines_;
+    bool tellsTimes_ = false;
     std::atomic<bool> closed_{false};
     std::atomic<bool> listening_{false};  // Once there is a listener, there always is one.
     Mutex mutex_;
     std::shared_ptr<Listener> listener_ ORVA_GUARDED_BY(mutex_);
     std::vector<Cancellation*> running_ ORVA_GUARDED_BY(mutex_);
+    size_t waiting_ ORVA_GUARDED_BY(mutex_) = 0;
 };
 
 }  // namespace orva::reference

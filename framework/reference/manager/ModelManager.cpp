@@ -106,6 +106,8 @@ int32_t ModelManager::Core::Load(const AIConfig& config,
             return kNodeBadModel;
         }
     }
+    queue->SetConcurrency(runnerConfig.concurrency);
+    queue->TellTimes(config.GetPara("times") == "true");
     MutexLock lock(mutex);
     models = set;
     return kNodeOk;

@@ -22,6 +22,7 @@ int32_t OnnxNode::Load(const AIConfig& config, std::vector<AIModelDescription>& 
         ORVA_LOGE("%zu models, one with its bytes is needed", models.size());
         return kNodeBadModel;
     }
+    concurrency_ = runnerConfig.concurrency;
     try {
         runner_ = std::make_unique<OnnxRunner>(ByteRange{models[0].data(), models[0].data_size()},
                                                runnerConfig, cancellation);

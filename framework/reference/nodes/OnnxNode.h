@@ -20,9 +20,11 @@ public:
                  Cancellation& cancellation) override;
     int32_t Check(const Request& request) const override;
     int32_t Run(Request& request, Cancellation& cancellation) override;
+    size_t Concurrency() const override { return concurrency_; }
 
 private:
     std::unique_ptr<OnnxRunner> runner_;
+    size_t concurrency_ = 1;
 };
 
 }  // namespace orva::reference

@@ -7,6 +7,7 @@
 #include <charconv>
 #include <cmath>
 #include <cstdlib>
+#include <optional>
 #include <stdexcept>
 #include <string>
 
@@ -14,6 +15,7 @@
 #include <orva/reference/NodeStatus.h>
 
 #include "base/Log.h"
+#include "onnx/RunProfile.h"
 
 namespace orva::reference {
 
@@ -49,6 +51,17 @@ bool ReadCount(const AIConfig& config, const char* name, size_t most, size_t& va
     return true;
 }
 
+// The same for "true" or "false".
+bool ReadFlag(const AIConfig& config, const char* name, bool& value) {
+    const std::string text = config.GetPara(name);
+    value = text == "true";
+    if (!value && !text.empty() && text != "false") {
+        ORVA_LOGE("parameter %s is neither true nor false: %s", name, OneLine(text).c_str());
+        return false;
+    }
+    return true;
+}
+
 std::vector<BufferView> ViewAll(const std::vector<std::shared_ptr<IAITensor>>& tensors) {
     std::vector<BufferView> views(tensors.size());
     for (size_t i = 0; i < tensors.size(); ++i) {
@@ -64,7 +77,9 @@ std::vector<BufferView> ViewAll(const std::vector<std::shared_ptr<IAITensor>>& t
 bool RunnerConfig::Read(const AIConfig& config) {
     if (!ReadNumber(config, "scale", conversion.scale) ||
         !ReadNumber(config, "bias", conversion.bias) ||
-        !ReadCount(config, "threads", kMostThreads, engine.threads)) {
+        !ReadCount(config, "threads", kMostThreads, engine.threads) ||
+        !ReadCount(config, "concurrency", kMostConcurrent, concurrency) ||
+        !ReadFlag(config, "profile", profile)) {
         return false;
     }
     try {
@@ -98,6 +113,10 @@ int32_t OnnxRunner::Run(Request& request, Cancellation& cancellation) const {
     const std::vector<BufferView> inputs = ViewAll(request.inputs);
     const std::vector<BufferView> outputs = ViewAll(request.outputs);
     Ort::RunOptions options;
+    std::optional<RunProfile> profile;
+    if (config_.profile) {
+        profile.emplace(options);
+    }
     const Cancellation::Listener listener(cancellation, [&options] { options.SetTerminate(); });
     const std::vector<Dims> made = engine_.Run(inputs, outputs, Settle(request, inputs, outputs),
                                                config_.conversion, options);
@@ -107,6 +126,9 @@ int32_t OnnxRunner::Run(Request& request, Cancellation& cancellation) const {
             SetShape(*request.outputs[i], made[i]);
             request.context.SetPara("shape:" + output.name, TextOf(made[i]));
         }
+    }
+    if (profile) {
+        request.context.SetPara("profile", profile->Table());
     }
     return kNodeOk;
 }

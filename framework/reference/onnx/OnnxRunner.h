@@ -16,13 +16,20 @@ namespace orva::reference {
 // What a session's configuration says of its models:
 //   scale, bias      numbers: bytes that are given for a float input become byte * scale + bias
 //   threads          how many threads a request runs on; 1 when not given
+//   concurrency      how many requests of the session may run at a time, and so end in another
+//                    order than they came in; 1 when not given
+//   profile          "true": the context of each result has the parameter "profile", as RunProfile
 //   shape:INPUT, dimension:NAME    as ShapeChoices
 struct RunnerConfig {
     ByteConversion conversion;
     EngineOptions engine;
     ShapeChoices shapes;
 
+    size_t concurrency = 1;
+    bool profile = false;
+
     static constexpr size_t kMostThreads = 64;
+    static constexpr size_t kMostConcurrent = 16;
 
     // False, with a line in the log, when a parameter has no meaning.
     bool Read(const AIConfig& config);

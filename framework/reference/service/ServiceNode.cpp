@@ -51,7 +51,12 @@ int32_t ServiceNode::Init(const AIConfig& config, std::vector<AIModelDescription
     return core_->init.Try([&] {
         Work work(core_->queue->client(), LoadTimeout());
         return work.Outcome(Guarded("loading failed", [&] {
-            return core_->handler->Load(config, models, work.cancellation());
+            const int32_t loaded = core_->handler->Load(config, models, work.cancellation());
+            if (loaded == kNodeOk) {
+                core_->queue->SetConcurrency(core_->handler->Concurrency());
+                core_->queue->TellTimes(config.GetPara("times") == "true");
+            }
+            return loaded;
         }));
     });
 }

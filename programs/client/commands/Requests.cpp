@@ -4,6 +4,7 @@
  */
 #include "client/commands/Requests.h"
 
+#include <cstdio>
 #include <functional>
 #include <memory>
 
@@ -11,6 +12,7 @@
 #include <nlohmann/json.hpp>
 
 #include "client/lib/ManagerSession.h"
+#include "client/perf/ServiceTimes.h"
 #include "client/report/Progress.h"
 
 namespace orva::client {
@@ -21,6 +23,16 @@ namespace {
 std::string contextOf(const RequestOptions& options) {
     return nlohmann::json{{"model", options.modelName}}.dump(
             -1, ' ', true, nlohmann::json::error_handler_t::replace);
+}
+
+// The configuration, which has the service tell how long requests wait and run.
+std::string askForTimes(const std::string& config) {
+    auto parameters = nlohmann::json::parse(config.empty() ? "{}" : config, nullptr, false);
+    if (!parameters.is_object()) {
+        return config;  // The service says what is wrong with it.
+    }
+    parameters["times"] = "true";
+    return parameters.dump(-1, ' ', true, nlohmann::json::error_handler_t::replace);
 }
 
 }  // namespace
@@ -66,7 +78,14 @@ void checkRequestOptions(const RequestOptions& options) {
 }
 
 std::string RequestTimes::text() const {
-    return latency.text() + "; the session opened in " + milliseconds(opening);
+    std::string text = latency.text() + "; the session opened in " + milliseconds(opening);
+    if (running.count() != 0) {
+        char split[80];
+        snprintf(split, sizeof split, "; at the median %.2f ms queued, %.2f ms run",
+                 queueing.percentile(0.5), running.percentile(0.5));
+        text += split;
+    }
+    return text;
 }
 
 Requester::Requester(const Connection& connection, const RequestOptions& options,
@@ -74,6 +93,7 @@ Requester::Requester(const Connection& connection, const RequestOptions& options
                      const std::vector<Model>& models, const std::vector<Tensor>& inputs,
                      const std::vector<Tensor>& outputs, int32_t clientId)
         : outputs_(outputs.size()) {
+    const std::string timed = askForTimes(config);
     // Both hold on to the session, which is closed when they go.
     const auto keep = [this](const auto& session, const auto& start) {
         start_ = [session, start] { start(*session); };
@@ -83,7 +103,7 @@ Requester::Requester(const Connection& connection, const RequestOptions& options
         const auto service = connect<AIService>(connection, kMayTakeLong);
         const Stopwatch watch;
         const auto session = withProgress("opening the session", [&] {
-            return std::make_shared<Session>(service, clientId, nodeType, config, models);
+            return std::make_shared<Session>(service, clientId, nodeType, timed, models);
         });
         opening_ = watch.elapsed();
         keep(session, [&inputs, &outputs](Session& s) { s.send("", inputs, outputs); });
@@ -92,7 +112,7 @@ Requester::Requester(const Connection& connection, const RequestOptions& options
     const auto service = connect<ModelManagerService>(connection, kMayTakeLong);
     const Stopwatch watch;
     const auto session = withProgress("opening the session", [&] {
-        return std::make_shared<ManagerSession>(service, clientId, config, models);
+        return std::make_shared<ManagerSession>(service, clientId, timed, models);
     });
     opening_ = watch.elapsed();
     const std::string context = contextOf(options);
@@ -124,13 +144,17 @@ RequestTimes request(const Connection& connection, const RequestOptions& options
                      const std::vector<Model>& models, const std::vector<Tensor>& inputs,
                      const std::vector<Tensor>& outputs) {
     Requester requester(connection, options, nodeType, config, models, inputs, outputs);
-    RequestTimes times = {requester.opening(), {}, ""};
+    RequestTimes times = {requester.opening(), {}, {}, {}, ""};
     Progress progress("requests", options.repeat);
     for (size_t i = 0; i < options.repeat; ++i) {
         const Stopwatch watch;
         requester.start();
         const Completion completion = requester.finish();
         times.latency.add(watch.elapsed());
+        if (const auto service = serviceTimes(completion.context)) {
+            times.queueing.add(service->queue);
+            times.running.add(service->run);
+        }
         times.context = completion.context;
         progress.update(i + 1);
     }

@@ -36,7 +36,8 @@ void checkRequestOptions(const RequestOptions& options);
 struct RequestTimes {
     std::chrono::nanoseconds opening;  // Of the session.
     Latency latency;
-    std::string context;  // Of the last result.
+    Latency queueing, running;  // Of it, as far as the service tells.
+    std::string context;        // Of the last result.
 
     // One line, for people.
     std::string text() const;

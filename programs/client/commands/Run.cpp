@@ -12,6 +12,7 @@
 #include "client/commands/Requests.h"
 #include "client/commands/RunTensors.h"
 #include "client/io/Output.h"
+#include "client/report/Profile.h"
 
 namespace orva::client {
 
@@ -24,6 +25,7 @@ struct Options {
     std::string bias;
     std::string outputFolder;
     RequestOptions request;
+    bool profile = false;
     bool json = false;
 };
 
@@ -34,6 +36,9 @@ std::string configOf(const Options& options) {
     }
     if (!options.bias.empty()) {
         config["bias"] = options.bias;
+    }
+    if (options.profile) {
+        config["profile"] = "true";
     }
     for (const std::string& shape : options.sources.inputShapes) {
         const size_t middle = shape.rfind('=');
@@ -49,7 +54,10 @@ void print(const RunTensors& tensors, const RequestTimes& times, const Options& 
         for (const OutputSummary& summary : summaries) {
             outputs.push_back(summary.json());
         }
-        const nlohmann::json json = {{"outputs", outputs}, {"latency", times.latency.json()}};
+        nlohmann::json json = {{"outputs", outputs}, {"latency", times.latency.json()}};
+        if (options.profile) {
+            json["profile"] = profileOf(times.context);
+        }
         puts(json.dump(2, ' ', true, nlohmann::json::error_handler_t::replace).c_str());
         return;
     }
@@ -57,6 +65,9 @@ void print(const RunTensors& tensors, const RequestTimes& times, const Options& 
         puts(summary.text().c_str());
     }
     puts(times.text().c_str());
+    if (options.profile) {
+        puts(profileText(profileOf(times.context)).c_str());
+    }
 }
 
 void run(const Connection& connection, const Options& options) {
@@ -91,6 +102,7 @@ void addRun(CLI::App* app, const Connection* connection) {
                        {"run --model m.onnx --image p.png --scale 0.00392 --json",
                         "run --model m.onnx --input a.bin --input b.bin --output results/",
                         "run --node echo --input a.bin --repeat 1000",
+                        "run --model m.onnx --repeat 3 --profile",
                         "run --service model-manager --bind --model a.orva --input a.bin"});
     const auto options = std::make_shared<Options>();
     RunSources& sources = options->sources;
@@ -118,6 +130,8 @@ void addRun(CLI::App* app, const Connection* connection) {
     command->add_option("--bias", options->bias, "See --scale")->check(number);
     command->add_option("--output", options->outputFolder,
                         "Folder to save the bytes of each output in");
+    command->add_flag("--profile", options->profile,
+                      "Print the slowest operators of the last request, which takes longer for it");
     command->add_flag("--json", options->json, "Print JSON");
     command->callback([connection, options, node] {
         checkRequestOptions(options->request);

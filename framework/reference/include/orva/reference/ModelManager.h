@@ -23,17 +23,27 @@ namespace orva::reference {
 //   BuildModel wrote. A built model of one source is loaded under the description's name, or its
 //   own where that is empty; one of several is loaded under its sources' own names, each behind
 //   the description's name and '/' where there is one. Names must differ.
-// - A configuration may have "scale" and "bias", numbers that are true for all models: bytes that
-//   are given for a float input become byte * scale + bias.
+// - A configuration may have parameters that are true for all models:
+//   scale, bias        numbers: bytes that are given for a float input become byte * scale + bias
+//   threads            how many threads a request runs on, up to 64; 1 when not given
+//   concurrency        how many requests run at a time, up to 16, and so end in another order than
+//                      they came in; 1 when not given
+//   times              "true": each result's context has "queueMicros" and "runMicros", how long
+//   the
+//                      request waited and ran
+//   profile            "true": each result's context has "profile", where the time went
+//   shape:INPUT, dimension:NAME    for what a model leaves open
 // - A context names the model of a request or a binding, "model". The empty name, here and in
 //   GetModelIOTensorDim, means the model when there is only one.
 // - Tensors come in the order of the model's graph. Only the model's own dimensions count: a tensor
-//   fits when its data type and its bytes do. Dimensions that a model leaves open are 1.
+//   fits when its data type and its bytes do. Dimensions that a model leaves open are settled by
+//   the configuration, the request's context or the tensors, or the request is refused.
 // - `processArg` and `buildParam` have no meaning here; the latter is kept in what is built.
 //
-// Requests of one manager run one at a time and in order, on an executor's threads. Each accepted
-// one is reported exactly once, also after the manager has gone: those that are still waiting then
-// end with kNodeStopped. A listener must have been registered before the first one.
+// Requests of one manager run one at a time and in order, unless its configuration says otherwise,
+// on an executor's threads. Each accepted one is reported exactly once, also after the manager has
+// gone: those that are still waiting then end with kNodeStopped. A listener must have been
+// registered before the first one.
 class ModelManager : public AIModelManager {
 public:
     // Models that one session loads, and sources of one build, at most.

@@ -10,7 +10,7 @@ namespace orva::reference {
 
 // Counted up whenever a node that was compiled before can no longer be run: a class here or in the
 // framework's API has changed.
-constexpr uint32_t kNodeLibraryVersion = 1;
+constexpr uint32_t kNodeLibraryVersion = 2;
 
 // What a shared object tells of itself that brings node types along, for `orva-host --load`. It
 // defines the one variable below:

@@ -4,6 +4,7 @@
  */
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <memory>
 #include <vector>
@@ -39,11 +40,15 @@ public:
     // calls at a time, also beside Run.
     virtual int32_t Check(const Request& request) const = 0;
 
-    // Runs a request that fits and returns its result. One call at a time, in the requests' order,
-    // on the executor's threads. What it throws becomes kNodeFailed. A call that goes on although
-    // it was cancelled is given up: its client is told so, its result is dropped, and the next one
-    // may begin beside it.
+    // Runs a request that fits and returns its result, on the executor's threads. One call at a
+    // time, in the requests' order, unless Concurrency says otherwise. What it throws becomes
+    // kNodeFailed. A call that goes on although it was cancelled is given up: its client is told
+    // so, its result is dropped, and the next one may begin beside it.
     virtual int32_t Run(Request& request, Cancellation& cancellation) = 0;
+
+    // How many calls of Run there may be at a time; asked once, after a Load that succeeded. With
+    // more than one, requests may end in another order than they came in.
+    virtual size_t Concurrency() const { return 1; }
 };
 
 }  // namespace orva::reference

@@ -15,9 +15,11 @@
 
 namespace orva::reference {
 
-// A service node around a handler. It runs requests on an executor, one at a time and in order,
-// and reports each accepted one exactly once, also after the node itself has gone: requests that
-// are still waiting then end with kNodeStopped.
+// A service node around a handler. It runs requests on an executor, one at a time and in order
+// unless the handler says otherwise, and reports each accepted one exactly once, also after the
+// node itself has gone: requests that are still waiting then end with kNodeStopped. Where the
+// configuration has "times" as "true", the context of one that has run says for how many
+// microseconds it waited and ran, in "queueMicros" and "runMicros".
 class ServiceNode : public AIServiceBase {
 public:
     explicit ServiceNode(std::unique_ptr<RequestHandler> handler,

@@ -1,0 +1,114 @@
+/*
+ * Copyright (C) 2026 The orva project
+ * SPDX-License-Identifier: Apache-2.0
+ */
+#include "onnx/RunProfile.h"
+
+#include <cstdlib>
+#include <filesystem>
+#include <iterator>
+#include <optional>
+
+#include <gtest/gtest.h>
+#include <orva/reference/NodeStatus.h>
+#include <nlohmann/json.hpp>
+
+#include "OnnxWriter.h"
+#include "Support.h"
+#include "onnx/OnnxRunner.h"
+
+namespace orva::reference {
+namespace {
+
+using namespace test::onnx;
+using nlohmann::json;
+
+// y = Relu(x * w), the product being much more work.
+std::string Product() {
+    constexpr int64_t kSide = 256;
+    const std::vector<float> ones(kSide * kSide, 1);
+    return Model(Input("x", {kSide, kSide}) + Output("y", {kSide, kSide}) +
+                 Initializer(Tensor("w", {kSide, kSide}, Raw(ones))) +
+                 Node("MatMul", {"x", "w"}, {"p"}) + Node("Relu", {"p"}, {"y"}));
+}
+
+// In a folder for temporary files that nobody else uses.
+class RunProfiles : public testing::Test {
+protected:
+    RunProfiles() {
+        EXPECT_NE(nullptr, mkdtemp(folder_));
+        setenv("TMPDIR", folder_, 1);
+    }
+    ~RunProfiles() override {
+        EXPECT_EQ(0, Files());
+        unsetenv("TMPDIR");
+        std::filesystem::remove_all(folder_);
+    }
+
+    int Files() const {
+        const std::filesystem::directory_iterator files(folder_);
+        return static_cast<int>(std::distance(begin(files), end(files)));
+    }
+
+private:
+    char folder_[32] = "/tmp/orva_profiles_XXXXXX";
+};
+
+TEST_F(RunProfiles, TellTheSlowestOperatorsOfARunWhenTheConfigurationAsksForThem) {
+    const struct {
+        const char* profile;
+        bool accepted, told;
+    } cases[] = {{"", true, false},
+                 {"false", true, false},
+                 {"true", true, true},
+                 {"/etc/passwd", false, false}};
+    const std::string model = Product();
+    for (const auto& each : cases) {
+        SCOPED_TRACE(each.profile);
+        AIConfig config;
+        if (*each.profile != '\0') {
+            config.SetPara("profile", each.profile);
+        }
+        RunnerConfig read;
+        ASSERT_EQ(each.accepted, read.Read(config));
+        if (!each.accepted) {
+            continue;
+        }
+        Cancellation cancellation;
+        const OnnxRunner runner(Range(model), read, cancellation);
+        Request request;
+        request.inputs = {test::Floats(std::vector<float>(256 * 256, 1))};
+        request.outputs = {test::Floats(std::vector<float>(256 * 256))};
+        ASSERT_EQ(kNodeOk, runner.Run(request, cancellation));
+        EXPECT_EQ(0, Files());
+        const std::string told = request.context.GetPara("profile");
+        ASSERT_EQ(each.told, !told.empty());
+        if (each.told) {
+            const json table = json::parse(told);
+            ASSERT_EQ(2u, table.size()) << told;
+            EXPECT_EQ("MatMul", table[0]["operator"]);
+            EXPECT_EQ("Relu", table[1]["operator"]);
+            EXPECT_EQ(1, table[0]["calls"]);
+            EXPECT_LT(0, table[0]["micros"]);
+        }
+    }
+}
+
+TEST_F(RunProfiles, LookAtOneRunAtATime) {
+    Ort::RunOptions first, second;
+    std::optional<RunProfile> profile(std::in_place, first);
+    EXPECT_EQ(1, Files());
+    {
+        const RunProfile another(second);
+        EXPECT_EQ(1, Files());
+        EXPECT_EQ("", another.Table());
+    }
+    profile.reset();
+    EXPECT_EQ(0, Files());
+    const RunProfile next(second);
+    EXPECT_EQ(1, Files());
+    EXPECT_EQ("", next.Table()) << "nothing has run";
+}
+
+}  // namespace
+}  // namespace orva::reference
