@@ -24,8 +24,8 @@ namespace orva::hidl {
 enum class SessionState { kOpening, kOpen, kNotOpened, kEnded };
 
 // What a service keeps of a session besides the framework's object: whose it is, where it stands,
-// what it has done. Requests in flight own it beyond the session's end; the service outlives it.
-// Every operation may be called from any thread.
+// what it has done. Requests in flight own it beyond the session's end, and the service outlives
+// them. Every operation may be called from any thread.
 class SessionRecord {
 public:
     // Made in the client's call, and shown among the service's sessions from here on. `type` is the
@@ -34,7 +34,12 @@ public:
             : service_(service), id_(std::move(id)), type_(type, 0, kLongestType) {
         service_.Show(this);
     }
-    ~SessionRecord() { service_.Hide(this); }
+    ~SessionRecord() {
+        // One that has ended may outlive the service.
+        if (!HasEnded()) {
+            service_.Hide(this);
+        }
+    }
     SessionRecord(const SessionRecord&) = delete;
     SessionRecord& operator=(const SessionRecord&) = delete;
 
