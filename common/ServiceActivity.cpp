@@ -59,7 +59,8 @@ void ServiceActivity::Hide(const SessionRecord* session) {
 void ServiceActivity::Keep(const LogSource& source, int32_t status, const std::string& client,
                            std::string text) {
     ++refusals_;
-    RefusedCall call = {MonotonicNow(),  client, ProgramOf(std::atoi(client.c_str())),
+    const auto pid = static_cast<int32_t>(std::strtol(client.c_str(), nullptr, 10));
+    RefusedCall call = {MonotonicNow(),  client, ProgramOf(pid),
                         source.function, status, std::move(text)};
     const MutexLock lock(mutex_);
     latest_.push_back(std::move(call));
