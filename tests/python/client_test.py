@@ -189,6 +189,7 @@ class NodeTest(unittest.TestCase):
             orva.Session(node="nobody")
         self.assertGreater(unknown.exception.status, 0)
         self.assertIn(f"status {unknown.exception.status}", unknown.exception.reason)
+        self.assertIn("create AIService type nobody error", unknown.exception.reason)
         with orva.Session(node="echo") as session:
             short = orva.empty(3)
             with self.assertRaises(orva.ServiceError) as misfit:
@@ -201,6 +202,15 @@ class NodeTest(unittest.TestCase):
         with self.assertRaises(orva.ServiceError) as nobody:
             orva.Session(node="echo", instance="elsewhere")
         self.assertEqual(nobody.exception.status, -1)
+
+    def test_sessions_come_and_go(self):
+        # Between two of them nothing is held of the host, so each connects anew.
+        for value in range(100):
+            with self.assertRaises(orva.ServiceError):
+                orva.Session(node="nobody")
+            with orva.Session(node="echo") as session:
+                self.assertEqual(session.run(numpy.full(4, value, numpy.float32)).max(), value)
+            del session
 
     def test_threads_share_a_session(self):
         wrong = []
