@@ -17,6 +17,8 @@ const std::vector<Attack>& attacks() {
              shrinkHugePageRegion},
             {"foreign-regions", "sends pipes, sockets, devices and ordinary files as regions",
              foreignRegions},
+            {"silent-files", "sends files of a file system that it serves no longer as regions",
+             silentFiles},
             {"nested-calls",
              "calls the other service from callbacks, while 16 clients open and close sessions",
              nestedCalls},

@@ -20,16 +20,27 @@ using std::chrono::microseconds;
 
 // Every attack that the program knows.
 const char* const kAttacks[] = {
-        "shrink-sparse-region",  "shrink-huge-page-region",
-        "foreign-regions",       "nested-calls",
-        "slow-checks",           "slow-requests",
-        "slow-call-in-callback", "unanswered-callbacks",
-        "many-sessions",         "many-listeners",
-        "unmappable-inits",      "killed-before-listener",
-        "huge-models",           "held-requests",
-        "reused-process-number", "many-connections",
-        "half-messages",         "full-pipe-dumps",
-        "forged-log-lines",      "log-flood",
+        "shrink-sparse-region",
+        "shrink-huge-page-region",
+        "foreign-regions",
+        "silent-files",
+        "nested-calls",
+        "slow-checks",
+        "slow-requests",
+        "slow-call-in-callback",
+        "unanswered-callbacks",
+        "many-sessions",
+        "many-listeners",
+        "unmappable-inits",
+        "killed-before-listener",
+        "huge-models",
+        "held-requests",
+        "reused-process-number",
+        "many-connections",
+        "half-messages",
+        "full-pipe-dumps",
+        "forged-log-lines",
+        "log-flood",
 };
 
 constexpr int kHonestClients = 4;

@@ -12,6 +12,7 @@ namespace orva::attack {
 void shrinkSparseRegion(std::chrono::seconds length);
 void shrinkHugePageRegion(std::chrono::seconds length);
 void foreignRegions(std::chrono::seconds length);
+void silentFiles(std::chrono::seconds length);
 
 // Calls and callbacks that take for ever.
 void nestedCalls(std::chrono::seconds length);
