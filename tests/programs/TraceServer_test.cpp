@@ -29,7 +29,9 @@ protected:
                   const std::lock_guard<std::mutex> lock(mutex_);
                   watched_ = on;
                   changed_.notify_all();
-              })) {}
+              })) {
+        server_->start();
+    }
     ~TraceServerTest() override {
         server_.reset();
         std::filesystem::remove_all(folder_);

@@ -132,6 +132,8 @@ CallTrace::CallTrace(const std::string& folder) : server_(folder, orva_platform:
             // Out of memory: this one is not shown.
         }
     });
+    // Only now, since whoever watches has calls observed.
+    server_.start();
 }
 
 }  // namespace orva::host

@@ -173,6 +173,9 @@ TraceServer::TraceServer(const std::string& folder, std::function<void(bool)> wa
         listen(listening_, static_cast<int>(kMostReaders)) != 0) {
         throw std::system_error(errno, std::generic_category(), "cannot serve " + file_);
     }
+}
+
+void TraceServer::start() {
     thread_ = std::thread([this] { run(); });
 }
 
@@ -182,7 +185,9 @@ TraceServer::~TraceServer() {
         stopping_ = true;
     }
     wake();
-    thread_.join();
+    if (thread_.joinable()) {
+        thread_.join();
+    }
     unlinkat(folder_, file_.c_str(), 0);
 }
 

@@ -25,11 +25,14 @@ class TraceServer {
 public:
     // `watched` is told whether there is anybody to publish for, on the server's own thread, and
     // with false on its destruction. Throws std::system_error when the socket cannot be made.
+    // Serves nobody before start().
     TraceServer(const std::string& folder, std::function<void(bool)> watched);
     // Everybody who reads gets the end of the file.
     ~TraceServer();
     TraceServer(const TraceServer&) = delete;
     TraceServer& operator=(const TraceServer&) = delete;
+
+    void start();
 
     // Whether anybody wants to hear of a client. From any thread, as is publish().
     bool isWanted(pid_t client);
