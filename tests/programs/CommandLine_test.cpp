@@ -79,6 +79,21 @@ TEST_F(CommandLine, StretchesAPictureToTheModelsInput) {
     EXPECT_EQ(json::parse(outcome.output)["outputs"][0]["first"], json::array({81, 101, 121}));
 }
 
+TEST_F(CommandLine, ShowsWhereTheTimeWent) {
+    startHost();
+    const std::string model = ORVA_ONNX_CASES "/test_relu/model.onnx";
+    for (const char* const service : {"ai", "model-manager"}) {
+        const Outcome outcome =
+                orva({"run", "--model", model, "--service", service, "--profile", "--json"});
+        ASSERT_EQ(outcome.code, 0) << outcome.errors;
+        const json profile = json::parse(outcome.output)["profile"];
+        ASSERT_EQ(profile.size(), 1u) << outcome.output;
+        EXPECT_EQ(profile[0]["operator"], "Relu");
+        const Outcome plain = orva({"run", "--model", model, "--service", service});
+        EXPECT_NE(plain.output.find(" ms queued, "), std::string::npos) << plain.output;
+    }
+}
+
 // Compiled, checked, asked about and run in both forms; refused once a byte of it is another.
 TEST_F(CommandLine, CompilesAModelAndRunsIt) {
     startHost();
