@@ -210,27 +210,26 @@ TEST_F(Calls, ReachAClientThatHasClosedItsChannel) {
 
 // A server that holds a lock meanwhile holds up nobody with it, and loses nothing.
 TEST_F(Calls, MayReturnBeforeTheirAnswerAndWaitForItLater) {
-    struct Worker : Probe {
+    struct Worker : Called {
+        using Called::Called;
         Return<void> work(uint32_t) override {
-            act();
+            mAct();
             return android::hardware::Void();
         }
-        std::function<void()> act = [] {};
     };
     const auto noted = [&](std::vector<int32_t> expected) {
         expected.insert(expected.begin(), 0);  // From the start.
         return eventually([&] { return notes() == expected; });
     };
-    const sp<Worker> worker = new Worker;
-    expectOk(mProbe->hold(worker));
+    expectOk(mProbe->hold(new Worker([] {})));
     expectOk(mProbe->haveHeldWork());
     EXPECT_TRUE(noted({1, 2})) << "answered at once";
     // What is called from inside it is served after the call's return, too.
-    worker->act = [&] {
+    expectOk(mProbe->hold(new Worker([&] {
         expectOk(mProbe->ping());
         expectOk(mProbe->ping());
         EXPECT_TRUE(noted({1, 2, 1})) << "has returned, and the answer is waited for";
-    };
+    })));
     expectOk(mProbe->haveHeldWork());
     EXPECT_TRUE(noted({1, 2, 1, 2}));
     expectOk(mProbe->hold(nullptr));
