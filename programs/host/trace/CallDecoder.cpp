@@ -19,7 +19,6 @@ namespace orva::host {
 
 namespace {
 
-using android::hardware::hidl_handle;
 using android::hardware::hidl_memory;
 using android::hardware::hidl_string;
 using android::hardware::hidl_vec;
