@@ -67,7 +67,7 @@ protected:
                 }
                 read_.append(bytes, static_cast<size_t>(size));
             }
-            const std::string line = read_.substr(begin_, end - begin_);
+            std::string line = read_.substr(begin_, end - begin_);
             begin_ = end + 1;
             return line;
         }
@@ -154,6 +154,7 @@ TEST_F(TraceServerTest, LosesLinesOfAReaderThatIsTooSlowAndSaysHowMany) {
 
 TEST_F(TraceServerTest, HasRoomForAFewReaders) {
     std::vector<std::unique_ptr<Reader>> readers;
+    readers.reserve(8);
     for (int i = 0; i < 8; ++i) {
         readers.push_back(watch("[]\n"));
     }
