@@ -42,7 +42,7 @@ struct PeerLimits {
 void setPeerLimits(const PeerLimits& limits);
 
 // For a thread that holds what others wait for, such as a lock, while it calls a client. From
-// deferAnswer on, its next call to a client is waited for a few milliseconds, and no longer than
+// deferAnswer on, its next call to a client is waited for 50 ms, and no longer than
 // until the client calls from inside it; then it returns as if the client had answered that it is
 // done, with no results. awaitAnswer, which comes when nothing is held any more, waits for the
 // answer and serves what the client calls meanwhile, in the limits of any call. A client that takes

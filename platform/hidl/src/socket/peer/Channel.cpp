@@ -32,9 +32,10 @@ constexpr TimeLimit kOnewaySendLimit{1000};
 // How long an answer may wait for room: its caller waits for it, and so takes it at once.
 constexpr TimeLimit kReplySendLimit{2000};
 
-// How long a client is waited for at first. Afterwards the caller does not wait if it need not, or
+// How long a client is waited for at first: as long as those take that do what they should, and no
+// longer than others can wait meanwhile. Afterwards the caller does not wait if it need not, or
 // looks at a clock.
-constexpr TimeLimit kPatience{5};
+constexpr TimeLimit kPatience{50};
 
 // How long a call that may be late may wait for room.
 constexpr TimeLimit kLateSendLimit{20};
