@@ -131,7 +131,8 @@ int runServiceClient(const Control& control, const std::string& model, const std
     if (how == Tensors::kSent) {
         orva::client::Session session(orva::client::findService<orva::client::AIService>(), 1,
                                       "onnx", "", models);
-        return obey(session, [&](auto& with) { with.send("", inputs, outputs); });
+        return obey(session,
+                    [&in = inputs, &out = outputs](auto& with) { with.send("", in, out); });
     }
     orva::client::ManagerSession session(
             orva::client::findService<orva::client::ModelManagerService>(), 1, "", models);
