@@ -63,16 +63,16 @@ std::vector<Model> readSources(const std::vector<std::string>& paths, Report* re
     return sources;
 }
 
-// A build that fails does not say at what, so each source is asked about.
-[[noreturn]] void blame(ModelManagerService& service, const std::vector<Model>& sources,
-                        const Options& options, const ServiceError& failure) {
+// A build that fails does not say at what, so each source is asked about. Throws what is wrong with
+// the first that cannot be run.
+void blame(ModelManagerService& service, const std::vector<Model>& sources,
+           const Options& options) {
     for (size_t i = 0; i < sources.size(); ++i) {
         if (const int32_t status = checkCompatibility(service, sources[i])) {
             throw std::runtime_error("cannot compile " + options.sources[i] + ": " +
                                      refusalText(sources[i], status, {&service, 0}));
         }
     }
-    throw failure;
 }
 
 size_t build(ModelManagerService& service, const std::vector<Model>& sources,
@@ -81,8 +81,9 @@ size_t build(ModelManagerService& service, const std::vector<Model>& sources,
     try {
         return withProgress("compiling",
                             [&] { return session.build(sources, output, options.param); });
-    } catch (const ServiceError& failure) {
-        blame(service, sources, options, failure);
+    } catch (const ServiceError&) {
+        blame(service, sources, options);
+        throw;
     }
 }
 

@@ -16,7 +16,7 @@ using CallObserverFunction = android::hardware::details::HidlInstrumentor::Instr
 
 // Set it once, before it is asked for first; it stays for as long as the process. It is called by
 // many threads at once, and must not throw.
-void setCallObserver(CallObserverFunction observer);
+void setCallObserver(const CallObserverFunction& observer);
 
 // Calls that begin from here on are told of, or no longer. While they are not, a call costs the
 // look at one flag. From any thread.

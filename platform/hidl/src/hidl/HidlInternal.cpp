@@ -10,7 +10,6 @@
 
 #include <cinttypes>
 #include <cstdio>
-#include <utility>
 
 #include <log/log.h>
 #include <orva_platform/CallObserver.h>
@@ -46,8 +45,8 @@ HidlInstrumentor::~HidlInstrumentor() = default;
 void HidlInstrumentor::configureInstrumentation(bool /*log*/) {}
 
 struct CallObserver {
-    static void set(HidlInstrumentor::InstrumentationCallback observer) {
-        HidlInstrumentor::mInstrumentationCallbacks.assign(1, std::move(observer));
+    static void set(const HidlInstrumentor::InstrumentationCallback& observer) {
+        HidlInstrumentor::mInstrumentationCallbacks.assign(1, observer);
     }
     static void enable(bool on) { HidlInstrumentor::mEnableInstrumentation.turn(on); }
 };
@@ -58,8 +57,8 @@ namespace orva_platform {
 
 using android::hardware::details::CallObserver;
 
-void setCallObserver(CallObserverFunction observer) {
-    CallObserver::set(std::move(observer));
+void setCallObserver(const CallObserverFunction& observer) {
+    CallObserver::set(observer);
 }
 
 void observeCalls(bool on) {

@@ -37,7 +37,7 @@ void setServiceDirectory(const std::string& path) {
 }
 
 std::string serviceDirectory() {
-    if (const std::string set = transportSettings().directory.get(); !set.empty()) {
+    if (std::string set = transportSettings().directory.get(); !set.empty()) {
         return set;
     }
     if (const char* given = getenv("ORVA_SERVICE_DIR"); given != nullptr && *given != '\0') {
