@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <charconv>
 #include <csignal>
 #include <filesystem>
 #include <optional>
@@ -52,7 +53,8 @@ void removeStale(const std::string& folder) {
     for (const auto& entry : std::filesystem::directory_iterator(folder, error)) {
         const std::string name = entry.path().filename();
         if (name.compare(0, prefix.size(), prefix) == 0) {
-            const int pid = std::atoi(name.c_str() + prefix.size());
+            int pid = 0;  // Stays so for what is no number, or too large.
+            std::from_chars(name.data() + prefix.size(), name.data() + name.size(), pid);
             if (pid > 0 && kill(pid, 0) != 0 && errno == ESRCH) {
                 std::filesystem::remove(entry.path(), error);
             }
