@@ -7,6 +7,7 @@
 #include <gtest/gtest.h>
 
 #include "support/CallingProcess.h"
+#include "support/Machine.h"
 #include "support/ResourceTest.h"
 #include "support/Seam.h"
 
@@ -75,7 +76,7 @@ TEST_F(ClientProcessTest, NeverEndsWhereItHasNoNumber) {
 }
 
 TEST_F(ClientProcessTest, HasAProgramWhileItRuns) {
-    EXPECT_EQ("common_test", ProgramOf(getpid()));
+    EXPECT_EQ(test::programOf("common_test"), ProgramOf(getpid()));
     EXPECT_EQ("", ProgramOf(-1));
 }
 
