@@ -51,8 +51,9 @@ std::shared_ptr<Peer> Peers::find(int connection, bool forServing, std::shared_p
         }
     }
     entry = std::make_shared<Peer>(identity);
-    entry->watch(std::move(process));
+    // Before it is watched: once it has ended, this would be done at once, and wants the lock.
     entry->afterEnd([this, pid = identity.pid, made = entry.get()] { forget(pid, made); });
+    entry->watch(std::move(process));
     return entry;
 }
 
