@@ -17,4 +17,11 @@ inline int64_t MonotonicNow() {
     return int64_t{now.tv_sec} * 1'000'000'000 + now.tv_nsec;
 }
 
+// The same to the nanosecond, for what is measured: it takes 23 ns to read, the other 3.
+inline int64_t ExactNow() {
+    timespec now = {};
+    clock_gettime(CLOCK_MONOTONIC, &now);
+    return int64_t{now.tv_sec} * 1'000'000'000 + now.tv_nsec;
+}
+
 }  // namespace orva::hidl

@@ -28,15 +28,40 @@ struct RefusedCall {
     std::string text;  // as in the log, or cut; empty when nothing was logged
 };
 
-// A count of requests. Each that begins ends once.
-struct RequestCount {
-    std::atomic<uint64_t> inFlight{0}, done{0};
+// A count of requests, and how long they take. Each that begins ends once, at times of ExactNow().
+class RequestCount {
+public:
+    struct Seen {
+        uint64_t inFlight, done;
+        // What all requests have taken together, those in flight as far as they have got, and those
+        // that were refused, too. For differences: it starts again from 0 after kMostMicros.
+        uint64_t micros;
+    };
 
-    void Begin() { inFlight.fetch_add(1, std::memory_order_relaxed); }
-    void End(bool isDone) {
-        inFlight.fetch_sub(1, std::memory_order_relaxed);
-        done.fetch_add(isDone ? 1 : 0, std::memory_order_relaxed);
+    void Begin(int64_t now) { state_.fetch_add(1 - TimeOf(now), std::memory_order_release); }
+    void End(int64_t now, bool isDone) {
+        state_.fetch_add(TimeOf(now) - 1, std::memory_order_release);
+        done_.fetch_add(isDone ? 1 : 0, std::memory_order_relaxed);
     }
+    Seen Look() const {
+        const uint64_t done = done_, state = state_.load(std::memory_order_acquire);
+        const uint64_t inFlight = state & kMostInFlight;
+        // Read last: no request that is seen to have begun may have done so later.
+        return {inFlight, done, (state + inFlight * TimeOf(ExactNow())) >> kCountBits};
+    }
+
+    static constexpr unsigned kCountBits = 20;
+    static constexpr uint64_t kMostInFlight = (uint64_t{1} << kCountBits) - 1;
+    static constexpr uint64_t kMostMicros = UINT64_MAX >> kCountBits;
+
+private:
+    // Rounded down at both ends, which is right in the mean.
+    static uint64_t TimeOf(int64_t now) { return static_cast<uint64_t>(now / 1000) << kCountBits; }
+
+    // How many are in flight, and above that the times of those that have ended without those of
+    // those that have begun: in one number, so that whoever looks sees them of one moment.
+    std::atomic<uint64_t> state_{0};
+    std::atomic<uint64_t> done_{0};
 };
 
 // What a service has done since it began, and says of it. Every operation may be called from any

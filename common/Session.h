@@ -67,12 +67,14 @@ public:
 
     // Each request that begins ends once.
     void RequestBegins() {
-        requests_.Begin();
-        service_.requests.Begin();
+        const int64_t now = ExactNow();
+        requests_.Begin(now);
+        service_.requests.Begin(now);
     }
     void RequestEnds(bool done) {
-        requests_.End(done);
-        service_.requests.End(done);
+        const int64_t now = ExactNow();
+        requests_.End(now, done);
+        service_.requests.End(now, done);
     }
 
 private:

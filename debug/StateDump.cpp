@@ -56,28 +56,35 @@ struct Options {
 // In the order of the states.
 constexpr const char* kStates[] = {"opening", "open", "not opened", "ended"};
 
+void AddRequests(const RequestCount::Seen& requests, DumpText& dump) {
+    dump.Add("in_flight", requests.inFlight).Add("done", requests.done);
+    dump.Add("taken_us", requests.micros);
+}
+
 void AddSessions(const ServiceActivity& service, const Options& options, DumpText& dump) {
-    uint64_t inFlight = 0, done = 0;
+    RequestCount::Seen all = {};
     dump.Open("sessions", '[');
     service.ForEachSession([&](const SessionRecord& session) {
         if (options.Wants(session.Id())) {
-            const RequestCount& requests = session.Requests();
-            inFlight += requests.inFlight;
-            done += requests.done;
+            const RequestCount::Seen requests = session.Requests().Look();
+            all.inFlight += requests.inFlight;
+            all.done += requests.done;
+            all.micros += requests.micros;
             dump.Open("", '{').Add("id", session.Id()).Add("type", session.Type());
             dump.Add("state", kStates[static_cast<size_t>(session.State())]);
             dump.Add("process", session.Client().HasEnded() ? "gone" : "alive");
             dump.AddSeconds("idle_s", session.SinceLastUse());
-            dump.Add("in_flight", requests.inFlight).Add("done", requests.done).Close();
+            AddRequests(requests, dump);
+            dump.Close();
         }
     });
     dump.Close();
     if (options.client.empty()) {
-        // Also of sessions that are gone.
-        inFlight = service.requests.inFlight;
-        done = service.requests.done;
+        all = service.requests.Look();  // Also of sessions that are gone.
     }
-    dump.Open("requests", '{').Add("in_flight", inFlight).Add("done", done).Close();
+    dump.Open("requests", '{');
+    AddRequests(all, dump);
+    dump.Close();
 }
 
 void AddMemory(const Options& options, DumpText& dump) {

@@ -33,14 +33,14 @@ TEST_F(StateDumps, ShowWhatIsGoingOn) {
                       five = id + ":5\",\"type\":\"" + kType +
                              "\",\"state\":\"open\",\"process\":\"alive\"",
                       busy = "\"in_flight\":1,\"done\":0", six = id + ":6\"",
-                      requests = "\"requests\":{\"in_flight\":1,\"done\":0}",
+                      requests = "\"requests\":{\"in_flight\":1,\"done\":0,",
                       clients = "\"clients\":[{\"pid\":" + pid_ + ",\"program\":\"" +
                                 ProgramOf(getpid()) + "\",\"mappings\":2,\"mapped_bytes\":200",
                       held = "\"held\":{\"mappings\":2,\"mapped_bytes\":200}";
     EXPECT_TRUE(Has({"--json"}, {"{\"service\":\"" + kInterface + "\",\"pid\":" + pid_, five, busy,
                                  six, requests, clients, held}));
-    EXPECT_TRUE(Has(
-            {}, {"  sessions\n    id \"" + pid_ + ":5\"", "\n  requests in_flight 1 done 0\n"}));
+    EXPECT_TRUE(
+            Has({}, {"  sessions\n    id \"" + pid_ + ":5\"", "\n  requests in_flight 1 done 0 "}));
     // The same of one client.
     EXPECT_TRUE(Has({"--json", "--client", pid_ + ":5"}, {five, busy, requests, clients}));
     EXPECT_FALSE(Has({"--json", "--client", pid_ + ":5"}, {six}));
@@ -52,7 +52,7 @@ TEST_F(StateDumps, ShowWhatIsGoingOn) {
     script_.inputs.clear();
     script_.outputs.clear();
     EXPECT_FALSE(Has({"--json"}, {five}));
-    EXPECT_TRUE(Has({}, {"requests in_flight 0 done 1\n", "held mappings 0 mapped_bytes 0\n",
+    EXPECT_TRUE(Has({}, {"requests in_flight 0 done 1 ", "held mappings 0 mapped_bytes 0\n",
                          "refusals 1\n"}));
 }
 

@@ -65,6 +65,7 @@ void top(const Connection& connection, const Options& options) {
             return;
         }
         std::vector<ServiceState> now = statesOf(general, managers);
+        follow(before, &now);
         const double seconds = std::chrono::duration<double>(watch.elapsed()).count();
         watch = Stopwatch();
         const Screen screen;

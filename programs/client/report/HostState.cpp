@@ -29,14 +29,14 @@ uint64_t numberAt(const json& object, const char* name) {
     return found != object.end() && found->is_number() ? found->get<uint64_t>() : 0;
 }
 
-uint64_t numberAt(const json& object, const char* group, const char* name) {
-    const auto found = object.find(group);
-    return found != object.end() && found->is_object() ? numberAt(*found, name) : 0;
+json groupAt(const json& object, const char* name) {
+    const auto found = object.find(name);
+    return found != object.end() && found->is_object() ? *found : json::object();
 }
 
-// Of those done before; none when the session, or the host, is another one.
-double rateOf(uint64_t before, uint64_t now, double seconds) {
-    return now >= before && seconds > 0 ? static_cast<double>(now - before) / seconds : 0;
+RequestState requestsIn(const json& object) {
+    const uint64_t taken = numberAt(object, "taken_us");
+    return {numberAt(object, "in_flight"), numberAt(object, "done"), taken, taken};
 }
 
 template <typename State, typename Same>
@@ -45,12 +45,51 @@ const State* find(const std::vector<State>& states, const Same& same) {
     return found == states.end() ? nullptr : &*found;
 }
 
+const ServiceState* sameService(const std::vector<ServiceState>& states,
+                                const ServiceState& service) {
+    return find(states, [&](const ServiceState& other) {
+        return other.name == service.name && other.pid == service.pid;
+    });
+}
+
+const SessionState* sameSession(const ServiceState* service, const std::string& id) {
+    return service == nullptr ? nullptr : find(service->sessions, [&](const SessionState& other) {
+        return other.id == id;
+    });
+}
+
+void follow(const RequestState& before, RequestState* now) {
+    now->takenThen = now->done == before.done ? before.takenThen : now->taken;
+}
+
+std::string latencyText(const std::optional<double>& latency) {
+    char text[32] = "-";
+    if (latency) {
+        snprintf(text, sizeof text, "%.2f", *latency);
+    }
+    return text;
+}
+
 std::string programOf(pid_t pid) {
     const auto facts = processFacts(pid);
     return facts ? facts->program : "gone";
 }
 
 }  // namespace
+
+double RequestState::rateSince(const RequestState& before, double seconds) const {
+    return done >= before.done && seconds > 0 ? static_cast<double>(done - before.done) / seconds
+                                              : 0;
+}
+
+std::optional<double> RequestState::latencySince(const RequestState& before) const {
+    // It starts again far below what 64 bits hold.
+    if (done <= before.done || taken < before.takenThen) {
+        return std::nullopt;
+    }
+    return static_cast<double>(taken - before.takenThen) / 1000 /
+           static_cast<double>(done - before.done);
+}
 
 pid_t SessionState::pid() const {
     return static_cast<pid_t>(std::strtol(id.c_str(), nullptr, 10));
@@ -65,13 +104,12 @@ ServiceState serviceStateOf(const std::string& dump) {
     result.name = state.value("service", "");
     result.pid = static_cast<pid_t>(numberAt(state, "pid"));
     result.age = state.value("age_s", 0.0);
-    result.inFlight = numberAt(state, "requests", "in_flight");
-    result.done = numberAt(state, "requests", "done");
-    result.mappedBytes = numberAt(state, "held", "mapped_bytes");
+    result.requests = requestsIn(groupAt(state, "requests"));
+    result.mappedBytes = numberAt(groupAt(state, "held"), "mapped_bytes");
     result.refusals = numberAt(state, "refusals");
     for (const json& session : state.value("sessions", json::array())) {
-        result.sessions.push_back({session.value("id", ""), session.value("type", ""),
-                                   numberAt(session, "in_flight"), numberAt(session, "done")});
+        result.sessions.push_back(
+                {session.value("id", ""), session.value("type", ""), requestsIn(session)});
     }
     for (const json& refusal : state.value("latest_refusals", json::array())) {
         result.latestRefusals.push_back({refusal.value("ago_s", 0.0), refusal.value("client", ""),
@@ -103,6 +141,21 @@ std::optional<ProcessFacts> processFacts(pid_t pid) {
     return facts;
 }
 
+void follow(const std::vector<ServiceState>& before, std::vector<ServiceState>* now) {
+    for (ServiceState& service : *now) {
+        const ServiceState* const then = sameService(before, service);
+        if (then == nullptr) {
+            continue;
+        }
+        follow(then->requests, &service.requests);
+        for (SessionState& session : service.sessions) {
+            if (const SessionState* const earlier = sameSession(then, session.id)) {
+                follow(earlier->requests, &session.requests);
+            }
+        }
+    }
+}
+
 std::string watchText(const std::vector<ServiceState>& before, const std::vector<ServiceState>& now,
                       double seconds, size_t width) {
     std::string text;
@@ -121,15 +174,15 @@ std::string watchText(const std::vector<ServiceState>& before, const std::vector
         line("tensors mapped: %s", sizeText(now[0].mappedBytes).c_str());
     }
     for (const ServiceState& service : now) {
-        const ServiceState* const then = find(before, [&](const ServiceState& other) {
-            return other.name == service.name && other.pid == service.pid;
-        });
+        const ServiceState* const then = sameService(before, service);
+        const RequestState& requests = service.requests;
+        const RequestState& earlier = then != nullptr ? then->requests : requests;
         line("%s", "");
         line("%s", service.name.c_str());
-        line("%10.1f requests/s, %llu at work",
-             then != nullptr ? rateOf(then->done, service.done, seconds) : 0,
-             static_cast<unsigned long long>(service.inFlight));
-        line("%10llu done, %llu refused", static_cast<unsigned long long>(service.done),
+        line("%10.1f requests/s, %llu at work", requests.rateSince(earlier, seconds),
+             static_cast<unsigned long long>(requests.inFlight));
+        line("%10s ms each in the mean", latencyText(requests.latencySince(earlier)).c_str());
+        line("%10llu done, %llu refused", static_cast<unsigned long long>(requests.done),
              static_cast<unsigned long long>(service.refusals));
         for (size_t i = service.latestRefusals.size(), shown = 0; i > 0 && shown < kRefusalsShown;
              --i, ++shown) {
@@ -142,16 +195,15 @@ std::string watchText(const std::vector<ServiceState>& before, const std::vector
         if (service.sessions.empty()) {
             continue;
         }
-        line("%-11s %9s %5s %s", "SESSION", "REQUEST/S", "WORK", "PROGRAM, TYPE");
+        line("%-9s %9s %7s %4s %s", "SESSION", "REQUEST/S", "MEAN MS", "WORK", "PROGRAM, TYPE");
         for (const SessionState& session : service.sessions) {
-            const SessionState* const earlier =
-                    then == nullptr ? nullptr : find(then->sessions, [&](const auto& other) {
-                        return other.id == session.id;
-                    });
-            line("%-11s %9.1f %5llu %s, %s", session.id.c_str(),
-                 earlier != nullptr ? rateOf(earlier->done, session.done, seconds) : 0,
-                 static_cast<unsigned long long>(session.inFlight),
-                 programOf(session.pid()).c_str(), session.type.c_str());
+            const SessionState* const known = sameSession(then, session.id);
+            const RequestState& done = session.requests;
+            const RequestState& before = known != nullptr ? known->requests : done;
+            line("%-9s %9.1f %7s %4llu %s, %s", session.id.c_str(), done.rateSince(before, seconds),
+                 latencyText(done.latencySince(before)).c_str(),
+                 static_cast<unsigned long long>(done.inFlight), programOf(session.pid()).c_str(),
+                 session.type.c_str());
         }
     }
     return text;
