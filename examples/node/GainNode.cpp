@@ -89,5 +89,8 @@ const NodeLibrary orva_node_library = {
             RegisterNode("gain", [] {
                 return std::make_shared<ServiceNode>(std::make_unique<GainNode>());
             });
+            DescribeNode(
+                    "gain",
+                    "Tensors of float32, and for each an output of its size. Parameter: gain.");
         },
 };

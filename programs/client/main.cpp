@@ -57,6 +57,7 @@ int runCommandLine(int argc, char** argv) {
                    "service is only asked for what it knows, for ever where it computes)")
             ->check(CLI::Range(0.0, 1e6));
     orva::client::addList(&app, &connection);
+    orva::client::addNodes(&app, &connection);
     orva::client::addPing(&app, &connection);
     orva::client::addRun(&app, &connection);
     orva::client::addFaces(&app, &connection);

@@ -10,6 +10,7 @@
 #include <stdexcept>
 
 #include <orva/reference/NodeLibrary.h>
+#include <orva/reference/NodeRegistry.h>
 
 namespace orva::host {
 
@@ -33,7 +34,7 @@ void loadNodeLibrary(const std::string& path) {
                                  " of node libraries; this host takes version " +
                                  std::to_string(kNodeLibraryVersion));
     }
-    library->registerNodes();
+    reference::RegisterNodesOf(file, library->registerNodes);
 }
 
 }  // namespace orva::host

@@ -54,6 +54,8 @@ start_host "$moved/bin/orva-host" --load "$work/node/gain.so"
 expect "orva" "IAIService/default" "$moved/bin/orva" list
 expect "a node that is built in" "output: 1 2 3 4" "$work/client/client"
 expect "the loaded node" "output: 2.5 5 7.5 10" "$work/packaged" gain '{"gain": "2.5"}'
+expect "what the loaded file brings along" "gain   IAIService            $work/node/gain.so" \
+    "$moved/bin/orva" nodes
 expect "the loaded node's refusal" "status 102" "$work/client/client" gain '{"gain": "much"}'
 
 module=$(find "$moved" -path "*/orva/__init__.py")

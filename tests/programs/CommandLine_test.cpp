@@ -17,7 +17,7 @@ using nlohmann::json;
 TEST(CommandLineUsage, EachMistakeIsNamed) {
     const Mistakes mistakes = {
             {{}, "--help"},
-            {{"dance"}, "no command 'dance'; the commands are list ping run faces"},
+            {{"dance"}, "no command 'dance'; the commands are list nodes ping run faces"},
             {{"run"}, "--model, --image or --input is required"},
             {{"run", "--image", "x", "--input", "y", "--model", "z"}, "excludes"},
             {{"run", "--input", "x", "--repeat", "0"}, "--repeat"},

@@ -25,11 +25,14 @@ using nlohmann::json;
 class TraceServerTest : public testing::Test {
 protected:
     TraceServerTest()
-            : server_(std::make_unique<TraceServer>(folder_, [this](bool on) {
-                  const std::lock_guard<std::mutex> lock(mutex_);
-                  watched_ = on;
-                  changed_.notify_all();
-              })) {
+            : server_(std::make_unique<TraceServer>(
+                      folder_,
+                      [this](bool on) {
+                          const std::lock_guard<std::mutex> lock(mutex_);
+                          watched_ = on;
+                          changed_.notify_all();
+                      },
+                      TraceServer::Answers{{"what", "that"}})) {
         server_->start();
     }
     ~TraceServerTest() override {
@@ -114,7 +117,8 @@ TEST_F(TraceServerTest, TellsEachReaderOfItsClients) {
     all.reset();
     // Who has not asked yet, or asks for what makes no sense, watches nothing.
     const auto silent = connect("[");
-    for (const char* wrong : {"{}\n", "\n", "[\"a\"]\n", "nothing\n"}) {
+    EXPECT_EQ(connect("\"what\"\n")->line(), "that");
+    for (const char* wrong : {"{}\n", "\n", "[\"a\"]\n", "\"else\"\n", "nothing\n"}) {
         EXPECT_EQ(connect(wrong)->line(), "") << wrong;
     }
     one.reset();

@@ -2,9 +2,10 @@
  * Copyright (C) 2026 The orva project
  * SPDX-License-Identifier: Apache-2.0
  */
-// `orva top` and `orva list --long`: what is seen of a host from outside.
+// `orva top`, `orva nodes` and `orva list --long`: what is seen of a host from outside.
 
 #include <csignal>
+#include <map>
 
 #include <nlohmann/json.hpp>
 
@@ -37,6 +38,27 @@ TEST_F(CommandLine, ShowsWhoServesWhom) {
     EXPECT_NE(orva({"list", "--long"}).output.find(programOf("system_client") + ", 2 sessions"),
               std::string::npos);
     EXPECT_EQ(client->finish(), 0);
+}
+
+TEST_F(CommandLine, ListsWhatSessionsCanBeOpenedWith) {
+    expectRefused(orva({"nodes"}), 1, "start orva-host");
+    startHost();
+    std::map<json, json> byType;
+    const json nodes = json::parse(orva({"nodes", "--json"}).output);
+    for (const json& node : nodes) {
+        EXPECT_EQ(node["from"], "built in");
+        EXPECT_NE(node["takes"], "");
+        byType[node["type"]] = node["service"];
+    }
+    EXPECT_EQ(byType, (std::map<json, json>{{"echo", "IAIService"},
+                                            {"onnx", "IAIService"},
+                                            {nullptr, "IModelManagerService"}}));
+    const std::string text = orva({"nodes"}).output;
+    EXPECT_NE(text.find("\necho   IAIService            built in\n  Any tensors"),
+              std::string::npos)
+            << text;
+    EXPECT_NE(orva({"list", "--long"}).output.find("  node echo\n  node onnx\n"),
+              std::string::npos);
 }
 
 TEST_F(CommandLine, WatchesAHost) {

@@ -5,8 +5,11 @@
 #include <orva/AINNNodeFactory.h>
 
 #include <exception>
+#include <functional>
 #include <map>
+#include <string>
 #include <utility>
+#include <vector>
 
 #include <orva/reference/NodeRegistry.h>
 #include <orva/reference/ServiceNode.h>
@@ -28,19 +31,35 @@ std::shared_ptr<AIServiceBase> MakeNode() {
     return std::make_shared<ServiceNode>(std::make_unique<Handler>());
 }
 
+struct Entry {
+    NodeCreator creator;
+    std::string takes;
+    std::string file;
+};
+
 struct Registry {
     Mutex mutex;
-    std::map<std::string, NodeCreator> creators ORVA_GUARDED_BY(mutex) = {
-            {"echo", MakeNode<EchoNode>},
-            {"onnx", MakeNode<OnnxNode>},
+    std::map<std::string, Entry> types ORVA_GUARDED_BY(mutex) = {
+            {"echo",
+             {MakeNode<EchoNode>, "Any tensors, and for each an output of its size. No model.",
+              ""}},
+            {"onnx",
+             {MakeNode<OnnxNode>,
+              "One ONNX model; its inputs and outputs in the model's order, floats also as bytes. "
+              "Parameters: scale, bias, threads, concurrency, profile, times, shape:INPUT, "
+              "dimension:NAME.",
+              ""}},
     };
 };
 
-Registry& NodeTypes() {
+Registry& TheRegistry() {
     // Never destroyed: calls may come while the process exits.
     static auto& registry = *new Registry;
     return registry;
 }
+
+// Of the file whose types are being registered on this thread.
+thread_local std::string registering;
 
 // The node holds one of its client's sessions. Empty where there is none left.
 std::shared_ptr<AIServiceBase> MakeCounted(const NodeCreator& creator) {
@@ -59,15 +78,42 @@ std::shared_ptr<AIServiceBase> MakeCounted(const NodeCreator& creator) {
 }  // namespace
 
 void RegisterNode(const std::string& type, NodeCreator creator) {
-    Registry& registry = NodeTypes();
+    Registry& registry = TheRegistry();
     MutexLock lock(registry.mutex);
-    registry.creators[type] = std::move(creator);
+    registry.types[type] = {std::move(creator), "", registering};
+}
+
+void DescribeNode(const std::string& type, const std::string& takes) {
+    Registry& registry = TheRegistry();
+    MutexLock lock(registry.mutex);
+    const auto found = registry.types.find(type);
+    if (found != registry.types.end()) {
+        found->second.takes = takes;
+    }
+}
+
+std::vector<NodeType> NodeTypes() {
+    Registry& registry = TheRegistry();
+    MutexLock lock(registry.mutex);
+    std::vector<NodeType> types;
+    for (const auto& [type, entry] : registry.types) {
+        types.push_back({type, entry.takes, entry.file});
+    }
+    return types;
+}
+
+void RegisterNodesOf(const std::string& file, const std::function<void()>& registerNodes) {
+    const struct Scope {
+        explicit Scope(const std::string& file) { registering = file; }
+        ~Scope() { registering.clear(); }
+    } scope(file);
+    registerNodes();
 }
 
 void UnregisterNode(const std::string& type) {
-    Registry& registry = NodeTypes();
+    Registry& registry = TheRegistry();
     MutexLock lock(registry.mutex);
-    registry.creators.erase(type);
+    registry.types.erase(type);
 }
 
 }  // namespace reference
@@ -80,11 +126,11 @@ AINNNodeFactory* AINNNodeFactory::GetInstance() {
 std::shared_ptr<AIServiceBase> AINNNodeFactory::CreateNNNode(const std::string& type) {
     reference::NodeCreator creator;
     {
-        reference::Registry& registry = reference::NodeTypes();
+        reference::Registry& registry = reference::TheRegistry();
         reference::MutexLock lock(registry.mutex);
-        const auto found = registry.creators.find(type);
-        if (found != registry.creators.end()) {
-            creator = found->second;
+        const auto found = registry.types.find(type);
+        if (found != registry.types.end()) {
+            creator = found->second.creator;
         }
     }
     if (!creator) {

@@ -41,6 +41,7 @@ CLI::App* addCommand(CLI::App* app, const std::string& name, const std::string& 
 // Each adds its subcommand, which runs while the command line is parsed and throws what fails. The
 // connection must outlive the application.
 void addList(CLI::App* app, const Connection* connection);
+void addNodes(CLI::App* app, const Connection* connection);
 void addPing(CLI::App* app, const Connection* connection);
 void addRun(CLI::App* app, const Connection* connection);
 void addFaces(CLI::App* app, const Connection* connection);

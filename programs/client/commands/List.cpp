@@ -12,6 +12,7 @@
 
 #include "client/commands/Commands.h"
 #include "client/lib/StateDump.h"
+#include "client/report/HostNodes.h"
 #include "client/report/HostState.h"
 #include "client/report/Latency.h"
 
@@ -38,11 +39,24 @@ public:
         for (const SessionState& session : serviceStateOf(dump).sessions) {
             ++clients_[session.pid()];
         }
+        try {
+            const std::string service = entry.interface.substr(entry.interface.rfind(':') + 1);
+            for (const HostNode& node : nodesOf(entry.pid)) {
+                if (node.service == service && node.type) {
+                    nodes_.push_back(*node.type);
+                }
+            }
+        } catch (const std::runtime_error&) {
+            // It does not tell.
+        }
     }
 
     void print() const {
         printf("  served by %s, %u threads, %s\n", facts_.program.c_str(), facts_.threads,
                sizeText(facts_.residentBytes).c_str());
+        for (const std::string& node : nodes_) {
+            printf("  node %s\n", node.c_str());
+        }
         for (const auto& [pid, sessions] : clients_) {
             printf("  client %d %s, %zu session%s\n", pid, programOf(pid).c_str(), sessions,
                    sessions == 1 ? "" : "s");
@@ -53,6 +67,7 @@ public:
         (*service)["program"] = facts_.program;
         (*service)["threads"] = facts_.threads;
         (*service)["resident_bytes"] = facts_.residentBytes;
+        (*service)["nodes"] = nodes_;
         nlohmann::json& list = (*service)["clients"] = nlohmann::json::array();
         for (const auto& [pid, sessions] : clients_) {
             list.push_back({{"pid", pid}, {"program", programOf(pid)}, {"sessions", sessions}});
@@ -66,6 +81,7 @@ private:
     }
 
     const ProcessFacts facts_;
+    std::vector<std::string> nodes_;
     std::map<pid_t, size_t> clients_;  // with how many sessions
 };
 
@@ -115,8 +131,9 @@ void addList(CLI::App* app, const Connection* connection) {
                                    {"list", "list --long", "list --json"});
     const auto asJson = std::make_shared<bool>(false), isLong = std::make_shared<bool>(false);
     command->add_flag("-l,--long", *isLong,
-                      "Also who serves it, with how many threads and how much memory, and its "
-                      "clients and their sessions");
+                      "Also who serves it, with how many threads and how much memory, "
+                      "its "
+                      "nodes, and its clients and their sessions");
     command->add_flag("--json", *asJson, "Print a JSON array");
     command->callback([connection, isLong, asJson] { list(*connection, *isLong, *asJson); });
 }

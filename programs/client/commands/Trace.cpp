@@ -14,7 +14,6 @@
 #include "client/io/Interrupt.h"
 #include "client/io/Output.h"
 #include "client/io/Terminal.h"
-#include "client/lib/TimeLimit.h"
 #include "client/report/Latency.h"
 #include "client/trace/ChromeTrace.h"
 #include "client/trace/TraceSource.h"
@@ -142,15 +141,8 @@ void trace(const Connection& connection, const Options& options) {
     TraceSource source(host, options.clients);
     takeInterrupt();
     Trace trace(options);
-    const auto limit = timeLimit().count() > 0 ? timeLimit() : std::chrono::milliseconds::max() / 4;
     while (trace.calls().host() == 0) {
-        const auto line = source.next(limit);
-        if (!line) {
-            throw std::runtime_error(
-                    "process " + std::to_string(host) +
-                    (source.hasEnded() ? " has ended" : " " + tooLong("did not answer", limit)));
-        }
-        trace.take(*line);
+        trace.take(source.first());
     }
     fprintf(stderr, "orva: tracing %d; Ctrl-C ends it\n", host);
     while (!trace.isOver()) {

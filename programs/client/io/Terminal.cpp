@@ -4,6 +4,7 @@
  */
 #include "client/io/Terminal.h"
 
+#include <algorithm>
 #include <cstdint>
 
 #include <sys/ioctl.h>
@@ -34,6 +35,26 @@ std::optional<size_t> terminalWidth() {
 std::optional<size_t> terminalHeight() {
     const auto size = terminalSize();
     return size ? std::optional<size_t>(size->ws_row > 0 ? size->ws_row : SIZE_MAX) : std::nullopt;
+}
+
+std::string wrapped(const std::string& text, size_t width, size_t indent) {
+    width = std::max(width, 2 * indent);
+    std::string lines;
+    size_t begin = 0;
+    while (text.size() - begin + (begin == 0 ? 0 : indent) > width) {
+        const size_t room = width - (begin == 0 ? 0 : indent);
+        size_t end = text.rfind(' ', begin + room);
+        if (end == std::string::npos || end <= begin) {
+            end = text.find(' ', begin + room);
+        }
+        if (end == std::string::npos) {
+            break;
+        }
+        lines += (begin == 0 ? "" : std::string(indent, ' ')) + text.substr(begin, end - begin) +
+                 "\n";
+        begin = end + 1;
+    }
+    return lines + (begin == 0 ? "" : std::string(indent, ' ')) + text.substr(begin);
 }
 
 }  // namespace orva::client

@@ -6,6 +6,7 @@
 
 #include <cstddef>
 #include <optional>
+#include <string>
 
 namespace orva::client {
 
@@ -13,5 +14,9 @@ namespace orva::client {
 // say its size is taken to have 80 columns, and lines without end.
 std::optional<size_t> terminalWidth();
 std::optional<size_t> terminalHeight();
+
+// A text with its lines broken where there are spaces, none longer than `width` but for a word that
+// is. The second and further ones are indented; that has room for at least as much besides.
+std::string wrapped(const std::string& text, size_t width, size_t indent);
 
 }  // namespace orva::client

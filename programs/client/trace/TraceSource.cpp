@@ -16,15 +16,16 @@
 #include <nlohmann/json.hpp>
 
 #include "client/io/Interrupt.h"
+#include "client/lib/TimeLimit.h"
 
 namespace orva::client {
 
 using android::base::unique_fd;
 
-TraceSource::TraceSource(pid_t host, const std::vector<pid_t>& clients)
-        : socket_(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0)) {
+TraceSource::TraceSource(pid_t host, const nlohmann::json& request)
+        : host_(host), socket_(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0)) {
     const auto fail = [host](const std::string& why) -> void {
-        throw std::runtime_error("cannot trace process " + std::to_string(host) + ": " + why);
+        throw std::runtime_error("cannot ask process " + std::to_string(host) + ": " + why);
     };
     // By a short name: the folder's may be longer than a socket's can be.
     const std::string folder = orva_platform::serviceDirectory();
@@ -35,13 +36,23 @@ TraceSource::TraceSource(pid_t host, const std::vector<pid_t>& clients)
     path.copy(address.sun_path, sizeof address.sun_path - 1);
     if (socket_ < 0 || opened < 0 ||
         connect(socket_, reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0) {
-        fail(errno == ENOENT ? "it offers no trace" : std::strerror(errno));
+        fail(errno == ENOENT ? "it tells nothing but what its services do" : std::strerror(errno));
     }
-    const std::string request = nlohmann::json(clients).dump() + "\n";
+    const std::string line = request.dump() + "\n";
     // Who is refused may have been told already, and reads why.
-    if (send(socket_, request.data(), request.size(), MSG_NOSIGNAL) < 0 && errno != EPIPE) {
+    if (send(socket_, line.data(), line.size(), MSG_NOSIGNAL) < 0 && errno != EPIPE) {
         fail(std::strerror(errno));
     }
+}
+
+std::string TraceSource::first() {
+    const auto limit = timeLimit().count() > 0 ? timeLimit() : std::chrono::milliseconds::max() / 4;
+    if (const auto line = next(limit)) {
+        return *line;
+    }
+    throw std::runtime_error(
+            "process " + std::to_string(host_) +
+            (hasEnded() ? " does not say" : " " + tooLong("did not answer", limit)));
 }
 
 std::optional<std::string> TraceSource::next(std::chrono::milliseconds time) {

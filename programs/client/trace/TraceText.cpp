@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <cstdio>
 
+#include "client/io/Terminal.h"
 #include "client/lib/ServiceError.h"
 #include "client/model/TensorShape.h"
 #include "client/report/Latency.h"
@@ -103,26 +104,6 @@ std::string resultText(const TracedCall& call) {
     return (text.empty() ? "" : " = " + text) + " <" + milliseconds(call.duration()) + ">";
 }
 
-// With lines broken where there are spaces.
-std::string wrapped(const std::string& text, size_t width) {
-    std::string lines;
-    size_t begin = 0;
-    while (text.size() - begin + (begin == 0 ? 0 : kIndent) > width) {
-        const size_t room = width - (begin == 0 ? 0 : kIndent);
-        size_t end = text.rfind(' ', begin + room);
-        if (end == std::string::npos || end <= begin) {
-            end = text.find(' ', begin + room);
-        }
-        if (end == std::string::npos) {
-            break;
-        }
-        lines += (begin == 0 ? "" : std::string(kIndent, ' ')) + text.substr(begin, end - begin) +
-                 "\n";
-        begin = end + 1;
-    }
-    return lines + (begin == 0 ? "" : std::string(kIndent, ' ')) + text.substr(begin);
-}
-
 }  // namespace
 
 std::string callText(const TracedCall& call, TracedCall::Time start, size_t width) {
@@ -131,7 +112,7 @@ std::string callText(const TracedCall& call, TracedCall::Time start, size_t widt
              std::chrono::duration<double>(call.begin - start).count(), call.client, call.thread,
              call.isCallback ? '<' : '>');
     return wrapped(head + call.method + "(" + membersText(call.arguments) + ")" + resultText(call),
-                   std::max<size_t>(width, 2 * kIndent));
+                   width, kIndent);
 }
 
 ordered_json callJson(const TracedCall& call, TracedCall::Time start) {

@@ -7,9 +7,12 @@
 #include <atomic>
 #include <chrono>
 #include <exception>
+#include <string>
+#include <utility>
 #include <vector>
 
 #include <hwbinder/IPCThreadState.h>
+#include <orva/reference/NodeRegistry.h>
 #include <orva/reference/Settings.h>
 #include <orva_platform/CallObserver.h>
 #include <sys/syscall.h>
@@ -120,9 +123,30 @@ void observe(TraceServer* server, HidlInstrumentor::InstrumentationEvent event,
     }
 }
 
+std::string nodesLine() {
+    ordered_json nodes = ordered_json::array();
+    const auto add = [&nodes](const char* service, ordered_json type, const std::string& file,
+                              const std::string& takes) {
+        nodes.push_back({{"service", service},
+                         {"type", std::move(type)},
+                         {"from", file.empty() ? "built in" : file},
+                         {"takes", takes}});
+    };
+    for (const reference::NodeType& node : reference::NodeTypes()) {
+        add("IAIService", node.type, node.file, node.takes);
+    }
+    add("IModelManagerService", nullptr, "",
+        "Models, as ONNX or compiled, one of which each request names. Parameters: those of the "
+        "node onnx.");
+    return ordered_json{{"event", "nodes"}, {"nodes", nodes}}.dump(
+            -1, ' ', true, ordered_json::error_handler_t::replace);
+}
+
 }  // namespace
 
-CallTrace::CallTrace(const std::string& folder) : server_(folder, orva_platform::observeCalls) {
+// Nodes are registered before anybody is served.
+CallTrace::CallTrace(const std::string& folder)
+        : server_(folder, orva_platform::observeCalls, {{"nodes", nodesLine()}}) {
     orva_platform::setCallObserver([this](auto event, const char*, const char*,
                                           const char* interface, const char* method,
                                           const std::vector<void*>* pointers) {

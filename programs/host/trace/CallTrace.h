@@ -22,6 +22,12 @@ namespace orva::host {
 //   {"event":"lost", "count":n} in place of lines that a reader was too slow for
 //   {"event":"watching", "host":pid} first; or {"event":"refused", "reason":...}, and the end
 //
+// Who asks "nodes" is told what sessions can be opened with; of each:
+//
+//   {"event":"nodes", "nodes":[{"service":"IAIService", "type":"echo", "from":<file, or "built
+//   in">,
+//    "takes":"..."}, ...]}; "type":null where a service takes any
+//
 // There may be one in a process.
 class CallTrace {
 public:

@@ -102,6 +102,7 @@ public:
         clients_ = std::move(clients);
         sending_ = eventLine("watching", {{"host", getpid()}});
     }
+    void answer(const std::string& line) { sending_ = line + "\n"; }
     // With the server's lock held.
     void take() {
         if (hasMoreToSend() || (waiting_.empty() && lost_ == 0)) {
@@ -115,9 +116,9 @@ public:
         }
     }
 
-    // The request, once it is there; empty before. Throws std::runtime_error when it is none, or
-    // the reader has gone.
-    std::optional<std::set<pid_t>> receive() {
+    // The request, once it is there; empty before, and afterwards. Throws std::exception when it is
+    // none, or the reader has gone.
+    std::optional<nlohmann::json> receive() {
         char bytes[kMostRequestBytes];
         const ssize_t size = recv(socket_, bytes, sizeof bytes, MSG_DONTWAIT);
         if (size == 0 || (size < 0 && errno != EAGAIN)) {
@@ -128,10 +129,10 @@ public:
         if (request_.size() > kMostRequestBytes) {
             throw std::runtime_error("a request that is too long");
         }
-        if (end == std::string::npos || hasAsked()) {
+        if (end == std::string::npos || std::exchange(received_, true)) {
             return std::nullopt;
         }
-        return nlohmann::json::parse(request_.substr(0, end)).get<std::set<pid_t>>();
+        return nlohmann::json::parse(request_.substr(0, end));
     }
 
     // False when the reader has gone.
@@ -150,6 +151,7 @@ public:
 private:
     const unique_fd socket_;
     std::string request_;
+    bool received_ = false;
     std::string sending_;
     size_t sent_ = 0;
     std::optional<std::set<pid_t>> clients_;
@@ -157,8 +159,10 @@ private:
     size_t lost_ = 0;
 };
 
-TraceServer::TraceServer(const std::string& folder, std::function<void(bool)> watched)
+TraceServer::TraceServer(const std::string& folder, std::function<void(bool)> watched,
+                         Answers answers)
         : watched_(std::move(watched)),
+          answers_(std::move(answers)),
           folder_(orThrow(open(folder.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC), folder.c_str())),
           file_(kPrefix + std::to_string(getpid())),
           listening_(orThrow(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0),
@@ -277,9 +281,14 @@ void TraceServer::run() {
 bool TraceServer::serve(Reader* reader, short ready) {
     if ((ready & (POLLIN | POLLHUP | POLLERR)) != 0) {
         try {
-            if (auto clients = reader->receive()) {
-                const AutoMutex lock(mutex_);
-                reader->ask(std::move(*clients));
+            if (const auto request = reader->receive()) {
+                if (request->is_string()) {
+                    reader->answer(answers_.at(*request));
+                } else {
+                    auto clients = request->get<std::set<pid_t>>();
+                    const AutoMutex lock(mutex_);
+                    reader->ask(std::move(clients));
+                }
             }
         } catch (const std::exception&) {
             return false;  // It sees the end of the file.

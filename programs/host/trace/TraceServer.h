@@ -7,6 +7,7 @@
 #include <sys/types.h>
 
 #include <functional>
+#include <map>
 #include <memory>
 #include <string>
 #include <thread>
@@ -20,13 +21,16 @@ namespace orva::host {
 // Hands lines to whoever connects to a socket, "trace-PID" in the folder of the services: this
 // user's processes, and a few at once. Each first sends one line, the clients' process ids that it
 // wants to hear of, as a JSON array; [] is for all. A reader that is too slow loses lines, and is
-// told how many; nobody waits for it.
+// told how many; nobody waits for it. Who sends a question instead, as a JSON string, gets one
+// line, and watches nothing.
 class TraceServer {
 public:
+    using Answers = std::map<std::string, std::string>;  // by question, without the line's end
+
     // `watched` is told whether there is anybody to publish for, on the server's own thread, and
     // with false on its destruction. Throws std::system_error when the socket cannot be made.
     // Serves nobody before start().
-    TraceServer(const std::string& folder, std::function<void(bool)> watched);
+    TraceServer(const std::string& folder, std::function<void(bool)> watched, Answers answers = {});
     // Everybody who reads gets the end of the file.
     ~TraceServer();
     TraceServer(const TraceServer&) = delete;
@@ -49,6 +53,7 @@ private:
     void wake() const;
 
     const std::function<void(bool)> watched_;
+    const Answers answers_;
     android::base::unique_fd folder_;
     std::string file_;
     android::base::unique_fd listening_;
