@@ -213,6 +213,9 @@ private:
             }
             RunsNoLonger(&work.cancellation());
         }
+        // Unmapped now and not beside the client's next call, which maps: the two would wait for
+        // each other.
+        request.inputs.clear();
         if (!attempt.givenUp) {
             Report(request.context, result, request.outputs);
         }
