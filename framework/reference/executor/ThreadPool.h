@@ -35,7 +35,8 @@ public:
 
     bool Post(Task task) override { return PostFor(nullptr, std::move(task)); }
     bool PostFor(const void* owner, Task task) override;
-    // On one of the pool's own threads.
+    // These on one of the pool's own threads.
+    bool PostNext(const void* owner, Task task) override;
     void EnterBlocking() override;
     void LeaveBlocking() override;
 
