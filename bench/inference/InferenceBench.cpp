@@ -100,8 +100,12 @@ void runInferenceBench(const InferenceSettings& settings,
     });
     report(measure(settings, "tensors sent with each request", kClients, Tensors::kSent));
     report(measure(settings, "tensors bound beforehand", kClients, Tensors::kBound));
+    InferenceSettings longer = settings;
+    longer.model = settings.folder + "/longer.onnx";
+    std::ofstream(longer.model, std::ios::binary) << longerModel();
+    report(measure(longer, "a longer model, tensors sent", kClients, Tensors::kSent));
+    report(measure(longer, "a longer model, tensors bound", kClients, Tensors::kBound));
     if (settings.products != 0) {
-        InferenceSettings longer = settings;
         longer.model = settings.folder + "/long.onnx";
         longer.rounds = std::min<uint32_t>(settings.rounds, 7);
         longer.requests = 1;
