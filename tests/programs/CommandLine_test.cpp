@@ -72,11 +72,66 @@ TEST_F(CommandLine, StretchesAPictureToTheModelsInput) {
     startHost();
     // Four pixels of red 40, green 50 and blue 60, for the largest of each of three channels.
     const std::string model = ORVA_ONNX_CASES "/test_globalmaxpool/model.onnx";
-    const Outcome outcome =
-            orva({"run", "--model", model, "--image", file("x.ppm", "P6 2 2 255\n(2<(2<(2<(2<"),
-                  "--scale", "2", "--bias", "1", "--json"});
+    const std::string picture = file("x.ppm", "P6 2 2 255\n(2<(2<(2<(2<");
+    const std::vector<std::pair<std::vector<std::string>, json>> cases = {
+            {{"--scale", "2", "--bias", "1"}, {81, 101, 121}},
+            {{"--mean", "30"}, {10, 20, 30}},
+            {{"--mean", "30,40,50", "--scale", "1,2,3", "--bias", "-1"}, {9, 19, 29}},
+    };
+    for (auto [arguments, values] : cases) {
+        arguments.insert(arguments.begin(),
+                         {"run", "--model", model, "--image", picture, "--json"});
+        const Outcome outcome = orva(arguments);
+        ASSERT_EQ(outcome.code, 0) << outcome.errors;
+        EXPECT_EQ(json::parse(outcome.output)["outputs"][0]["first"], values) << arguments.back();
+    }
+    const Mistakes mistakes = {
+            {{"run", "--model", model, "--scale", "2"},
+             "--mean, --scale and --bias: are for --image"},
+            {{"run", "--model", model, "--image", picture, "--mean", "1,2"}, "three: R,G,B"},
+    };
+    for (const auto& [arguments, told] : mistakes) {
+        expectRefused(orva(arguments), 2, told);
+    }
+}
+
+// Each three files are one request of the model, whose tensors are 3x4x5.
+TEST_F(CommandLine, RunsTheFilesOfAFolder) {
+    startHost();
+    const std::string model = ORVA_ONNX_CASES "/test_relu/model.onnx";
+    for (const char* const name : {"in/d", "in/b", "in/a", "in/c", "in/.hidden"}) {
+        std::filesystem::create_directories(path("in"));
+        const std::vector<float> values(20, static_cast<float>(name[3] - 'a'));
+        file(name, {reinterpret_cast<const char*>(values.data()), 20 * sizeof(float)});
+    }
+    const Outcome outcome = orva(
+            {"run", "--model", model, "--input", path("in"), "--output", path("out"), "--json"});
     ASSERT_EQ(outcome.code, 0) << outcome.errors;
-    EXPECT_EQ(json::parse(outcome.output)["outputs"][0]["first"], json::array({81, 101, 121}));
+    const json result = json::parse(outcome.output);
+    EXPECT_EQ(result["latency"]["requests"], 2);
+    ASSERT_EQ(result["files"].size(), 4U) << result;
+    for (size_t i = 0; i < 4; ++i) {
+        const std::string name(1, static_cast<char>('a' + i));
+        const json& each = result["files"][i];
+        EXPECT_EQ(each["file"], path("in/" + name));
+        EXPECT_EQ(each["outputs"][0]["shape"], json::array({1, 4, 5}));
+        EXPECT_EQ(each["outputs"][0]["min"], i);
+        EXPECT_EQ(each["outputs"][0]["max"], i);
+        EXPECT_EQ(std::filesystem::file_size(path("out/" + name + "/0-y.bin")), 80U);
+    }
+    const Outcome echoed = orva({"run", "--node", "echo", "--input", path("in")});
+    EXPECT_NE(echoed.output.find(path("in/d") + "\n  output uint8 80: "), std::string::npos);
+    const json load = json::parse(orva({"perf", "--model", model, "--input", path("in"), "--warmup",
+                                        "0", "--duration", "0.2", "--json"})
+                                          .output)[0];
+    ASSERT_EQ(load["files"].size(), 2U);
+    EXPECT_EQ(load["files"][1]["files"], json::array({path("in/d")}));
+    EXPECT_EQ(load["files"][0]["requests"].get<int>() + load["files"][1]["requests"].get<int>(),
+              load["requests"]);
+    file("in/e", "short");
+    expectRefused(orva({"run", "--model", model, "--input", path("in")}), 1, "takes 80");
+    expectRefused(orva({"run", "--node", "echo", "--input", path("out")}), 1,
+                  "there is no file in");
 }
 
 TEST_F(CommandLine, ShowsWhereTheTimeWent) {
@@ -126,7 +181,8 @@ TEST_F(CommandLine, CompilesAModelAndRunsIt) {
     }
 
     const std::string other = ORVA_ONNX_CASES "/test_abs/model.onnx";
-    ASSERT_EQ(orva({"compile", other, model, "-o", both}).code, 0);
+    const Outcome two = orva({"compile", other, model, "-o", both});
+    EXPECT_NE(two.output.find("\n  test_abs, of " + other + "\n"), std::string::npos) << two.output;
     const auto pick = [&](const std::string& name) {
         return orva({"run", "--service", "model-manager", "--model", both, "--input", input,
                      "--model-name", name});

@@ -44,7 +44,7 @@ completes() {
 source "$folder/bash/orva"
 source "$folder/bash/orva-host"
 completes "ping perf" orva p
-completes "--socket-dir --service --scale" orva run --s
+completes "--socket-dir --scale --service" orva run --s
 completes "ai model-manager" orva run --service ""
 completes "shm" orva --instance x run --model m.onnx --tensor s
 completes "" orva run --model m  # a file

@@ -34,6 +34,7 @@ struct Options {
 struct Report {
     size_t sourceBytes = 0;
     size_t outputBytes = 0;
+    std::vector<std::string> names;  // of the models, in the sources' order
     nanoseconds reading{0};
     nanoseconds compiling{0};
     nanoseconds writing{0};
@@ -94,11 +95,15 @@ void print(const Report& report, const Options& options) {
                options.output.c_str(), sizeText(report.outputBytes).c_str());
         printf("read in %s, compiled in %s, written in %s\n", milliseconds(report.reading).c_str(),
                milliseconds(report.compiling).c_str(), milliseconds(report.writing).c_str());
+        for (size_t i = 0; report.names.size() > 1 && i < report.names.size(); ++i) {
+            printf("  %s, of %s\n", report.names[i].c_str(), options.sources[i].c_str());
+        }
         return;
     }
     const auto time = [](nanoseconds t) { return std::chrono::duration<double, std::milli>(t); };
     const nlohmann::json json = {{"sources", options.sources},
                                  {"source_bytes", report.sourceBytes},
+                                 {"models", report.names},
                                  {"output", options.output},
                                  {"output_bytes", report.outputBytes},
                                  {"times",
@@ -122,6 +127,7 @@ void compile(const Connection& connection, const Options& options) {
     const Stopwatch writing;
     writeFile(options.output, output.data(), report.outputBytes);
     report.writing = writing.elapsed();
+    report.names = compiledNames(output.data(), report.outputBytes);
     print(report, options);
 }
 

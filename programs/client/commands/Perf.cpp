@@ -44,15 +44,20 @@ std::chrono::nanoseconds secondsOf(double count) {
 // A session of its own with tensors of its own, which it is measured with.
 struct Worker {
     Worker(const Connection& connection, const Options& options, const RunSources& sources,
-           int32_t clientId)
-            : tensors(sources, options.request),
-              requester(connection, options.request, options.node, "{}", tensors.models(),
-                        tensors.inputs(), tensors.outputs(), clientId) {
+           int32_t clientId, const RunTensors* others)
+            : tensors(sources, options.request, others),
+              requester(connection, options.request, options.node, sources.config().dump(),
+                        tensors.models(), tensors.inputs(), tensors.outputs(), clientId),
+              turn(static_cast<size_t>(clientId)) {
         tensors.dropModels();
     }
 
     RequestTiming request() {
         RequestTiming timing;
+        if (tensors.requests() > 1) {
+            timing.files = turn++ % tensors.requests();
+            tensors.take(*timing.files);
+        }
         const Stopwatch watch;
         requester.start();
         timing.call = watch.elapsed();
@@ -64,6 +69,7 @@ struct Worker {
 
     RunTensors tensors;
     Requester requester;
+    size_t turn;
 };
 
 // One model, or the node without any, with all that works on it.
@@ -85,11 +91,20 @@ Bench open(const Connection& connection, const Options& options, const std::stri
     RunSources sources = options.sources;
     sources.model = model;
     const LoadPlan plan = {options.rate, secondsOf(options.duration), secondsOf(options.warmup)};
-    Bench bench = {{model.empty() ? "node " + options.node : model, options.concurrency, plan, {}},
-                   {}};
+    Bench bench;
+    bench.subject.name = model.empty() ? "node " + options.node : model;
+    bench.subject.concurrency = options.concurrency;
+    bench.subject.plan = plan;
     for (size_t i = 0; i < options.concurrency && !interrupted(); ++i) {
+        const RunTensors* const others = i == 0 ? nullptr : &bench.workers[0]->tensors;
         bench.workers.push_back(
-                std::make_unique<Worker>(connection, options, sources, (*clientId)++));
+                std::make_unique<Worker>(connection, options, sources, (*clientId)++, others));
+        if (i == 0) {
+            bench.workers[0]->tensors.keepFiles();
+        }
+    }
+    for (size_t i = 0; !bench.workers.empty() && i < bench.workers[0]->tensors.requests(); ++i) {
+        bench.subject.files.push_back(bench.workers[0]->tensors.files(i));
     }
     return bench;
 }
@@ -118,7 +133,7 @@ void measure(std::vector<Bench>* benches, FILE* table) {
 
 void perf(const Connection& connection, const Options& options) {
     if (!options.report.empty()) {
-        std::vector<std::string> inputs = options.sources.inputs;
+        std::vector<std::string> inputs = options.sources.paths();
         inputs.insert(inputs.end(), options.models.begin(), options.models.end());
         requireOutputFile(options.report, inputs);
     }
@@ -167,14 +182,13 @@ void addPerf(CLI::App* app, const Connection* connection) {
     CLI::App* command = addCommand(app, "perf", "Measure latency and throughput under load",
                                    {"perf --model m.onnx --concurrency 4 --report report.html",
                                     "perf --model a.onnx --model b.onnx --rate 100 --duration 30",
+                                    "perf --model m.onnx --image photos/ --scale 0.00392",
                                     "perf --node echo --bytes 150528 --json"});
     const auto options = std::make_shared<Options>();
     RunSources& sources = options->sources;
     command->add_option("--model", options->models,
                         "The model; several are measured at the same time");
-    command->add_option("--input", sources.inputs,
-                        "A file with the bytes of an input; once for each input, in order");
-    addMadeUpOption(command, &sources);
+    addSourceOptions(command, &sources);
     command->add_option("--bytes", sources.madeUpBytes,
                         "Without --model and --input: the size of the one input")
             ->check(CLI::Range(size_t{1}, kMostTensorBytes))
@@ -208,6 +222,9 @@ void addPerf(CLI::App* app, const Connection* connection) {
             throw CLI::ValidationError("--node",
                                        "is for the general service; a model manager has none");
         }
+        RunSources sources = options->sources;
+        sources.model = options->models.empty() ? "" : options->models.front();
+        checkSourceOptions(sources);
         perf(*connection, *options);
     });
 }

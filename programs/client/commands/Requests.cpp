@@ -48,8 +48,10 @@ void addServiceOptions(CLI::App* command, RequestOptions* options) {
             ->default_str("ai");
     command->add_flag("--bind", options->bind,
                       "With a model manager: bind the tensors once, then start each request");
-    command->add_option("--model-name", options->modelName,
-                        "With a model manager: which of a compiled file's models to run");
+    command->add_option(
+            "--model-name", options->modelName,
+            "With a model manager: which of a compiled file's models to run, by the name "
+            "that it got there, which orva compile and orva info show");
     command->add_option_function<std::string>(
                    "--tensor",
                    [options](const std::string& memory) {
@@ -81,8 +83,9 @@ std::string RequestTimes::text() const {
     std::string text = latency.text() + "; the session opened in " + milliseconds(opening);
     if (running.count() != 0) {
         char split[80];
-        snprintf(split, sizeof split, "; at the median %.2f ms queued, %.2f ms run",
-                 queueing.percentile(0.5), running.percentile(0.5));
+        snprintf(split, sizeof split, "; %s%.2f ms queued, %.2f ms run",
+                 latency.count() == 1 ? "" : "at the median ", queueing.percentile(0.5),
+                 running.percentile(0.5));
         text += split;
     }
     return text;
@@ -142,11 +145,15 @@ Completion Requester::finish() {
 RequestTimes request(const Connection& connection, const RequestOptions& options,
                      const std::string& nodeType, const std::string& config,
                      const std::vector<Model>& models, const std::vector<Tensor>& inputs,
-                     const std::vector<Tensor>& outputs) {
+                     const std::vector<Tensor>& outputs, const RequestTurns& turns) {
     Requester requester(connection, options, nodeType, config, models, inputs, outputs);
     RequestTimes times = {requester.opening(), {}, {}, {}, ""};
-    Progress progress("requests", options.repeat);
-    for (size_t i = 0; i < options.repeat; ++i) {
+    const size_t count = turns.count * options.repeat;
+    Progress progress("requests", count);
+    for (size_t i = 0; i < count; ++i) {
+        if (turns.before && i % options.repeat == 0) {
+            turns.before(i / options.repeat);
+        }
         const Stopwatch watch;
         requester.start();
         const Completion completion = requester.finish();
@@ -156,6 +163,9 @@ RequestTimes request(const Connection& connection, const RequestOptions& options
             times.running.add(service->run);
         }
         times.context = completion.context;
+        if (turns.after && (i + 1) % options.repeat == 0) {
+            turns.after(completion.context);
+        }
         progress.update(i + 1);
     }
     return times;

@@ -68,10 +68,17 @@ private:
     std::function<Completion()> await_;
 };
 
-// Opens a session, sends it the request as often as the options say, and waits for each result.
+// Different requests with the same tensors.
+struct RequestTurns {
+    size_t count = 1;
+    std::function<void(size_t)> before;                     // Fills the inputs.
+    std::function<void(const std::string& context)> after;  // Of the last result.
+};
+
+// Opens a session, sends it each request as often as the options say, and waits for each result.
 RequestTimes request(const Connection& connection, const RequestOptions& options,
                      const std::string& nodeType, const std::string& config,
                      const std::vector<Model>& models, const std::vector<Tensor>& inputs,
-                     const std::vector<Tensor>& outputs);
+                     const std::vector<Tensor>& outputs, const RequestTurns& turns = {});
 
 }  // namespace orva::client

@@ -5,17 +5,13 @@
 #include "client/commands/RunTensors.h"
 
 #include <algorithm>
-#include <cstdio>
-#include <cstring>
 #include <filesystem>
 #include <map>
 #include <stdexcept>
 
-#include <CLI/CLI.hpp>
 #include <nlohmann/json.hpp>
 
 #include "client/io/File.h"
-#include "client/io/PictureFile.h"
 #include "client/model/MadeUp.h"
 #include "client/model/ModelFile.h"
 #include "client/report/Progress.h"
@@ -23,8 +19,6 @@
 namespace orva::client {
 
 namespace {
-
-constexpr size_t kFirstValues = 5;
 
 std::vector<TensorShape> shapesOf(const std::vector<std::string>& texts,
                                   std::vector<TensorShape> declared) {
@@ -92,192 +86,151 @@ std::string fileName(size_t number, const std::string& name) {
 
 }  // namespace
 
-void addMadeUpOption(CLI::App* command, RunSources* sources) {
-    command->add_option_function<std::string>(
-                   "--fill",
-                   [sources](const std::string& with) {
-                       sources->madeUp = with == "zero" ? MadeUp::kZero : MadeUp::kRandom;
-                   },
-                   "What inputs hold that are not given; the same on each run")
-            ->check(CLI::IsMember({"random", "zero"}))
-            ->default_str("random");
-}
-
-RunTensors::RunTensors(const RunSources& sources, const RequestOptions& options)
-        : tensorType_(options.tensorType) {
+RunTensors::RunTensors(const RunSources& sources, const RequestOptions& options,
+                       const RunTensors* others)
+        : tensorType_(options.tensorType), files_(others != nullptr ? others->files_ : nullptr) {
+    const std::vector<std::string>& outputs = sources.outputShapes;
     if (sources.model.empty()) {
+        addInputs(sources, {});
         std::vector<TensorShape> shapes;
-        if (sources.inputs.empty()) {
-            shapes.push_back(
-                    {"", ElementType::kUint8, {static_cast<int64_t>(sources.madeUpBytes)}});
-            addMadeUp(shapes[0], sources.madeUp);
+        for (const Tensor& input : inputs_) {
+            shapes.push_back({"", ElementType::kUint8, {static_cast<int64_t>(input.size())}});
         }
-        for (const std::string& path : sources.inputs) {
-            addFile(path, nullptr);
-            shapes.push_back(
-                    {"", ElementType::kUint8, {static_cast<int64_t>(inputs_.back().size())}});
-        }
-        addOutputs(sources.outputShapes.empty() ? shapes : shapesOf(sources.outputShapes, {}));
+        addOutputs(outputs.empty() ? shapes : shapesOf(outputs, {}));
         return;
     }
     const ModelFile file = withProgress("reading", [&] { return ModelFile(sources.model); });
     ModelOutline model = file.pick(options.modelName);
     close(sources.inputShapes, &model);
     requireClosed(model.inputs, "input", "--input-shape NAME=1x3x480x640 says its shape");
-    if (sources.outputShapes.empty()) {
+    if (outputs.empty()) {
         requireClosed(model.outputs, "output", "--output-shape says how much room it gets");
     }
-    if (!sources.image.empty()) {
-        if (model.inputs.size() != 1) {
-            throw std::runtime_error("the model has " + std::to_string(model.inputs.size()) +
-                                     " inputs; give each one with --input");
-        }
-        addImage(sources.image, model.inputs[0]);
-    } else if (sources.inputs.empty()) {
-        for (const TensorShape& shape : model.inputs) {
-            addMadeUp(shape, sources.madeUp);
-        }
-    } else {
-        if (model.inputs.size() != sources.inputs.size()) {
-            throw std::runtime_error("the model has " + std::to_string(model.inputs.size()) +
-                                     " inputs, but --input was given " +
-                                     std::to_string(sources.inputs.size()) + " times");
-        }
-        for (size_t i = 0; i < sources.inputs.size(); ++i) {
-            addFile(sources.inputs[i], &model.inputs[i]);
-        }
-    }
-    addOutputs(sources.outputShapes.empty() ? model.outputs
-                                            : shapesOf(sources.outputShapes, model.outputs));
+    addInputs(sources, model.inputs);
+    addOutputs(outputs.empty() ? model.outputs : shapesOf(outputs, model.outputs));
     models_.push_back(withProgress("reading", [&] { return file.load(); }));
 }
 
-void RunTensors::addImage(const std::string& path, TensorShape shape) {
-    const PictureLayout layout = pictureLayout(shape.dims);
-    if (layout == PictureLayout::kNone) {
-        throw std::runtime_error("the model's input is " + shape.text() +
-                                 ", which is no picture; give its bytes with --input");
-    }
-    const bool planes = layout == PictureLayout::kChannelsFirst;
-    const int64_t channels = shape.dims[planes ? 1 : 3];
-    const auto height = static_cast<int>(shape.dims[planes ? 2 : 1]);
-    const auto width = static_cast<int>(shape.dims[planes ? 3 : 2]);
-    const Pixels picture = readPicture(path);
-    const std::vector<uint8_t> bytes = channels == 1 ? grey(picture, width, height)
-                                                     : stretched(picture, width, height, planes);
-    // The node makes floats of bytes where the model wants floats.
-    shape.type = ElementType::kUint8;
-    inputs_.emplace_back(shape.attributes(), bytes.size(), tensorType_);
-    std::memcpy(inputs_.back().data(), bytes.data(), bytes.size());
-}
-
-void RunTensors::addMadeUp(const TensorShape& shape, MadeUp how) {
-    inputs_.emplace_back(shape.attributes(), shape.bytes(), tensorType_);
-    if (how == MadeUp::kRandom) {
-        makeUp(shape, inputs_.back().data());
-    }
-}
-
-void RunTensors::addFile(const std::string& path, const TensorShape* shape) {
-    const size_t size = sizeOfFile(path);
-    if (shape == nullptr && size > kMostTensorBytes) {
-        throw std::runtime_error(path + " has " + sizeText(size) + "; a tensor has at most " +
-                                 sizeText(kMostTensorBytes));
-    }
-    TensorShape taken = {"", ElementType::kUint8, {static_cast<int64_t>(size)}};
-    if (shape != nullptr) {
-        if (size != shape->bytes()) {
-            throw std::runtime_error(path + " has " + std::to_string(size) +
-                                     " bytes, but the model's input '" + shape->name + "' (" +
-                                     nameOf(shape->type) + " " + shape->text() + ") takes " +
-                                     std::to_string(shape->bytes()));
+// The shapes are the model's; without one there are none.
+void RunTensors::addInputs(const RunSources& sources, const std::vector<TensorShape>& shapes) {
+    if (files_ == nullptr && !sources.image.empty()) {
+        if (shapes.size() != 1) {
+            throw std::runtime_error("the model has " + std::to_string(shapes.size()) +
+                                     " inputs; give each one with --input");
         }
-        taken = *shape;
+        files_ = std::make_shared<InputFiles>(sources.image,
+                                              PictureInput(shapes[0], sources.numbers));
+    } else if (files_ == nullptr && !sources.inputs.empty()) {
+        files_ = shapes.empty() ? std::make_shared<InputFiles>(sources.inputs)
+                                : std::make_shared<InputFiles>(sources.inputs, shapes);
     }
-    const FileBytes file(path);
-    inputs_.emplace_back(taken.attributes(), size, tensorType_);
-    if (file.size() != size) {
-        throw std::runtime_error(path + " is being written to");
+    std::vector<TensorShape> sent = files_ != nullptr ? files_->shapes() : shapes;
+    if (sent.empty()) {
+        sent.push_back({"", ElementType::kUint8, {static_cast<int64_t>(sources.madeUpBytes)}});
     }
-    file.copyTo(inputs_.back().data());
+    for (const TensorShape& shape : sent) {
+        inputs_.emplace_back(shape.attributes(), shape.bytes(), tensorType_);
+        if (files_ == nullptr && sources.madeUp == MadeUp::kRandom) {
+            makeUp(shape, inputs_.back().data());
+        }
+    }
+    take(0);
 }
 
 void RunTensors::addOutputs(std::vector<TensorShape> shapes) {
-    outputShapes_ = std::move(shapes);
-    for (const TensorShape& shape : outputShapes_) {
+    declared_ = std::move(shapes);
+    outputShapes_ = declared_;
+    for (const TensorShape& shape : declared_) {
         outputs_.emplace_back(shape.attributes(), shape.bytes(), tensorType_);
     }
 }
 
+void RunTensors::keepFiles() {
+    if (files_ != nullptr && files_->requests() > 1) {
+        files_->keep();
+    }
+}
+
+std::vector<std::string> RunTensors::files(size_t request) const {
+    return files_ == nullptr ? std::vector<std::string>() : files_->names(request);
+}
+
+void RunTensors::take(size_t request) {
+    if (files_ != nullptr && request_ != request) {
+        files_->fill(request, &inputs_);
+    }
+    request_ = request;
+}
+
 void RunTensors::takeShapes(const std::string& context) {
+    outputShapes_ = declared_;
     const nlohmann::json said = nlohmann::json::parse(context, nullptr, false);
-    for (TensorShape& shape : outputShapes_) {
+    for (size_t i = 0; i < outputShapes_.size(); ++i) {
+        TensorShape& shape = outputShapes_[i];
         const auto found = said.is_object() ? said.find("shape:" + shape.name) : said.end();
         if (found != said.end() && found->is_string()) {
             const std::string text = *found;
             shape.dims = text == "scalar" ? std::vector<int64_t>() : parseDims(text);
         }
+        if (shape.bytes() > outputs_[i].size()) {
+            throw std::runtime_error("the service says that the output '" + shape.name + "' is " +
+                                     shape.text() + ", which it has no room for");
+        }
     }
 }
 
-std::vector<OutputSummary> RunTensors::summaries() const {
-    std::vector<OutputSummary> summaries;
-    for (size_t i = 0; i < outputs_.size(); ++i) {
-        summaries.push_back(OutputSummary::of(outputShapes_[i], outputs_[i]));
-    }
-    return summaries;
+// A request that no folder is given for has one result, without a name.
+std::vector<std::string> RunTensors::namesOf(size_t request) const {
+    std::vector<std::string> names = files(request);
+    return names.empty() ? std::vector<std::string>{""} : names;
 }
 
-std::vector<std::string> RunTensors::outputFiles(const std::string& folder) const {
+RunTensors::Part RunTensors::part(size_t output, size_t file) const {
+    Part part = {outputShapes_[output], outputs_[output].data()};
+    const size_t batch = files_ == nullptr ? 1 : files_->perRequest();
+    if (batch > 1) {
+        if (part.shape.dims.empty() || part.shape.dims[0] != static_cast<int64_t>(batch)) {
+            throw std::runtime_error("the output '" + part.shape.name + "' is " +
+                                     part.shape.text() + ", which is not one for each of the " +
+                                     std::to_string(batch) + " inputs of a request");
+        }
+        part.shape.dims[0] = 1;
+        part.data += file * part.shape.bytes();
+    }
+    return part;
+}
+
+std::vector<RunResult> RunTensors::results() const {
+    std::vector<RunResult> results;
+    for (const std::string& name : namesOf(*request_)) {
+        RunResult result = {name, {}};
+        for (size_t i = 0; i < outputs_.size(); ++i) {
+            const Part one = part(i, results.size());
+            result.outputs.push_back(OutputSummary::of(one.shape, one.data));
+        }
+        results.push_back(std::move(result));
+    }
+    return results;
+}
+
+std::vector<std::string> RunTensors::outputFiles(const std::string& folder, size_t request) const {
     std::vector<std::string> paths;
-    for (size_t i = 0; i < outputs_.size(); ++i) {
-        paths.push_back(std::filesystem::path(folder) / fileName(i, outputShapes_[i].name));
+    for (const std::string& name : namesOf(request)) {
+        const std::filesystem::path own =
+                std::filesystem::path(folder) / std::filesystem::path(name).filename();
+        for (size_t i = 0; i < outputs_.size(); ++i) {
+            paths.push_back(own / fileName(i, declared_[i].name));
+        }
     }
     return paths;
 }
 
 void RunTensors::save(const std::string& folder) const {
-    const std::vector<std::string> paths = outputFiles(folder);
-    for (size_t i = 0; i < outputs_.size(); ++i) {
-        writeFile(paths[i], outputs_[i].data(), outputs_[i].size());
+    const std::vector<std::string> paths = outputFiles(folder, *request_);
+    for (size_t i = 0; i < paths.size(); ++i) {
+        const Part one = part(i % outputs_.size(), i / outputs_.size());
+        writeFile(paths[i], one.data, one.shape.bytes());
     }
-}
-
-OutputSummary OutputSummary::of(const TensorShape& shape, const Tensor& tensor) {
-    OutputSummary summary;
-    summary.shape = shape;
-    const size_t count = shape.elements();
-    double sum = 0;
-    for (size_t i = 0; i < count; ++i) {
-        const double value = valueAt(shape.type, tensor.data() + i * sizeOf(shape.type));
-        summary.min = i == 0 ? value : std::min(summary.min, value);
-        summary.max = i == 0 ? value : std::max(summary.max, value);
-        sum += value;
-        if (i < kFirstValues) {
-            summary.first.push_back(value);
-        }
-    }
-    summary.mean = sum / static_cast<double>(count);
-    return summary;
-}
-
-std::string OutputSummary::text() const {
-    char numbers[128];
-    snprintf(numbers, sizeof numbers, ": min %.6g, max %.6g, mean %.6g, first", min, max, mean);
-    std::string text = (shape.name.empty() ? "output" : shape.name) + " " + nameOf(shape.type) +
-                       " " + shape.text() + numbers;
-    for (const double value : first) {
-        snprintf(numbers, sizeof numbers, " %.6g", value);
-        text += numbers;
-    }
-    return text + (shape.elements() > first.size() ? " …" : "");
-}
-
-nlohmann::json OutputSummary::json() const {
-    return {{"name", shape.name},  {"type", nameOf(shape.type)},
-            {"shape", shape.dims}, {"min", min},
-            {"max", max},          {"mean", mean},
-            {"first", first}};
 }
 
 }  // namespace orva::client

@@ -4,56 +4,37 @@
  */
 #pragma once
 
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
-#include <nlohmann/json_fwd.hpp>
-
+#include "client/commands/InputFiles.h"
 #include "client/commands/Requests.h"
+#include "client/commands/RunSources.h"
 #include "client/lib/Session.h"
 #include "client/model/TensorShape.h"
+#include "client/report/OutputSummary.h"
 
 namespace orva::client {
 
-// What the bytes of an input are that nobody gives: the same on each run.
-enum class MadeUp { kRandom, kZero };
-
-// What the user gave to `run`: an image or files of raw bytes, and, where there is one, the model
-// that says what they must look like. Without either, inputs are made up.
-struct RunSources {
-    std::string model;
-    std::string image;
-    std::vector<std::string> inputs;
-    // Each NAME=1x3x480x640, for inputs that the model leaves open.
-    std::vector<std::string> inputShapes;
-    std::vector<std::string> outputShapes;
-    MadeUp madeUp = MadeUp::kRandom;
-    size_t madeUpBytes = 4096;  // Without a model, of the one input.
+// What came of one file, or of a request where no folder is given.
+struct RunResult {
+    std::string file;  // Empty then.
+    std::vector<OutputSummary> outputs;
 };
 
-// Adds --fill, which says what to make up.
-void addMadeUpOption(CLI::App* command, RunSources* sources);
-
-// What an output tensor holds, in short.
-struct OutputSummary {
-    TensorShape shape;
-    double min = 0;
-    double max = 0;
-    double mean = 0;
-    std::vector<double> first;
-
-    static OutputSummary of(const TensorShape& shape, const Tensor& tensor);
-    // One line, for people.
-    std::string text() const;
-    nlohmann::json json() const;
-};
-
-// The tensors of one request in shared memory. Without a model an input is what its file holds, in
-// bytes, and each output is like the input of its number.
+// The tensors of requests in shared memory, the same for one request after the other. Without a
+// model an input is what its file holds, in bytes, and each output is like the input of its number.
 class RunTensors {
 public:
     // Throws std::exception, saying what does not fit, when no request can be made of the sources.
-    RunTensors(const RunSources& sources, const RequestOptions& options);
+    // The inputs are the first request's. Of the same sources as those of others, it has their
+    // files.
+    RunTensors(const RunSources& sources, const RequestOptions& options,
+               const RunTensors* others = nullptr);
 
     const std::vector<Model>& models() const { return models_; }
     // For when sessions have them.
@@ -61,24 +42,44 @@ public:
     const std::vector<Tensor>& inputs() const { return inputs_; }
     const std::vector<Tensor>& outputs() const { return outputs_; }
 
+    // Reads all files now, as InputFiles::keep().
+    void keepFiles();
+    size_t requests() const { return files_ == nullptr ? 1 : files_->requests(); }
+    // The files of a request; empty where no folder is given.
+    std::vector<std::string> files(size_t request) const;
+    // Has the inputs be a request's.
+    void take(size_t request);
+
     // Gives outputs the shapes that a result's context says they have come to have.
     void takeShapes(const std::string& context);
-    std::vector<OutputSummary> summaries() const;
-    // The files that save() writes each output's bytes to.
-    std::vector<std::string> outputFiles(const std::string& folder) const;
+    // What came of the request. Throws std::runtime_error when it was for several files, and the
+    // outputs do not tell them apart.
+    std::vector<RunResult> results() const;
+    // Where save() puts what comes of a request: each output's bytes in a file, of each input file
+    // in a folder of its name.
+    std::vector<std::string> outputFiles(const std::string& folder, size_t request) const;
     void save(const std::string& folder) const;
 
 private:
-    void addImage(const std::string& path, TensorShape shape);
-    void addMadeUp(const TensorShape& shape, MadeUp how);
-    void addFile(const std::string& path, const TensorShape* shape);
+    // Of an output, what belongs to one file.
+    struct Part {
+        TensorShape shape;
+        const uint8_t* data;
+    };
+
+    void addInputs(const RunSources& sources, const std::vector<TensorShape>& shapes);
     void addOutputs(std::vector<TensorShape> shapes);
+    std::vector<std::string> namesOf(size_t request) const;
+    Part part(size_t output, size_t file) const;
 
     const std::string tensorType_;
     std::vector<Model> models_;
+    std::shared_ptr<InputFiles> files_;  // Empty when all is made up.
+    std::optional<size_t> request_;      // whose inputs are there
     std::vector<Tensor> inputs_;
     std::vector<Tensor> outputs_;
-    std::vector<TensorShape> outputShapes_;
+    std::vector<TensorShape> declared_;      // of the outputs
+    std::vector<TensorShape> outputShapes_;  // as they have come to be
 };
 
 }  // namespace orva::client

@@ -65,6 +65,24 @@ size_t sizeOfFile(const std::string& path) {
     return checkedSize(info, path);
 }
 
+std::vector<std::string> filesOf(const std::string& path) {
+    namespace fs = std::filesystem;
+    if (!fs::is_directory(path)) {
+        return {path};
+    }
+    std::vector<std::string> files;
+    for (const fs::directory_entry& entry : fs::directory_iterator(path)) {
+        if (entry.is_regular_file() && entry.path().filename().string()[0] != '.') {
+            files.push_back(entry.path());
+        }
+    }
+    if (files.empty()) {
+        throw std::runtime_error("there is no file in " + path);
+    }
+    std::sort(files.begin(), files.end());
+    return files;
+}
+
 FileBytes::FileBytes(const std::string& path)
         : path_(path), file_(open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK)) {
     struct stat info = {};

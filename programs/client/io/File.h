@@ -18,6 +18,10 @@ namespace orva::client {
 // nothing here has a use for one; so does a folder, a pipe and a device.
 size_t sizeOfFile(const std::string& path);
 
+// The files of a folder in the order of their names, without hidden ones and folders; of anything
+// else, just that. Throws std::exception when it cannot be read, or has none.
+std::vector<std::string> filesOf(const std::string& path);
+
 // A file's bytes, mapped: what nobody looks at is not read.
 class FileBytes {
 public:

@@ -136,6 +136,14 @@ bool isCompiled(const Model& model) {
     return reference::IsCompiledModel(rangeOf(model.bytes));
 }
 
+std::vector<std::string> compiledNames(const uint8_t* bytes, size_t size) {
+    std::vector<std::string> names;
+    for (const ModelOutline& model : outlinesIn({bytes, size}, "")) {
+        names.push_back(model.name);
+    }
+    return names;
+}
+
 std::string refusalText(const Model& model, int32_t status, const Refuser& refuser) {
     try {
         outlinesIn(rangeOf(model.bytes), "");

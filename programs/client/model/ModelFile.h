@@ -25,6 +25,10 @@ Model readModel(const std::string& path, const std::function<void(size_t)>& adva
 // Whether it is what a build has made, and no source of one.
 bool isCompiled(const Model& model);
 
+// The names of the models in such a file's bytes, in their order. Throws std::runtime_error when it
+// is none.
+std::vector<std::string> compiledNames(const uint8_t* bytes, size_t size);
+
 // Why a service has refused a model: the status, and what can be seen here or where to look.
 std::string refusalText(const Model& model, int32_t status, const Refuser& refuser);
 

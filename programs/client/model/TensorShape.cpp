@@ -129,7 +129,7 @@ TensorAttributes TensorShape::attributes() const {
 }
 
 PictureLayout pictureLayout(const std::vector<int64_t>& dims) {
-    if (dims.size() != 4 || dims[0] != 1) {
+    if (dims.size() != 4) {
         return PictureLayout::kNone;
     }
     if (isChannelCount(dims[1])) {

@@ -58,7 +58,7 @@ struct TensorShape {
     TensorAttributes attributes() const;
 };
 
-// How a tensor with these dimensions holds a picture.
+// How a tensor with these dimensions holds pictures.
 enum class PictureLayout { kNone, kChannelsFirst, kChannelsLast };
 PictureLayout pictureLayout(const std::vector<int64_t>& dims);
 

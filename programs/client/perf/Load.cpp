@@ -122,6 +122,11 @@ void LoadResult::add(const RequestTiming& timing, nanoseconds late) {
         queue.add(timing.service->queue);
         run.add(timing.service->run);
     }
+    if (timing.files) {
+        Turn& turn = turns[*timing.files];
+        ++turn.requests;
+        turn.latency += late + timing.total;
+    }
 }
 
 void LoadResult::add(const LoadResult& others) {
@@ -130,6 +135,11 @@ void LoadResult::add(const LoadResult& others) {
     call.add(others.call);
     queue.add(others.queue);
     run.add(others.run);
+    for (const auto& [number, other] : others.turns) {
+        Turn& turn = turns[number];
+        turn.requests += other.requests;
+        turn.latency += other.latency;
+    }
     if (failures == 0) {
         firstFailure = others.firstFailure;
     }

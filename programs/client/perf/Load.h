@@ -7,6 +7,7 @@
 #include <atomic>
 #include <chrono>
 #include <functional>
+#include <map>
 #include <optional>
 #include <string>
 #include <vector>
@@ -34,7 +35,8 @@ struct RequestTiming {
         std::chrono::nanoseconds queue{0};
         std::chrono::nanoseconds run{0};
     };
-    std::optional<Service> service;
+    std::optional<Service> service = {};
+    std::optional<size_t> files = {};  // Which of those that requests take turns with, if they do.
 };
 
 // What came of a load, or of a second of it.
@@ -45,6 +47,12 @@ struct LoadResult {
     // Of those requests of which the service says so.
     Histogram queue;
     Histogram run;
+    // With each of the files that requests take turns with.
+    struct Turn {
+        uint64_t requests = 0;
+        std::chrono::nanoseconds latency{0};  // of them all
+    };
+    std::map<size_t, Turn> turns;
     uint64_t failures = 0;
     std::string firstFailure;
 

@@ -24,6 +24,10 @@ double inSeconds(std::chrono::nanoseconds time) {
     return std::chrono::duration<double>(time).count();
 }
 
+double meanOf(const LoadResult::Turn& turn) {
+    return inMilliseconds(turn.latency) / static_cast<double>(turn.requests);
+}
+
 __attribute__((format(printf, 1, 2))) std::string line(const char* format, ...) {
     char text[256];
     va_list arguments;
@@ -98,6 +102,16 @@ std::string perfText(const PerfSubject& subject) {
     for (const TimePart& part : timeParts(report)) {
         text += line("%13s %12.3f ms", part.name.c_str(), part.milliseconds);
     }
+    if (!result.turns.empty()) {
+        text += "  with each file, in the mean\n";
+    }
+    for (const auto& [number, turn] : result.turns) {
+        text += line("%13llu %12.3f ms", static_cast<unsigned long long>(turn.requests),
+                     meanOf(turn));
+        for (const std::string& file : subject.files.at(number)) {
+            text += "  " + file + "\n";
+        }
+    }
     return text;
 }
 
@@ -123,16 +137,22 @@ nlohmann::json perfJson(const PerfSubject& subject) {
                            {"median", inMilliseconds(second.median)},
                            {"p99", inMilliseconds(second.p99)}});
     }
-    return {{"name", subject.name},
-            {"concurrency", subject.concurrency},
-            {"rate", subject.plan.rate},
-            {"requests", result.latency.count()},
-            {"failures", result.failures},
-            {"seconds", inSeconds(report.measured)},
-            {"throughput", report.throughput()},
-            {"latency", latency},
-            {"mean_parts", parts},
-            {"over_time", seconds}};
+    nlohmann::json json = {{"name", subject.name},
+                           {"concurrency", subject.concurrency},
+                           {"rate", subject.plan.rate},
+                           {"requests", result.latency.count()},
+                           {"failures", result.failures},
+                           {"seconds", inSeconds(report.measured)},
+                           {"throughput", report.throughput()},
+                           {"latency", latency},
+                           {"mean_parts", parts},
+                           {"over_time", seconds}};
+    for (const auto& [number, turn] : result.turns) {
+        json["files"].push_back({{"files", subject.files.at(number)},
+                                 {"requests", turn.requests},
+                                 {"mean", meanOf(turn)}});
+    }
+    return json;
 }
 
 }  // namespace orva::client

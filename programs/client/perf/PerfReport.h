@@ -20,6 +20,8 @@ struct PerfSubject {
     size_t concurrency = 1;
     LoadPlan plan;
     LoadReport report;
+    // Of each turn in the report.
+    std::vector<std::vector<std::string>> files = {};
 };
 
 // A part of the requests' time, by its mean.
