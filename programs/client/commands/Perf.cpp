@@ -138,6 +138,9 @@ void perf(const Connection& connection, const Options& options) {
         requireOutputFile(options.report, inputs);
     }
     takeInterrupt();
+    if (options.concurrency == 1 && options.models.size() <= 1) {
+        serveWhileAwaiting();  // One thread awaits.
+    }
     std::vector<Bench> benches;
     int32_t clientId = 1;
     for (const std::string& model :

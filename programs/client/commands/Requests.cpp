@@ -146,6 +146,7 @@ RequestTimes request(const Connection& connection, const RequestOptions& options
                      const std::string& nodeType, const std::string& config,
                      const std::vector<Model>& models, const std::vector<Tensor>& inputs,
                      const std::vector<Tensor>& outputs, const RequestTurns& turns) {
+    serveWhileAwaiting();
     Requester requester(connection, options, nodeType, config, models, inputs, outputs);
     RequestTimes times = {requester.opening(), {}, {}, {}, ""};
     const size_t count = turns.count * options.repeat;

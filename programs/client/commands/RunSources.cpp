@@ -76,15 +76,17 @@ void addSourceOptions(CLI::App* command, RunSources* sources) {
 
 void checkSourceOptions(const RunSources& sources) {
     if (sources.model.empty() && !sources.image.empty()) {
-        throw CLI::RequiredError("--image needs a --model, which says how large it must be; "
-                                 "--model");
+        throw CLI::RequiredError(
+                "--image needs a --model, which says how large it must be; "
+                "--model");
     }
     if (sources.image.empty() && sources.numbers.areGiven()) {
         throw CLI::ValidationError("--mean, --scale and --bias", "are for --image");
     }
     const PictureNumbers& numbers = sources.numbers;
     for (const auto& [name, list] : {std::pair("--mean", &numbers.mean),
-                                     {"--scale", &numbers.scale}, {"--bias", &numbers.bias}}) {
+                                     {"--scale", &numbers.scale},
+                                     {"--bias", &numbers.bias}}) {
         if (list->size() == 2) {
             throw CLI::ValidationError(name, "takes one number, or three: R,G,B");
         }

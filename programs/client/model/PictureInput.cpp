@@ -80,8 +80,8 @@ std::vector<uint8_t> PictureInput::read(const std::string& path) const {
     const size_t plane = bytes.size() / kColours;
     for (size_t i = 0; i < bytes.size(); ++i) {
         const size_t channel = planes ? i / plane : i % kColours;
-        floats[i] = static_cast<float>(bytes[i] * numbers_.factor(channel) +
-                                       numbers_.offset(channel));
+        floats[i] =
+                static_cast<float>(bytes[i] * numbers_.factor(channel) + numbers_.offset(channel));
     }
     bytes.resize(floats.size() * sizeof(float));
     std::memcpy(bytes.data(), floats.data(), bytes.size());
