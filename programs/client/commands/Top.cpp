@@ -27,7 +27,7 @@ struct Options {
 
 // A pipe has lines of any length, and any number of them.
 struct Screen {
-    const bool is = terminalWidth().has_value();
+    const bool is = terminalHeight().has_value();
     const size_t width = terminalWidth().value_or(200);
     // One line stays for the cursor.
     const size_t height = terminalHeight().value_or(SIZE_MAX) - 1;

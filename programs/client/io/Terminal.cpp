@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <cstdlib>
 
 #include <sys/ioctl.h>
 #include <unistd.h>
@@ -27,6 +28,11 @@ std::optional<winsize> terminalSize() {
 }  // namespace
 
 std::optional<size_t> terminalWidth() {
+    const char* const columns = std::getenv("COLUMNS");
+    const size_t wanted = columns != nullptr ? std::strtoul(columns, nullptr, 10) : 0;
+    if (wanted > 0) {
+        return wanted;
+    }
     const auto size = terminalSize();
     return size ? std::optional<size_t>(size->ws_col > 0 ? size->ws_col : kUsualWidth)
                 : std::nullopt;

@@ -11,7 +11,8 @@
 namespace orva::client {
 
 // Of the terminal that standard output is, as it is now; nothing when it is none. One that does not
-// say its size is taken to have 80 columns, and lines without end.
+// say its size is taken to have 80 columns, and lines without end. The width is what $COLUMNS says
+// where that is set, whatever the output is.
 std::optional<size_t> terminalWidth();
 std::optional<size_t> terminalHeight();
 
