@@ -8,6 +8,7 @@
 
 #include <cmath>
 #include <limits>
+#include <tuple>
 #include <vector>
 
 namespace orva::client {
@@ -52,20 +53,17 @@ constexpr FaceDecoder::Grid kFine = FaceDecoder::kFine;
 constexpr FaceDecoder::Grid kCoarse = FaceDecoder::kCoarse;
 
 TEST(FaceDecoder, FindsTheAnchorOfEachNumber) {
-    const struct {
-        FaceDecoder::Grid grid;
-        size_t anchor;
-        float x;  // Of the anchor, in pixels.
-        float y;
-    } cases[] = {{kFine, 1, 4, 4},   {kFine, 32, 4, 12},  {kFine, 511, 124, 124},
-                 {kCoarse, 5, 8, 8}, {kCoarse, 6, 24, 8}, {kCoarse, 48, 8, 24}};
-    for (const auto& c : cases) {
-        const std::vector<Face> faces = decode({{c.grid, c.anchor, 5, 3, -2, 20}});
-        ASSERT_EQ(faces.size(), 1U) << c.anchor;
-        EXPECT_NEAR(faces[0].left, (c.x + 3 - 10) * kPixel, 1e-6) << c.anchor;
-        EXPECT_NEAR(faces[0].top, (c.y - 2 - 10) * kPixel, 1e-6) << c.anchor;
+    // Where the anchors are, in pixels.
+    const std::tuple<FaceDecoder::Grid, size_t, float, float> cases[] = {
+            {kFine, 1, 4, 4},   {kFine, 32, 4, 12},  {kFine, 511, 124, 124},
+            {kCoarse, 5, 8, 8}, {kCoarse, 6, 24, 8}, {kCoarse, 48, 8, 24}};
+    for (const auto& [grid, anchor, x, y] : cases) {
+        const std::vector<Face> faces = decode({{grid, anchor, 5, 3, -2, 20}});
+        ASSERT_EQ(faces.size(), 1U) << anchor;
+        EXPECT_NEAR(faces[0].left, (x + 3 - 10) * kPixel, 1e-6) << anchor;
+        EXPECT_NEAR(faces[0].top, (y - 2 - 10) * kPixel, 1e-6) << anchor;
         EXPECT_NEAR(faces[0].width, 20 * kPixel, 1e-6);
-        EXPECT_NEAR(faces[0].keyPoints[5].y, (c.y + 11) * kPixel, 1e-6);
+        EXPECT_NEAR(faces[0].keyPoints[5].y, (y + 11) * kPixel, 1e-6);
     }
 }
 

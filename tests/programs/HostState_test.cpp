@@ -5,11 +5,8 @@
 #include "client/report/HostState.h"
 
 #include <gtest/gtest.h>
-#include <unistd.h>
 
 #include <sstream>
-
-#include "support/Machine.h"
 
 namespace orva::client {
 namespace {
@@ -19,9 +16,7 @@ constexpr char kDump[] = R"({
     "requests": {"in_flight": 2, "done": 100, "taken_us": 5000},
     "refusals": 7,
     "latest_refusals": [
-        {"ago_s": 9.2, "client": "1:1", "program": "a", "method": "Init", "status": 1, "text": "old"},
-        {"ago_s": 5.2, "client": "1:1", "program": "a", "method": "Init", "status": 1, "text": "more"},
-        {"ago_s": 4.2, "client": "1:1", "program": "a", "method": "Init", "status": 1, "text": "late"},
+        {"ago_s": 9.2, "text": "old"}, {"ago_s": 5.2, "text": "more"}, {"ago_s": 4.2, "text": "late"},
         {"ago_s": 3.2, "client": "12:1", "program": "b", "method": "Process", "status": 103,
          "text": "last"}],
     "held": {"mapped_bytes": 2048},
@@ -30,7 +25,6 @@ constexpr char kDump[] = R"({
 
 TEST(HostState, IsReadFromADump) {
     const ServiceState state = serviceStateOf(kDump);
-    EXPECT_EQ(state.name, "IAIService");
     EXPECT_EQ(state.age, 12.5);
     EXPECT_EQ(state.requests.done, 100U);
     EXPECT_EQ(state.requests.taken, 5000U);
@@ -91,16 +85,6 @@ TEST(HostState, KnowsHowLongRequestsTakeThatOutlastALook) {
                 << text;
         before = now;
     }
-}
-
-TEST(HostState, KnowsProcesses) {
-    const auto own = processFacts(getpid());
-    ASSERT_TRUE(own);
-    EXPECT_EQ(own->program, test::programOf("programs_test"));
-    EXPECT_GE(own->threads, 1U);
-    EXPECT_GT(own->residentBytes, 100'000U);
-    EXPECT_FALSE(processFacts(0));
-    EXPECT_FALSE(processFacts(-1));
 }
 
 }  // namespace

@@ -58,12 +58,10 @@ protected:
 };
 
 TEST_F(LogWriterTest, AProcessHasItsShareAndTheLogSaysWhatIsMissing) {
+    std::string expected;
     for (int i = 0; i < 20 + 5; ++i) {
         log_.write(7, ANDROID_LOG_ERROR, "tag", "a");
         log_.write(0, ANDROID_LOG_INFO, "tag", "own");
-    }
-    std::string expected;
-    for (int i = 0; i < 20 + 5; ++i) {
         expected += i < 20    ? "E a; "
                     : i == 20 ? "W process 7 causes more lines than it may (--log-limit); they are "
                                 "left out; "

@@ -51,10 +51,7 @@ TEST_F(Outputs, AreNeverAnInput) {
     const std::string input = file("saved/0-y.bin", std::string(240, 'x'));
     const Mistakes mistakes = {
             {{"compile", source, "-o", source}, "it is an input"},
-            {{"compile", source, "-o", path("../files/m.onnx")}, "it is an input"},
             {{"compile", source, "-o", path("hard.onnx")}, "it is an input"},
-            {{"faces", "--model", source, "--image", picture, "--output", picture},
-             "it is an input"},
             {{"faces", "--model", source, "--image", picture, "--output", path("link.png")},
              "it is an input"},
             {{"run", "--model", source, "--input", input, "--output", path("saved")},
@@ -77,9 +74,11 @@ TEST_F(Outputs, ThatCannotBeWrittenEndWith1) {
     startHost();
     const std::string bytes = file("bytes", "1234");
     const std::vector<std::vector<std::string>> commands = {
-            {"--help"},       {"--version"},     {"list"},
-            {"ping"},         {"debug"},         {"run", "--node", "echo", "--input", bytes},
-            {"info", model_}, {"check", model_}, {"run", "--help"},
+            {"--help"},        {"list"},
+            {"ping"},          {"run", "--node", "echo", "--input", bytes},
+            {"debug"},         {"info", model_},
+            {"check", model_}, {"nodes"},
+            {"run", "--help"},
     };
     const android::base::unique_fd full(open("/dev/full", O_WRONLY | O_CLOEXEC));
     ASSERT_GE(full, 0);

@@ -49,13 +49,9 @@ private:
 // Smooth, so that a JPEG can say it.
 Pixels slope(int width, int height) {
     Pixels pixels(width, height);
-    for (int y = 0; y < height; ++y) {
-        for (int x = 0; x < width; ++x) {
-            uint8_t* const pixel = pixels.at(x, y);
-            pixel[0] = static_cast<uint8_t>(2 * x);
-            pixel[1] = static_cast<uint8_t>(3 * y);
-            pixel[2] = static_cast<uint8_t>(x + y);
-        }
+    for (int i = 0; i < width * height; ++i) {
+        const int numbers[] = {2 * (i % width), 3 * (i / width), i % width + i / width};
+        std::copy(std::begin(numbers), std::end(numbers), pixels.at(i % width, i / width));
     }
     return pixels;
 }
@@ -84,11 +80,7 @@ TEST_F(PictureFile, IsRefusedWithItsReason) {
     const std::string png = contentOf(path("whole.png")), jpeg = contentOf(path("whole.jpg"));
     std::string flipped = png;
     flipped[png.size() / 2] ^= 1;
-    const struct {
-        const char* name;
-        std::string content;
-        const char* told;
-    } cases[] = {
+    const std::tuple<const char*, std::string, const char*> cases[] = {
             {"text", "no picture", "no PNG, JPEG or PPM"},
             {"short.png", png.substr(0, png.size() / 2), "short.png"},
             {"flipped.png", flipped, "flipped.png"},
@@ -101,8 +93,8 @@ TEST_F(PictureFile, IsRefusedWithItsReason) {
             {"deep.ppm", "P6 1 1 65535\n123456", "8 bits"},
             {"header.ppm", "P6 1 #", "8 bits"},
     };
-    for (const auto& c : cases) {
-        expectRefused(file(c.name, c.content), c.told);
+    for (const auto& [name, content, told] : cases) {
+        expectRefused(file(name, content), told);
     }
     expectRefused(testing::TempDir(), "it is a folder");
     EXPECT_EQ(readPicture(file("comment.ppm", "P6 # w\n1 #h\n 1 255\nabc")).bytes,
@@ -111,24 +103,19 @@ TEST_F(PictureFile, IsRefusedWithItsReason) {
 
 // Three by two pixels, 1 to 6, as each way of holding the camera has them stored.
 TEST_F(PictureFile, OfACameraIsTurnedUpright) {
-    const struct {
-        int orientation;
-        int width;
-        const char* stored;
-    } cases[] = {{1, 3, "123456"}, {2, 3, "321654"}, {3, 3, "654321"}, {4, 3, "456123"},
-                 {5, 2, "142536"}, {6, 2, "362514"}, {7, 2, "635241"}, {8, 2, "415263"}};
-    for (const auto& c : cases) {
-        Pixels stored(c.width, 6 / c.width);
+    int orientation = 0;
+    for (const char* const shades :
+         {"123456", "321654", "654321", "456123", "142536", "362514", "635241", "415263"}) {
+        const int width = ++orientation < 5 ? 3 : 2;
+        Pixels stored(width, 6 / width);
         for (size_t i = 0; i < stored.bytes.size(); ++i) {
-            stored.bytes[i] = static_cast<uint8_t>(c.stored[i / 3]);
+            stored.bytes[i] = static_cast<uint8_t>(shades[i / 3]);
         }
-        const Pixels seen = upright(stored, c.orientation);
-        ASSERT_EQ(seen.width, 3) << c.orientation;
-        std::string text;
-        for (size_t i = 0; i < seen.bytes.size(); i += 3) {
-            text += static_cast<char>(seen.bytes[i]);
+        const Pixels seen = upright(stored, orientation);
+        ASSERT_EQ(seen.width, 3) << orientation;
+        for (size_t i = 0; i < seen.bytes.size(); ++i) {
+            EXPECT_EQ(seen.bytes[i], '1' + i / 3) << orientation;
         }
-        EXPECT_EQ(text, "123456") << c.orientation;
     }
 }
 
@@ -149,24 +136,20 @@ TEST_F(PictureFile, SaysHowTheCameraWasHeld) {
     odd[18] = 9;     // no such orientation
     many[9] = 0x7f;  // more entries than there are bytes
     many[10] = 0;
-    const struct {
-        const char* what;
-        std::string file;
-        int orientation;
-    } cases[] = {
-            {"none", jpeg, 1},
-            {"big-endian", with(big, -1), 6},
-            {"little-endian", with(little, -1), 8},
-            {"directory outside", with(far, -1), 1},
-            {"unknown orientation", with(odd, -1), 1},
-            {"entries outside", with(many, -1), 1},
-            {"record longer than the file", with(little, 0xffff), 1},
-            {"record shorter than its length", with(little, 1), 1},
-            {"nothing", "", 1},
+    const std::pair<std::string, int> cases[] = {
+            {jpeg, 1},
+            {with(big, -1), 6},
+            {with(little, -1), 8},
+            {with(far, -1), 1},
+            {with(odd, -1), 1},
+            {with(many, -1), 1},
+            {with(little, 0xffff), 1},  // longer than the file
+            {with(little, 1), 1},       // shorter than its own length
+            {"", 1},
     };
-    for (const auto& c : cases) {
-        const auto* bytes = reinterpret_cast<const uint8_t*>(c.file.data());
-        EXPECT_EQ(exifOrientation(bytes, c.file.size()), c.orientation) << c.what;
+    for (const auto& [content, orientation] : cases) {
+        const auto* bytes = reinterpret_cast<const uint8_t*>(content.data());
+        EXPECT_EQ(exifOrientation(bytes, content.size()), orientation);
     }
     const Pixels turned = readPicture(file("turned.jpg", with(big, -1)));
     EXPECT_EQ(turned.width, 4);

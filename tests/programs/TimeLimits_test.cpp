@@ -20,13 +20,11 @@ TEST_F(CommandLine, GivesUpOnAHostThatDoesNotAnswer) {
     startHost();
     const std::string bytes = file("bytes", "1234");
     host().freeze();
-    const std::vector<std::vector<std::string>> commands = {
-            {"ping"},
-            {"debug"},
-            {"run", "--node", "echo", "--input", bytes},
-            {"check", bytes},
-    };
-    for (std::vector<std::string> command : commands) {
+    for (std::vector<std::string> command : {std::vector<std::string>{"ping"},
+                                             {"debug"},
+                                             {"nodes"},
+                                             {"check", bytes},
+                                             {"run", "--node", "echo", "--input", bytes}}) {
         command.insert(command.end(), {"--timeout", "0.2"});
         expectRefused(orva(command), 1, "did not answer within 0.2 s");
     }
@@ -47,11 +45,9 @@ TEST_F(CommandLine, SaysWhatIsWrongWithTheFolder) {
     fs::create_directory(open);
     fs::permissions(open, fs::perms::all);
     const std::string plain = file("plain", "x");
-    const std::vector<std::pair<std::string, const char*>> wrong = {
-            {open, "others may write"},
-            {plain, "Not a directory"},
-            {plain + "/x", "Not a directory"}};
-    for (const auto& [folder, told] : wrong) {
+    for (const auto& [folder, told] : {std::pair(open, "others may write"),
+                                       {plain, "Not a directory"},
+                                       {plain + "/x", "Not a directory"}}) {
         expectRefused(ping(folder), 1, told);
         expectRefused(runOrva({"list", "--socket-dir", folder}), 1, told);
     }

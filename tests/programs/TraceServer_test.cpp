@@ -4,22 +4,21 @@
  */
 #include "host/trace/TraceServer.h"
 
-#include <chrono>
 #include <condition_variable>
 #include <filesystem>
 #include <fstream>
-#include <mutex>
 
 #include <gtest/gtest.h>
-#include <sys/socket.h>
-#include <sys/un.h>
+#include <orva_platform/Runtime.h>
 #include <unistd.h>
 #include <nlohmann/json.hpp>
+
+#include "client/trace/TraceSource.h"
 
 namespace orva::host {
 namespace {
 
-using android::base::unique_fd;
+using client::TraceSource;
 using nlohmann::json;
 
 class TraceServerTest : public testing::Test {
@@ -33,6 +32,7 @@ protected:
                           changed_.notify_all();
                       },
                       TraceServer::Answers{{"what", "that"}})) {
+        orva_platform::setServiceDirectory(folder_);
         server_->start();
     }
     ~TraceServerTest() override {
@@ -46,48 +46,17 @@ protected:
         std::ofstream(path + "/trace-2147483646") << "of a process that was killed";
         return path;
     }
-
-    class Reader {
-    public:
-        Reader(const std::string& path, const std::string& request)
-                : socket_(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0)) {
-            sockaddr_un address = {AF_UNIX, {}};
-            path.copy(address.sun_path, sizeof address.sun_path - 1);
-            EXPECT_EQ(::connect(socket_, reinterpret_cast<sockaddr*>(&address), sizeof address), 0);
-            // Who is refused may not get it off any more.
-            send(socket_, request.data(), request.size(), MSG_NOSIGNAL);
-        }
-        // Empty at the end.
-        std::string line() {
-            size_t end = 0;
-            while ((end = read_.find('\n', begin_)) == std::string::npos) {
-                read_.erase(0, begin_);
-                begin_ = 0;
-                char bytes[65536];
-                const ssize_t size = recv(socket_, bytes, sizeof bytes, 0);
-                if (size <= 0) {
-                    return "";
-                }
-                read_.append(bytes, static_cast<size_t>(size));
-            }
-            std::string line = read_.substr(begin_, end - begin_);
-            begin_ = end + 1;
-            return line;
-        }
-
-    private:
-        unique_fd socket_;
-        std::string read_;
-        size_t begin_ = 0;
-    };
-
-    std::unique_ptr<Reader> connect(const std::string& request) const {
-        return std::make_unique<Reader>(file(), request);
+    // Empty at the end.
+    static std::string line(TraceSource& reader) {
+        return reader.next(std::chrono::seconds(30)).value_or("");
     }
-    std::unique_ptr<Reader> watch(const std::string& request) const {
-        auto reader = connect(request);
-        EXPECT_EQ(reader->line(),
-                  R"({"event":"watching","host":)" + std::to_string(getpid()) + "}");
+    static std::string answer(const json& request) {
+        TraceSource reader(getpid(), request);
+        return line(reader);
+    }
+    static std::unique_ptr<TraceSource> watch(const json& clients) {
+        auto reader = std::make_unique<TraceSource>(getpid(), clients);
+        EXPECT_EQ(line(*reader), R"({"event":"watching","host":)" + std::to_string(getpid()) + "}");
         return reader;
     }
     void awaitWatched(bool on) {
@@ -95,7 +64,9 @@ protected:
         EXPECT_TRUE(
                 changed_.wait_for(lock, std::chrono::seconds(30), [&] { return watched_ == on; }));
     }
-    std::string file() const { return folder_ + "/trace-" + std::to_string(getpid()); }
+    size_t files() const {
+        return static_cast<size_t>(std::distance(std::filesystem::directory_iterator(folder_), {}));
+    }
 
     const std::string folder_ = newFolder();
     std::mutex mutex_;
@@ -105,72 +76,67 @@ protected:
 };
 
 TEST_F(TraceServerTest, TellsEachReaderOfItsClients) {
+    EXPECT_EQ(files(), 1U) << "its own, and no killed process's";
     EXPECT_FALSE(server_->isWanted(1));
-    auto all = watch("[]\n"), one = watch("[7, 8]\n");
+    auto all = watch(json::array()), one = watch({7, 8});
     awaitWatched(true);
     EXPECT_TRUE(server_->isWanted(1));
     server_->publish(1, "of 1");
     server_->publish(8, "of 8");
-    EXPECT_EQ(all->line(), "of 1");
-    EXPECT_EQ(all->line(), "of 8");
-    EXPECT_EQ(one->line(), "of 8");
+    EXPECT_EQ(line(*all), "of 1");
+    EXPECT_EQ(line(*all), "of 8");
+    EXPECT_EQ(line(*one), "of 8");
     all.reset();
-    // Who has not asked yet, or asks for what makes no sense, watches nothing.
-    const auto silent = connect("[");
-    EXPECT_EQ(connect("\"what\"\n")->line(), "that");
-    for (const char* wrong : {"{}\n", "\n", "[\"a\"]\n", "\"else\"\n", "nothing\n"}) {
-        EXPECT_EQ(connect(wrong)->line(), "") << wrong;
+    // Who asks a question, or for what makes no sense, watches nothing.
+    EXPECT_EQ(answer("what"), "that");
+    for (const json& wrong : {json::object(), json{"a"}, json("else"), json(7)}) {
+        EXPECT_EQ(answer(wrong), "") << wrong;
     }
     one.reset();
     awaitWatched(false);
     EXPECT_FALSE(server_->isWanted(8));
-    EXPECT_FALSE(std::filesystem::exists(folder_ + "/trace-2147483646"));
+    const auto last = watch({7});
     server_.reset();
-    EXPECT_EQ(silent->line(), "");
-    EXPECT_FALSE(std::filesystem::exists(file()));
+    EXPECT_EQ(line(*last), "");
+    EXPECT_EQ(files(), 0U);
 }
 
 TEST_F(TraceServerTest, LosesLinesOfAReaderThatIsTooSlowAndSaysHowMany) {
     constexpr int kLines = 40'000;
     const std::string padding(300, '.');
-    const auto slow = watch("[]\n");
+    const auto slow = watch(json::array());
     for (int i = 0; i < kLines; ++i) {
         server_->publish(1, std::to_string(i) + padding);
     }
-    int seen = 0, lost = 0, next = 0;
-    while (next < kLines) {
-        const std::string text = slow->line();
+    int seen = 0, lost = 0;
+    while (seen + lost < kLines) {
+        const std::string text = line(*slow);
         if (text[0] == '{') {
-            const int count = json::parse(text)["count"];
-            lost += count;
-            next += count;
+            lost += json::parse(text)["count"].get<int>();
         } else {
-            EXPECT_EQ(text, std::to_string(next) + padding);
+            ASSERT_EQ(text, std::to_string(seen + lost) + padding);
             ++seen;
-            ++next;
         }
     }
     EXPECT_GT(lost, 0);
     EXPECT_GT(seen, 1000);
     server_->publish(1, "again");
-    EXPECT_EQ(slow->line(), "again");
+    EXPECT_EQ(line(*slow), "again");
 }
 
 TEST_F(TraceServerTest, HasRoomForAFewReaders) {
-    std::vector<std::unique_ptr<Reader>> readers;
-    readers.reserve(8);
+    std::vector<std::unique_ptr<TraceSource>> readers;
     for (int i = 0; i < 8; ++i) {
-        readers.push_back(watch("[]\n"));
+        readers.push_back(watch(json::array()));
     }
-    const std::string refusal = connect("[]\n")->line();
-    EXPECT_EQ(json::parse(refusal)["event"], "refused");
+    EXPECT_EQ(json::parse(answer(json::array()))["event"], "refused");
     server_->publish(1, "to all");
     for (const auto& reader : readers) {
-        EXPECT_EQ(reader->line(), "to all");
+        EXPECT_EQ(line(*reader), "to all");
     }
     readers.clear();
     awaitWatched(false);
-    watch("[]\n");
+    watch(json::array());
 }
 
 }  // namespace

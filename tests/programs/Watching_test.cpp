@@ -5,7 +5,6 @@
 // `orva top`, `orva nodes` and `orva list --long`: what is seen of a host from outside.
 
 #include <csignal>
-#include <map>
 
 #include <nlohmann/json.hpp>
 
@@ -27,6 +26,7 @@ TEST_F(CommandLine, ShowsWhoServesWhom) {
     for (const json& service : services) {
         EXPECT_EQ(service["program"], programOf("orva-host"));
         EXPECT_GT(service["threads"], 1);
+        EXPECT_GT(service["resident_bytes"], 100'000);
         const bool isOurs = service["interface"] == client::AIService::descriptor;
         ASSERT_EQ(service["clients"].size(), isOurs ? 1U : 0U) << service;
         if (isOurs) {
@@ -43,19 +43,13 @@ TEST_F(CommandLine, ShowsWhoServesWhom) {
 TEST_F(CommandLine, ListsWhatSessionsCanBeOpenedWith) {
     expectRefused(orva({"nodes"}), 1, "start orva-host");
     startHost();
-    std::map<json, json> byType;
     const json nodes = json::parse(orva({"nodes", "--json"}).output);
-    for (const json& node : nodes) {
-        EXPECT_EQ(node["from"], "built in");
-        EXPECT_NE(node["takes"], "");
-        byType[node["type"]] = node["service"];
-    }
-    EXPECT_EQ(byType, (std::map<json, json>{{"echo", "IAIService"},
-                                            {"onnx", "IAIService"},
-                                            {nullptr, "IModelManagerService"}}));
+    ASSERT_EQ(nodes.size(), 3U);
+    EXPECT_EQ(nodes[0]["type"], "echo");
+    EXPECT_EQ(nodes[1]["from"], "built in");
+    EXPECT_EQ(nodes[2]["type"], nullptr);
     const std::string text = orva({"nodes"}).output;
-    EXPECT_NE(text.find("\necho   IAIService            built in\n  Any tensors"),
-              std::string::npos)
+    EXPECT_NE(text.find("\nonnx   IAIService            built in\n  One ONNX"), std::string::npos)
             << text;
     EXPECT_NE(orva({"list", "--long"}).output.find("  node echo\n  node onnx\n"),
               std::string::npos);
@@ -75,7 +69,6 @@ TEST_F(CommandLine, WatchesAHost) {
     ASSERT_TRUE(top.output().await("1 done, 0 refused"));
     top.signal(SIGINT);
     EXPECT_EQ(top.await(), 0);
-    EXPECT_EQ(orva({"top", "--count", "1", "--interval", "0.05"}).code, 0);
     EXPECT_EQ(client->finish(), 0);
 
     ChildProcess orphan({ORVA_CLIENT, "top", "--interval", "0.05", "--socket-dir", folder()});
