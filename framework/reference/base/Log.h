@@ -9,6 +9,8 @@
 
 #include <android/log.h>
 
+#include "base/LogSubject.h"
+
 namespace orva::reference {
 
 // For reasons that others have worded.
@@ -19,8 +21,10 @@ inline std::string OneLine(std::string text) {
 
 }  // namespace orva::reference
 
-// One line in the system's log form: where it was written, then the message in quotes.
-#define ORVA_LOG(level, format, ...) \
-    __android_log_print(level, "ORVA", "%s(%d)::\"" format "\"", __func__, __LINE__, ##__VA_ARGS__)
+// One line in the system's log form: where it was written, then the message in quotes, and in front
+// of that whom it speaks of.
+#define ORVA_LOG(level, format, ...)                                                   \
+    __android_log_print(level, "ORVA", "%s(%d)::\"%s" format "\"", __func__, __LINE__, \
+                        ::orva::reference::LogSubject::Current().c_str(), ##__VA_ARGS__)
 #define ORVA_LOGI(...) ORVA_LOG(ANDROID_LOG_INFO, __VA_ARGS__)
 #define ORVA_LOGE(...) ORVA_LOG(ANDROID_LOG_ERROR, __VA_ARGS__)

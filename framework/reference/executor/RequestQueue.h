@@ -22,6 +22,7 @@
 #include "client/Client.h"
 #include "executor/Strand.h"
 #include "executor/Work.h"
+#include "service/ServedSession.h"
 
 namespace orva::reference {
 
@@ -36,7 +37,10 @@ public:
     static constexpr size_t kMostWaiting = 128;
 
     // The executor must outlive the posts. The client is the process whose call this thread serves.
-    explicit RequestQueue(Executor& executor) : client_(Client::Calling()), executor_(executor) {
+    explicit RequestQueue(Executor& executor)
+            : client_(Client::Calling()),
+              executor_(executor),
+              session_(client_->pid() == 0 ? "" : "process " + std::to_string(client_->pid())) {
         SetConcurrency(1);
     }
 
@@ -53,6 +57,19 @@ public:
     void TellTimes(bool tell) { tellsTimes_ = tell; }
 
     const std::shared_ptr<Client>& client() const { return client_; }
+
+    // Whose requests these are, for the log: the session's, once a call has told which that is, or
+    // the process's.
+    std::string Session() {
+        MutexLock lock(mutex_);
+        return session_;
+    }
+    // The same in a call that AIServiceConnectManager has just been told of.
+    std::string SessionOfCall() {
+        const std::string told = std::exchange(ServedSession(), "");
+        MutexLock lock(mutex_);
+        return told.empty() ? session_ : session_ = told;
+    }
 
     int32_t SetListener(const std::shared_ptr<Listener>& listener) {
         if (listener == nullptr) {
@@ -198,6 +215,7 @@ private:
     template <class Runner>
     void Complete(Line& line, Request& request, const Runner& run, Clock::time_point posted) {
         const WorkingScope scope(*client_);
+        const LogSubject subject(Session());
         const size_t tensors = TensorsOf(request);
         Attempt attempt{*this, *line.strand, request.context, request};
         int32_t result = kNodeStopped;
@@ -271,6 +289,7 @@ private:
     std::atomic<bool> listening_{false};  // Once there is a listener, there always is one.
     Mutex mutex_;
     std::shared_ptr<Listener> listener_ ORVA_GUARDED_BY(mutex_);
+    std::string session_ ORVA_GUARDED_BY(mutex_);
     std::vector<Cancellation*> running_ ORVA_GUARDED_BY(mutex_);
     size_t waiting_ ORVA_GUARDED_BY(mutex_) = 0;
 };

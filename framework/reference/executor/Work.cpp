@@ -127,11 +127,12 @@ private:
             }
         }
         if (!work.giveUp_) {
-            ORVA_LOGE("work for process %d is cancelled: %s", work.client_->pid(),
-                      TextOf(work.cancellation_.cause()));
+            ORVA_LOGE("%swork for process %d is cancelled: %s", work.subject_.c_str(),
+                      work.client_->pid(), TextOf(work.cancellation_.cause()));
             work.giveUp_ = now + Work::kGrace;
         } else if (now >= *work.giveUp_ && !work.givenUp_) {
-            ORVA_LOGE("work for process %d goes on although it is cancelled", work.client_->pid());
+            ORVA_LOGE("%swork for process %d goes on although it is cancelled",
+                      work.subject_.c_str(), work.client_->pid());
             work.givenUp_ = true;
             if (work.onGivenUp_) {
                 work.onGivenUp_();
@@ -149,7 +150,10 @@ private:
 
 Work::Work(std::shared_ptr<Client> client, std::chrono::nanoseconds limit,
            std::function<void()> onGivenUp)
-        : client_(std::move(client)), onGivenUp_(std::move(onGivenUp)), timeout_(After(limit)) {
+        : client_(std::move(client)),
+          onGivenUp_(std::move(onGivenUp)),
+          subject_(LogSubject::Current()),
+          timeout_(After(limit)) {
     Watch::Instance().Add(*this);
 }
 

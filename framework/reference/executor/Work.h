@@ -12,6 +12,7 @@
 #include <list>
 #include <memory>
 #include <optional>
+#include <string>
 
 #include <orva/reference/Cancellation.h>
 
@@ -48,6 +49,7 @@ private:
 
     const std::shared_ptr<Client> client_;
     const std::function<void()> onGivenUp_;
+    const std::string subject_;  // of the lines about it
     Cancellation cancellation_;
     // The watch's, under its lock.
     const Clock::time_point timeout_;

@@ -162,6 +162,7 @@ ModelManager::~ModelManager() {
 }
 
 int32_t ModelManager::Init(const AIConfig& config, std::vector<AIModelDescription>& models) {
+    const LogSubject subject(core_->queue->Session());
     return core_->init.Try([&] {
         Work work(core_->queue->client(), LoadTimeout());
         return work.Outcome(core_->Load(config, models, work.cancellation()));
@@ -170,6 +171,7 @@ int32_t ModelManager::Init(const AIConfig& config, std::vector<AIModelDescriptio
 
 int32_t ModelManager::Process(AIContext& context, const Tensors& inputs, const Tensors& outputs,
                               int32_t processArg) {
+    const LogSubject subject(core_->queue->SessionOfCall());
     return Guarded("request refused", [&]() -> int32_t {
         if (!core_->TakesRequests()) {
             return kNodeNotReady;
@@ -190,6 +192,7 @@ int32_t ModelManager::RegisterListener(const std::shared_ptr<AIModelManagerListe
 int32_t ModelManager::GetModelIOTensorDim(const std::string& modelName,
                                           std::vector<AIModelIOTensor>& inputs,
                                           std::vector<AIModelIOTensor>& outputs) {
+    const LogSubject subject(core_->queue->Session());
     return Guarded("dimensions refused", [&]() -> int32_t {
         const auto model = core_->Find(modelName);
         if (model == nullptr) {
@@ -204,6 +207,7 @@ int32_t ModelManager::GetModelIOTensorDim(const std::string& modelName,
 }
 
 int32_t ModelManager::CheckModelCompatibility(const AIModelDescription& model) {
+    const LogSubject subject(core_->queue->Session());
     return Guarded(
             "model refused",
             [&] {
@@ -221,6 +225,7 @@ int32_t ModelManager::GetMaxUsedMemory() {
 
 int32_t ModelManager::BuildModel(int32_t buildParam, const std::vector<MappedBuffer>& inputs,
                                  const MappedBuffer& output, uint32_t& outputModelSize) {
+    const LogSubject subject(core_->queue->Session());
     return Guarded(
             "build failed",
             [&] {
@@ -232,6 +237,7 @@ int32_t ModelManager::BuildModel(int32_t buildParam, const std::vector<MappedBuf
 }
 
 int32_t ModelManager::CheckModelValid() {
+    const LogSubject subject(core_->queue->Session());
     const int32_t status = core_->init.status();
     if (status != kNodeOk) {
         ORVA_LOGE("the models' initialisation has answered %d", status);
@@ -241,6 +247,7 @@ int32_t ModelManager::CheckModelValid() {
 
 int32_t ModelManager::SetInputsAndOutputs(AIContext& context, const Tensors& inputs,
                                           const Tensors& outputs) {
+    const LogSubject subject(core_->queue->SessionOfCall());
     return Guarded("binding refused", [&]() -> int32_t {
         const auto model = core_->Find(ModelOf(context));
         if (model == nullptr) {
@@ -264,6 +271,7 @@ int32_t ModelManager::SetInputsAndOutputs(AIContext& context, const Tensors& inp
 }
 
 int32_t ModelManager::StartCompute(AIContext& context) {
+    const LogSubject subject(core_->queue->SessionOfCall());
     return Guarded("start refused", [&]() -> int32_t {
         if (!core_->TakesRequests()) {
             return kNodeNotReady;

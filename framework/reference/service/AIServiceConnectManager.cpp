@@ -9,6 +9,7 @@
 #include <orva/reference/Settings.h>
 
 #include "service/ConnectionTable.h"
+#include "service/ServedSession.h"
 
 namespace orva {
 
@@ -43,6 +44,7 @@ std::string AIServiceConnectManager::GetTimeoutServiceId() {
 }
 
 void AIServiceConnectManager::UpdateServiceTime(std::string serviceId) {
+    reference::ServedSession() = serviceId;
     state_->table.Touch(std::move(serviceId));
 }
 

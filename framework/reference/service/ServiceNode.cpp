@@ -48,6 +48,7 @@ ServiceNode::~ServiceNode() {
 }
 
 int32_t ServiceNode::Init(const AIConfig& config, std::vector<AIModelDescription>& models) {
+    const LogSubject subject(core_->queue->Session());
     return core_->init.Try([&] {
         Work work(core_->queue->client(), LoadTimeout());
         return work.Outcome(Guarded("loading failed", [&] {
@@ -69,6 +70,7 @@ int32_t ServiceNode::Process(AIContext& context,
                              const std::vector<std::shared_ptr<IAITensor>>& inputs,
                              const std::vector<std::shared_ptr<IAITensor>>& outputs,
                              int32_t param) {
+    const LogSubject subject(core_->queue->SessionOfCall());
     const bool initialised = core_->init.done();
     if (!initialised || !core_->queue->HasListener()) {
         ORVA_LOGE("a request before the node has %s",
