@@ -8,10 +8,7 @@
 #include <orva/AIModelManagerFactory.h>
 #include <orva/AINNNodeFactory.h>
 #include <orva/reference/Settings.h>
-#include <sys/wait.h>
 #include <unistd.h>
-
-#include <csignal>
 
 #include "Support.h"
 #include "service/ConnectionTable.h"
@@ -20,32 +17,7 @@ namespace orva::reference {
 namespace {
 
 using namespace std::chrono_literals;
-
-// A process that does nothing until it is ended, and then is waited for or not.
-class Child {
-public:
-    Child() : pid_(fork()) {
-        if (pid_ == 0) {
-            for (;;) {
-                pause();
-            }
-        }
-    }
-    ~Child() {
-        End();
-        waitpid(pid_, nullptr, 0);
-    }
-    pid_t pid() const { return pid_; }
-    void End() const { kill(pid_, SIGKILL); }
-    void AwaitEnd() const {
-        End();
-        siginfo_t info;
-        waitid(P_PID, static_cast<id_t>(pid_), &info, WEXITED | WNOWAIT);
-    }
-
-private:
-    const pid_t pid_;
-};
+using test::Child;
 
 class CallingProcess {
 public:

@@ -12,7 +12,7 @@
 #include <gtest/gtest.h>
 #include <orva/reference/NodeStatus.h>
 
-#include "OnnxCase.h"
+#include "CaseModel.h"
 #include "OnnxWriter.h"
 #include "Support.h"
 #include "onnx/OnnxRunner.h"
@@ -26,9 +26,7 @@ using test::TestTensor;
 using Parameters = std::map<std::string, std::string>;
 
 std::shared_ptr<TestTensor> Int64s(const std::vector<int64_t>& values) {
-    std::vector<uint8_t> bytes(values.size() * sizeof(int64_t));
-    std::memcpy(bytes.data(), values.data(), bytes.size());
-    return std::make_shared<TestTensor>(AI_DATA_TYPE_INT64, std::move(bytes));
+    return test::TensorOf(AI_DATA_TYPE_INT64, values);
 }
 
 RunnerConfig ConfigOf(const Parameters& parameters) {
@@ -59,47 +57,34 @@ Parameters RunOn(const OnnxRunner& runner, const test::Tensors& inputs,
 // What is said of the shape of an input of six floats, and what it then is.
 TEST(RequestShapes, SettleWhatIsOpenOrNameIt) {
     const struct {
-        const char* what;
         Dims dims;  // -2 is open by the name N
         Parameters said;
-        std::array<int, 4> record;
         const char* outcome;
+        std::array<int, 4> record = {1, 1, 1, 1};
     } cases[] = {
-            {"nothing open", {2, 3}, {}, {1, 1, 1, 1}, "2x3"},
-            {"one open, by the elements", {-1, 3}, {}, {1, 1, 1, 1}, "2x3"},
-            {"one open that does not divide them",
-             {-2, 4},
-             {},
-             {1, 1, 1, 1},
-             "dimension 0 ('N') of x"},
-            {"two open, nothing said", {-1, -2}, {}, {1, 1, 1, 1}, "dimension 0 of x"},
-            {"by name", {-1, -2}, {{"dimension:N", "3"}}, {1, 1, 1, 1}, "2x3"},
-            {"by shape", {-1, -1}, {{"shape:x", "3x2"}}, {1, 1, 1, 1}, "3x2"},
-            {"another's shape", {-1, -1}, {{"shape:y", "3x2"}}, {1, 1, 1, 1}, "dimension 0 of x"},
-            {"a shape of another rank", {-1, -1}, {{"shape:x", "6"}}, {1, 1, 1, 1}, "the shape 6"},
-            {"a shape of other elements", {-1, -1}, {{"shape:x", "3x3"}}, {1, 1, 1, 1}, "24 bytes"},
-            {"a shape of another dimension",
-             {2, -1},
-             {{"shape:x", "3x2"}},
-             {1, 1, 1, 1},
-             "the shape"},
-            {"no shape", {-1, -1}, {{"shape:x", "3x"}}, {1, 1, 1, 1}, "is no shape"},
-            {"a name twice, which fits",
-             {-2, -2, 6},
-             {{"dimension:N", "1"}},
-             {1, 1, 1, 1},
-             "1x1x6"},
-            {"a name twice, which does not",
-             {-2, -2},
-             {{"shape:x", "2x3"}},
-             {1, 1, 1, 1},
-             "elsewhere"},
-            {"by the record", {-1, -1}, {}, {2, 3, 1, 1}, "2x3"},
-            {"by a record that has more", {-1, -1}, {}, {1, 2, 3, 1}, "dimension 0 of x"},
-            {"by a record of other elements", {-1, -1}, {}, {2, 2, 1, 1}, "dimension 0 of x"},
-            {"channels first", {1, 3, -1, -1}, {}, {1, 3, 2, 1}, "1x3x2x1"},
-            {"channels last", {1, -1, -1, 3}, {}, {1, 3, 2, 1}, "1x2x1x3"},
-            {"channels anywhere", {1, -1, -1, -1}, {}, {1, 3, 2, 1}, "dimension 1 of x"},
+            {{2, 3}, {}, "2x3"},
+            // One that is open follows from the elements, if it divides them.
+            {{-1, 3}, {}, "2x3"},
+            {{-2, 4}, {}, "dimension 0 ('N') of x"},
+            {{-1, -2}, {}, "dimension 0 of x"},
+            {{-1, -2}, {{"dimension:N", "3"}}, "2x3"},
+            {{-2, -2, 6}, {{"dimension:N", "1"}}, "1x1x6"},
+            {{-2, -2}, {{"shape:x", "2x3"}}, "elsewhere"},
+            {{-1, -1}, {{"shape:x", "3x2"}}, "3x2"},
+            {{-1, -1}, {{"shape:y", "3x2"}}, "dimension 0 of x"},
+            // Of another rank, of other elements, of another dimension, and none.
+            {{-1, -1}, {{"shape:x", "6"}}, "the shape 6"},
+            {{-1, -1}, {{"shape:x", "3x3"}}, "24 bytes"},
+            {{2, -1}, {{"shape:x", "3x2"}}, "the shape"},
+            {{-1, -1}, {{"shape:x", "3x"}}, "is no shape"},
+            // By a record that fits, has more, or has other elements.
+            {{-1, -1}, {}, "2x3", {2, 3, 1, 1}},
+            {{-1, -1}, {}, "dimension 0 of x", {1, 2, 3, 1}},
+            {{-1, -1}, {}, "dimension 0 of x", {2, 2, 1, 1}},
+            // Channels first, last, or anywhere.
+            {{1, 3, -1, -1}, {}, "1x3x2x1", {1, 3, 2, 1}},
+            {{1, -1, -1, 3}, {}, "1x2x1x3", {1, 3, 2, 1}},
+            {{1, -1, -1, -1}, {}, "dimension 1 of x", {1, 3, 2, 1}},
     };
     for (const auto& each : cases) {
         EngineTensor tensor = {"x", AI_DATA_TYPE_FLOAT32, {}, {}, true};
@@ -117,7 +102,8 @@ TEST(RequestShapes, SettleWhatIsOpenOrNameIt) {
         } catch (const std::runtime_error& error) {
             outcome = error.what();
         }
-        EXPECT_NE(std::string::npos, outcome.find(each.outcome)) << each.what << ": " << outcome;
+        EXPECT_NE(std::string::npos, outcome.find(each.outcome))
+                << outcome << ", not " << each.outcome;
     }
 }
 

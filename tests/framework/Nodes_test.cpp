@@ -10,7 +10,7 @@
 #include <orva/reference/Executor.h>
 #include <orva/reference/NodeStatus.h>
 
-#include "OnnxCase.h"
+#include "CaseModel.h"
 #include "Support.h"
 
 namespace orva::reference {

@@ -4,9 +4,12 @@
  */
 #pragma once
 
+#include <sys/wait.h>
+#include <unistd.h>
+
 #include <atomic>
 #include <condition_variable>
-#include <cstring>
+#include <csignal>
 #include <memory>
 #include <mutex>
 #include <string>
@@ -23,6 +26,32 @@ namespace orva::test {
 inline bool Await(const std::atomic<bool>& flag) {
     return eventually([&] { return flag.load(); });
 }
+
+// A process that does nothing until it is ended, and then is waited for or not.
+class Child {
+public:
+    Child() : pid_(fork()) {
+        if (pid_ == 0) {
+            for (;;) {
+                pause();
+            }
+        }
+    }
+    ~Child() {
+        End();
+        waitpid(pid_, nullptr, 0);
+    }
+    pid_t pid() const { return pid_; }
+    void End() const { kill(pid_, SIGKILL); }
+    void AwaitEnd() const {
+        End();
+        siginfo_t info;
+        waitid(P_PID, static_cast<id_t>(pid_), &info, WEXITED | WNOWAIT);
+    }
+
+private:
+    const pid_t pid_;
+};
 
 // A buffer tensor over memory of its own.
 class TestTensor : public AINeuralNetworkBuffer {
@@ -52,10 +81,14 @@ inline std::shared_ptr<TestTensor> Bytes(std::vector<uint8_t> bytes) {
     return std::make_shared<TestTensor>(AI_DATA_TYPE_UINT8, std::move(bytes));
 }
 
+template <class Element>
+std::shared_ptr<TestTensor> TensorOf(int dataType, const std::vector<Element>& values) {
+    const auto* const bytes = reinterpret_cast<const uint8_t*>(values.data());
+    return std::make_shared<TestTensor>(
+            dataType, std::vector<uint8_t>(bytes, bytes + values.size() * sizeof(Element)));
+}
 inline std::shared_ptr<TestTensor> Floats(const std::vector<float>& values) {
-    std::vector<uint8_t> bytes(values.size() * sizeof(float));
-    std::memcpy(bytes.data(), values.data(), bytes.size());
-    return std::make_shared<TestTensor>(AI_DATA_TYPE_FLOAT32, std::move(bytes));
+    return TensorOf(AI_DATA_TYPE_FLOAT32, values);
 }
 
 // Keeps what a node or a model manager reports.

@@ -28,7 +28,7 @@
 #include <filesystem>
 #include <memory>
 
-#include "framework/OnnxCase.h"
+#include "framework/CaseModel.h"
 #include "platform/WireKit.h"
 
 using namespace vendor::selkat::hardware::ai::V2_0;

@@ -14,8 +14,9 @@
 
 #include <orva/AINeuralNetworkBuffer.h>
 
-#include "framework/OnnxCase.h"
+#include "framework/CaseModel.h"
 #include "onnx/ElementType.h"
+#include "system/OnnxCase.h"
 #include "system/SystemTest.h"
 
 namespace orva::test {
@@ -56,7 +57,7 @@ std::vector<Tensor> tensorsFor(const std::vector<CaseTensor>& expected, bool fil
 // "right", "wrong", or "refused" with what the service or this process said.
 std::string verdictOn(const android::sp<client::AIService>& service, const std::string& name) {
     OnnxCase expected;
-    if (!LoadOnnxCase(std::string(kOnnxCases) + "/" + name, expected)) {
+    if (!LoadOnnxCase(name, expected)) {
         return "refused: what goes in or out is no tensor of numbers";
     }
     try {

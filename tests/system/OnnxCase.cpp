@@ -2,15 +2,16 @@
  * Copyright (C) 2026 The orva project
  * SPDX-License-Identifier: Apache-2.0
  */
-#include "OnnxCase.h"
+#include "system/OnnxCase.h"
 
 #include <algorithm>
 #include <cmath>
+#include <cstring>
 #include <filesystem>
 #include <fstream>
-#include <iterator>
 
 #include "client/model/TensorShape.h"
+#include "framework/CaseModel.h"
 #include "onnx/ElementType.h"
 #include "onnx/OnnxModel.h"
 #include "onnx/WireReader.h"
@@ -49,19 +50,13 @@ bool ReadTensor(const std::vector<uint8_t>& file, CaseTensor& tensor) {
     if (const auto* type = reference::ElementTypeOfOnnx(tensor.elementType)) {
         size = type->size;
     }
+    std::vector<uint8_t> dims;
     WireReader reader(whole);
     while (size != 0 && reader.Next()) {
         switch (reader.field()) {
-        case 1: {
-            ByteRange packed = reader.bytes();
-            if (reader.type() == WireReader::kVarint) {
-                tensor.dims.push_back(static_cast<int64_t>(reader.value()));
-            }
-            for (uint64_t dim = 0; WireReader::TakeVarint(packed, dim);) {
-                tensor.dims.push_back(static_cast<int64_t>(dim));
-            }
+        case 1:
+            AppendVarints(reader, sizeof(int64_t), dims);
             break;
-        }
         case 2:
         case 8:  // Its name.
             break;
@@ -80,6 +75,8 @@ bool ReadTensor(const std::vector<uint8_t>& file, CaseTensor& tensor) {
             return false;
         }
     }
+    tensor.dims.resize(dims.size() / sizeof(int64_t));
+    std::memcpy(tensor.dims.data(), dims.data(), dims.size());
     return size != 0 && reader.ok();
 }
 
@@ -104,8 +101,6 @@ void TakeTypes(const std::vector<reference::OnnxValue>& values, std::vector<Case
 }
 
 }  // namespace
-
-const char* const kOnnxCases = "/usr/share/libonnx-testdata/data/node";
 
 bool IsClose(const CaseTensor& expected, const uint8_t* result) {
     const reference::ElementType& type = *reference::ElementTypeOfOnnx(expected.elementType);
@@ -134,7 +129,8 @@ bool IsClose(const CaseTensor& expected, const uint8_t* result) {
     return true;
 }
 
-bool LoadOnnxCase(const std::string& folder, OnnxCase& result) {
+bool LoadOnnxCase(const std::string& name, OnnxCase& result) {
+    const std::string folder = kOnnxCases + name;
     result.model = ReadFile(folder + "/model.onnx");
     reference::OnnxModel model;
     std::string reason;
@@ -146,11 +142,6 @@ bool LoadOnnxCase(const std::string& folder, OnnxCase& result) {
     TakeTypes(model.inputs, result.inputs);
     TakeTypes(model.outputs, result.outputs);
     return !result.outputs.empty();
-}
-
-std::vector<uint8_t> ReadFile(const std::string& path) {
-    std::ifstream file(path, std::ios::binary);
-    return std::vector<uint8_t>(std::istreambuf_iterator<char>(file), {});
 }
 
 std::map<std::string, std::string> ReadVerdicts(const std::string& path) {

@@ -29,19 +29,9 @@ struct OnnxCase {
     std::vector<CaseTensor> outputs;
 };
 
-// Where Debian's libonnx-testdata puts the cases.
-extern const char* const kOnnxCases;
-
-// Reads a case with its first set of data. False when the folder lacks a model or holds something
-// other than tensors of numbers.
-bool LoadOnnxCase(const std::string& folder, OnnxCase& result);
-
-std::vector<uint8_t> ReadFile(const std::string& path);
-
-// The model of a case, by the case's name.
-inline std::vector<uint8_t> CaseModel(const std::string& name) {
-    return ReadFile(std::string(kOnnxCases) + "/" + name + "/model.onnx");
-}
+// Reads the case of a name with its first set of data. False when it lacks a model or holds
+// something other than tensors of numbers.
+bool LoadOnnxCase(const std::string& name, OnnxCase& result);
 
 // The lines "NAME VERDICT reason…" of a list file, by their names: verdict and reason. Those that
 // start with '#' are comments.
