@@ -5,7 +5,6 @@
 #include "onnx/Engine.h"
 
 #include <algorithm>
-#include <stdexcept>
 #include <utility>
 
 #include <onnxruntime_session_options_config_keys.h>
@@ -13,6 +12,7 @@
 #include "onnx/ElementType.h"
 #include "onnx/EngineGuard.h"
 #include "onnx/OnnxModel.h"
+#include "onnx/Refuse.h"
 
 namespace orva::reference {
 
@@ -22,10 +22,6 @@ namespace {
 constexpr size_t kMostFolded = size_t{1} << 30;
 constexpr size_t kLeastFolded = size_t{1} << 16;
 constexpr size_t kMostFoldedByNode = size_t{1} << 26;
-
-[[noreturn]] void Refuse(const std::string& reason) {
-    throw std::runtime_error(reason);
-}
 
 Ort::SessionOptions OptionsFor(const OnnxModel& model, const EngineOptions& options,
                                size_t threads) {

@@ -5,11 +5,11 @@
 #include <algorithm>
 #include <cmath>
 #include <cstring>
-#include <stdexcept>
 
 #include "onnx/ElementType.h"
 #include "onnx/Engine.h"
 #include "onnx/EngineGuard.h"
+#include "onnx/Refuse.h"
 
 namespace orva::reference {
 
@@ -54,9 +54,8 @@ void CopyOut(const EngineTensor& tensor, const Ort::Value& value, size_t element
              const BufferView& buffer) {
     const ElementType& type = *ElementTypeOf(buffer.dataType);
     if (elements > buffer.size / type.size) {
-        throw std::runtime_error("output " + tensor.name + " takes " +
-                                 std::to_string(elements * type.size) + " bytes, its buffer has " +
-                                 std::to_string(buffer.size));
+        Refuse("output " + tensor.name + " takes " + std::to_string(elements * type.size) +
+               " bytes, its buffer has " + std::to_string(buffer.size));
     }
     if (elements == 0) {
         return;  // There is no address to copy from, either.
@@ -142,11 +141,11 @@ std::vector<Dims> Engine::Run(const std::vector<BufferView>& inputs,
                             out.data(), out.size());
             })) {
             broken_ = true;
-            throw std::runtime_error("the engine found itself at fault over this request");
+            Refuse("the engine found itself at fault over this request");
         }
     };
     if (broken_) {
-        throw std::runtime_error("the engine has failed at this model before");
+        Refuse("the engine has failed at this model before");
     }
     if (unreliable_) {
         run(false);

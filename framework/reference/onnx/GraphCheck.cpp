@@ -5,9 +5,9 @@
 #include "onnx/GraphCheck.h"
 
 #include <algorithm>
-#include <stdexcept>
 
 #include "onnx/OnnxModel.h"
+#include "onnx/Refuse.h"
 #include "onnx/TensorCheck.h"
 
 namespace orva::reference {
@@ -26,10 +26,6 @@ bool Rereads(const std::string& type) {
     return types.count(type) != 0;
 }
 
-[[noreturn]] void Refuse(const std::string& reason) {
-    throw std::runtime_error(reason);
-}
-
 void Require(bool condition, const char* reason) {
     if (!condition) {
         Refuse(reason);
@@ -45,15 +41,6 @@ size_t Bounded(size_t items) {
 ByteRange BytesOf(const WireReader& reader) {
     Require(reader.type() == WireReader::kBytes, "a graph field of a wrong type");
     return reader.bytes();
-}
-
-std::string CheckedTensor(ByteRange tensor) {
-    std::string name;
-    std::string reason;
-    if (!CheckTensor(tensor, name, reason)) {
-        Refuse(reason);
-    }
-    return name;
 }
 
 }  // namespace
@@ -104,7 +91,7 @@ size_t GraphCheck::CountGraph(ByteRange graph) {
             nodes.push_back(BytesOf(reader));
             break;
         case 5: {
-            const std::string name = CheckedTensor(BytesOf(reader));
+            const std::string name = CheckTensor(BytesOf(reader));
             if (depth_ == 0) {
                 initializers_.insert(name);
                 constants_.insert(name);
@@ -196,10 +183,10 @@ size_t GraphCheck::CountAttribute(ByteRange attribute) {
         case 5:
             Require(!tensor, "an attribute with two tensors");
             tensor = true;
-            CheckedTensor(BytesOf(reader));
+            CheckTensor(BytesOf(reader));
             break;
         case 10:
-            CheckedTensor(BytesOf(reader));
+            CheckTensor(BytesOf(reader));
             break;
         case 6:
             Require(!graph, "an attribute with two graphs");

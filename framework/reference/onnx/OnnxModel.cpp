@@ -5,19 +5,15 @@
 #include "onnx/OnnxModel.h"
 
 #include <exception>
-#include <stdexcept>
 #include <utility>
 
 #include "onnx/GraphCheck.h"
+#include "onnx/Refuse.h"
 #include "onnx/TensorCheck.h"
 
 namespace orva::reference {
 
 namespace {
-
-[[noreturn]] void Refuse(const std::string& reason) {
-    throw std::runtime_error(reason);
-}
 
 // Protobuf merges a message that occurs twice. No tool writes such files, and the engine and this
 // reader must not see different models.

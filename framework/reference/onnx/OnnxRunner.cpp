@@ -15,6 +15,7 @@
 #include <orva/reference/NodeStatus.h>
 
 #include "base/Log.h"
+#include "onnx/Refuse.h"
 #include "onnx/RunProfile.h"
 
 namespace orva::reference {
@@ -66,7 +67,7 @@ std::vector<BufferView> ViewAll(const std::vector<std::shared_ptr<IAITensor>>& t
     std::vector<BufferView> views(tensors.size());
     for (size_t i = 0; i < tensors.size(); ++i) {
         if (!ViewBuffer(tensors[i], views[i])) {
-            throw std::runtime_error("a tensor is no buffer");
+            Refuse("a tensor is no buffer");
         }
     }
     return views;

@@ -6,9 +6,9 @@
 
 #include <algorithm>
 #include <charconv>
-#include <stdexcept>
 
 #include "onnx/ElementType.h"
+#include "onnx/Refuse.h"
 #include "onnx/TensorCheck.h"
 
 namespace orva::reference {
@@ -16,10 +16,6 @@ namespace orva::reference {
 namespace {
 
 using Names = std::map<std::string, int64_t>;
-
-[[noreturn]] void Refuse(const std::string& reason) {
-    throw std::runtime_error(reason);
-}
 
 [[noreturn]] void RefuseParameter(const std::string& name, const std::string& kind,
                                   const std::string& value) {
@@ -90,6 +86,16 @@ bool Agrees(const Dims& settled, const Dims& dims, int64_t elements) {
     return ElementsOf(settled) == elements;
 }
 
+// Settles what is open by the name that the model has for it.
+void Fill(const EngineTensor& tensor, const Names& names, Dims& dims) {
+    for (size_t i = 0; i < tensor.dims.size(); ++i) {
+        const auto named = names.find(tensor.dimNames[i]);
+        if (dims[i] < 0 && named != names.end() && !named->first.empty()) {
+            dims[i] = named->second;
+        }
+    }
+}
+
 class Settling {
 public:
     Settling(const EngineTensor& tensor, const BufferView& buffer)
@@ -114,14 +120,7 @@ public:
         settled_ = true;
     }
 
-    void TakeNames(const Names& names) {
-        for (size_t i = 0; i < tensor_.dims.size(); ++i) {
-            const auto named = names.find(tensor_.dimNames[i]);
-            if (dims[i] < 0 && named != names.end() && !named->first.empty()) {
-                dims[i] = named->second;
-            }
-        }
-    }
+    void TakeNames(const Names& names) { Fill(tensor_, names, dims); }
 
     void GiveNames(Names& names) const {
         for (size_t i = 0; i < tensor_.dims.size(); ++i) {
@@ -246,13 +245,7 @@ RequestShapes SettleShapes(const std::vector<EngineTensor>& inputs,
         shapes.inputs.push_back(std::move(settling.dims));
     }
     for (const EngineTensor& output : outputs) {
-        Dims& dims = shapes.outputs.emplace_back(output.dims);
-        for (size_t i = 0; i < dims.size(); ++i) {
-            const auto named = names.find(output.dimNames[i]);
-            if (dims[i] < 0 && named != names.end() && !named->first.empty()) {
-                dims[i] = named->second;
-            }
-        }
+        Fill(output, names, shapes.outputs.emplace_back(output.dims));
     }
     return shapes;
 }

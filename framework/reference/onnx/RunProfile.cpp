@@ -37,68 +37,28 @@ struct Spent {
     uint64_t micros = 0;
 };
 
-// Adds up the nodes' events, one at a time: an array of objects, whose member "args" is one, too.
-class Account : public nlohmann::json_sax<Json> {
-public:
-    std::map<std::string, Spent> nodes;
+using Account = std::map<std::string, Spent>;
 
-    bool start_object(size_t) override {
-        ++depth_;
-        if (depth_ == 1) {
-            event_ = {};
+// Adds up an account's events, an array of objects, one at a time; false where it is none.
+bool Read(std::istream& file, Account& nodes) {
+    const auto count = [&nodes](int depth, Json::parse_event_t what, const Json& event) {
+        if (depth != 1 || what != Json::parse_event_t::object_end) {
+            return true;
         }
-        return true;
-    }
-    bool end_object() override {
-        --depth_;
-        if (depth_ == 0 && event_.category == "Node" && !event_.type.empty()) {
-            Spent& node = nodes[event_.name];
-            node.type = std::move(event_.type);
+        if (event.value("cat", "") == "Node" && event.contains("args")) {
+            Spent& node = nodes[event.value("name", "")];
+            node.type = event["args"].value("op_name", "");
             ++node.calls;
-            node.micros += event_.micros;
+            node.micros += event.value("dur", uint64_t{0});
         }
-        return true;
-    }
-    bool key(string_t& name) override {
-        key_ = std::move(name);
-        return true;
-    }
-    bool string(string_t& value) override {
-        if (depth_ == 1 && key_ == "cat") {
-            event_.category = std::move(value);
-        } else if (depth_ == 1 && key_ == "name") {
-            event_.name = std::move(value);
-        } else if (depth_ == 2 && key_ == "op_name") {
-            event_.type = std::move(value);
-        }
-        return true;
-    }
-    bool number_unsigned(number_unsigned_t value) override {
-        if (depth_ == 1 && key_ == "dur") {
-            event_.micros = value;
-        }
-        return true;
-    }
-    bool number_integer(number_integer_t) override { return true; }
-    bool number_float(number_float_t, const string_t&) override { return true; }
-    bool null() override { return true; }
-    bool boolean(bool) override { return true; }
-    bool binary(binary_t&) override { return true; }
-    bool start_array(size_t) override { return true; }
-    bool end_array() override { return true; }
-    bool parse_error(size_t, const std::string&, const nlohmann::detail::exception&) override {
+        return false;  // No further one is held beside it.
+    };
+    try {
+        return !Json::parse(file, count, false).is_discarded();
+    } catch (const Json::exception&) {
         return false;
     }
-
-private:
-    struct Event {
-        std::string category, name, type;
-        uint64_t micros = 0;
-    };
-    int depth_ = 0;
-    std::string key_;
-    Event event_;
-};
+}
 
 std::string NameOf(std::string name) {
     const size_t suffix = name.rfind(kSuffix);
@@ -138,13 +98,13 @@ std::string RunProfile::Table() const {
     if (!folder_.path().empty()) {
         for (const fs::directory_entry& file : fs::directory_iterator(folder_.path())) {
             std::ifstream content(file.path());
-            if (file.file_size() > kMostBytes || !Json::sax_parse(content, &account)) {
+            if (file.file_size() > kMostBytes || !Read(content, account)) {
                 ORVA_LOGE("a profile of %ju bytes cannot be read", file.file_size());
                 return "";
             }
         }
     }
-    std::vector<std::pair<std::string, Spent>> slowest(account.nodes.begin(), account.nodes.end());
+    std::vector<std::pair<std::string, Spent>> slowest(account.begin(), account.end());
     std::stable_sort(slowest.begin(), slowest.end(), [](const auto& left, const auto& right) {
         return left.second.micros > right.second.micros;
     });

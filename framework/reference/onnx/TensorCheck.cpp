@@ -4,6 +4,8 @@
  */
 #include "onnx/TensorCheck.h"
 
+#include "onnx/Refuse.h"
+
 namespace orva::reference {
 
 namespace {
@@ -42,7 +44,8 @@ struct Shape {
 
 }  // namespace
 
-bool CheckTensor(ByteRange tensor, std::string& name, std::string& reason) {
+std::string CheckTensor(ByteRange tensor) {
+    std::string name;
     Shape shape;
     uint64_t content = 0;
     bool elsewhere = false;
@@ -84,14 +87,12 @@ bool CheckTensor(ByteRange tensor, std::string& name, std::string& reason) {
         }
     }
     if (elsewhere) {
-        reason = "the elements of tensor " + name + " stand outside the file";
-        return false;
+        Refuse("the elements of tensor " + name + " stand outside the file");
     }
     if (!reader.ok() || !shape.inRange || shape.elements > kMostElementsPerByte * content) {
-        reason = "tensor " + name + " does not have the elements that its shape says";
-        return false;
+        Refuse("tensor " + name + " does not have the elements that its shape says");
     }
-    return true;
+    return name;
 }
 
 }  // namespace orva::reference

@@ -16,7 +16,7 @@ constexpr size_t kMaxRank = 32;
 
 // Checks what the engine would take on trust in a tensor inside a model file: that its elements
 // stand in the file, and that there are no fewer of them than its shape makes the engine allocate.
-// Gives the reason for which it is refused.
-bool CheckTensor(ByteRange tensor, std::string& name, std::string& reason);
+// Answers its name. Throws std::runtime_error with the reason for which it is refused.
+std::string CheckTensor(ByteRange tensor);
 
 }  // namespace orva::reference
