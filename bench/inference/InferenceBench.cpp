@@ -72,7 +72,7 @@ InferenceRow measure(const InferenceSettings& settings, const std::string& what,
     const Processes clients = start(clientCount, [&](const Control& control) {
         return runServiceClient(control, settings.model, directory, how);
     });
-    std::vector<double> directs, services, ratios, throughputs = {0};
+    std::vector<double> directs, services, ratios, throughputs;
     for (uint32_t i = 0; i < settings.rounds; ++i) {
         directs.push_back(round(direct, 1, settings.requests));
         services.push_back(round(clients, 1, settings.requests));
@@ -82,10 +82,8 @@ InferenceRow measure(const InferenceSettings& settings, const std::string& what,
                                   round(clients, clientCount, settings.requests));
         }
     }
-    if (clientCount > 1) {
-        throughputs.erase(throughputs.begin());
-    }
-    return {what, median(directs), median(services), median(ratios), median(throughputs)};
+    return {what, median(directs), median(services), median(ratios),
+            throughputs.empty() ? 0 : median(throughputs)};
 }
 
 }  // namespace

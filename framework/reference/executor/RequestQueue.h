@@ -66,9 +66,12 @@ public:
     }
     // The same in a call that AIServiceConnectManager has just been told of.
     std::string SessionOfCall() {
-        const std::string told = std::exchange(ServedSession(), "");
+        std::string told = std::exchange(ServedSession(), "");
         MutexLock lock(mutex_);
-        return told.empty() ? session_ : session_ = told;
+        if (!told.empty()) {
+            session_ = std::move(told);
+        }
+        return session_;
     }
 
     int32_t SetListener(const std::shared_ptr<Listener>& listener) {

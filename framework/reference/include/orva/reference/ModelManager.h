@@ -28,9 +28,8 @@ namespace orva::reference {
 //   threads            how many threads a request runs on, up to 64; 1 when not given
 //   concurrency        how many requests run at a time, up to 16, and so end in another order than
 //                      they came in; 1 when not given
-//   times              "true": each result's context has "queueMicros" and "runMicros", how long
-//   the
-//                      request waited and ran
+//   times              "true": each result's context has "queueMicros" and "runMicros", for how
+//                      long the request waited and ran
 //   profile            "true": each result's context has "profile", where the time went
 //   shape:INPUT, dimension:NAME    for what a model leaves open
 // - A context names the model of a request or a binding, "model". The empty name, here and in

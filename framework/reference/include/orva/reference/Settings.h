@@ -25,8 +25,8 @@ void SetIdleTimeout(std::chrono::nanoseconds timeout);
 size_t ClientCount();
 
 // How many of the framework's threads run requests at a time, as many at first as the machine has
-// processors, and 2 at least. Threads that wait for a
-// client do not count; others stand in for them, up to `most` threads in all, 512 at first.
+// processors, and 2 at least. Threads that wait for a client do not count; others stand in for
+// them, up to `most` threads in all, 512 at first.
 void SetWorkerThreads(size_t count, size_t most = 512);
 
 // Makes what the engine needs only once, which takes some 20 ms: those of the first model
