@@ -62,8 +62,7 @@ struct Node : ServiceNode {
     }
 };
 
-class ServiceNodes : public testing::Test {
-protected:
+struct ServiceNodes : testing::Test {
     void End() { EXPECT_TRUE(pool->Shutdown(test::kWatchdog)); }
 
     // Requests of a parameter: 0 ends at once, 1 when it is cancelled, 2 when it is let go.
