@@ -35,6 +35,8 @@ public:
     // Each holds its tensors, and so descriptors and mappings of the process, until its client has
     // heard of it; a client that asks faster than it listens must not come to hold them all.
     static constexpr size_t kMostWaiting = 128;
+    // Of what a client is told.
+    static constexpr size_t kLongestReason = 512;
 
     // The executor must outlive the posts. The client is the process whose call this thread serves.
     explicit RequestQueue(Executor& executor)
@@ -226,8 +228,18 @@ private:
             Work work(client_, RunTimeout(), [&attempt] { attempt.GiveUp(); });
             Runs(&work.cancellation());
             const Clock::time_point begun = Clock::now();
-            result = work.Outcome(
-                    Guarded("request failed", [&] { return run(request, work.cancellation()); }));
+            std::string reason;
+            result = work.Outcome(Guarded("request failed", [&] {
+                try {
+                    return run(request, work.cancellation());
+                } catch (const std::exception& error) {
+                    reason = OneLine(error.what()).substr(0, kLongestReason);
+                    throw;
+                }
+            }));
+            if (result == kNodeFailed && !reason.empty()) {
+                request.context.SetPara("reason", reason);
+            }
             if (tellsTimes_) {
                 SetTime(request.context, "queueMicros", begun - posted);
                 SetTime(request.context, "runMicros", Clock::now() - begun);

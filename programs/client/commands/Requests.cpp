@@ -130,7 +130,7 @@ Requester::Requester(const Connection& connection, const RequestOptions& options
 
 Completion Requester::finish() {
     Completion completion = await_();
-    requireSuccess(completion.result, "the request");
+    requireResult(completion.result, completion.context);
     if (!completion.fault.empty()) {
         throw ServiceError("the result cannot be taken: " + completion.fault, -1);
     }

@@ -34,6 +34,8 @@ const char* meaningOf(int32_t status) {
         return "the engine gave up";
     case reference::kNodeStopped:
         return "shut down meanwhile";
+    case reference::kNodeTimedOut:
+        return "it took longer than the host allows";
     case reference::kNodeBusy:
         return "too many requests wait already";
     default:
@@ -87,7 +89,20 @@ std::string whyRefused(const Refuser& refuser, int32_t status) {
     return "; the host's log says why";
 }
 
+void requireResult(int32_t result, const std::string& context) {
+    if (result != 0) {
+        const auto said = nlohmann::json::parse(context, nullptr, false);
+        const auto reason = said.is_object() ? said.find("reason") : said.end();
+        throw ServiceError(
+                "the request failed with " + statusText(result), result, {},
+                reason != said.end() && reason->is_string() ? reason->get<std::string>() : "");
+    }
+}
+
 std::string ServiceError::explained() const {
+    if (!reason_.empty()) {
+        return what() + (": " + reason_);
+    }
     return what() + (status_ > 0 ? whyRefused(refuser_, status_) : std::string());
 }
 

@@ -26,17 +26,22 @@ struct Refuser {
 // and what came.
 class ServiceError : public std::runtime_error {
 public:
-    ServiceError(const std::string& what, int32_t status, Refuser refuser = {})
-            : std::runtime_error(what), status_(status), refuser_(std::move(refuser)) {}
+    ServiceError(const std::string& what, int32_t status, Refuser refuser = {},
+                 std::string reason = "")
+            : std::runtime_error(what),
+              status_(status),
+              refuser_(std::move(refuser)),
+              reason_(std::move(reason)) {}
     // The service's status; -1 when the transport failed.
     int32_t status() const { return status_; }
 
-    // The message, and why it was refused, which the service is asked for.
+    // The message, and why it was so: the reason, where that is known, or what the service says.
     std::string explained() const;
 
 private:
     const int32_t status_;
     const Refuser refuser_;
+    const std::string reason_;
 };
 
 // For messages: "status 103 (the tensors do not fit)".
@@ -64,6 +69,8 @@ auto answerTo(const std::string& asked, const Call& call) {
 
 // Throws ServiceError when a service has answered with a status that is not 0.
 void requireSuccess(int32_t status, const std::string& asked, const Refuser& refuser = {});
+// The same of a result's status, whose context may have the reason, as "reason".
+void requireResult(int32_t result, const std::string& context);
 // The same of a call that answers a status, or does not come through.
 template <typename Call, typename = decltype(std::declval<Call>()())>
 void requireSuccess(const std::string& asked, const Refuser& refuser, const Call& call) {
