@@ -135,6 +135,10 @@ TEST_F(CommandLine, RunsTheFilesOfAFolder) {
 
 TEST_F(CommandLine, ShowsWhereTheTimeWent) {
     startHost();
+    // Of repeats that are made up, one is none.
+    EXPECT_NE(orva({"run", "--model", ORVA_ONNX_CASES "/test_tile/model.onnx"})
+                      .output.find("0x3x4x5: empty\n"),
+              std::string::npos);
     const std::string model = ORVA_ONNX_CASES "/test_relu/model.onnx";
     for (const char* const service : {"ai", "model-manager"}) {
         const Outcome plain = orva({"run", "--model", model, "--service", service});

@@ -170,7 +170,7 @@ void RunTensors::takeShapes(const std::string& context) {
         const auto found = said.is_object() ? said.find("shape:" + shape.name) : said.end();
         if (found != said.end() && found->is_string()) {
             const std::string text = *found;
-            shape.dims = text == "scalar" ? std::vector<int64_t>() : parseDims(text);
+            shape.dims = text == "scalar" ? std::vector<int64_t>() : parseDims(text, 0);
         }
         if (shape.bytes() > outputs_[i].size()) {
             throw std::runtime_error("the service says that the output '" + shape.name + "' is " +

@@ -138,7 +138,7 @@ PictureLayout pictureLayout(const std::vector<int64_t>& dims) {
     return isChannelCount(dims[3]) ? PictureLayout::kChannelsLast : PictureLayout::kNone;
 }
 
-std::vector<int64_t> parseDims(const std::string& text) {
+std::vector<int64_t> parseDims(const std::string& text, int64_t least) {
     std::vector<int64_t> dims;
     int64_t elements = 1;
     size_t begin = 0;
@@ -146,14 +146,14 @@ std::vector<int64_t> parseDims(const std::string& text) {
         const size_t end = std::min(text.find('x', begin), text.size());
         const std::string part = text.substr(begin, end - begin);
         if (part.empty() || part.size() > 10 ||
-            part.find_first_not_of("0123456789") != std::string::npos || std::stoll(part) == 0) {
+            part.find_first_not_of("0123456789") != std::string::npos || std::stoll(part) < least) {
             throw std::invalid_argument("'" + text + "' is no shape; write it as 1x128x128x3");
         }
         dims.push_back(std::stoll(part));
         if (dims.back() > kMostElements / elements) {
             throw std::invalid_argument("the shape " + text + " is too large for one tensor");
         }
-        elements *= dims.back();
+        elements *= std::max<int64_t>(dims.back(), 1);
         begin = end + 1;
     }
     return dims;

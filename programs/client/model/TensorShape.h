@@ -63,7 +63,7 @@ enum class PictureLayout { kNone, kChannelsFirst, kChannelsLast };
 PictureLayout pictureLayout(const std::vector<int64_t>& dims);
 
 // Parses "1x128x128x3". Throws std::invalid_argument when it is something else, or names more bytes
-// than one tensor can have.
-std::vector<int64_t> parseDims(const std::string& text);
+// than one tensor can have. A dimension is at least `least`.
+std::vector<int64_t> parseDims(const std::string& text, int64_t least = 1);
 
 }  // namespace orva::client

@@ -31,15 +31,19 @@ OutputSummary OutputSummary::of(const TensorShape& shape, const uint8_t* data) {
             summary.first.push_back(value);
         }
     }
-    summary.mean = sum / static_cast<double>(count);
+    summary.mean = count == 0 ? 0 : sum / static_cast<double>(count);
     return summary;
 }
 
 std::string OutputSummary::text() const {
+    std::string text = (shape.name.empty() ? "output" : shape.name) + " " + nameOf(shape.type) +
+                       " " + shape.text();
+    if (shape.elements() == 0) {
+        return text + ": empty";
+    }
     char numbers[128];
     snprintf(numbers, sizeof numbers, ": min %.6g, max %.6g, mean %.6g, first", min, max, mean);
-    std::string text = (shape.name.empty() ? "output" : shape.name) + " " + nameOf(shape.type) +
-                       " " + shape.text() + numbers;
+    text += numbers;
     for (const double value : first) {
         snprintf(numbers, sizeof numbers, " %.6g", value);
         text += numbers;
