@@ -237,7 +237,7 @@ private:
                     throw;
                 }
             }));
-            if (result == kNodeFailed && !reason.empty()) {
+            if (tellsTimes_ && result == kNodeFailed && !reason.empty()) {
                 request.context.SetPara("reason", reason);
             }
             if (tellsTimes_) {

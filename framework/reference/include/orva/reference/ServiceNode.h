@@ -19,7 +19,8 @@ namespace orva::reference {
 // unless the handler says otherwise, and reports each accepted one exactly once, also after the
 // node itself has gone: requests that are still waiting then end with kNodeStopped. Where the
 // configuration has "times" as "true", the context of one that has run says for how many
-// microseconds it waited and ran, in "queueMicros" and "runMicros".
+// microseconds it waited and ran, in "queueMicros" and "runMicros", and, of one that threw, why, in
+// "reason".
 class ServiceNode : public AIServiceBase {
 public:
     explicit ServiceNode(std::unique_ptr<RequestHandler> handler,
