@@ -93,7 +93,8 @@ TEST(Identity, IsOfTheProcessThatLives) {
 TEST(Connection, IsLetGoOfThoughItWasOpenedAfterItsPeersEnd) {
     SocketPair sockets;
     const auto peer = std::make_shared<Peer>(Identity{1, getuid(), 1});
-    auto connection = std::make_shared<Connection>(std::move(sockets.ours), peer);
+    auto connection =
+            std::make_shared<Connection>(std::move(sockets.ours), peer, Connection::Use::kByPeer);
     peer->end(Peer::End::kClosed);
     connection->shutDown();
     ASSERT_TRUE(connection->open());

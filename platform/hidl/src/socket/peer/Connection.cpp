@@ -20,8 +20,8 @@ constexpr TimeLimit kWelcomeSendLimit{1};
 
 }  // namespace
 
-Connection::Connection(base::unique_fd socket, std::shared_ptr<Peer> peer)
-        : mSocket(std::move(socket)), mPeer(std::move(peer)) {}
+Connection::Connection(base::unique_fd socket, std::shared_ptr<Peer> peer, Use why)
+        : use(why), mSocket(std::move(socket)), mPeer(std::move(peer)) {}
 
 void Connection::shutDown() {
     ::shutdown(mSocket, SHUT_RDWR);

@@ -22,7 +22,13 @@ class Peer;
 // Whoever has it keeps it open.
 class Connection : public PollItem {
 public:
-    Connection(base::unique_fd socket, std::shared_ptr<Peer> peer);
+    // What it is there for: the peer made it; this process did, and keeps it for as long as either
+    // side holds an object of the other's; or it did, to ask what is served there.
+    enum class Use { kByPeer, kToPeer, kAsking };
+
+    Connection(base::unique_fd socket, std::shared_ptr<Peer> peer, Use why);
+
+    Use use;  // Guarded by the peer's lock.
 
     // Handles what comes, from here on. False when the kernel has no room for it.
     bool open() { return watch(mSocket); }

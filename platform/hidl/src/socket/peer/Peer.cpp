@@ -81,13 +81,22 @@ bool Peer::alive() const {
 
 std::shared_ptr<Connection> Peer::connection() const {
     Mutex::Autolock lock(mLock);
-    if (mToPeer != nullptr) {
-        return mToPeer;
+    std::shared_ptr<Connection> found;
+    for (const auto& each : mConnections) {
+        if (each->use == Connection::Use::kToPeer) {
+            return each;
+        }
+        // The latest: a peer that left and came back may have the end of an earlier one on its way.
+        if (each->use == Connection::Use::kByPeer && each->wasHeard()) {
+            found = each;
+        }
     }
-    // The latest: a peer that left and came back may have the end of an earlier one on its way.
-    const auto heard = std::find_if(mFromPeer.rbegin(), mFromPeer.rend(),
-                                    [](const auto& each) { return each->wasHeard(); });
-    return heard == mFromPeer.rend() ? nullptr : *heard;
+    return found;
+}
+
+bool Peer::anyUsed(Connection::Use use) const {
+    return std::any_of(mConnections.begin(), mConnections.end(),
+                       [use](const auto& each) { return each->use == use; });
 }
 
 bool Peer::connected() const {
@@ -95,7 +104,7 @@ bool Peer::connected() const {
         return connection->connected();
     }
     Mutex::Autolock lock(mLock);
-    return !mAsking.empty() || !mFromPeer.empty();
+    return !mConnections.empty();
 }
 
 void Peer::atBound(const char* ofWhat, size_t bound) {
@@ -116,13 +125,14 @@ bool Peer::serve(base::unique_fd& socket, const sp<BHwBinder>& root) {
         if (!mAlive) {
             return false;
         }
-        connection = std::make_shared<Connection>(std::move(socket), shared_from_this());
-        if (mFromPeer.size() >= mLimits.connections) {
+        connection = std::make_shared<Connection>(std::move(socket), shared_from_this(),
+                                                  Connection::Use::kByPeer);
+        if (mConnections.size() >= mLimits.connections) {
             atBound("connections", mLimits.connections);
             return true;
         }
         mIsClient = true;
-        mFromPeer.push_back(connection);
+        mConnections.push_back(connection);
         number = mExports.add(root);
     }
     if (!connection->welcome(number) || !connection->open()) {
@@ -138,8 +148,9 @@ bool Peer::connect(base::unique_fd& socket, sp<IBinder>* root) {
         if (!mAlive) {
             return false;
         }
-        asking = std::make_shared<Connection>(std::move(socket), shared_from_this());
-        mAsking.push_back(asking);
+        asking = std::make_shared<Connection>(std::move(socket), shared_from_this(),
+                                              Connection::Use::kAsking);
+        mConnections.push_back(asking);
     }
     uint64_t number;
     const Io io = asking->awaitWelcome(mReplyLimit, &number);
@@ -154,10 +165,11 @@ bool Peer::connect(base::unique_fd& socket, sp<IBinder>* root) {
     bool stays = false;
     {
         Mutex::Autolock lock(mLock);
-        const bool open = take(&mAsking, *asking) != nullptr;  // Or the peer has ended.
-        if (open && *root != nullptr && mToPeer == nullptr) {
-            mToPeer = asking;
-            stays = true;
+        stays = mAlive && *root != nullptr && !anyUsed(Connection::Use::kToPeer);
+        if (stays) {
+            asking->use = Connection::Use::kToPeer;
+        } else {
+            take(&mConnections, *asking);
         }
     }
     if (!stays) {
@@ -174,8 +186,7 @@ void Peer::ended(Connection& connection) {
     std::shared_ptr<Connection> gone;  // Released after the lock.
     {
         Mutex::Autolock lock(mLock);
-        gone = mToPeer.get() == &connection ? std::exchange(mToPeer, nullptr)
-                                            : take(&mFromPeer, connection);
+        gone = take(&mConnections, connection);
     }
     // Also one that the peer's end has taken already: it may have been opened since.
     connection.close();
@@ -185,7 +196,7 @@ void Peer::ended(Connection& connection) {
 void Peer::endIfLeft() {
     {
         Mutex::Autolock lock(mLock);
-        if (mToPeer != nullptr || !mFromPeer.empty() || !mAsking.empty()) {
+        if (!mConnections.empty()) {
             return;
         }
     }
@@ -244,16 +255,12 @@ void Peer::cut(const char* reason) {
     std::vector<std::shared_ptr<Connection>> connections;
     {
         Mutex::Autolock lock(mLock);
-        connections = mFromPeer;
-        connections.insert(connections.end(), mAsking.begin(), mAsking.end());
-        connections.push_back(mToPeer);
+        connections = mConnections;
     }
     // The connections' own events do the rest, on threads of the pool: the caller may hold locks
     // that death recipients need.
     for (const auto& connection : connections) {
-        if (connection != nullptr) {
-            connection->shutDown();
-        }
+        connection->shutDown();
     }
 }
 
@@ -267,20 +274,16 @@ void Peer::end(End why) {
         Mutex::Autolock lock(mLock);
         // Who is connected to this process leaves when it likes; this one leaves when nothing is
         // held any more.
-        const bool idle =
-                mFromPeer.empty() && mAsking.empty() && mProxies.empty() && mExports.empty();
+        const bool idle = !anyUsed(Connection::Use::kByPeer) &&
+                          !anyUsed(Connection::Use::kAsking) && mProxies.empty() &&
+                          mExports.empty();
         if (!mAlive || (why == End::kIdle && !idle)) {
             return;
         }
         mAlive = false;
         --runtimeCounts().peers;
         processEnd = std::move(mProcessEnd);
-        connections.swap(mFromPeer);
-        connections.insert(connections.end(), mAsking.begin(), mAsking.end());
-        mAsking.clear();
-        if (mToPeer != nullptr) {
-            connections.push_back(std::move(mToPeer));
-        }
+        connections.swap(mConnections);
         inChannels.swap(mInChannels);
         exports = mExports.takeAll();
         for (const auto& proxy : mProxies) {
@@ -315,16 +318,19 @@ void Peer::end(End why) {
     });
 }
 
+// Whoever asks for something to be done afterwards meanwhile comes after those who asked before:
+// the peer's place is free only once it has been forgotten.
 void Peer::finishEnd() {
     std::vector<std::function<void()>> acts;
-    {
+    do {
+        for (const auto& act : acts) {
+            act();
+        }
+        acts.clear();
         Mutex::Autolock lock(mLock);
-        mFinished = true;
         acts.swap(mAfterEnd);
-    }
-    for (const auto& act : acts) {
-        act();
-    }
+        mFinished = acts.empty();
+    } while (!acts.empty());
 }
 
 void Peer::afterEnd(std::function<void()> act) {

@@ -53,8 +53,7 @@ public:
     // socket is left alone, when the peer has ended.
     bool serve(base::unique_fd& socket, const sp<BHwBinder>& root);
     // The object that the peer serves on a connection that this process made; null, logged, when it
-    // does not tell. One such connection stays, until neither side holds an object of the other's.
-    // False, and the socket is left alone, when the peer has ended.
+    // does not tell. False, and the socket is left alone, when the peer has ended.
     bool connect(base::unique_fd& socket, sp<IBinder>* root);
 
     // What came on a connection; false for what may not. A connection has ended.
@@ -70,7 +69,6 @@ public:
     // Does something once the end is finished, with everybody told. Not for too many at once: what
     // is too much is dropped.
     void afterEnd(std::function<void()> act);
-    void finishEnd();
 
     // --- Calls.
 
@@ -124,7 +122,9 @@ private:
 
     // Any connection on which the peer listens; null when there is none.
     std::shared_ptr<Connection> connection() const;
+    bool anyUsed(Connection::Use use) const REQUIRES(mLock);
     void endIfLeft();
+    void finishEnd();
     bool adoptChannel(base::unique_fd socket);
     void tell(const Release& release);
     void atBound(const char* ofWhat, size_t bound);
@@ -143,10 +143,7 @@ private:
     bool mFinished GUARDED_BY(mLock) = false;
     std::vector<std::function<void()>> mAfterEnd GUARDED_BY(mLock);
     std::shared_ptr<ProcessEnd> mProcessEnd GUARDED_BY(mLock);
-    std::vector<std::shared_ptr<Connection>> mFromPeer GUARDED_BY(mLock);
-    std::shared_ptr<Connection> mToPeer GUARDED_BY(mLock);
-    // On which the peer has yet to say what it serves.
-    std::vector<std::shared_ptr<Connection>> mAsking GUARDED_BY(mLock);
+    std::vector<std::shared_ptr<Connection>> mConnections GUARDED_BY(mLock);  // The latest last.
     std::vector<std::shared_ptr<InChannel>> mInChannels GUARDED_BY(mLock);
     ExportTable mExports GUARDED_BY(mLock);
     std::unordered_map<uint64_t, Proxy> mProxies GUARDED_BY(mLock);
