@@ -6,6 +6,8 @@
 
 #include <utility>
 
+#include <sys/socket.h>
+
 #include "Peer.h"
 
 namespace android::hardware::socket {
@@ -33,6 +35,14 @@ Io InChannel::serveOne() {
         }
     }
     return io;
+}
+
+bool InChannel::isUrgent() {
+    MessageHeader next;
+    const ssize_t size = recv(mChannel.socket(), &next, sizeof next, MSG_PEEK | MSG_DONTWAIT);
+    const bool call = size == sizeof next && next.kind == MessageKind::kCall;
+    return mCall == nullptr && !mPeer->turns().anyServed() &&
+           (!call || next.code > IBinder::LAST_CALL_TRANSACTION);
 }
 
 void InChannel::ready() {

@@ -25,6 +25,8 @@ public:
     bool open() { return watch(mChannel.socket()); }
     void close();
     void ready() override;
+    // What every object has, such as a ping or a dump, if nothing else is served for the peer.
+    bool isUrgent() override;
     void turnHasCome() override { watchAgain(); }
 
 private:

@@ -39,6 +39,11 @@ void ServingTurns::end() {
     next->turnHasCome();
 }
 
+bool ServingTurns::anyServed() {
+    Mutex::Autolock lock(mLock);
+    return mServed > 0;
+}
+
 void ServingTurns::forget(Waiting& waiting) {
     std::shared_ptr<Waiting> gone;  // Released after the lock.
     {

@@ -32,6 +32,7 @@ public:
     // Whether `waiting` may be served now; its end() is due then. Otherwise it is called.
     bool begin(const std::shared_ptr<Waiting>& waiting, size_t limit);
     void end();
+    bool anyServed();
     // It will not come any more.
     void forget(Waiting& waiting);
 

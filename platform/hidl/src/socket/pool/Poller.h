@@ -25,6 +25,9 @@ public:
 
     // Something has come, or the other end has gone; there may be nothing after all.
     virtual void ready() = 0;
+    // Whether that is to be done though all threads are busy: it is short, and others may rely on
+    // it.
+    virtual bool isUrgent() { return true; }
 
 protected:
     // Begins to wait. False when the kernel refuses; logged.
@@ -48,9 +51,11 @@ public:
 
     static Poller& instance();
 
-    // Waits for an item, at most so many milliseconds if that is not negative: null when there is
-    // none, and at once after wakeAll().
+    // Waits for an item to be served, at most so many milliseconds if that is not negative: null
+    // when there is none, and at once after wakeAll().
     std::shared_ptr<PollItem> wait(int timeout);
+    // Has an item that was taken wait again, served or not.
+    void rearm(const PollItem& item);
     // Whether something waits to be taken.
     bool hasSome() const;
 
@@ -70,7 +75,6 @@ private:
 
     uint32_t events() const;
     bool add(const std::shared_ptr<PollItem>& item, int descriptor);
-    void rearm(const PollItem& item);
     void remove(const PollItem& item);
 
     const base::unique_fd mEpoll;

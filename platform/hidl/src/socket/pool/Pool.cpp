@@ -18,8 +18,9 @@ namespace android::hardware::socket {
 
 namespace {
 
-// How long a thread above the pool's size waits for something to do before it leaves.
-constexpr int kSpareMs = 200;
+// How long a stand-in waits for something to do before it leaves; the pool's own threads stay.
+constexpr int kIdleMs = 200;
+constexpr int kForEver = -1;
 
 // How often is looked whether calls wait while all threads are busy, and for how many looks the
 // pool must have had threads for all that came until it is no longer looked: so seldom that waking
@@ -43,103 +44,126 @@ size_t Pool::size() const {
     return mMaxThreads + mJoined - (mCallerJoins ? 1 : 0);
 }
 
-Pool::Next Pool::serve() {
-    const int timeout = mHasSpare ? kSpareMs : -1;
+bool Pool::serve(int timeout) {
     ++mWaiting;
+    if (mHasAside) {
+        resumeAside();
+    }
     const auto item = Poller::instance().wait(timeout);
     const bool lastToWait = --mWaiting == 0;
-    if (item != nullptr) {
-        mTaken.fetch_add(1, std::memory_order_relaxed);
-        if (lastToWait && !Poller::instance().oneThread()) {
-            growIfBusy();
-        }
-        item->ready();
-    } else if (timeout >= 0 && leaveIfSpare()) {
-        return Next::kLeft;
+    if (item == nullptr) {
+        return false;
     }
-    return mStopping ? Next::kStop : Next::kGoOn;
+    mTaken.fetch_add(1, std::memory_order_relaxed);
+    if (lastToWait && !Poller::instance().oneThread()) {
+        growIfBusy();
+    }
+    item->ready();
+    return true;
 }
 
 // The calling thread, which was the last one free, has found something to do.
 void Pool::growIfBusy() {
     Mutex::Autolock lock(mLock);
     if (mStarted && !mStopping && mRunning < size()) {
-        add();
+        add(kForEver);
     } else if (mWatch.joinable() && !std::exchange(mWatches, true)) {
         mWatchChanged.signal();
     }
 }
 
 // When events wait and none was taken up since the last look, one more thread stands in for those
-// that are blocked, within the bound.
+// that are blocked, within the bound; beyond it, this one does what is urgent.
 void Pool::lookAfterBlocked() {
-    Mutex::Autolock lock(mLock);
     uint64_t before = 0;
-    for (int calm = 0; mStarted;) {
-        if (!mWatches) {
-            mWatchChanged.wait(mLock);
-            calm = 0;
+    for (int calm = 0;;) {
+        {
+            Mutex::Autolock lock(mLock);
+            while (mStarted && !mWatches) {
+                mWatchChanged.wait(mLock);
+                calm = 0;
+                before = mTaken;
+            }
+            if (!mStarted) {
+                return;
+            }
+            mWatchChanged.waitRelative(mLock, kLook);
+            const bool blocked = mWaiting == 0 && mTaken == before && !mStopping;
             before = mTaken;
-            continue;
+            calm = mWaiting == 0 ? 0 : calm + 1;
+            mWatches = calm < kCalmLooks;
+            if (!blocked || !Poller::instance().hasSome()) {
+                continue;
+            }
+            if (mRunning < size() + mMostStandIns) {
+                add(kIdleMs);
+                continue;
+            }
         }
-        mWatchChanged.waitRelative(mLock, kLook);
-        const bool busy = mWaiting == 0;
-        if (busy && mTaken == before && !mStopping && mRunning < size() + mMostStandIns &&
-            Poller::instance().hasSome()) {
-            add();
-            mHasSpare = mRunning > size();
-        }
-        before = mTaken;
-        calm = busy ? 0 : calm + 1;
-        mWatches = calm < kCalmLooks;
+        serveUrgent();
     }
 }
 
-void Pool::add() {
+void Pool::serveUrgent() {
+    while (mWaiting == 0) {
+        const auto item = Poller::instance().wait(0);
+        if (item == nullptr) {
+            return;
+        }
+        if (item->isUrgent()) {
+            item->ready();
+        } else {
+            Mutex::Autolock lock(mLock);
+            mAside.push_back(item);
+            mHasAside = true;
+        }
+    }
+    resumeAside();
+}
+
+void Pool::resumeAside() {
+    std::vector<std::shared_ptr<PollItem>> aside;
+    {
+        Mutex::Autolock lock(mLock);
+        aside.swap(mAside);
+        mHasAside = false;
+    }
+    for (const auto& item : aside) {
+        Poller::instance().rearm(*item);
+    }
+}
+
+void Pool::add(int idleMs) {
     try {
-        mThreads.emplace_back([this] { run(); });
+        mThreads.emplace_back([this, idleMs] { run(idleMs); });
         ++mRunning;
     } catch (const std::system_error& error) {
         ALOGE("the pool stays at %zu threads: %s", mRunning, error.what());
     }
 }
 
-void Pool::run() {
-    Next next = mStopping ? Next::kStop : Next::kGoOn;
-    while (next == Next::kGoOn) {
-        next = serve();
+void Pool::run(int idleMs) {
+    bool busy = true;
+    while (!mStopping && (busy || idleMs == kForEver)) {
+        busy = serve(idleMs);
     }
-    if (next == Next::kLeft) {
-        return;
-    }
-    Mutex::Autolock lock(mLock);
-    --mRunning;
-    mThreadLeft.broadcast();
-}
-
-// Whether the calling thread, which has nothing to do, is one too many. It is joined by the next
-// one that leaves, or at the end.
-bool Pool::leaveIfSpare() {
-    std::vector<std::thread> left;
+    std::thread before;
     {
         Mutex::Autolock lock(mLock);
-        if (mStopping || mRunning <= size()) {
-            return false;
-        }
         --mRunning;
-        mHasSpare = mRunning > size();
         mThreadLeft.broadcast();
-        left.swap(mLeft);
+        if (mStopping) {
+            return;  // Joined with all others.
+        }
         const auto self = std::find_if(mThreads.begin(), mThreads.end(), [](const auto& thread) {
             return thread.get_id() == std::this_thread::get_id();
         });
-        mLeft.push_back(std::move(*self));
+        before = std::exchange(mLeft, std::move(*self));
         mThreads.erase(self);
     }
-    for (std::thread& thread : left) {
-        thread.join();
+    if (before.joinable()) {
+        before.join();
     }
-    return true;
 }
 
 void Pool::configure(size_t maxThreads, bool callerJoins) {
@@ -150,6 +174,7 @@ void Pool::configure(size_t maxThreads, bool callerJoins) {
 
 void Pool::setStandIns(size_t most) {
     Mutex::Autolock lock(mLock);
+    mIsWatched = true;
     mMostStandIns = most;
 }
 
@@ -162,7 +187,7 @@ int Pool::configurePolling() {
     if (polled >= 0) {
         mMaxThreads = 1;
         mCallerJoins = true;
-        mMostStandIns = 0;
+        mIsWatched = false;
     }
     return polled;
 }
@@ -182,11 +207,11 @@ void Pool::start() {
     if (std::exchange(mStarted, true)) {
         return;
     }
-    if (mMostStandIns > 0) {
+    if (mIsWatched) {
         mWatch = std::thread([this] { lookAfterBlocked(); });
     }
     if (mRunning < size()) {
-        add();
+        add(kForEver);
     }
 }
 
@@ -199,7 +224,7 @@ void Pool::join() {
     {
         Mutex::Autolock lock(mLock);
         if (mRunning == 0 && !mStopping) {
-            add();
+            add(kForEver);
         }
     }
     if (!mStopping) {
@@ -236,22 +261,19 @@ void Pool::finish() {
     {
         Mutex::Autolock lock(mLock);
         threads.swap(mThreads);
-        for (std::thread& thread : mLeft) {
-            threads.push_back(std::move(thread));
-        }
-        mLeft.clear();
-        if (mWatch.joinable()) {
-            threads.push_back(std::move(mWatch));
-        }
+        threads.push_back(std::move(mLeft));
+        threads.push_back(std::move(mWatch));
         mStarted = false;
         mWatches = false;
         mWatchChanged.signal();
-        mHasSpare = false;
     }
     for (std::thread& thread : threads) {
-        thread.join();
+        if (thread.joinable()) {
+            thread.join();
+        }
     }
     mTasks->clear();
+    resumeAside();
     Poller::instance().calmDown();
     mStopping = false;
 }

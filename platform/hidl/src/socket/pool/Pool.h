@@ -27,7 +27,8 @@ public:
 
     // At most so many threads, of which a caller that will join brings one when it does.
     void configure(size_t maxThreads, bool callerJoins);
-    // How many threads more may stand in for blocked ones; counts from the pool's next start.
+    // How many threads more may stand in for blocked ones; when these are blocked, too, what is
+    // urgent is done all the same. Counts from the pool's next start.
     void setStandIns(size_t most);
     // For a process one thread of which calls serveOne() by itself, from now on for good. Returns
     // what is readable while there is an event to serve, or -1 when there are threads or sockets
@@ -40,7 +41,10 @@ public:
     // whatever the others do.
     void join();
     // Waits for one event and serves it on the calling thread. False once the pool is stopped.
-    bool serveOne() { return serve() == Next::kGoOn; }
+    bool serveOne() {
+        serve(-1);
+        return !mStopping;
+    }
     // Makes join() and serveOne() return. Safe in a signal handler.
     void requestStop();
     // Takes no more events and waits for those under way; false when that takes longer.
@@ -56,20 +60,20 @@ public:
 private:
     Pool();
 
-    enum class Next { kGoOn, kStop, kLeft };
-    Next serve();
+    bool serve(int timeout);
     void growIfBusy();
     void lookAfterBlocked();
-    void add() REQUIRES(mLock);
-    void run();
-    bool leaveIfSpare();
+    void serveUrgent();
+    void resumeAside();
+    void add(int idleMs) REQUIRES(mLock);
+    void run(int idleMs);
     size_t size() const REQUIRES(mLock);
 
     const std::shared_ptr<TaskQueue> mTasks;
     std::atomic<bool> mStopping{false};
     std::atomic<int> mWaiting{0};
     std::atomic<uint64_t> mTaken{0};
-    std::atomic<bool> mHasSpare{false};  // Threads above the pool's size.
+    std::atomic<bool> mHasAside{false};
 
     Mutex mLock;
     Condition mThreadLeft;
@@ -80,12 +84,15 @@ private:
     size_t mJoined GUARDED_BY(mLock) = 0;
     size_t mRunning GUARDED_BY(mLock) = 0;
     std::vector<std::thread> mThreads GUARDED_BY(mLock);
-    std::vector<std::thread> mLeft GUARDED_BY(mLock);  // To be joined.
+    std::thread mLeft GUARDED_BY(mLock);  // A stand-in, to be joined by the next that leaves.
 
     // Looks after the others while all of them are busy.
+    bool mIsWatched GUARDED_BY(mLock) = false;
     std::thread mWatch;
     Condition mWatchChanged;
     bool mWatches GUARDED_BY(mLock) = false;  // Or sleeps.
+    // What is not urgent, until a thread is free.
+    std::vector<std::shared_ptr<PollItem>> mAside GUARDED_BY(mLock);
 };
 
 }  // namespace android::hardware::socket
