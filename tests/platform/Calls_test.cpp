@@ -27,7 +27,6 @@ using android::hardware::IPCThreadState;
 using orva::test::V1_0::BpHwProbe;
 
 constexpr int kThreads = 3;
-constexpr int kCallsAtOnce = 2;  // Of one peer, in a pool of so many threads.
 constexpr auto kRefused = "Status(EX_TRANSACTION_FAILED): 'FAILED_TRANSACTION: '";
 
 // An object of this process that does what a test says when the server calls it back.
@@ -271,33 +270,71 @@ TEST_F(Calls, NestOnlyToALimit) {
     }
 }
 
+// Counts who is inside, and keeps them there until it is opened.
+struct Gate {
+    explicit Gate(int most) : mMost(most) {}
+    void pass() {
+        EXPECT_LE(++mInside, mMost);
+        EXPECT_TRUE(eventually([&] { return mOpen.load(); }));
+        --mInside;
+    }
+    void openWhenFull() {
+        EXPECT_TRUE(eventually([&] { return mInside == mMost; }));
+        mOpen = true;
+    }
+
+private:
+    const int mMost;
+    std::atomic<int> mInside{0};
+    std::atomic<bool> mOpen{false};
+};
+
+// By default most of the pool's threads are one peer's, and else as many as the program says.
 TEST_F(Calls, OfManyThreadsRunAtOnceUpToTheirPeersBound) {
-    // A thread of the server waits for each that is called back.
-    std::atomic<int> inside{0};
-    std::atomic<bool> open{false};
-    const sp<IProbe> local = new Called([&] {
-        EXPECT_LE(++inside, kCallsAtOnce);
-        EXPECT_TRUE(eventually([&] { return open.load(); }));
-        --inside;
-    });
-    std::vector<std::thread> callers;
-    callers.reserve(3 * kThreads);
-    for (int i = 0; i < 3 * kThreads; ++i) {
-        callers.emplace_back([&] { expectOk(call(mProbe, local)); });
+    const PeerProcess server("frugal", "8", "20000", "0", "10");
+    for (const auto& [instance, most] : {std::pair("default", 2), {"frugal", 5}}) {
+        const sp<IProbe> probe = IProbe::getService(instance);
+        // A thread of the server waits for each that is called back.
+        Gate gate(most);
+        const sp<IProbe> local = new Called([&] { gate.pass(); });
+        std::vector<std::thread> callers(9);
+        for (std::thread& caller : callers) {
+            caller = std::thread([&] { expectOk(call(probe, local)); });
+        }
+        // Several on one channel, before a thread can look at the first.
+        for (const int32_t value : {1, 2, 3, 4, 5}) {
+            expectOk(mProbe->note(value));
+        }
+        gate.openWhenFull();
+        for (std::thread& caller : callers) {
+            caller.join();
+        }
     }
-    EXPECT_TRUE(eventually([&] { return inside == kCallsAtOnce; }));
-    // Several on one channel, before a thread can look at the first.
-    const std::vector<int32_t> notesLeft = {1, 2, 3, 4, 5};
-    for (const int32_t value : notesLeft) {
-        expectOk(mProbe->note(value));
+    EXPECT_TRUE(eventually([&] { return notes().size() == 11; }));
+    EXPECT_EQ((std::vector<int32_t>{0, 1, 2, 3, 4, 5, 1, 2, 3, 4, 5}), notes());
+}
+
+TEST_F(Calls, BackToOnePeerRunAtOnceUpToItsBound) {
+    android::hardware::configureRpcThreadpool(6, false);
+    const PeerProcess server("frugal", "8", "20000", "0", "4");
+    const sp<IProbe> probe = IProbe::getService("frugal");
+    Gate gate(2);
+    expectOk(probe->hold(new Called([&] { gate.pass(); })));
+    std::vector<std::unique_ptr<Stranger>> others(6);
+    for (auto& other : others) {
+        other = std::make_unique<Stranger>([&] {
+            RawClient client(socketOf("frugal"));
+            const auto callHeld = [](BpHwProbe& proxy) { return proxy.callHeld(); };
+            client.call(recordOf<BpHwProbe>(callHeld));
+            client.call(recordOf<BpHwProbe>([](BpHwProbe& proxy) { return proxy.ping(); }));
+            EXPECT_EQ("reply 0", client.next()) << "once that is done";
+        });
     }
-    open = true;
-    for (std::thread& caller : callers) {
-        caller.join();
+    gate.openWhenFull();
+    for (const auto& other : others) {
+        EXPECT_TRUE(other->succeeded());
     }
-    EXPECT_TRUE(eventually([&] { return notes().size() > notesLeft.size(); }));
-    const std::vector<int32_t> noted = notes();
-    EXPECT_EQ(notesLeft, std::vector<int32_t>(std::next(noted.begin()), noted.end()));
+    android::hardware::configureRpcThreadpool(1, false);
 }
 
 TEST_F(Calls, ThatTheServerDoesNotSurviveAreDead) {

@@ -5,8 +5,8 @@
 // The other process of the transport's tests, until it is killed:
 //
 //   probe_peer INSTANCE THREADS [REPLY-LIMIT-MS [STAND-INS [MOST]]]
-//                  lets a peer have MOST of each thing, and serves a probe, and another one as
-//                  INSTANCE-too; with 0 threads, polls for calls
+//                  lets a peer have MOST of each thing, half as many calls, and serves a probe, and
+//                  another one as INSTANCE-too; with 0 threads, polls for calls
 //   probe_peer     has the default service hold a probe of its own
 #include <poll.h>
 
@@ -33,7 +33,7 @@ int main(int count, char** words) {
         }
         if (count > 5) {
             const size_t most = std::stoul(words[5]);
-            orva_platform::setPeerLimits({most, most, most, most, most, most});
+            orva_platform::setPeerLimits({most, most, most / 2, most, most, most / 2});
         }
         if (const size_t threads = std::stoul(words[2])) {
             android::hardware::configureRpcThreadpool(threads, true);

@@ -6,6 +6,7 @@
 
 #include "Channel.h"
 
+#include <algorithm>
 #include <functional>
 #include <utility>
 
@@ -29,10 +30,11 @@ constexpr int kMaxNesting = 32;
 // start.
 constexpr TimeLimit kOnewaySendLimit{1000};
 
-// How long an answer may wait for room: its caller waits for it, and so takes it at once.
+// How long an answer may wait for room: its caller waits for it, and so takes it at once. The
+// peer's own limit bounds it, too, where that is less.
 constexpr TimeLimit kReplySendLimit{2000};
 
-// How long a client is waited for at first: as long as those take that do what they should, and no
+// How long a peer is waited for at first: as long as those take that do what they should, and no
 // longer than others can wait meanwhile. Afterwards the caller does not wait if it need not, or
 // looks at a clock.
 constexpr TimeLimit kPatience{50};
@@ -49,10 +51,9 @@ Channel::Channel(base::unique_fd socket, Peer& peer, Role role)
         : WayBack(&peer), mSocket(std::move(socket)), mPeer(peer), mRole(role) {
     ++runtimeCounts().channels;
     if (mRole == Role::kCaller) {
-        // Nobody has this socket who is not trusted, so the kernel may keep the time: of the first
-        // wait for a client, which is nearly always the only one, and of all that for a server.
-        const TimeLimit limit = mPeer.isClient() ? kPatience : mPeer.replyLimit();
-        const timeval time = {limit.count() / 1000, limit.count() % 1000 * 1000};
+        // Nobody has this socket who is not trusted, so the kernel may keep the time of the first
+        // moments, which are nearly always all.
+        const timeval time = {0, std::chrono::microseconds(kPatience).count()};
         setsockopt(mSocket, SOL_SOCKET, SO_RCVTIMEO, &time, sizeof time);
     }
 }
@@ -79,9 +80,9 @@ void Channel::lost(Io why) {
     }
 }
 
-Io Channel::receive(std::unique_ptr<ReceivedMessage>* message, bool first, bool mayBeLate) {
+Io Channel::receive(std::unique_ptr<ReceivedMessage>* message, bool mayBeLate) {
     Io io = Io::kEmpty;
-    if (mRole == Role::kCaller && (first || mDeadline->never())) {
+    if (mRole == Role::kCaller) {
         io = ReceivedMessage::receive(mSocket, Wait::kForPeer, message);
         if (io == Io::kTimeout && !mayBeLate) {
             io = Io::kEmpty;
@@ -108,8 +109,7 @@ status_t Channel::transact(uint64_t target, uint32_t code, const Parcel& data, P
         mOverran = false;
     }
     const status_t status = send(target, code, data, flags, mayBeLate);
-    const status_t answered =
-            status == NO_ERROR && !oneway ? awaitReply(reply, outermost, mayBeLate) : status;
+    const status_t answered = status == NO_ERROR && !oneway ? awaitReply(reply, mayBeLate) : status;
     if (outermost && !mLate) {
         mDeadline.reset();
     }
@@ -142,14 +142,14 @@ status_t Channel::send(uint64_t target, uint32_t code, const Parcel& data, uint3
 
 void Channel::awaitLate() {
     mLate = false;
-    awaitReply(nullptr, false, false);
+    awaitReply(nullptr, false);
     mDeadline.reset();
 }
 
-status_t Channel::awaitReply(Parcel* reply, bool outermost, bool mayBeLate) {
-    for (bool first = outermost;; first = false) {
+status_t Channel::awaitReply(Parcel* reply, bool mayBeLate) {
+    for (;;) {
         std::unique_ptr<ReceivedMessage> message = std::move(mUnserved);
-        const Io io = message != nullptr ? Io::kDone : receive(&message, first, mayBeLate);
+        const Io io = message != nullptr ? Io::kDone : receive(&message, mayBeLate);
         const bool goesOn = io == Io::kTimeout ||
                             (io == Io::kDone && message->header().kind == MessageKind::kCall);
         if (mayBeLate && goesOn) {
@@ -285,7 +285,9 @@ bool Channel::tellWithAnswer(const Release& release) {
 
 Io Channel::sendAnswer(OutgoingMessage& answer) {
     answer.tell(mRelease);
-    const Io sent = answer.send(mSocket, kReplySendLimit);
+    const TimeLimit limit = mPeer.replyLimit();
+    const Io sent = answer.send(
+            mSocket, limit.count() > 0 ? std::min(limit, kReplySendLimit) : kReplySendLimit);
     if (sent == Io::kDone) {
         mRelease = {};
     }

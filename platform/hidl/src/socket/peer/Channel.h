@@ -60,10 +60,10 @@ public:
     bool wasClosed() const { return mWasClosed; }
 
 private:
-    Io receive(std::unique_ptr<ReceivedMessage>* message, bool first, bool mayBeLate);
+    Io receive(std::unique_ptr<ReceivedMessage>* message, bool mayBeLate);
     status_t send(uint64_t target, uint32_t code, const Parcel& data, uint32_t flags,
                   bool mayBeLate);
-    status_t awaitReply(Parcel* reply, bool outermost, bool mayBeLate);
+    status_t awaitReply(Parcel* reply, bool mayBeLate);
     Io sendAnswer(OutgoingMessage& answer);
     void refuse(const ReceivedMessage& call);
     void dispatch(std::unique_ptr<ReceivedMessage> call);

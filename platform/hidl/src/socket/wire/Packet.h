@@ -36,7 +36,6 @@ public:
     int left() const;
     bool over() const { return left() == 0; }
     void begin() const { left(); }
-    bool never() const { return mLimit.count() == 0; }
     // Begins anew, with another limit.
     void restart(TimeLimit limit);
 
