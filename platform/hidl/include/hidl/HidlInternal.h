@@ -70,8 +70,6 @@ public:
             const char* interface, const char* method, std::vector<void*>* args)>;
 
     HidlInstrumentor(const std::string& /*package*/, const std::string& /*interface*/) {}
-    // Proxies, which calls bring, have literals; nobody asks for them here.
-    HidlInstrumentor(const char* /*package*/, const char* /*interface*/) {}
     virtual ~HidlInstrumentor();
 
     bool isInstrumentationEnabled() const { return mEnableInstrumentation; }

@@ -49,13 +49,4 @@ inline constexpr std::array<Enum, 0> hidl_enum_values{};
 
 }  // namespace details
 
-/** for (const auto value : hidl_enum_range<E>()) … */
-template <typename Enum>
-struct hidl_enum_range {
-    constexpr auto begin() const { return details::hidl_enum_values<Enum>.begin(); }
-    constexpr auto end() const { return details::hidl_enum_values<Enum>.end(); }
-    constexpr auto cbegin() const { return begin(); }
-    constexpr auto cend() const { return end(); }
-};
-
 }  // namespace android::hardware

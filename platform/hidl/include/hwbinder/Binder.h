@@ -4,7 +4,6 @@
  */
 #pragma once
 
-#include <atomic>
 #include <cstdint>
 
 #include <hwbinder/IBinder.h>
@@ -24,12 +23,8 @@ public:
                            uint32_t flags = 0, wp<DeathRecipient>* outRecipient = nullptr) override;
     BHwBinder* localBinder() override;
 
-    // The scheduling that callers of the object are to be served with; kept, not applied here.
-    int getMinSchedulingPolicy();
-    int getMinSchedulingPriority();
-    // Whether callers are asked for their security context; there is none on a Linux desk.
-    bool isRequestingSid();
-    void setRequestingSid(bool requestSid);
+    // Whether callers are asked for their security context: there is none on a Linux desk.
+    void setRequestingSid(bool /*requestSid*/) {}
 
 protected:
     ~BHwBinder() override;
@@ -37,11 +32,9 @@ protected:
     virtual status_t onTransact(uint32_t code, const Parcel& data, Parcel* reply,
                                 uint32_t flags = 0, TransactCallback callback = nullptr) = 0;
 
+    // How callers are to be served; generated stubs set it, and it is not applied here.
     int mSchedPolicy = 0;
     int mSchedPriority = 0;
-
-private:
-    std::atomic<bool> mRequestingSid{false};
 };
 
 // What proxies stand on: holds the binder that reaches the object.

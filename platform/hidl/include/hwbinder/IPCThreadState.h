@@ -26,12 +26,6 @@ public:
     // Serves calls on this thread until the process stops serving.
     void joinThreadPool(bool isMain = true);
 
-    // Has calls served by whoever polls for them. OK, and `fd` is readable while one waits;
-    // INVALID_OPERATION in a process that has a pool or connections.
-    status_t setupPolling(int* fd);
-    // Serves one call, which it waits for. OK; DEAD_OBJECT once the process has stopped serving.
-    status_t handlePolledCommands();
-
 private:
     friend class ServingScope;
     IPCThreadState();

@@ -20,7 +20,7 @@ struct binder_buffer_object;
 
 namespace android::hardware {
 
-class IncomingData;
+struct IncomingData;
 
 // The arguments or results of one call, in the kernel binder's object format
 // (<linux/android/binder.h>): plain values, with buffer objects, descriptor arrays and binder
@@ -38,7 +38,6 @@ public:
 
     const uint8_t* data() const;
     size_t dataSize() const;
-    size_t dataPosition() const { return mPosition; }
     size_t dataAvail() const { return dataSize() - mPosition; }
     void setDataPosition(size_t position) const;
     const uint64_t* objects() const;
@@ -96,9 +95,6 @@ public:
     status_t readBuffer(size_t length, size_t* handle, const void** buffer) const {
         return readBufferObject(length, handle, {}, false, buffer);
     }
-    status_t readNullableBuffer(size_t length, size_t* handle, const void** buffer) const {
-        return readBufferObject(length, handle, {}, true, buffer);
-    }
     status_t readEmbeddedBuffer(size_t length, size_t* handle, size_t parentHandle,
                                 size_t parentOffset, const void** buffer) const {
         return readBufferObject(length, handle, {true, parentHandle, parentOffset}, false, buffer);
@@ -117,24 +113,16 @@ public:
                                        size_t parentOffset) {
         return writeHandle(handle, {true, parentHandle, parentOffset});
     }
-    status_t readNativeHandleNoDup(const native_handle_t** handle) const {
-        return readHandle({}, false, handle);
-    }
     status_t readNullableNativeHandleNoDup(const native_handle_t** handle) const {
-        return readHandle({}, true, handle);
-    }
-    status_t readEmbeddedNativeHandle(size_t parentHandle, size_t parentOffset,
-                                      const native_handle_t** handle) const {
-        return readHandle({true, parentHandle, parentOffset}, false, handle);
+        return readHandle({}, handle);
     }
     status_t readNullableEmbeddedNativeHandle(size_t parentHandle, size_t parentOffset,
                                               const native_handle_t** handle) const {
-        return readHandle({true, parentHandle, parentOffset}, true, handle);
+        return readHandle({true, parentHandle, parentOffset}, handle);
     }
 
     // An object, possibly null.
     status_t writeStrongBinder(const sp<IBinder>& binder);
-    status_t readStrongBinder(sp<IBinder>* binder) const;
     status_t readNullableStrongBinder(sp<IBinder>* binder) const;
 
     // For transports: stands the parcel on received data, in place of what it held.
@@ -203,7 +191,7 @@ private:
     status_t readBufferObject(size_t length, size_t* handle, Parent parent, bool nullable,
                               const void** buffer) const;
     status_t writeHandle(const native_handle_t* handle, Parent parent);
-    status_t readHandle(Parent parent, bool nullable, const native_handle_t** handle) const;
+    status_t readHandle(Parent parent, const native_handle_t** handle) const;
 
     InlineVector<uint8_t, 1024> mData;
     InlineVector<uint64_t, 32> mObjects;
@@ -213,14 +201,6 @@ private:
     mutable size_t mPosition = 0;
     mutable size_t mNextObject = 0;
     std::unique_ptr<IncomingData> mIncoming;
-    // What is in it, asked for once: reading a value looks here several times.
-    struct Received {
-        const uint8_t* data;
-        size_t dataSize;
-        const uint64_t* objects;
-        size_t objectsCount;
-    };
-    Received mReceived = {};
 };
 
 }  // namespace android::hardware

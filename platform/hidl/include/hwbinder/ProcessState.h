@@ -19,7 +19,6 @@ public:
     // Bounds the pool: at most `maxThreads` threads serve at once, the one that starts the pool
     // and, with `callerJoinsPool`, the one that will join it included. OK, or BAD_VALUE for 0.
     status_t setThreadPoolConfiguration(size_t maxThreads, bool callerJoinsPool);
-    size_t getMaxThreads();
 
     // Starts the pool's first thread, unless the pool runs already or its whole size is the caller
     // that is to join. More start as calls need them.

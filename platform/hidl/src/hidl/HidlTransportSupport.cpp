@@ -13,6 +13,8 @@
 #include <hidl/Static.h>
 #include <hwbinder/ProcessState.h>
 
+#include "hwbinder/Transport.h"
+
 namespace android::hardware {
 
 using hidl::base::V1_0::IBase;
@@ -29,13 +31,12 @@ void joinRpcThreadpool() {
 }
 
 int setupTransportPolling() {
-    int fd = -1;
-    const status_t status = IPCThreadState::self()->setupPolling(&fd);
-    return status == OK ? fd : status;
+    const int fd = transport::setupPolling();
+    return fd >= 0 ? fd : static_cast<int>(INVALID_OPERATION);
 }
 
 status_t handleTransportPoll(int) {
-    return IPCThreadState::self()->handlePolledCommands();
+    return transport::pollOnce() ? OK : DEAD_OBJECT;
 }
 
 bool interfacesEqual(const sp<IBase>& left, const sp<IBase>& right) {

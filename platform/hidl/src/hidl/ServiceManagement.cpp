@@ -48,7 +48,7 @@ sp<IBase> getRawServiceInternal(const std::string& descriptor, const std::string
     if (getStub) {
         return makeStub(descriptor, instance);
     }
-    return fromBinder<IBase, BpHwBase, BnHwBase>(transport().getService(descriptor, instance));
+    return fromBinder<IBase, BpHwBase, BnHwBase>(transport::getService(descriptor, instance));
 }
 
 status_t registerAsServiceInternal(const sp<IBase>& service, const std::string& name) {
@@ -73,7 +73,7 @@ status_t registerAsServiceInternal(const sp<IBase>& service, const std::string& 
               told.description().c_str());
         return UNKNOWN_ERROR;
     }
-    return transport().addService(interfaces, name, binder) == OK ? OK : UNKNOWN_ERROR;
+    return transport::addService(interfaces, name, binder) == OK ? OK : UNKNOWN_ERROR;
 }
 
 }  // namespace details

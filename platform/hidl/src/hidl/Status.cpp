@@ -12,70 +12,50 @@ namespace android::hardware {
 
 namespace {
 
-std::string exceptionName(int32_t code) {
-    switch (code) {
-    case Status::EX_SECURITY:
-        return "EX_SECURITY";
-    case Status::EX_BAD_PARCELABLE:
-        return "EX_BAD_PARCELABLE";
-    case Status::EX_ILLEGAL_ARGUMENT:
-        return "EX_ILLEGAL_ARGUMENT";
-    case Status::EX_NULL_POINTER:
-        return "EX_NULL_POINTER";
-    case Status::EX_ILLEGAL_STATE:
-        return "EX_ILLEGAL_STATE";
-    case Status::EX_NETWORK_MAIN_THREAD:
-        return "EX_NETWORK_MAIN_THREAD";
-    case Status::EX_UNSUPPORTED_OPERATION:
-        return "EX_UNSUPPORTED_OPERATION";
-    case Status::EX_TRANSACTION_FAILED:
-        return "EX_TRANSACTION_FAILED";
-    default:
-        return std::to_string(code);
-    }
-}
+struct Named {
+    int32_t code;
+    const char* name;
+};
 
-std::string errorName(status_t error) {
-    switch (error) {
-    case NO_MEMORY:
-        return "NO_MEMORY";
-    case INVALID_OPERATION:
-        return "INVALID_OPERATION";
-    case BAD_VALUE:
-        return "BAD_VALUE";
-    case BAD_TYPE:
-        return "BAD_TYPE";
-    case NAME_NOT_FOUND:
-        return "NAME_NOT_FOUND";
-    case PERMISSION_DENIED:
-        return "PERMISSION_DENIED";
-    case NO_INIT:
-        return "NO_INIT";
-    case ALREADY_EXISTS:
-        return "ALREADY_EXISTS";
-    case DEAD_OBJECT:
-        return "DEAD_OBJECT";
-    case FAILED_TRANSACTION:
-        return "FAILED_TRANSACTION";
-    case BAD_INDEX:
-        return "BAD_INDEX";
-    case NOT_ENOUGH_DATA:
-        return "NOT_ENOUGH_DATA";
-    case WOULD_BLOCK:
-        return "WOULD_BLOCK";
-    case TIMED_OUT:
-        return "TIMED_OUT";
-    case UNKNOWN_TRANSACTION:
-        return "UNKNOWN_TRANSACTION";
-    case FDS_NOT_ALLOWED:
-        return "FDS_NOT_ALLOWED";
-    case UNEXPECTED_NULL:
-        return "UNEXPECTED_NULL";
-    case UNKNOWN_ERROR:
-        return "UNKNOWN_ERROR";
-    default:
-        return std::to_string(error);
+constexpr Named kExceptions[] = {
+        {Status::EX_SECURITY, "EX_SECURITY"},
+        {Status::EX_BAD_PARCELABLE, "EX_BAD_PARCELABLE"},
+        {Status::EX_ILLEGAL_ARGUMENT, "EX_ILLEGAL_ARGUMENT"},
+        {Status::EX_NULL_POINTER, "EX_NULL_POINTER"},
+        {Status::EX_ILLEGAL_STATE, "EX_ILLEGAL_STATE"},
+        {Status::EX_NETWORK_MAIN_THREAD, "EX_NETWORK_MAIN_THREAD"},
+        {Status::EX_UNSUPPORTED_OPERATION, "EX_UNSUPPORTED_OPERATION"},
+        {Status::EX_TRANSACTION_FAILED, "EX_TRANSACTION_FAILED"},
+};
+
+constexpr Named kErrors[] = {
+        {NO_MEMORY, "NO_MEMORY"},
+        {INVALID_OPERATION, "INVALID_OPERATION"},
+        {BAD_VALUE, "BAD_VALUE"},
+        {BAD_TYPE, "BAD_TYPE"},
+        {NAME_NOT_FOUND, "NAME_NOT_FOUND"},
+        {PERMISSION_DENIED, "PERMISSION_DENIED"},
+        {NO_INIT, "NO_INIT"},
+        {ALREADY_EXISTS, "ALREADY_EXISTS"},
+        {DEAD_OBJECT, "DEAD_OBJECT"},
+        {FAILED_TRANSACTION, "FAILED_TRANSACTION"},
+        {BAD_INDEX, "BAD_INDEX"},
+        {NOT_ENOUGH_DATA, "NOT_ENOUGH_DATA"},
+        {WOULD_BLOCK, "WOULD_BLOCK"},
+        {TIMED_OUT, "TIMED_OUT"},
+        {UNKNOWN_TRANSACTION, "UNKNOWN_TRANSACTION"},
+        {FDS_NOT_ALLOWED, "FDS_NOT_ALLOWED"},
+        {UNEXPECTED_NULL, "UNEXPECTED_NULL"},
+        {UNKNOWN_ERROR, "UNKNOWN_ERROR"},
+};
+
+template <size_t N>
+std::string nameIn(const Named (&names)[N], int32_t code) {
+    for (const Named& each : names) {
+        if (each.code == code)
+            return each.name;
     }
+    return std::to_string(code);
 }
 
 }  // namespace
@@ -108,9 +88,9 @@ void Status::setFromStatusT(status_t error) {
 std::string Status::description() const {
     if (isOk())
         return "No error";
-    std::string text = "Status(" + exceptionName(mException) + "): '";
+    std::string text = "Status(" + nameIn(kExceptions, mException) + "): '";
     if (mException == EX_TRANSACTION_FAILED)
-        text += errorName(mError) + ": ";
+        text += nameIn(kErrors, mError) + ": ";
     return text + mMessage + "'";
 }
 

@@ -9,12 +9,6 @@
 
 namespace android::hardware {
 
-namespace {
-// What nearly all shared memory is named. Every copy of a memory copies its name, too, so those
-// share this one.
-constexpr std::string_view kMemoryName = "ashmem";
-}  // namespace
-
 const char hidl_string::kEmpty[1] = "";
 
 hidl_string::hidl_string(const char* text)
@@ -62,10 +56,6 @@ void hidl_string::copyFrom(const char* text, size_t length) {
         details::logAlwaysFatal("hidl_string: more than 2^32 - 2 bytes");
     if (length == 0) {
         mBuffer = kEmpty;
-        return;
-    }
-    if (std::string_view(text, length) == kMemoryName) {
-        setToExternal(kMemoryName.data(), kMemoryName.size());
         return;
     }
     char* copy = new char[length + 1];

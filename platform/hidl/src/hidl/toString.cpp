@@ -33,8 +33,4 @@ std::string toString(const hidl_memory& memory) {
            ", .handle = " + toString(hidl_handle(memory.handle())) + "}";
 }
 
-std::string toString(const sp<hidl_death_recipient>& recipient) {
-    return "death_recipient(" + toString(static_cast<const void*>(recipient.get())) + ")";
-}
-
 }  // namespace android::hardware

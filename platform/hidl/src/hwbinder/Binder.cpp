@@ -52,18 +52,6 @@ status_t BHwBinder::unlinkToDeath(const wp<DeathRecipient>&, void*, uint32_t, wp
 BHwBinder* BHwBinder::localBinder() {
     return this;
 }
-int BHwBinder::getMinSchedulingPolicy() {
-    return mSchedPolicy;
-}
-int BHwBinder::getMinSchedulingPriority() {
-    return mSchedPriority;
-}
-bool BHwBinder::isRequestingSid() {
-    return mRequestingSid;
-}
-void BHwBinder::setRequestingSid(bool requestSid) {
-    mRequestingSid = requestSid;
-}
 
 BpHwRefBase::BpHwRefBase(const sp<IBinder>& remote) : mRemote(remote) {}
 BpHwRefBase::~BpHwRefBase() = default;
@@ -103,7 +91,7 @@ status_t BpHwBinder::linkToDeath(const sp<DeathRecipient>& recipient, void* cook
     mObituaries.push_back({recipient, cookie});
     if (mDead && mObituaries.size() == 1) {
         // On another thread, which may wait for locks that the caller holds.
-        transport().post([self = sp<BpHwBinder>(this)] { self->sendObituary(); });
+        transport::post([self = sp<BpHwBinder>(this)] { self->sendObituary(); });
     }
     return NO_ERROR;
 }

@@ -31,20 +31,7 @@ void IPCThreadState::restoreCallingIdentity(int64_t token) {
 }
 
 void IPCThreadState::joinThreadPool(bool) {
-    transport().joinPool();
-}
-
-status_t IPCThreadState::setupPolling(int* fd) {
-    const int polled = transport().setupPolling();
-    if (polled < 0) {
-        return INVALID_OPERATION;
-    }
-    *fd = polled;
-    return NO_ERROR;
-}
-
-status_t IPCThreadState::handlePolledCommands() {
-    return transport().pollOnce() ? NO_ERROR : DEAD_OBJECT;
+    transport::joinPool();
 }
 
 }  // namespace android::hardware

@@ -23,16 +23,16 @@ Parcel::Parcel() = default;
 Parcel::~Parcel() = default;
 
 const uint8_t* Parcel::data() const {
-    return mIncoming ? mReceived.data : mData.data();
+    return mIncoming ? mIncoming->data : mData.data();
 }
 size_t Parcel::dataSize() const {
-    return mIncoming ? mReceived.dataSize : mData.size();
+    return mIncoming ? mIncoming->dataSize : mData.size();
 }
 const uint64_t* Parcel::objects() const {
-    return mIncoming ? mReceived.objects : mObjects.data();
+    return mIncoming ? mIncoming->objects : mObjects.data();
 }
 size_t Parcel::objectsCount() const {
-    return mIncoming ? mReceived.objectsCount : mObjects.size();
+    return mIncoming ? mIncoming->objectsCount : mObjects.size();
 }
 
 void Parcel::setDataPosition(size_t position) const {
@@ -49,8 +49,6 @@ void Parcel::setIncoming(std::unique_ptr<IncomingData> incoming) {
     mError = NO_ERROR;
     mPosition = 0;
     mNextObject = 0;
-    mReceived = {incoming->data(), incoming->dataSize(), incoming->objects(),
-                 incoming->objectsCount()};
     mIncoming = std::move(incoming);
 }
 

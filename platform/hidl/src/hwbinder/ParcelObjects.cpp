@@ -146,7 +146,7 @@ status_t Parcel::writeHandle(const native_handle_t* handle, Parent parent) {
     return writeObject(descriptors, true);
 }
 
-status_t Parcel::readHandle(Parent parent, bool nullable, const native_handle_t** handle) const {
+status_t Parcel::readHandle(Parent parent, const native_handle_t** handle) const {
     *handle = nullptr;
     uint64_t size;
     status_t status = readUint64(&size);
@@ -154,7 +154,7 @@ status_t Parcel::readHandle(Parent parent, bool nullable, const native_handle_t*
         return status;
     }
     if (size == 0) {
-        return nullable ? static_cast<status_t>(NO_ERROR) : UNEXPECTED_NULL;
+        return NO_ERROR;
     }
     size_t number;
     const void* buffer = nullptr;
@@ -210,11 +210,6 @@ status_t Parcel::readNullableStrongBinder(sp<IBinder>* binder) const {
     }
     *binder = mIncoming ? mIncoming->binder(index) : reinterpret_cast<IBinder*>(object.cookie);
     return *binder != nullptr ? NO_ERROR : BAD_TYPE;
-}
-
-status_t Parcel::readStrongBinder(sp<IBinder>* binder) const {
-    const status_t status = readNullableStrongBinder(binder);
-    return status == NO_ERROR && *binder == nullptr ? UNEXPECTED_NULL : status;
 }
 
 }  // namespace android::hardware

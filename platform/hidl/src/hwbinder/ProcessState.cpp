@@ -18,16 +18,12 @@ status_t ProcessState::setThreadPoolConfiguration(size_t maxThreads, bool caller
     if (maxThreads == 0) {
         return BAD_VALUE;
     }
-    transport().configurePool(maxThreads, callerJoinsPool);
+    transport::configurePool(maxThreads, callerJoinsPool);
     return NO_ERROR;
 }
 
-size_t ProcessState::getMaxThreads() {
-    return transport().maxThreads();
-}
-
 void ProcessState::startThreadPool() {
-    transport().startPool();
+    transport::startPool();
 }
 
 }  // namespace android::hardware

@@ -116,17 +116,5 @@ template <typename L, typename R, typename = details::IfAnyIsHidlString<L, R>>
 bool operator<(const L& left, const R& right) {
     return strcmp(details::charsOf(left), details::charsOf(right)) < 0;
 }
-template <typename L, typename R, typename = details::IfAnyIsHidlString<L, R>>
-bool operator<=(const L& left, const R& right) {
-    return strcmp(details::charsOf(left), details::charsOf(right)) <= 0;
-}
-template <typename L, typename R, typename = details::IfAnyIsHidlString<L, R>>
-bool operator>(const L& left, const R& right) {
-    return strcmp(details::charsOf(left), details::charsOf(right)) > 0;
-}
-template <typename L, typename R, typename = details::IfAnyIsHidlString<L, R>>
-bool operator>=(const L& left, const R& right) {
-    return strcmp(details::charsOf(left), details::charsOf(right)) >= 0;
-}
 
 }  // namespace android::hardware

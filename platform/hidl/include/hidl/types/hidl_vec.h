@@ -74,13 +74,6 @@ public:
 
     T* data() { return mBuffer; }
     const T* data() const { return mBuffer; }
-    /** Hands an owned array to the caller, who ends it with delete[]. Null when none is owned. */
-    T* releaseData() {
-        if (!mOwnsBuffer)
-            return nullptr;
-        mOwnsBuffer = false;
-        return mBuffer;
-    }
 
     size_t size() const { return mSize; }
     T& operator[](size_t index) { return mBuffer[index]; }
@@ -109,8 +102,6 @@ public:
     iterator end() { return data() + mSize; }
     const_iterator begin() const { return data(); }
     const_iterator end() const { return data() + mSize; }
-    const_iterator cbegin() const { return data(); }
-    const_iterator cend() const { return data() + mSize; }
 
     bool operator==(const hidl_vec& other) const {
         return std::equal(begin(), end(), other.begin(), other.end());

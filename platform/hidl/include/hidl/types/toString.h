@@ -7,8 +7,6 @@
 #include <string>
 #include <type_traits>
 
-#include <utils/StrongPointer.h>
-
 #include <hidl/HidlInternal.h>
 #include <hidl/types/hidl_array.h>
 #include <hidl/types/hidl_handle.h>
@@ -17,8 +15,6 @@
 #include <hidl/types/hidl_vec.h>
 
 namespace android::hardware {
-
-struct hidl_death_recipient;
 
 // For people to read. All overloads are declared first, so that sequences of sequences find them.
 
@@ -37,11 +33,10 @@ std::enable_if_t<!std::is_same_v<T, char>, std::string> toString(const T* pointe
 std::string toString(const hidl_string& text);
 std::string toString(const hidl_handle& handle);
 std::string toString(const hidl_memory& memory);
-std::string toString(const sp<hidl_death_recipient>& recipient);
 template <typename T>
 std::string toString(const hidl_vec<T>& values);
-template <typename T, size_t SIZE1, size_t... SIZES>
-std::string toString(const hidl_array<T, SIZE1, SIZES...>& values);
+template <typename T, size_t SIZE>
+std::string toString(const hidl_array<T, SIZE>& values);
 
 namespace details {
 
@@ -64,9 +59,9 @@ std::string toString(const hidl_vec<T>& values) {
            details::listToString(values, values.size()) + "}";
 }
 
-template <typename T, size_t SIZE1, size_t... SIZES>
-std::string toString(const hidl_array<T, SIZE1, SIZES...>& values) {
-    return "[" + std::to_string(SIZE1) + "]{" + details::listToString(values, SIZE1) + "}";
+template <typename T, size_t SIZE>
+std::string toString(const hidl_array<T, SIZE>& values) {
+    return "[" + std::to_string(SIZE) + "]{" + details::listToString(values, SIZE) + "}";
 }
 
 }  // namespace android::hardware

@@ -22,15 +22,9 @@ class ServiceDirectory {
 public:
     static ServiceDirectory& instance();
 
-    // Serves `binder` as an instance of each of the interfaces (its chain, without IBase). OK;
-    // ALREADY_EXISTS when a living process serves one of them, and then none is served; BAD_VALUE
-    // for a name that cannot stand in a folder; otherwise what the system said. Every failure is
-    // logged with its reason.
+    // See hwbinder/Transport.h.
     status_t add(const std::vector<std::string>& interfaces, const std::string& instance,
                  const sp<IBinder>& binder);
-
-    // The object served under a name: the local binder when this process serves it, else a proxy.
-    // Null at once, with a logged reason, when nobody serves it.
     sp<IBinder> get(const std::string& interface, const std::string& instance);
 
     std::vector<orva_platform::ServiceEntry> list();

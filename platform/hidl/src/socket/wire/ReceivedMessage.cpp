@@ -134,18 +134,6 @@ struct ReceivedMessage::Storage {
     std::vector<std::pair<size_t, sp<IBinder>>> binders;
 };
 
-struct ReceivedMessage::Block {
-    alignas(ReceivedMessage) uint8_t bytes[sizeof(ReceivedMessage)];
-};
-
-void* ReceivedMessage::operator new(size_t) {
-    return ThreadSpare<Block>::take().release();
-}
-
-void ReceivedMessage::operator delete(void* memory) {
-    ThreadSpare<Block>::give(std::unique_ptr<Block>(static_cast<Block*>(memory)));
-}
-
 ReceivedMessage::ReceivedMessage()
         : mStorage(ThreadSpare<Storage>::take()), mBytes(mStorage->packet) {}
 
@@ -156,15 +144,6 @@ ReceivedMessage::~ReceivedMessage() {
         std::vector<Buffer>().swap(mStorage->buffers);  // A large message is rare; its memory goes.
     }
     ThreadSpare<Storage>::give(std::move(mStorage));
-}
-
-const uint8_t* ReceivedMessage::data() const {
-    return mBytes + sizeof mHeader;
-}
-
-const uint64_t* ReceivedMessage::objects() const {
-    // The block is aligned for any type and every part is padded to 8.
-    return reinterpret_cast<const uint64_t*>(data() + pad8(mHeader.dataSize));
 }
 
 Io ReceivedMessage::receive(int socket, Wait wait, std::unique_ptr<ReceivedMessage>* message) {
@@ -262,6 +241,8 @@ const char* ReceivedMessage::checkHeader(size_t received) {
     }
     mTotal = total;
     mReceived = received;
+    dataSize = mHeader.dataSize;
+    objectsCount = mHeader.objectCount;
     mDescriptorsDue = mHeader.descriptors - first;
     switch (mHeader.kind) {
     case MessageKind::kCall:
@@ -280,25 +261,27 @@ const char* ReceivedMessage::fixObjects() {
     if (mHeader.kind == MessageKind::kOpenChannel) {
         return nullptr;
     }
-    const size_t count = mHeader.objectCount;
+    const size_t count = objectsCount;
     if (mStorage->buffers.size() < count) {
         mStorage->buffers.resize(count);
     }
     uint8_t* const start = mBytes + sizeof mHeader;
-    const uint64_t* const offsets = objects();
+    data = start;
+    // The memory is aligned for any type, and every part is padded to 8.
+    objects = reinterpret_cast<const uint64_t*>(start + pad8(dataSize));
     const uint64_t firstBuffer =
-            sizeof mHeader + pad8(mHeader.dataSize) + uint64_t{count} * sizeof(uint64_t);
+            sizeof mHeader + pad8(dataSize) + uint64_t{count} * sizeof(uint64_t);
     ObjectFixer fixer(mBytes, mTotal, firstBuffer, mStorage->descriptors, mStorage->buffers.data());
     uint64_t end = 0;  // Of the object before.
     for (size_t i = 0; i < count; ++i) {
-        const uint64_t offset = offsets[i];
+        const uint64_t offset = objects[i];
         if (offset % 4 != 0 || offset < end ||
-            !inRange(offset, sizeof(binder_object_header), mHeader.dataSize)) {
+            !inRange(offset, sizeof(binder_object_header), dataSize)) {
             return "object out of place";
         }
         const uint32_t type = objectAt<binder_object_header>(start, offset).type;
         const size_t size = objectSize(type);
-        if (size == 0 || !inRange(offset, size, mHeader.dataSize)) {
+        if (size == 0 || !inRange(offset, size, dataSize)) {
             return "bad object";
         }
         end = offset + size;
@@ -319,13 +302,13 @@ const char* ReceivedMessage::fixObjects() {
 }
 
 status_t ReceivedMessage::resolve(ObjectFinder& finder) {
-    for (size_t i = 0; mNamesObjects && i < mHeader.objectCount; ++i) {
-        const auto header = objectAt<binder_object_header>(data(), objects()[i]);
+    for (size_t i = 0; mNamesObjects && i < objectsCount; ++i) {
+        const auto header = objectAt<binder_object_header>(data, objects[i]);
         if (header.type != BINDER_TYPE_BINDER && header.type != BINDER_TYPE_HANDLE) {
             continue;
         }
         // What is the sender's own is remote here, and the other way round.
-        const auto object = objectAt<flat_binder_object>(data(), objects()[i]);
+        const auto object = objectAt<flat_binder_object>(data, objects[i]);
         const bool remote = object.hdr.type == BINDER_TYPE_BINDER;
         sp<IBinder> binder = remote ? finder.remote(object.binder) : finder.local(object.binder);
         if (binder == nullptr) {

@@ -39,10 +39,6 @@ public:
 
     ~ReceivedMessage() override;
 
-    // Each thread keeps one message's memory for the next one.
-    static void* operator new(size_t size);
-    static void operator delete(void* memory);
-
     const MessageHeader& header() const { return mHeader; }
 
     // Whether the descriptors that belong to it could not be received. Nothing else of it is usable
@@ -62,10 +58,6 @@ public:
     // The descriptor of a message that carries one and no parcel.
     base::unique_fd takeDescriptor();
 
-    const uint8_t* data() const override;
-    size_t dataSize() const override { return mHeader.dataSize; }
-    const uint64_t* objects() const override;
-    size_t objectsCount() const override { return mHeader.objectCount; }
     sp<IBinder> binder(size_t index) const override;
 
 private:
@@ -73,7 +65,6 @@ private:
 
     // What a message needs memory for; kept by its thread for the next one.
     struct Storage;
-    struct Block;
 
     Io receiveRest(int socket);
     const char* checkHeader(size_t received);
