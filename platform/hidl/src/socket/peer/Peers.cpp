@@ -86,6 +86,7 @@ void Peers::serve(base::unique_fd connection, const sp<BHwBinder>& root) {
 }
 
 sp<IBinder> Peers::connect(base::unique_fd connection) {
+    const size_t closedBefore = mClosed;
     for (;;) {
         std::shared_ptr<Peer> before;
         const auto peer = find(connection, false, &before);
@@ -93,6 +94,12 @@ sp<IBinder> Peers::connect(base::unique_fd connection) {
             before->end(Peer::End::kGone);
         }
         sp<IBinder> root;
+        // One whose peer was closed as it was found must not begin anew, with nobody to end it.
+        if (peer != nullptr && mClosed != closedBefore) {
+            ALOGE("process %d is not asked: the runtime is stopped", peer->identity().pid);
+            peer->end(Peer::End::kIdle);
+            return nullptr;
+        }
         if (peer == nullptr || peer->connect(connection, &root)) {
             return root;
         }
@@ -103,6 +110,7 @@ void Peers::closeAll() {
     std::unordered_map<pid_t, std::shared_ptr<Peer>> peers;
     {
         Mutex::Autolock lock(mLock);
+        ++mClosed;
         peers.swap(mPeers);
     }
     for (const auto& entry : peers) {

@@ -4,6 +4,8 @@
  */
 #pragma once
 
+#include <atomic>
+#include <cstddef>
 #include <memory>
 #include <unordered_map>
 
@@ -38,6 +40,7 @@ private:
     void forget(pid_t pid, const Peer* peer);
 
     Mutex mLock;
+    std::atomic<size_t> mClosed{0};  // How often all were.
     std::unordered_map<pid_t, std::shared_ptr<Peer>> mPeers GUARDED_BY(mLock);
 };
 
