@@ -131,9 +131,8 @@ void addList(CLI::App* app, const Connection* connection) {
                                    {"list", "list --long", "list --json"});
     const auto asJson = std::make_shared<bool>(false), isLong = std::make_shared<bool>(false);
     command->add_flag("-l,--long", *isLong,
-                      "Also who serves it, with how many threads and how much memory, "
-                      "its "
-                      "nodes, and its clients and their sessions");
+                      "Also who serves it, with how many threads and how much memory, its nodes, "
+                      "and its clients and their sessions");
     command->add_flag("--json", *asJson, "Print a JSON array");
     command->callback([connection, isLong, asJson] { list(*connection, *isLong, *asJson); });
 }

@@ -84,8 +84,10 @@ bool finishStandardOutput() {
         return true;
     }
     if (errno != EPIPE) {
-        fprintf(stderr, "orva: cannot write the output: %s\n",
-                std::strerror(errno != 0 ? errno : EIO));
+        // Of an earlier failure the reason is not known any more.
+        const int error = errno;
+        fprintf(stderr, "orva: cannot write the output%s%s\n", error != 0 ? ": " : "",
+                error != 0 ? std::strerror(error) : "");
     }
     return false;
 }
