@@ -9,6 +9,7 @@
 #include <stdexcept>
 #include <utility>
 
+#include "Aside.h"
 #include "client/model/ModelFile.h"
 
 namespace orva::python {
@@ -39,45 +40,89 @@ int32_t nextSessionId() {
     return next++;
 }
 
+// The host is asked for its reasons where it may take its time.
+template <typename Call>
+void explaining(const Call& call) {
+    try {
+        call();
+    } catch (const ServiceError& error) {
+        throw ServiceError(error.explained(), error.status());
+    }
+}
+
 }  // namespace
 
 ClientSession::ClientSession(const std::string& model, const std::string& node,
-                             const std::string& config, const std::string& instance) {
-    std::vector<client::Model> models;
+                             const std::string& config, const std::string& instance,
+                             const Look& look) {
+    auto models = std::make_shared<std::vector<client::Model>>();
     if (!model.empty()) {
         const client::ModelFile file(model);
         const client::ModelOutline& outline = file.pick("");
         inputs_ = outline.inputs;
         outputs_ = outline.outputs;
-        models.push_back(file.load());
+        models->push_back(file.load());
     }
-    session_ = std::make_unique<client::Session>(client::findService(instance), nextSessionId(),
-                                                 node, config, models);
+    const auto opened = std::make_shared<std::shared_ptr<client::Session>>();
+    callAside(
+            [=] {
+                explaining([&] {
+                    *opened = std::make_shared<client::Session>(
+                            client::findService(instance), nextSessionId(), node, config, *models);
+                });
+            },
+            look);
+    session_ = std::move(*opened);
+}
+
+ClientSession::~ClientSession() {
+    abandon();
 }
 
 std::string ClientSession::run(const std::string& context, const Tensors& inputs,
-                               const Tensors& outputs, const std::function<void()>& look) {
+                               const Tensors& outputs, bool bounded, const Look& look) {
     const std::lock_guard<std::mutex> lock(mutex_);
     if (session_ == nullptr) {
         throw ServiceError("the session is closed", -1);
     }
-    session_->send(context, pointersTo(inputs), pointersTo(outputs));
-    std::optional<Completion> completion;
+    const auto send = [context, inputs, outputs](client::Session& session) {
+        explaining([&] { session.send(context, pointersTo(inputs), pointersTo(outputs)); });
+    };
+    bool sent = false;
     try {
+        if (bounded) {
+            callAside([send, session = session_] { send(*session); }, look);
+        } else {
+            send(*session_);
+        }
+        sent = true;
+        std::optional<Completion> completion;
         while (!(completion = session_->awaitFor(kLookInterval))) {
             look();
         }
+        explaining([&] { client::requireSuccess(completion->result, "the request"); });
+        return std::move(completion->context);
+    } catch (const ServiceError& error) {
+        // A refusal leaves nothing under way.
+        if (sent && error.status() <= 0) {
+            abandon();
+        }
+        throw;
     } catch (...) {
-        session_.reset();
+        abandon();
         throw;
     }
-    client::requireSuccess(completion->result, "the request");
-    return std::move(completion->context);
 }
 
-void ClientSession::close() {
+void ClientSession::close(const Look& look) {
     const std::lock_guard<std::mutex> lock(mutex_);
-    session_.reset();
+    callAside([session = std::move(session_)]() mutable { session.reset(); }, look);
+}
+
+void ClientSession::abandon() {
+    if (session_ != nullptr) {
+        leaveAside([session = std::move(session_)]() mutable { session.reset(); });
+    }
 }
 
 }  // namespace orva::python

@@ -13,6 +13,7 @@
 #include <pybind11/pybind11.h>
 #include <pybind11/stl.h>
 
+#include "Aside.h"
 #include "ClientSession.h"
 #include "client/lib/ServiceError.h"
 
@@ -75,7 +76,8 @@ std::function<void()> lookout(double patience) {
         }
         const std::chrono::duration<double> waited = std::chrono::steady_clock::now() - begin;
         if (patience > 0 && waited.count() > patience) {
-            PyErr_SetString(PyExc_TimeoutError, "no result came in time");
+            PyErr_SetString(PyExc_TimeoutError,
+                            "the service took longer than the session's timeout");
             throw py::error_already_set();
         }
     };
@@ -100,13 +102,7 @@ PYBIND11_MODULE(_client, module) {
         try {
             std::rethrow_exception(thrown);
         } catch (const ServiceError& error) {
-            // Asking the host for its reason may take as long as any other answer.
-            std::string text;
-            {
-                const py::gil_scoped_release unlockedMeanwhile;
-                text = error.explained();
-            }
-            py::object object = py::handle(failure)(text);
+            py::object object = py::handle(failure)(error.what());
             object.attr("status") = error.status();
             PyErr_SetObject(failure, object.ptr());
         }
@@ -122,22 +118,37 @@ PYBIND11_MODULE(_client, module) {
 
     const py::call_guard<py::gil_scoped_release> unlocked;
     py::class_<ClientSession, std::unique_ptr<ClientSession, Unlocked>>(module, "ClientSession")
-            .def(py::init<const std::string&, const std::string&, const std::string&,
-                          const std::string&>(),
+            .def(py::init([](const std::string& model, const std::string& node,
+                             const std::string& config, const std::string& instance,
+                             double patience) {
+                     return std::unique_ptr<ClientSession, Unlocked>(
+                             new ClientSession(model, node, config, instance, lookout(patience)));
+                 }),
                  unlocked)
             .def(
                     "run",
                     [](ClientSession& session, const std::string& context, const Tensors& inputs,
                        const Tensors& outputs, double patience) {
-                        return session.run(context, inputs, outputs, lookout(patience));
+                        return session.run(context, inputs, outputs, patience > 0,
+                                           lookout(patience));
                     },
                     unlocked)
-            .def("close", &ClientSession::close, unlocked)
+            .def(
+                    "close",
+                    [](ClientSession& session, double patience) {
+                        session.close(lookout(patience));
+                    },
+                    unlocked)
             .def_property_readonly("inputs",
                                    [](const ClientSession& s) { return describe(s.inputs()); })
             .def_property_readonly("outputs",
                                    [](const ClientSession& s) { return describe(s.outputs()); });
 
     module.def(
-            "stop", [] { return orva_platform::stop(); }, unlocked);
+            "stop",
+            [] {
+                orva_platform::stop();
+                orva::python::joinCallsAside();
+            },
+            unlocked);
 }

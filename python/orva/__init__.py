@@ -63,7 +63,8 @@ class Session:
     node      the node's type; "onnx" unless given
     config    parameters for the node, a dict: {"scale": 1 / 255}
     instance  of the service
-    timeout   seconds to wait for a result, None for ever; the session is closed when they are over
+    timeout   seconds that opening it, each request and closing it may take, None for ever; it is
+              closed when they are over
 
     May be used by any thread; it runs one request at a time, so threads that are to be served at
     once need a session each. In a process that forks, open sessions in the child alone.
@@ -76,7 +77,8 @@ class Session:
         self._timeout = timeout or 0
         self._lock = threading.Lock()
         self._staging = {}
-        self._client = _client.ClientSession(path, node or "onnx", _text_of(config), instance)
+        self._client = _client.ClientSession(path, node or "onnx", _text_of(config), instance,
+                                            self._timeout)
         self._has_model = model is not None
         _sessions.add(self)
 
@@ -119,8 +121,13 @@ class Session:
         return results[0] if len(results) == 1 else results
 
     def close(self):
-        """Ends the session, once a request under way is done. Safe to call again."""
-        self._client.close()
+        """Ends the session, once a request under way is done. Safe to call again.
+
+        When the service takes longer than the timeout, nobody waits for it any more."""
+        try:
+            self._client.close(self._timeout)
+        except TimeoutError:
+            pass
 
     def __enter__(self):
         return self

@@ -245,7 +245,8 @@ class NodeTest(unittest.TestCase):
 
     def test_whoever_waits_can_stop_waiting(self):
         ones = numpy.ones(4, numpy.float32)
-        session = orva.Session(node="stuck", timeout=0.05)
+        session = orva.Session(node="stuck", timeout=60)
+        session._timeout = 0.05
         with self.assertRaises(TimeoutError):
             session.run(ones)
         # Its result might be taken for the next request's.
@@ -262,6 +263,29 @@ class NodeTest(unittest.TestCase):
                 session.run(ones)
         finally:
             signal.signal(signal.SIGALRM, before)
+
+    def test_a_host_that_stands_still_keeps_nobody(self):
+        script = ("import numpy, orva, os, signal\n"
+                  "session = orva.Session(node='echo', timeout=60)\n"
+                  "session.run(numpy.ones(4))\n"
+                  "session._timeout = 0.05\n"
+                  "os.kill(int(os.environ['HOST']), signal.SIGSTOP)\n"
+                  "for wait in (lambda: session.run(numpy.ones(4)),\n"
+                  "             lambda: orva.Session(node='echo', timeout=0.05)):\n"
+                  "    try:\n"
+                  "        wait()\n"
+                  "    except TimeoutError:\n"
+                  "        print('told')\n")
+        other = tempfile.TemporaryDirectory(prefix="orva-python-")
+        with other, start_host(other.name) as mine:
+            try:
+                client = subprocess.run(
+                    [sys.executable, "-c", script], capture_output=True, text=True, timeout=60,
+                    env={**os.environ, "ORVA_SERVICE_DIR": other.name, "HOST": str(mine.pid)})
+            finally:
+                mine.kill()
+            self.assertEqual((client.stdout, client.returncode), ("told\ntold\n", 0))
+            self.assertNotIn("Traceback", client.stderr)
 
     def test_the_services_end_is_told(self):
         other = tempfile.TemporaryDirectory(prefix="orva-python-")
