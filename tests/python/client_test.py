@@ -265,11 +265,14 @@ class NodeTest(unittest.TestCase):
             signal.signal(signal.SIGALRM, before)
 
     def test_a_host_that_stands_still_keeps_nobody(self):
-        script = ("import numpy, orva, os, signal\n"
+        script = ("import glob, numpy, orva, os, signal\n"
                   "session = orva.Session(node='echo', timeout=60)\n"
                   "session.run(numpy.ones(4))\n"
                   "session._timeout = 0.05\n"
                   "os.kill(int(os.environ['HOST']), signal.SIGSTOP)\n"
+                  "threads = glob.glob(f\"/proc/{os.environ['HOST']}/task/*/stat\")\n"
+                  "while any(open(t).read().split(') ')[1][0] != 'T' for t in threads):\n"
+                  "    pass\n"
                   "for wait in (lambda: session.run(numpy.ones(4)),\n"
                   "             lambda: orva.Session(node='echo', timeout=0.05)):\n"
                   "    try:\n"
