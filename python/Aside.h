@@ -9,8 +9,8 @@
 namespace orva::python {
 
 // Has `call`, which may take for ever, made on a thread of its own, waits for it and throws what it
-// throws. `look` is called every now and then meanwhile, on this thread. Once it throws, nobody waits
-// any more: the call goes on alone, so that it must own all that it touches.
+// throws. `look` is called every now and then meanwhile, on this thread. Once it throws, nobody
+// waits any more: the call goes on alone, so that it must own all that it touches.
 void callAside(std::function<void()> call, const std::function<void()>& look);
 
 // The same for a call that nobody waits for in the first place. What it throws is lost.

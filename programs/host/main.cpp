@@ -7,6 +7,7 @@
 #include <chrono>
 #include <csignal>
 #include <cstdio>
+#include <cstring>
 #include <exception>
 #include <memory>
 #include <string>
@@ -26,6 +27,7 @@
 #include <unistd.h>
 #include <CLI/CLI.hpp>
 
+#include "LatestErrors.h"
 #include "LogWriter.h"
 #include "NodeLoader.h"
 #include "Options.h"
@@ -35,17 +37,20 @@
 
 namespace {
 
+using orva::host::LatestErrors;
 using orva::host::LogWriter;
 using orva::host::OfferedService;
 using orva::host::Options;
 
 constexpr int kFailure = 1;
 constexpr int kUsage = 2;
+constexpr char kFrameworkTag[] = "ORVA";
 // For what is under way at the end: for calls, and then for requests.
 constexpr std::chrono::seconds kEndPatience{5};
 
 // Never destroyed: there are lines while the process exits, too.
 LogWriter* gLog = nullptr;
+LatestErrors* gErrors = nullptr;
 
 pid_t clientOfThisThread() {
     const pid_t calling = android::hardware::IPCThreadState::self()->getCallingPid();
@@ -56,8 +61,14 @@ void installLog(const Options& options) {
     // A message below the level costs nothing: it is not even formatted.
     __android_log_set_minimum_priority(options.logLevel);
     gLog = new LogWriter(STDERR_FILENO, options.logLimit);
+    gErrors = new LatestErrors;
     __android_log_set_logger([](const __android_logger_data* line, const char* message) {
-        gLog->write(clientOfThisThread(), line->priority, line->tag, message);
+        const pid_t client = clientOfThisThread();
+        gLog->write(client, line->priority, line->tag, message);
+        if (client != 0 && line->priority >= ANDROID_LOG_ERROR && line->tag != nullptr &&
+            std::strcmp(line->tag, kFrameworkTag) == 0) {
+            gErrors->note(client, orva::host::escaped(message));
+        }
     });
 }
 
@@ -89,7 +100,7 @@ int registerAll(const std::vector<OfferedService>& services, const Options& opti
 // For `orva trace`. A host serves without it as well.
 std::unique_ptr<orva::host::CallTrace> offerTrace() {
     try {
-        return std::make_unique<orva::host::CallTrace>(orva_platform::serviceDirectory());
+        return std::make_unique<orva::host::CallTrace>(orva_platform::serviceDirectory(), *gErrors);
     } catch (const std::system_error& error) {
         ALOGW("calls cannot be traced: %s", error.what());
         return nullptr;
@@ -119,6 +130,7 @@ int serve(const Options& options) {
             service.object->ping().isOk();
         }
         gLog->forget(pid);
+        gErrors->forget(pid);
         // What its models took stays in the allocator otherwise: after eight checks of a model of
         // 4 MiB matrices the process kept 91 MB, and 36 once this and the services' cleaning up
         // had come.

@@ -31,7 +31,10 @@ protected:
                           watched_ = on;
                           changed_.notify_all();
                       },
-                      TraceServer::Answers{{"what", "that"}})) {
+                      [](const std::string& question) {
+                          return question == "what" ? std::string("that")
+                                                    : throw std::runtime_error(question);
+                      })) {
         orva_platform::setServiceDirectory(folder_);
         server_->start();
     }

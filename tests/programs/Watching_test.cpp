@@ -80,7 +80,15 @@ TEST_F(CommandLine, WatchesAHost) {
 TEST_F(CommandLine, SaysWhyItWasRefused) {
     startHost();
     const std::string bytes = file("bytes", std::string(4096, 'x'));
+    std::ifstream relu(ORVA_ONNX_CASES "/test_relu/model.onnx", std::ios::binary);
+    std::string unknown{std::istreambuf_iterator<char>(relu), {}};
+    unknown.replace(unknown.find("Relu"), 4, "Rely");
+    const std::string model = file("unknown.onnx", unknown);
     const Mistakes mistakes = {
+            // The framework's reasons.
+            {{"run", "--model", model}, "Service init failed: model unknown: "},
+            {{"check", model}, "model refused: "},
+            {{"run", "--service", "model-manager", "--model", model}, "Rely"},
             {{"run", "--node", "nope", "--input", bytes}, "create AIService type nope error"},
             {{"perf", "--node", "nope"}, "create AIService type nope error"},
             {{"run", "--node", "onnx", "--input", bytes}, "Service init failed"},

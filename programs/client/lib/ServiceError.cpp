@@ -8,6 +8,7 @@
 #include <unistd.h>
 #include <nlohmann/json.hpp>
 
+#include "client/lib/HostSocket.h"
 #include "client/lib/StateDump.h"
 #include "client/lib/TimeLimit.h"
 
@@ -16,6 +17,8 @@ namespace orva::client {
 namespace {
 
 // 1 and 2 are the services' own; the rest is the framework's.
+constexpr int32_t kLastOfServices = 2;
+
 const char* meaningOf(int32_t status) {
     switch (status) {
     case 1:
@@ -62,6 +65,35 @@ std::string latestRefusal(const Refuser& refuser, int32_t status) {
     return reason;
 }
 
+// Empty when the host's framework says nothing.
+std::string frameworkReason(const Refuser& refuser) {
+    pid_t host = 0;
+    refuser.service->getDebugInfo([&](const auto& info) { host = info.pid; }).isOk();
+    const std::string pid = std::to_string(getpid());
+    // While a session is opened its number is not known there.
+    const std::string marks[] = {pid + ":" + std::to_string(refuser.clientId) + ": ",
+                                 "process " + pid + ": "};
+    std::string reason;
+    for (const std::string& error : frameworkErrors(host)) {
+        for (const std::string& mark : marks) {
+            if (error.rfind(mark, 0) == 0) {
+                reason = error.substr(mark.size());
+            }
+        }
+    }
+    return reason;
+}
+
+// Empty where it has gone, is too busy, or shows no such thing.
+template <typename Ask>
+std::string orNothing(const Ask& ask) {
+    try {
+        return ask();
+    } catch (const std::exception&) {
+        return "";
+    }
+}
+
 }  // namespace
 
 std::string statusText(int32_t status) {
@@ -77,16 +109,15 @@ void requireSuccess(int32_t status, const std::string& asked, const Refuser& ref
 }
 
 std::string whyRefused(const Refuser& refuser, int32_t status) {
-    try {
-        const std::string reason =
-                refuser.service != nullptr ? latestRefusal(refuser, status) : std::string();
-        if (!reason.empty()) {
-            return ": " + reason;
+    std::string reason;
+    if (refuser.service != nullptr) {
+        reason = orNothing([&] { return latestRefusal(refuser, status); });
+        if (status > kLastOfServices || reason.empty()) {
+            const std::string more = orNothing([&] { return frameworkReason(refuser); });
+            reason += (reason.empty() || more.empty() ? "" : ": ") + more;
         }
-    } catch (const std::exception&) {
-        // It has gone, is too busy, or shows no such thing.
     }
-    return "; the host's log says why";
+    return reason.empty() ? "; the host's log says why" : ": " + reason;
 }
 
 void requireResult(int32_t result, const std::string& context) {

@@ -48,7 +48,8 @@ private:
 std::string statusText(int32_t status);
 
 // For messages, after what was refused: ": create AIService type nope error", the latest refusal of
-// that session with that status, or, where its service knows none, that the host's log says why.
+// that session with that status, and what the host's framework said last of that session or, while
+// it is opened, of this process; or, where neither is known, that the host's log says why.
 std::string whyRefused(const Refuser& refuser, int32_t status);
 
 // Throws that a call, named by `asked`, did not come through: the service took longer than the time

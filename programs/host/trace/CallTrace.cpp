@@ -7,6 +7,7 @@
 #include <atomic>
 #include <chrono>
 #include <exception>
+#include <stdexcept>
 #include <string>
 #include <utility>
 #include <vector>
@@ -48,8 +49,12 @@ pid_t thisThread() {
     return kThread;
 }
 
+std::string textOf(const ordered_json& line) {
+    return line.dump(-1, ' ', true, ordered_json::error_handler_t::replace);
+}
+
 void publish(TraceServer* server, pid_t client, const ordered_json& line) {
-    server->publish(client, line.dump(-1, ' ', true, ordered_json::error_handler_t::replace));
+    server->publish(client, textOf(line));
 }
 
 void end(TraceServer* server, const ordered_json& more) {
@@ -138,15 +143,26 @@ std::string nodesLine() {
     add("IModelManagerService", nullptr, "",
         "Models, as ONNX or compiled, one of which each request names. Parameters: those of the "
         "node onnx.");
-    return ordered_json{{"event", "nodes"}, {"nodes", nodes}}.dump(
-            -1, ' ', true, ordered_json::error_handler_t::replace);
+    return textOf({{"event", "nodes"}, {"nodes", nodes}});
+}
+
+std::string errorsLine(const LatestErrors& errors, const std::string& client) {
+    return textOf({{"event", "errors"}, {"errors", errors.of(std::stoi(client))}});
 }
 
 }  // namespace
 
-// Nodes are registered before anybody is served.
-CallTrace::CallTrace(const std::string& folder)
-        : server_(folder, orva_platform::observeCalls, {{"nodes", nodesLine()}}) {
+CallTrace::CallTrace(const std::string& folder, const LatestErrors& errors)
+        : server_(folder, orva_platform::observeCalls, [&errors](const std::string& question) {
+              constexpr char kErrors[] = "errors ";
+              if (question.rfind(kErrors, 0) == 0) {
+                  return errorsLine(errors, question.substr(sizeof kErrors - 1));
+              }
+              if (question == "nodes") {
+                  return nodesLine();
+              }
+              throw std::invalid_argument(question);
+          }) {
     orva_platform::setCallObserver([this](auto event, const char*, const char*,
                                           const char* interface, const char* method,
                                           const std::vector<void*>* pointers) {

@@ -8,6 +8,7 @@
 
 #include <string>
 
+#include "../LatestErrors.h"
 #include "TraceServer.h"
 
 namespace orva::host {
@@ -24,15 +25,19 @@ namespace orva::host {
 //
 // Who asks "nodes" is told what sessions can be opened with; of each:
 //
-//   {"event":"nodes", "nodes":[{"service":"IAIService", "type":"echo", "from":<file, or "built
-//   in">,
-//    "takes":"..."}, ...]}; "type":null where a service takes any
+//   {"event":"nodes", "nodes":[{"service":"IAIService", "type":"echo", "takes":"...",
+//    "from":<file, or "built in">}, ...]}; "type":null where a service takes any
+//
+// Who asks "errors 4711" is told what the framework said last of that client's work that failed:
+//
+//   {"event":"errors", "errors":["4711:1: input 0 has 100 bytes, its output 5", ...]}
 //
 // There may be one in a process.
 class CallTrace {
 public:
-    // In the services' folder. Throws std::system_error as TraceServer does.
-    explicit CallTrace(const std::string& folder);
+    // In the services' folder. The errors outlive this. Throws std::system_error as TraceServer
+    // does.
+    CallTrace(const std::string& folder, const LatestErrors& errors);
     // To be destroyed when no call is under way any more.
     ~CallTrace() = default;
 

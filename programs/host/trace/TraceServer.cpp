@@ -160,9 +160,9 @@ private:
 };
 
 TraceServer::TraceServer(const std::string& folder, std::function<void(bool)> watched,
-                         Answers answers)
+                         Answer answer)
         : watched_(std::move(watched)),
-          answers_(std::move(answers)),
+          answer_(std::move(answer)),
           folder_(orThrow(open(folder.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC), folder.c_str())),
           file_(kPrefix + std::to_string(getpid())),
           listening_(orThrow(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0),
@@ -283,7 +283,7 @@ bool TraceServer::serve(Reader* reader, short ready) {
         try {
             if (const auto request = reader->receive()) {
                 if (request->is_string()) {
-                    reader->answer(answers_.at(*request));
+                    reader->answer(answer_(*request));
                 } else {
                     auto clients = request->get<std::set<pid_t>>();
                     const AutoMutex lock(mutex_);

@@ -7,7 +7,6 @@
 #include <sys/types.h>
 
 #include <functional>
-#include <map>
 #include <memory>
 #include <string>
 #include <thread>
@@ -25,12 +24,14 @@ namespace orva::host {
 // line, and watches nothing.
 class TraceServer {
 public:
-    using Answers = std::map<std::string, std::string>;  // by question, without the line's end
+    // The line to a question, without its end; throws std::exception where there is none. Called on
+    // the server's own thread.
+    using Answer = std::function<std::string(const std::string& question)>;
 
     // `watched` is told whether there is anybody to publish for, on the server's own thread, and
     // with false on its destruction. Throws std::system_error when the socket cannot be made.
     // Serves nobody before start().
-    TraceServer(const std::string& folder, std::function<void(bool)> watched, Answers answers = {});
+    TraceServer(const std::string& folder, std::function<void(bool)> watched, Answer answer);
     // Everybody who reads gets the end of the file.
     ~TraceServer();
     TraceServer(const TraceServer&) = delete;
@@ -53,7 +54,7 @@ private:
     void wake() const;
 
     const std::function<void(bool)> watched_;
-    const Answers answers_;
+    const Answer answer_;
     android::base::unique_fd folder_;
     std::string file_;
     android::base::unique_fd listening_;
