@@ -76,7 +76,9 @@ bool ReadTensor(const std::vector<uint8_t>& file, CaseTensor& tensor) {
         }
     }
     tensor.dims.resize(dims.size() / sizeof(int64_t));
-    std::memcpy(tensor.dims.data(), dims.data(), dims.size());
+    if (!dims.empty()) {  // A scalar has none.
+        std::memcpy(tensor.dims.data(), dims.data(), dims.size());
+    }
     return size != 0 && reader.ok();
 }
 
