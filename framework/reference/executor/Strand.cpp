@@ -45,7 +45,7 @@ bool Strand::Schedule() {
 
 // One task a turn, so that strands with much to do take turns with the others.
 void Strand::Turn() {
-    if (RunFirst() && !executor_.PostNext(owner_, [this] { Turn(); })) {
+    if (RunFirst() && !Schedule()) {
         Drain();
     }
 }

@@ -56,15 +56,6 @@ bool ThreadPool::PostFor(const void* owner, Task task) {
     return true;
 }
 
-bool ThreadPool::PostNext(const void* owner, Task task) {
-    MutexLock lock(mutex_);
-    if (stopping_) {
-        return false;
-    }
-    tasks_.Add(owner, std::move(task));
-    return true;
-}
-
 void ThreadPool::EnterBlocking() {
     current->blocked = true;
 }

@@ -35,8 +35,7 @@ public:
 
     bool Post(Task task) override { return PostFor(nullptr, std::move(task)); }
     bool PostFor(const void* owner, Task task) override;
-    // These on one of the pool's own threads.
-    bool PostNext(const void* owner, Task task) override;
+    // On one of the pool's own threads.
     void EnterBlocking() override;
     void LeaveBlocking() override;
 

@@ -28,10 +28,6 @@ public:
         return Post(std::move(task));
     }
 
-    // The same as the last act of a task, whose thread is about to look for another one, so that no
-    // thread need be woken.
-    virtual bool PostNext(const void* owner, Task task) { return PostFor(owner, std::move(task)); }
-
     // A task says that it is about to wait for another party, and that it no longer does, so that
     // its thread can be stood in for. See BlockingScope.
     virtual void EnterBlocking() {}
