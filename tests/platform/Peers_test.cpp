@@ -44,9 +44,12 @@ bool isAsleep(pid_t thread) {
 
 // In the C library's place: whoever begins to watch a descriptor goes on when a peer's end has been
 // told and its thread does no more, be it done or waiting for something.
-extern "C" __attribute__((visibility("default"))) int epoll_ctl(int poller, int operation,
-                                                                int descriptor,
-                                                                epoll_event* event) noexcept {
+extern "C" __attribute__((visibility("default"))) int watchInPlace(int poller, int operation,
+                                                                   int descriptor,
+                                                                   epoll_event* event) noexcept
+        __asm__("epoll_ctl");
+
+int watchInPlace(int poller, int operation, int descriptor, epoll_event* event) noexcept {
     using Function = int (*)(int, int, int, epoll_event*);
     static const auto real = reinterpret_cast<Function>(dlsym(RTLD_NEXT, "epoll_ctl"));
     const bool holds = operation == EPOLL_CTL_ADD && holdsWatcher.exchange(false);

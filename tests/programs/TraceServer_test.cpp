@@ -128,9 +128,9 @@ TEST_F(TraceServerTest, LosesLinesOfAReaderThatIsTooSlowAndSaysHowMany) {
 }
 
 TEST_F(TraceServerTest, HasRoomForAFewReaders) {
-    std::vector<std::unique_ptr<TraceSource>> readers;
-    for (int i = 0; i < 8; ++i) {
-        readers.push_back(watch(json::array()));
+    std::vector<std::unique_ptr<TraceSource>> readers(8);
+    for (auto& reader : readers) {
+        reader = watch(json::array());
     }
     EXPECT_EQ(json::parse(answer(json::array()))["event"], "refused");
     server_->publish(1, "to all");

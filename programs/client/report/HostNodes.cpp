@@ -43,7 +43,7 @@ std::vector<HostNode> nodesOf(pid_t host) {
     }
     std::vector<HostNode> nodes;
     for (const auto& node : list) {
-        const auto type = node.at("type");
+        const auto& type = node.at("type");
         nodes.push_back({node.at("service"),
                          type.is_string() ? std::optional<std::string>(type) : std::nullopt,
                          node.at("from"), node.at("takes")});
