@@ -186,7 +186,7 @@ TEST_F(ServiceNodes, EndWhatTakesTooLongAndWaitForNothingThatGoesOn) {
 }
 
 // A client whose sessions all have something under way needs as many threads as it may have.
-TEST_F(ServiceNodes, RefuseRequestsBeyondAClientsThreadsAndTensors) {
+TEST_F(ServiceNodes, RefuseRequestsBeyondWhatAClientMayHave) {
     UseClientIdentity([] { return getpid(); });
     SetClientThreads(2);
     std::vector<std::unique_ptr<Node>> nodes;
@@ -205,6 +205,11 @@ TEST_F(ServiceNodes, RefuseRequestsBeyondAClientsThreadsAndTensors) {
     release = true;
     recorder->Await(4);
     EXPECT_TRUE(test::eventually([&] { return nodes[2]->Ask(0) == kNodeOk; }));
+    // What is over, or was refused, has no place any more.
+    recorder->Await(5);
+    SetClientRequests(1);
+    EXPECT_TRUE(test::eventually([&] { return nodes[2]->Ask(0) == kNodeOk; }));
+    SetClientRequests(512);
     nodes.clear();
     End();
     SetClientThreads(96);
