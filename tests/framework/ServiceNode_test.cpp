@@ -7,6 +7,7 @@
 #include <gtest/gtest.h>
 #include <orva/AIServiceConnectManager.h>
 #include <orva/reference/NodeStatus.h>
+#include <orva/reference/RequestTimes.h>
 #include <orva/reference/Settings.h>
 #include <unistd.h>
 
@@ -108,6 +109,21 @@ TEST_F(ServiceNodes, ReportEachAcceptedRequestOnceAndInOrderAlsoWhenTheyHaveGone
     }
     EXPECT_EQ(78, more);
     EXPECT_EQ(kNodeBusy, node->Ask(100));
+    const auto seen = LatestRequests();
+    ASSERT_EQ(1u, seen.size());
+    ASSERT_EQ(32u, seen[0].requests.size());
+    int i = 34;
+    for (const RequestTimes& request : seen[0].requests) {
+        using Stage = RequestTimes::Stage;
+        EXPECT_EQ(i < 50    ? Stage::kEnded
+                  : i == 50 ? Stage::kRunning
+                            : Stage::kWaiting,
+                  request.stage);
+        EXPECT_EQ(i < 50 ? i : 0, request.result);
+        EXPECT_EQ(i <= 50, request.ran > 0ns);
+        EXPECT_LE(request.waited + request.ran, request.age);
+        ++i;
+    }
     node.reset();
     release = true;
     End();
@@ -122,6 +138,7 @@ TEST_F(ServiceNodes, ReportEachAcceptedRequestOnceAndInOrderAlsoWhenTheyHaveGone
         EXPECT_EQ(1u, completions[i].context.paras().size()) << "nothing but what the client sent";
     }
     EXPECT_EQ(1, recorder.use_count()) << "nothing is left of the node";
+    EXPECT_TRUE(LatestRequests().empty());
 }
 
 TEST_F(ServiceNodes, RunAsManyRequestsAtATimeAsTheHandlerTakesAndTellTheirTimes) {

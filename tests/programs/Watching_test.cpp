@@ -69,6 +69,19 @@ TEST_F(CommandLine, WatchesAHost) {
     ASSERT_TRUE(top.output().await("1 done, 0 refused"));
     top.signal(SIGINT);
     EXPECT_EQ(top.await(), 0);
+
+    EXPECT_EQ(client->ask("session 2"), "000");
+    EXPECT_EQ(client->ask("send 2 100"), "0");
+    EXPECT_EQ(client->ask("await"), "0 same");
+    const json states = json::parse(orva({"debug", "--json", "--client", id}).output);
+    EXPECT_EQ(states[0]["latest_requests"], json::array())
+            << "the other session's are not asked for";
+    const std::string text = orva({"debug", "ai"}).output;
+    const std::string expected =
+            "session \"" + std::to_string(client->pid()) + ":2\" state \"ended\" ago_s ";
+    const size_t shown = text.find(expected);
+    ASSERT_NE(shown, std::string::npos) << text;
+    EXPECT_NE(text.find(" result 0\n", shown), std::string::npos) << text;
     EXPECT_EQ(client->finish(), 0);
 
     ChildProcess orphan({ORVA_CLIENT, "top", "--interval", "0.05", "--socket-dir", folder()});

@@ -8,6 +8,7 @@
 #include <atomic>
 #include <chrono>
 #include <memory>
+#include <optional>
 #include <string>
 #include <utility>
 #include <vector>
@@ -20,6 +21,7 @@
 #include "base/Log.h"
 #include "base/Mutex.h"
 #include "client/Client.h"
+#include "executor/RequestJournal.h"
 #include "executor/Strand.h"
 #include "executor/Work.h"
 #include "service/ServedSession.h"
@@ -30,7 +32,8 @@ namespace orva::reference {
 // executor, one at a time and in order unless SetConcurrency says otherwise, and each is reported
 // to the listener exactly once. May be used from any thread.
 template <class Listener>
-class RequestQueue : public std::enable_shared_from_this<RequestQueue<Listener>> {
+class RequestQueue final : public std::enable_shared_from_this<RequestQueue<Listener>>,
+                           private RequestSource {
 public:
     // Each holds its tensors, and so descriptors and mappings of the process, until its client has
     // heard of it; a client that asks faster than it listens must not come to hold them all.
@@ -38,13 +41,19 @@ public:
     // Of what a client is told.
     static constexpr size_t kLongestReason = 512;
 
-    // The executor must outlive the posts. The client is the process whose call this thread serves.
-    explicit RequestQueue(Executor& executor)
-            : client_(Client::Calling()),
+    // The executor must outlive the posts. The client is the process whose call this thread serves,
+    // and the service the interface that it calls.
+    RequestQueue(Executor& executor, const char* service)
+            : service_(service),
+              client_(Client::Calling()),
               executor_(executor),
               session_(client_->pid() == 0 ? "" : "process " + std::to_string(client_->pid())) {
         SetConcurrency(1);
+        Show();
     }
+    ~RequestQueue() { Hide(); }
+    RequestQueue(const RequestQueue&) = delete;
+    RequestQueue& operator=(const RequestQueue&) = delete;
 
     // So many run at a time. Before the first request.
     void SetConcurrency(size_t concurrency) {
@@ -97,16 +106,17 @@ public:
     // kNodeFailed.
     template <class Runner>
     int32_t Post(Request request, Runner run) {
-        Place place(*this, request);
-        if (!place.taken) {
+        const Clock::time_point posted = Clock::now();
+        Place place(*this, request, posted);
+        if (!place.number) {
             return kNodeBusy;
         }
         Line& line = ShortestLine();
         ++line.length;
         if (!line.strand->Post([self = this->shared_from_this(), &line,
-                                request = std::move(request), run = std::move(run),
-                                posted = Clock::now()]() mutable {
-                self->Complete(line, request, run, posted);
+                                request = std::move(request), run = std::move(run), posted,
+                                number = *place.number]() mutable {
+                self->Complete(line, request, run, posted, number);
             })) {
             --line.length;
             ORVA_LOGE("a request after the shutdown");
@@ -127,7 +137,7 @@ public:
     }
 
 private:
-    using Clock = std::chrono::steady_clock;
+    using Clock = RequestJournal::Clock;
 
     // Requests that run one after the other.
     struct Line {
@@ -146,16 +156,19 @@ private:
     // Among the requests that wait; given back unless it is kept. The first of each line is what
     // needs a thread.
     struct Place {
-        Place(RequestQueue& queue, const Request& request)
-                : queue(queue), tensors(TensorsOf(request)), taken(queue.TakePlace(tensors)) {}
+        Place(RequestQueue& queue, const Request& request, Clock::time_point now)
+                : queue(queue),
+                  tensors(TensorsOf(request)),
+                  number(queue.TakePlace(tensors, now)) {}
         ~Place() {
-            if (taken && !kept) {
+            if (number && !kept) {
+                queue.Forget(*number);
                 queue.GivePlace(tensors);
             }
         }
         RequestQueue& queue;
         const size_t tensors;
-        const bool taken;
+        const std::optional<uint64_t> number;  // in the journal; nothing when there was no place
         bool kept = false;
     };
 
@@ -180,35 +193,41 @@ private:
     static size_t TensorsOf(const Request& request) {
         return request.inputs.size() + request.outputs.size();
     }
-    bool TakePlace(size_t tensors) {
-        if (!TakeTurn()) {
-            return false;
+    std::optional<uint64_t> TakePlace(size_t tensors, Clock::time_point now) {
+        const std::optional<uint64_t> number = TakeTurn(now);
+        if (!number) {
+            return std::nullopt;
         }
         if (client_->requests.Take()) {
             if (client_->tensors.Take(tensors)) {
-                return true;
+                return number;
             }
             client_->requests.Give();
         }
+        Forget(*number);
         GiveTurn();
-        return false;
+        return std::nullopt;
     }
     void GivePlace(size_t tensors) {
         client_->tensors.Give(tensors);
         client_->requests.Give();
         GiveTurn();
     }
-    bool TakeTurn() {
+    std::optional<uint64_t> TakeTurn(Clock::time_point now) {
         MutexLock lock(mutex_);
         if (waiting_ == kMostWaiting) {
             ORVA_LOGE("a request while %zu others wait", waiting_);
-            return false;
+            return std::nullopt;
         }
         if (waiting_ < lines_.size() && !client_->threads.Take()) {
-            return false;
+            return std::nullopt;
         }
         ++waiting_;
-        return true;
+        return journal_.Accept(now);
+    }
+    void Forget(uint64_t number) {
+        MutexLock lock(mutex_);
+        journal_.Forget(number);
     }
     void GiveTurn() {
         MutexLock lock(mutex_);
@@ -218,7 +237,8 @@ private:
     }
 
     template <class Runner>
-    void Complete(Line& line, Request& request, const Runner& run, Clock::time_point posted) {
+    void Complete(Line& line, Request& request, const Runner& run, Clock::time_point posted,
+                  uint64_t number) {
         const WorkingScope scope(*client_);
         const LogSubject subject(Session());
         const size_t tensors = TensorsOf(request);
@@ -226,8 +246,8 @@ private:
         int32_t result = kNodeStopped;
         if (!closed_) {
             Work work(client_, RunTimeout(), [&attempt] { attempt.GiveUp(); });
-            Runs(&work.cancellation());
             const Clock::time_point begun = Clock::now();
+            Begins(number, &work.cancellation(), begun);
             std::string reason;
             result = work.Outcome(Guarded("request failed", [&] {
                 try {
@@ -237,14 +257,17 @@ private:
                     throw;
                 }
             }));
+            const Clock::time_point ended = Clock::now();
             if (tellsTimes_ && result == kNodeFailed && !reason.empty()) {
                 request.context.SetPara("reason", reason);
             }
             if (tellsTimes_) {
                 SetTime(request.context, "queueMicros", begun - posted);
-                SetTime(request.context, "runMicros", Clock::now() - begun);
+                SetTime(request.context, "runMicros", ended - begun);
             }
-            RunsNoLonger(&work.cancellation());
+            Ends(number, &work.cancellation(), ended, result);
+        } else {
+            Ends(number, nullptr, Clock::now(), result);
         }
         // Unmapped now and not beside the client's next call, which maps: the two would wait for
         // each other.
@@ -264,16 +287,27 @@ private:
                               std::chrono::duration_cast<std::chrono::microseconds>(time).count()));
     }
 
-    void Runs(Cancellation* cancellation) {
+    void Begins(uint64_t number, Cancellation* cancellation, Clock::time_point now) {
         MutexLock lock(mutex_);
+        journal_.Begin(number, now);
         running_.push_back(cancellation);
         if (closed_) {
             cancellation->Cancel(CancelCause::kClosed);
         }
     }
-    void RunsNoLonger(const Cancellation* cancellation) {
+    // Without a cancellation when it never began.
+    void Ends(uint64_t number, const Cancellation* cancellation, Clock::time_point now,
+              int32_t result) {
         MutexLock lock(mutex_);
-        running_.erase(std::find(running_.begin(), running_.end(), cancellation));
+        journal_.End(number, now, result);
+        if (cancellation != nullptr) {
+            running_.erase(std::find(running_.begin(), running_.end(), cancellation));
+        }
+    }
+
+    SessionRequests LatestRequests() override {
+        MutexLock lock(mutex_);
+        return {service_, session_, journal_.Look(Clock::now())};
     }
 
     void Report(const AIContext& context, int32_t result,
@@ -296,6 +330,7 @@ private:
         });
     }
 
+    const char* const service_;
     const std::shared_ptr<Client> client_;
     Executor& executor_;
     std::vector<std::unique_ptr<Line>> lines_;
@@ -306,6 +341,7 @@ private:
     std::shared_ptr<Listener> listener_ ORVA_GUARDED_BY(mutex_);
     std::string session_ ORVA_GUARDED_BY(mutex_);
     std::vector<Cancellation*> running_ ORVA_GUARDED_BY(mutex_);
+    RequestJournal journal_ ORVA_GUARDED_BY(mutex_);
     size_t waiting_ ORVA_GUARDED_BY(mutex_) = 0;
 };
 

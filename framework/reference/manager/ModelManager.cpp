@@ -68,7 +68,8 @@ struct ModelManager::Core {
     };
 
     explicit Core(Executor& executor)
-            : queue(std::make_shared<RequestQueue<AIModelManagerListener>>(executor)) {}
+            : queue(std::make_shared<RequestQueue<AIModelManagerListener>>(
+                      executor, "IModelManagerService")) {}
 
     int32_t Load(const AIConfig& config, const std::vector<AIModelDescription>& descriptions,
                  Cancellation& cancellation);

@@ -21,7 +21,7 @@ struct ServiceNode::Core {
     Core(std::unique_ptr<RequestHandler> handler, Executor& executor,
          std::shared_ptr<IdleTimer> timer)
             : handler(std::move(handler)),
-              queue(std::make_shared<RequestQueue<AIServiceListener>>(executor)),
+              queue(std::make_shared<RequestQueue<AIServiceListener>>(executor, "IAIService")),
               timer(std::move(timer)) {}
 
     int32_t Run(Request& request, Cancellation& cancellation) const {

@@ -13,6 +13,7 @@
 #include "client/commands/Commands.h"
 #include "client/lib/Session.h"
 #include "client/lib/StateDump.h"
+#include "client/report/HostRequests.h"
 
 namespace orva::client {
 
@@ -24,6 +25,16 @@ struct Options {
     bool json = false;
 };
 
+// A host of another make tells nothing of its requests; the rest is what was asked for.
+nlohmann::ordered_json requestsOfHost(const Connection& connection) {
+    try {
+        return requestsOf(findHost(connection.instance));
+    } catch (const std::exception& error) {
+        fprintf(stderr, "orva: no requests are shown: %s\n", error.what());
+        return nlohmann::ordered_json::array();
+    }
+}
+
 void debug(const Connection& connection, const Options& options) {
     std::vector<std::string> texts;
     if (options.json) {
@@ -32,22 +43,29 @@ void debug(const Connection& connection, const Options& options) {
     if (!options.client.empty()) {
         texts.insert(texts.end(), {"--client", options.client});
     }
-    std::vector<std::string> states;
+    std::vector<std::pair<const char*, std::string>> states;
     if (options.service != "model-manager") {
-        states.push_back(stateOf(*connect<AIService>(connection, kAnswersSoon), texts));
+        states.emplace_back("IAIService",
+                            stateOf(*connect<AIService>(connection, kAnswersSoon), texts));
     }
     if (options.service != "ai") {
-        states.push_back(stateOf(*connect<ModelManagerService>(connection, kAnswersSoon), texts));
+        states.emplace_back(
+                "IModelManagerService",
+                stateOf(*connect<ModelManagerService>(connection, kAnswersSoon), texts));
     }
-    nlohmann::json all = nlohmann::json::array();
-    for (const std::string& state : states) {
+    const nlohmann::ordered_json requests = requestsOfHost(connection);
+    nlohmann::ordered_json all = nlohmann::ordered_json::array();
+    for (const auto& [service, state] : states) {
         if (state.empty()) {
             throw std::runtime_error("the service shows no state");
         }
+        const nlohmann::ordered_json ours = requestsOf(requests, service, options.client);
         if (options.json) {
-            all.push_back(nlohmann::json::parse(state));
+            all.push_back(nlohmann::ordered_json::parse(state));
+            all.back()["latest_requests"] = ours;
         } else {
-            printf("%s%s", &state == &states.front() ? "" : "\n", state.c_str());
+            printf("%s%s%s", all.empty() ? "" : "\n", state.c_str(), requestsText(ours).c_str());
+            all.push_back(nullptr);
         }
     }
     if (options.json) {
@@ -58,9 +76,11 @@ void debug(const Connection& connection, const Options& options) {
 }  // namespace
 
 void addDebug(CLI::App* app, const Connection* connection) {
-    CLI::App* command = addCommand(app, "debug",
-                                   "Show the services' state: sessions, requests, memory, refusals",
-                                   {"debug", "debug --client 4711 ai", "debug --json | less"});
+    CLI::App* command = addCommand(
+            app, "debug",
+            "Show the services' state: sessions, their latest requests and how long each has "
+            "waited and run, memory, refusals",
+            {"debug", "debug --client 4711 ai", "debug --json | less"});
     const auto options = std::make_shared<Options>();
     command->add_option("SERVICE", options->service, "Only this service")
             ->check(CLI::IsMember({"ai", "model-manager"}));

@@ -14,6 +14,7 @@
 
 #include <hwbinder/IPCThreadState.h>
 #include <orva/reference/NodeRegistry.h>
+#include <orva/reference/RequestTimes.h>
 #include <orva/reference/Settings.h>
 #include <orva_platform/CallObserver.h>
 #include <sys/syscall.h>
@@ -150,6 +151,27 @@ std::string errorsLine(const LatestErrors& errors, const std::string& client) {
     return textOf({{"event", "errors"}, {"errors", errors.of(std::stoi(client))}});
 }
 
+std::string requestsLine() {
+    // As the stages are numbered.
+    constexpr const char* kStages[] = {"waiting", "running", "ended"};
+    const auto micros = [](std::chrono::nanoseconds time) { return time.count() / 1000; };
+    ordered_json requests = ordered_json::array();
+    for (const reference::SessionRequests& session : reference::LatestRequests()) {
+        for (const reference::RequestTimes& request : session.requests) {
+            requests.push_back({{"service", session.service},
+                                {"session", session.session},
+                                {"state", kStages[static_cast<size_t>(request.stage)]},
+                                {"ago_s", static_cast<double>(micros(request.age)) / 1e6},
+                                {"waiting_us", micros(request.waited)},
+                                {"running_us", micros(request.ran)}});
+            if (request.stage == reference::RequestTimes::Stage::kEnded) {
+                requests.back()["result"] = request.result;
+            }
+        }
+    }
+    return textOf({{"event", "requests"}, {"requests", requests}});
+}
+
 }  // namespace
 
 CallTrace::CallTrace(const std::string& folder, const LatestErrors& errors)
@@ -160,6 +182,9 @@ CallTrace::CallTrace(const std::string& folder, const LatestErrors& errors)
               }
               if (question == "nodes") {
                   return nodesLine();
+              }
+              if (question == "requests") {
+                  return requestsLine();
               }
               throw std::invalid_argument(question);
           }) {

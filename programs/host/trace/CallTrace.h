@@ -32,6 +32,13 @@ namespace orva::host {
 //
 //   {"event":"errors", "errors":["4711:1: input 0 has 100 bytes, its output 5", ...]}
 //
+// Who asks "requests" is told of the latest of each session that is there, those that have ended
+// before those that are under way:
+//
+//   {"event":"requests", "requests":[{"service":"IAIService", "session":"4711:1",
+//    "state":"waiting"|"running"|"ended", "ago_s":0.0009, "waiting_us":20, "running_us":880,
+//    "result":0}, ...]}; "result" of one that has ended
+//
 // There may be one in a process.
 class CallTrace {
 public:
