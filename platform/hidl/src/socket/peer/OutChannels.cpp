@@ -11,60 +11,56 @@
 
 namespace android::hardware::socket {
 
-std::unique_ptr<Channel> OutChannels::acquire(bool* fresh, bool atOnce) {
+std::unique_ptr<Channel> OutChannels::acquire(For what, bool* fresh) {
     for (bool mayOpen = true;; mayOpen = false) {
         {
             Mutex::Autolock lock(mLock);
-            const size_t most = mPeer.mostCallsTo();
-            while (!atOnce && !mClosed && mIdle.empty() &&
-                   (mayOpen ? mAll.size() + mOpening >= most : !mAll.empty())) {
+            auto& idle = this->idle(what);
+            const size_t most = mayOpen ? mPeer.mostCallsTo() : 1;
+            while (what == For::kCall && !mClosed && idle.empty() && mForCalls >= most) {
                 mReturned.wait(mLock);
             }
-            if (mClosed || (mIdle.empty() && !mayOpen)) {
+            *fresh = idle.empty();
+            if (mClosed || (*fresh && !mayOpen)) {
                 return nullptr;
             }
-            if (!mIdle.empty()) {
-                std::unique_ptr<Channel> channel = std::move(mIdle.back());
-                mIdle.pop_back();
-                *fresh = false;
+            if (!*fresh) {
+                std::unique_ptr<Channel> channel = std::move(idle.back());
+                idle.pop_back();
                 return channel;
             }
-            ++mOpening;
+            mForCalls += what == For::kOneway ? 0 : 1;
         }
-        std::unique_ptr<Channel> channel = open(atOnce);
-        if (channel != nullptr) {
-            *fresh = true;
+        if (std::unique_ptr<Channel> channel = open(what)) {
             return channel;
         }
     }
 }
 
-// Without the lock, since it sends; what counts it as being opened was done by the caller.
-std::unique_ptr<Channel> OutChannels::open(bool atOnce) {
-    std::unique_ptr<Channel> channel = mPeer.openChannel(atOnce);
+// Without the lock, since it sends; the caller has counted it.
+std::unique_ptr<Channel> OutChannels::open(For what) {
+    std::unique_ptr<Channel> channel = mPeer.openChannel(what == For::kCallAtOnce);
     Mutex::Autolock lock(mLock);
-    --mOpening;
-    mReturned.broadcast();
     if (channel != nullptr && !mClosed) {
         mAll.push_back(channel.get());
         return channel;
     }
+    mForCalls -= what == For::kOneway ? 0 : 1;
+    mReturned.broadcast();
     return nullptr;
 }
 
-void OutChannels::drop(Channel& channel) {
-    const auto it = std::find(mAll.begin(), mAll.end(), &channel);
-    if (it != mAll.end()) {
-        mAll.erase(it);
-    }
+void OutChannels::drop(For what, const Channel& channel) {
+    mAll.erase(std::find(mAll.begin(), mAll.end(), &channel));
+    mForCalls -= what == For::kOneway ? 0 : 1;
 }
 
-void OutChannels::giveBack(std::unique_ptr<Channel> channel) {
+void OutChannels::giveBack(For what, std::unique_ptr<Channel> channel) {
     Mutex::Autolock lock(mLock);
     if (!mClosed && channel->usable()) {
-        mIdle.push_back(std::move(channel));
+        idle(what).push_back(std::move(channel));
     } else {
-        drop(*channel);
+        drop(what, *channel);
     }
     mReturned.signal();
 }
@@ -72,76 +68,40 @@ void OutChannels::giveBack(std::unique_ptr<Channel> channel) {
 bool OutChannels::ensureOne() {
     {
         Mutex::Autolock lock(mLock);
-        if (mClosed || !mAll.empty()) {
+        if (mClosed || mForCalls > 0) {
             return !mClosed;
         }
-        ++mOpening;
     }
-    std::unique_ptr<Channel> channel = open(false);
+    bool fresh;
+    std::unique_ptr<Channel> channel = acquire(For::kCallAtOnce, &fresh);
     if (channel == nullptr) {
         return false;
     }
-    giveBack(std::move(channel));
+    giveBack(For::kCall, std::move(channel));
     return true;
-}
-
-status_t OutChannels::transactOneway(uint64_t target, uint32_t code, const Parcel& data,
-                                     uint32_t flags) {
-    Mutex::Autolock sending(mOnewayLock);
-    for (bool again = true;; again = false) {
-        const bool fresh = mOneway == nullptr;
-        if (fresh) {
-            {
-                Mutex::Autolock lock(mLock);
-                ++mOpening;
-            }
-            mOneway = open(false);
-            if (mOneway == nullptr) {
-                return mPeer.couldNotCall();
-            }
-            Mutex::Autolock lock(mLock);
-            drop(*mOneway);
-            mOnewayOpen = mOneway.get();
-        }
-        const status_t status = mOneway->transact(target, code, data, nullptr, flags);
-        if (mOneway->usable()) {
-            return status;
-        }
-        const bool retry = mOneway->wasClosed() && !fresh && again;
-        {
-            Mutex::Autolock lock(mLock);
-            mOnewayOpen = nullptr;
-        }
-        mOneway.reset();
-        if (!retry) {
-            return DEAD_OBJECT;
-        }
-    }
 }
 
 void OutChannels::shutDown() {
     Mutex::Autolock lock(mLock);
-    shutDownLocked();
+    shutDownAll();
 }
 
-void OutChannels::shutDownLocked() {
+void OutChannels::shutDownAll() {
     for (Channel* channel : mAll) {
         channel->shutDown();
-    }
-    if (mOnewayOpen != nullptr) {
-        mOnewayOpen->shutDown();
     }
 }
 
 void OutChannels::close() {
-    std::vector<std::unique_ptr<Channel>> idle;  // Closed after the lock.
     Mutex::Autolock lock(mLock);
     mClosed = true;
-    shutDownLocked();
-    for (const auto& channel : mIdle) {
-        drop(*channel);
+    shutDownAll();
+    for (const For what : {For::kCall, For::kOneway}) {
+        for (const auto& channel : idle(what)) {
+            drop(what, *channel);
+        }
+        idle(what).clear();
     }
-    idle.swap(mIdle);
     mReturned.broadcast();
 }
 

@@ -9,6 +9,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
+#include <mutex>
 #include <utility>
 
 #include <sys/socket.h>
@@ -352,18 +353,21 @@ void Peer::afterEnd(std::function<void()> act) {
 
 status_t Peer::transact(uint64_t target, uint32_t code, const Parcel& data, Parcel* reply,
                         uint32_t flags) {
-    if ((flags & IBinder::FLAG_ONEWAY) != 0) {
-        return mOut.transactOneway(target, code, data, flags);
-    }
+    using For = OutChannels::For;
+    const bool oneway = (flags & IBinder::FLAG_ONEWAY) != 0;
     // A thread of the peer that waits for this one serves the call; no other may.
-    if (auto* const waiting = static_cast<Channel*>(ServingScope::wayBackTo(this))) {
+    if (auto* const waiting =
+                oneway ? nullptr : static_cast<Channel*>(ServingScope::wayBackTo(this))) {
         return waiting->usable() ? waiting->transact(target, code, data, reply, flags)
                                  : DEAD_OBJECT;
     }
-    const bool mayBeLate = mIsClient && deferring != nullptr && deferring->channel == nullptr;
+    const bool mayBeLate =
+            !oneway && mIsClient && deferring != nullptr && deferring->channel == nullptr;
+    const For what = oneway ? For::kOneway : mayBeLate ? For::kCallAtOnce : For::kCall;
+    const auto inOrder = oneway ? std::unique_lock(mOnewayLock) : std::unique_lock<Mutex>();
     for (;;) {
         bool fresh;
-        std::unique_ptr<Channel> channel = mOut.acquire(&fresh, mayBeLate);
+        std::unique_ptr<Channel> channel = mOut.acquire(what, &fresh);
         if (channel == nullptr) {
             return couldNotCall();
         }
@@ -378,7 +382,7 @@ status_t Peer::transact(uint64_t target, uint32_t code, const Parcel& data, Parc
         }
         // The peer may close channels that it thinks are of no more use, and be there still.
         const bool again = channel->wasClosed() && !fresh;
-        mOut.giveBack(std::move(channel));
+        mOut.giveBack(what, std::move(channel));
         if (!again) {
             return status;
         }
@@ -395,7 +399,7 @@ void Peer::awaitAnswer() {
         late != nullptr && late->channel != nullptr) {
         const std::shared_ptr<Peer> peer = std::move(late->peer);
         late->channel->awaitLate();
-        peer->mOut.giveBack(std::move(late->channel));
+        peer->mOut.giveBack(OutChannels::For::kCallAtOnce, std::move(late->channel));
     }
 }
 

@@ -137,6 +137,7 @@ private:
     std::atomic<uint32_t> mRefusals{0};
     ServingTurns mTurns;
     OutChannels mOut{*this};
+    Mutex mOnewayLock;  // For each oneway call as it is sent.
 
     mutable Mutex mLock;
     bool mAlive GUARDED_BY(mLock) = true;
