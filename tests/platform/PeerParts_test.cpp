@@ -13,7 +13,6 @@
 #include "socket/peer/ExportTable.h"
 #include "socket/peer/Identity.h"
 #include "socket/peer/Peer.h"
-#include "socket/peer/ServingTurns.h"
 #include "support/Eventually.h"
 
 namespace {
@@ -102,39 +101,6 @@ TEST(Connection, IsLetGoOfThoughItWasOpenedAfterItsPeersEnd) {
     const std::weak_ptr<Connection> left = connection;
     connection.reset();
     EXPECT_TRUE(eventually([&] { return left.expired(); })) << "a thread may be at it";
-}
-
-struct Caller : ServingTurns::Waiting {
-    void turnHasCome() override { ++called; }
-    int called = 0;
-};
-
-TEST(ServingTurns, ComeInOrderAndAreNotLostWithWhoeverLeaves) {
-    ServingTurns turns;
-    std::vector<std::shared_ptr<Caller>> callers(5);
-    for (auto& caller : callers) {
-        caller = std::make_shared<Caller>();
-        EXPECT_EQ(&caller < &callers[2], turns.begin(caller, 2));
-    }
-    const auto called = [&] {
-        std::string text;
-        for (const auto& caller : callers) {
-            text += std::to_string(caller->called);
-        }
-        return text;
-    };
-    EXPECT_EQ("00000", called());
-    turns.end();
-    EXPECT_EQ("00100", called());
-    turns.forget(*callers[3]);  // It waits.
-    turns.forget(*callers[2]);  // It was called, and so the next is.
-    EXPECT_EQ("00101", called());
-    EXPECT_TRUE(turns.begin(callers[4], 2)) << "it was called";
-    EXPECT_FALSE(turns.begin(callers[0], 2));
-    turns.forget(*callers[0]);
-    turns.end();
-    turns.end();
-    EXPECT_TRUE(turns.begin(callers[0], 1)) << "nobody is served";
 }
 
 }  // namespace

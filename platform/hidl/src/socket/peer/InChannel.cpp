@@ -4,6 +4,7 @@
  */
 #include "InChannel.h"
 
+#include <algorithm>
 #include <utility>
 
 #include <sys/socket.h>
@@ -46,8 +47,8 @@ bool InChannel::isUrgent() {
 }
 
 void InChannel::ready() {
-    const auto self = std::static_pointer_cast<InChannel>(shared_from_this());
-    if (!mPeer->turns().begin(self, mPeer->mostServed())) {
+    if (!mPeer->turns().begin(std::static_pointer_cast<InChannel>(shared_from_this()),
+                              mPeer->mostServed())) {
         return;
     }
     const Io io = serveOne();
@@ -61,6 +62,57 @@ void InChannel::ready() {
     }
     mPeer->dropDescriptors(std::exchange(mHeld, 0));
     mPeer->forget(*this);
+}
+
+bool ServingTurns::begin(std::shared_ptr<InChannel> channel, size_t limit) {
+    Mutex::Autolock lock(mLock);
+    if (mServed < limit) {
+        ++mServed;
+        return true;
+    }
+    mWaiting.push_back(std::move(channel));
+    return false;
+}
+
+void ServingTurns::end() {
+    {
+        Mutex::Autolock lock(mLock);
+        --mServed;
+    }
+    callNext();
+}
+
+// One that finds another in its place meanwhile waits again: that one's end calls the next.
+void ServingTurns::callNext() {
+    std::shared_ptr<InChannel> next;
+    {
+        Mutex::Autolock lock(mLock);
+        if (mWaiting.empty()) {
+            return;
+        }
+        next = std::move(mWaiting.front());
+        mWaiting.pop_front();
+    }
+    next->watchAgain();
+}
+
+bool ServingTurns::anyServed() {
+    Mutex::Autolock lock(mLock);
+    return mServed > 0;
+}
+
+void ServingTurns::forget(const InChannel& channel) {
+    std::shared_ptr<InChannel> gone;  // Released after the lock.
+    {
+        Mutex::Autolock lock(mLock);
+        const auto it = std::find_if(mWaiting.begin(), mWaiting.end(),
+                                     [&](const auto& each) { return each.get() == &channel; });
+        if (it != mWaiting.end()) {
+            gone = std::move(*it);
+            mWaiting.erase(it);
+        }
+    }
+    callNext();  // It may have been called, and will not come.
 }
 
 }  // namespace android::hardware::socket

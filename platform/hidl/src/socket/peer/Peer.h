@@ -26,7 +26,6 @@
 #include "InChannel.h"
 #include "OutChannels.h"
 #include "PeerObject.h"
-#include "ServingTurns.h"
 
 namespace android::hardware::socket {
 
