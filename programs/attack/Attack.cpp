@@ -39,7 +39,7 @@ const std::vector<Attack>& attacks() {
             {"reused-process-number", "gets the number of a dead client, and uses its session",
              reusedProcessNumber},
             {"many-connections", "connects 1,000 times, and says nothing", manyConnections},
-            {"half-messages", "sends the first half of a message on each of 60 connections",
+            {"half-messages", "sends the first half of a call on each of 60 channels",
              halfMessages},
             {"full-pipe-dumps", "asks for 20 state dumps into full pipes", fullPipeDumps},
             {"forged-log-lines", "puts newlines and terminal codes into what is logged",

@@ -11,19 +11,25 @@
 #include <sys/un.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <cstring>
+#include <system_error>
 #include <thread>
+#include <utility>
 
+#include <android-base/cmsg.h>
 #include <orva_platform/Runtime.h>
 
 #include "Attack.h"
 #include "Processes.h"
 #include "attacks/Attacks.h"
 #include "attacks/Clients.h"
+#include "socket/wire/Wire.h"
 
 namespace orva::attack {
 
 using android::base::unique_fd;
+using namespace android::hardware::socket;
 
 namespace {
 
@@ -63,6 +69,22 @@ std::vector<unique_fd> connectMany(size_t count) {
     return ends;
 }
 
+// Has the host serve a new channel of the connection's.
+unique_fd openChannel(const unique_fd& connection) {
+    int ends[2];
+    if (socketpair(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0, ends) != 0) {
+        throw std::system_error(errno, std::generic_category(), "socketpair");
+    }
+    unique_fd ours(ends[0]);
+    const unique_fd theirs(ends[1]);
+    const MessageHeader header = {kMagic, MessageKind::kOpenChannel, 0, 0, 0, 0, 1, 0, 0, 0};
+    if (android::base::SendFileDescriptors(connection.get(), &header, sizeof header,
+                                           theirs.get()) != sizeof header) {
+        throw Unavailable("the host takes no channel");
+    }
+    return ours;
+}
+
 }  // namespace
 
 void manyConnections(std::chrono::seconds length) {
@@ -77,21 +99,20 @@ void manyConnections(std::chrono::seconds length) {
 
 void halfMessages(std::chrono::seconds length) {
     Processes client(1, [](size_t) {
-        // A call's header as it travels, which says that a packet's worth and more is to come.
-        struct {
-            uint32_t magic = 0x4f525631, kind = 1;
-            uint64_t target = 0;
-            uint32_t code = 1, flags = 0;
-            int32_t status = 0;
-            uint32_t descriptors = 0, dataSize = 100000, objectCount = 0;
-            uint64_t buffersSize = 0;
-        } header;
-        static_assert(sizeof header == 48);
-        std::string packet(16 * 1024, '\0');
-        std::memcpy(packet.data(), &header, sizeof header);
-        const auto ends = connectMany(60);
-        for (const unique_fd& end : ends) {
-            send(end.get(), packet.data(), packet.size(), MSG_NOSIGNAL | MSG_DONTWAIT);
+        const auto connection = std::move(connectMany(1).at(0));
+        MessageHeader welcome;
+        if (recv(connection.get(), &welcome, sizeof welcome, 0) != sizeof welcome) {
+            throw Unavailable("the host does not say what it serves");
+        }
+        // Says that more than a packet's worth is to come, which never does.
+        MessageHeader half = {kMagic, MessageKind::kCall, welcome.target, 1, 0, 0, 0, 0, 0, 0};
+        half.buffersSize = 2 * kPacketSize;
+        std::string packet(kPacketSize, '\0');
+        std::memcpy(packet.data(), &half, sizeof half);
+        std::vector<unique_fd> channels;
+        for (int i = 0; i < 60; ++i) {
+            channels.push_back(openChannel(connection));
+            send(channels.back().get(), packet.data(), packet.size(), MSG_NOSIGNAL | MSG_DONTWAIT);
         }
         Processes::ready();
         stay();
