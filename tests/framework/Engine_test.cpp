@@ -6,6 +6,7 @@
 
 #include <sys/resource.h>
 
+#include <cstdlib>
 #include <cstring>
 #include <thread>
 
@@ -165,6 +166,21 @@ TEST(Engine, HoldsNoMoreMemoryThanItMayAndGivesAllOfItBack) {
         EXPECT_LE(memory->most(), 1U << 20);
     }
     EXPECT_EQ(0U, memory->taken());
+}
+
+TEST(EngineMemory, KeepsThePiecesOfTheLatestRun) {
+    EngineMemory memory(1 << 20, Client::Of(0));
+    for (size_t bytes = 1; bytes <= 20; ++bytes) {
+        ASSERT_TRUE(memory.Take(bytes));
+        memory.Keep(std::malloc(bytes), bytes);
+    }
+    EXPECT_EQ(nullptr, memory.Reuse(4)) << "of the sizes from 5 to 20 there is one each";
+    void* const piece = memory.Reuse(20);
+    EXPECT_EQ(nullptr, memory.Reuse(20));
+    memory.Keep(piece, 20);
+    EXPECT_EQ(200U, memory.taken());
+    memory.Trim();
+    EXPECT_EQ(0U, memory.taken());
 }
 
 // Each constant is of four bytes in the file and of four mebibytes once it is computed.

@@ -151,6 +151,7 @@ Engine::Engine(ByteRange file, const EngineOptions& options, Cancellation& cance
                      : error.what());
     }
     Describe();
+    file_.memory()->Trim();  // Runs will want other pieces than loading did.
 }
 
 Engine::~Engine() {

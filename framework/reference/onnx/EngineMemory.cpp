@@ -76,7 +76,8 @@ void Free(OrtAllocator*, void* pointer) {
     const std::shared_ptr<EngineMemory> memory = std::move(header->memory);
     const size_t bytes = header->bytes;
     header->~Header();
-    if (memory != nullptr && bytes >= kLarge && memory->Keep(header, bytes)) {
+    if (memory != nullptr && bytes >= kLarge) {
+        memory->Keep(header, bytes);
         return;
     }
     if (memory != nullptr) {
@@ -124,13 +125,20 @@ void* EngineMemory::Reuse(size_t bytes) {
     return piece;
 }
 
-bool EngineMemory::Keep(void* piece, size_t bytes) {
-    const std::lock_guard<std::mutex> lock(mutex_);
-    if (kept_.size() == kMostKept) {
-        return false;
+void EngineMemory::Keep(void* piece, size_t bytes) {
+    std::pair<void*, size_t> replaced = {};
+    {
+        const std::lock_guard<std::mutex> lock(mutex_);
+        if (kept_.size() == kMostKept) {
+            replaced = kept_.front();
+            kept_.erase(kept_.begin());
+        }
+        kept_.emplace_back(piece, bytes);
     }
-    kept_.emplace_back(piece, bytes);
-    return true;
+    if (replaced.first != nullptr) {
+        Give(replaced.second);
+        std::free(replaced.first);
+    }
 }
 
 void EngineMemory::Trim() {

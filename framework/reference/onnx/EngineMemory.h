@@ -38,8 +38,9 @@ public:
     // the kernel takes long over; they stay taken. A piece is of the allocator's own form.
     // Null when there is none of that size.
     void* Reuse(size_t bytes);
-    // False when it is not kept.
-    bool Keep(void* piece, size_t bytes);
+    // In place of the one that was kept first when they are too many: a session's first run takes
+    // pieces that none after it will.
+    void Keep(void* piece, size_t bytes);
     // Gives back all that are kept.
     void Trim();
 
