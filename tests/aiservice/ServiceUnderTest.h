@@ -27,7 +27,7 @@ constexpr char kTag[] = "AIServiceHIDL";
 const std::string kType = "fake";
 const std::string kInterface = "IAIService";
 // A configuration, which ends at its first NUL; "a" is "b" in it.
-const android::hardware::hidl_string kConfig("{\"a\":\"b\"}\0never read", 20);
+const android::hardware::hidl_string kConfig(std::string("{\"a\":\"b\"}\0never read", 20));
 // How messages and those of results begin.
 const std::string kName = "AIServiceHIDL";
 const std::string kResult = "I OnProcessDone: AIServiceHIDL OnProcessDone ";

@@ -72,8 +72,8 @@ TEST(Status, SaysWhatADevicesLogSays) {
     EXPECT_EQ("No error", Return<void>().description());
     EXPECT_EQ("Status(EX_TRANSACTION_FAILED): 'DEAD_OBJECT: '",
               Status::fromStatusT(android::DEAD_OBJECT).description());
-    EXPECT_EQ("Status(EX_NULL_POINTER): 'no listener'",
-              Status::fromExceptionCode(Status::EX_NULL_POINTER, "no listener").description());
+    EXPECT_EQ("Status(EX_NULL_POINTER): ''",
+              Status::fromExceptionCode(Status::EX_NULL_POINTER).description());
 }
 
 }  // namespace

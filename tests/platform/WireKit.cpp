@@ -13,7 +13,7 @@
 #include <hwbinder/Parcel.h>
 #include <linux/android/binder.h>
 
-#include "hwbinder/RemoteObject.h"
+#include "hwbinder/Transport.h"
 #include "socket/wire/OutgoingMessage.h"
 #include "socket/wire/ReceivedMessage.h"
 

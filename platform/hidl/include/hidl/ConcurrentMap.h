@@ -26,20 +26,17 @@ public:
         return found == mMap.end() ? fallback : found->second;
     }
 
-    /** How many entries went: 0 or 1. */
-    size_t erase(const K& key) {
+    void erase(const K& key) {
         Mutex::Autolock lock(mLock);
-        return mMap.erase(key);
+        mMap.erase(key);
     }
 
     /** Leaves an entry alone that has been given another value meanwhile. */
-    size_t eraseIfEqual(const K& key, const V& value) {
+    void eraseIfEqual(const K& key, const V& value) {
         Mutex::Autolock lock(mLock);
         const auto found = mMap.find(key);
-        if (found == mMap.end() || found->second != value)
-            return 0;
-        mMap.erase(found);
-        return 1;
+        if (found != mMap.end() && found->second == value)
+            mMap.erase(found);
     }
 
 private:

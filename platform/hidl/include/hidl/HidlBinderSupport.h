@@ -41,8 +41,8 @@ private:
 // parentOffset of the buffer parentHandle.
 //
 // A reader finds the sender's bytes in the object and trusts none of them: sizes must fit the
-// buffer that came with the object, and its pointer and ownership are set anew. OK; BAD_VALUE where
-// the buffers do not fit; otherwise the parcel's own error.
+// buffer that came with the object, and its pointer, which is its first member, and its ownership
+// are set anew. OK; BAD_VALUE where the buffers do not fit; otherwise the parcel's own error.
 
 status_t readEmbeddedFromParcel(const hidl_string& text, const Parcel& parcel, size_t parentHandle,
                                 size_t parentOffset);
@@ -105,9 +105,8 @@ status_t readEmbeddedFromParcel(const hidl_vec<T>& values, const Parcel& parcel,
     if (length > SIZE_MAX)
         return BAD_VALUE;
     const void* buffer = nullptr;
-    const status_t status =
-            parcel.readNullableEmbeddedBuffer(static_cast<size_t>(length), handle, parentHandle,
-                                              parentOffset + hidl_vec<T>::kOffsetOfBuffer, &buffer);
+    const status_t status = parcel.readNullableEmbeddedBuffer(static_cast<size_t>(length), handle,
+                                                              parentHandle, parentOffset, &buffer);
     if (status != OK)
         return status;
     if (length > 0 && buffer == nullptr)
@@ -121,7 +120,7 @@ status_t writeEmbeddedToParcel(const hidl_vec<T>& values, Parcel* parcel, size_t
                                size_t parentOffset, size_t* handle) {
     return parcel->writeEmbeddedBuffer(values.size() > 0 ? values.data() : nullptr,
                                        sizeof(T) * values.size(), handle, parentHandle,
-                                       parentOffset + hidl_vec<T>::kOffsetOfBuffer);
+                                       parentOffset);
 }
 
 /** The binder of an object of a known interface; see getOrCreateCachedBinder. */

@@ -95,9 +95,6 @@ protected:
     static Switch mEnableInstrumentation;
     // Changed only before the first time that it is enabled.
     static std::vector<InstrumentationCallback> mInstrumentationCallbacks;
-
-private:
-    friend struct CallObserver;
 };
 
 /** The door through which received bytes become a string, vec or handle; see HidlBinderSupport.h.

@@ -5,31 +5,22 @@
 #pragma once
 
 #include <cstdint>
-#include <functional>
-#include <iosfwd>
 #include <string>
 #include <utility>
 
 #include <utils/Errors.h>
-#include <utils/StrongPointer.h>
 
 #include <hidl/HidlInternal.h>
 
 namespace android::hardware {
 
-/** How a call went: fine, an exception that the callee named, or a failure of the transport. */
+/** How a call went: fine, an exception that the callee raised, or a failure of the transport. */
 class Status final {
 public:
     enum Exception : int32_t {
         EX_NONE = 0,
-        EX_SECURITY = -1,
-        EX_BAD_PARCELABLE = -2,
         EX_ILLEGAL_ARGUMENT = -3,
         EX_NULL_POINTER = -4,
-        EX_ILLEGAL_STATE = -5,
-        EX_NETWORK_MAIN_THREAD = -6,
-        EX_UNSUPPORTED_OPERATION = -7,
-        EX_HAS_REPLY_HEADER = -128,
         // Never travels: what the caller's own side makes of a transport error.
         EX_TRANSACTION_FAILED = -129,
     };
@@ -37,15 +28,14 @@ public:
     Status() = default;
 
     static Status ok() { return Status(); }
-    static Status fromExceptionCode(int32_t code, const char* message = "");
+    /** The code says it all; a text is not kept. */
+    static Status fromExceptionCode(int32_t code, const char* message = nullptr);
     static Status fromStatusT(status_t error);
 
-    void setException(int32_t code, const std::string& message);
-    void setFromStatusT(status_t error);
+    void setFromStatusT(status_t error) { *this = fromStatusT(error); }
 
     bool isOk() const { return mException == EX_NONE; }
     int32_t exceptionCode() const { return mException; }
-    const char* exceptionMessage() const { return mMessage.c_str(); }
     /** OK unless the exception is EX_TRANSACTION_FAILED. */
     status_t transactionError() const { return mError; }
 
@@ -54,10 +44,7 @@ public:
 private:
     int32_t mException = EX_NONE;
     status_t mError = OK;
-    std::string mMessage;
 };
-
-std::ostream& operator<<(std::ostream& out, const Status& status);
 
 template <typename T>
 class Return;
@@ -71,7 +58,7 @@ namespace details {
 class return_status {
 public:
     return_status() = default;
-    return_status(Status status) : mStatus(std::move(status)) {}
+    return_status(Status status) : mStatus(status) {}
     return_status(const return_status&) = delete;
     return_status& operator=(const return_status&) = delete;
     return_status(return_status&& other) noexcept;
@@ -115,7 +102,7 @@ template <typename T>
 class Return : public details::return_status {
 public:
     Return(T value) : mValue(std::move(value)) {}
-    Return(Status status) : return_status(std::move(status)) {}
+    Return(Status status) : return_status(status) {}
 
     operator T() const {
         assertOk();
@@ -127,32 +114,11 @@ private:
     T mValue{};
 };
 
-template <typename T>
-class Return<sp<T>> : public details::return_status {
-public:
-    Return(sp<T> value) : mValue(std::move(value)) {}
-    Return(T* value) : mValue(value) {}
-    template <typename U>
-    Return(sp<U> value) : mValue(std::move(value)) {}
-    template <typename U>
-    Return(U* value) : mValue(value) {}
-    Return(Status status) : return_status(std::move(status)) {}
-
-    operator sp<T>() const {
-        assertOk();
-        return mValue;
-    }
-    sp<T> withDefault(sp<T> fallback) const { return isOk() ? mValue : fallback; }
-
-private:
-    sp<T> mValue;
-};
-
 template <>
 class Return<void> : public details::return_status {
 public:
     Return() = default;
-    Return(Status status) : return_status(std::move(status)) {}
+    Return(Status status) : return_status(status) {}
 };
 
 inline Return<void> Void() {

@@ -13,22 +13,18 @@ namespace android::hardware {
 // The local end of an object: what generated stubs derive from.
 class BHwBinder : public IBinder {
 public:
-    BHwBinder();
-
     status_t transact(uint32_t code, const Parcel& data, Parcel* reply, uint32_t flags = 0,
                       TransactCallback callback = nullptr) override;
     status_t linkToDeath(const sp<DeathRecipient>& recipient, void* cookie = nullptr,
                          uint32_t flags = 0) override;
     status_t unlinkToDeath(const wp<DeathRecipient>& recipient, void* cookie = nullptr,
                            uint32_t flags = 0, wp<DeathRecipient>* outRecipient = nullptr) override;
-    BHwBinder* localBinder() override;
+    BHwBinder* localBinder() override { return this; }
 
     // Whether callers are asked for their security context: there is none on a Linux desk.
     void setRequestingSid(bool /*requestSid*/) {}
 
 protected:
-    ~BHwBinder() override;
-
     virtual status_t onTransact(uint32_t code, const Parcel& data, Parcel* reply,
                                 uint32_t flags = 0, TransactCallback callback = nullptr) = 0;
 
@@ -43,8 +39,7 @@ public:
     IBinder* remote() const { return mRemote.get(); }
 
 protected:
-    explicit BpHwRefBase(const sp<IBinder>& remote);
-    ~BpHwRefBase() override;
+    explicit BpHwRefBase(const sp<IBinder>& remote) : mRemote(remote) {}
 
 private:
     const sp<IBinder> mRemote;

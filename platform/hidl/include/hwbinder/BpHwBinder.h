@@ -26,7 +26,7 @@ public:
                          uint32_t flags = 0) override;
     status_t unlinkToDeath(const wp<DeathRecipient>& recipient, void* cookie = nullptr,
                            uint32_t flags = 0, wp<DeathRecipient>* outRecipient = nullptr) override;
-    BpHwBinder* remoteBinder() override;
+    BpHwBinder* remoteBinder() override { return this; }
 
     RemoteObject& object() const { return *mObject; }
 

@@ -20,7 +20,6 @@ class Parcel;
 class IBinder : public virtual RefBase {
 public:
     enum {
-        FIRST_CALL_TRANSACTION = 0x00000001,
         LAST_CALL_TRANSACTION = 0x0effffff,
         FLAG_ONEWAY = 0x00000001,
     };
@@ -50,12 +49,11 @@ public:
                                    uint32_t flags = 0,
                                    wp<DeathRecipient>* outRecipient = nullptr) = 0;
 
-    virtual BHwBinder* localBinder();
-    virtual BpHwBinder* remoteBinder();
+    virtual BHwBinder* localBinder() { return nullptr; }
+    virtual BpHwBinder* remoteBinder() { return nullptr; }
 
 protected:
-    IBinder();
-    ~IBinder() override;
+    ~IBinder() override = default;
 };
 
 }  // namespace android::hardware

@@ -11,11 +11,9 @@ namespace android::hardware {
 // A proxy's way to the binder beneath it.
 class IInterface : public virtual RefBase {
 public:
-    static sp<IBinder> asBinder(const IInterface* interface);
-    static sp<IBinder> asBinder(const sp<IInterface>& interface);
+    static sp<IBinder> asBinder(IInterface* interface) { return interface->onAsBinder(); }
 
 protected:
-    ~IInterface() override;
     virtual IBinder* onAsBinder() = 0;
 };
 

@@ -5,7 +5,8 @@
 #pragma once
 
 #include <sys/types.h>
-#include <utils/Errors.h>
+
+#include <cstdint>
 
 namespace android::hardware {
 
@@ -22,9 +23,6 @@ public:
     // Acts as this process until restoreCallingIdentity is given the token back.
     int64_t clearCallingIdentity();
     void restoreCallingIdentity(int64_t token);
-
-    // Serves calls on this thread until the process stops serving.
-    void joinThreadPool(bool isMain = true);
 
 private:
     friend class ServingScope;

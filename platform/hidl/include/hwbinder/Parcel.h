@@ -8,13 +8,13 @@
 #include <cstdint>
 #include <cstring>
 #include <memory>
+#include <memory_resource>
 #include <vector>
 
 #include <cutils/native_handle.h>
 #include <hwbinder/Binder.h>
 #include <utils/Errors.h>
 #include <utils/RefBase.h>
-#include <utils/String16.h>
 
 struct binder_buffer_object;
 
@@ -54,34 +54,17 @@ public:
 
     // Values of less than 32 bits take 32; every value is aligned to 4 bytes.
     status_t writeBool(bool value) { return writeScalar<int32_t>(value); }
-    status_t writeInt8(int8_t value) { return writeScalar<int32_t>(value); }
     status_t writeUint8(uint8_t value) { return writeScalar<uint32_t>(value); }
-    status_t writeInt16(int16_t value) { return writeScalar<int32_t>(value); }
-    status_t writeUint16(uint16_t value) { return writeScalar<uint32_t>(value); }
     status_t writeInt32(int32_t value) { return writeScalar<int32_t>(value); }
     status_t writeUint32(uint32_t value) { return writeScalar<uint32_t>(value); }
-    status_t writeInt64(int64_t value) { return writeScalar<int64_t>(value); }
     status_t writeUint64(uint64_t value) { return writeScalar<uint64_t>(value); }
-    status_t writeFloat(float value) { return writeScalar<float>(value); }
-    status_t writeDouble(double value) { return writeScalar<double>(value); }
-    status_t writeCString(const char* text);
-    status_t writeString16(const String16& text);
 
     // NO_ERROR, or NOT_ENOUGH_DATA.
     status_t readBool(bool* value) const { return readScalar<int32_t>(value); }
-    status_t readInt8(int8_t* value) const { return readScalar<int32_t>(value); }
     status_t readUint8(uint8_t* value) const { return readScalar<uint32_t>(value); }
-    status_t readInt16(int16_t* value) const { return readScalar<int32_t>(value); }
-    status_t readUint16(uint16_t* value) const { return readScalar<uint32_t>(value); }
     status_t readInt32(int32_t* value) const { return readScalar<int32_t>(value); }
     status_t readUint32(uint32_t* value) const { return readScalar<uint32_t>(value); }
-    status_t readInt64(int64_t* value) const { return readScalar<int64_t>(value); }
     status_t readUint64(uint64_t* value) const { return readScalar<uint64_t>(value); }
-    status_t readFloat(float* value) const { return readScalar<float>(value); }
-    status_t readDouble(double* value) const { return readScalar<double>(value); }
-    // Null where no terminated text stands.
-    const char* readCString() const;
-    status_t readString16(String16* text) const;
 
     // A buffer of the writer's, by address; `handle` becomes its number, by which buffers embedded
     // in it name it. A null buffer is told apart from one of no bytes.
@@ -90,14 +73,10 @@ public:
                                  size_t parentHandle, size_t parentOffset);
 
     // The next buffer, if it is of exactly `length` bytes and, for an embedded one, stands where it
-    // is expected. NO_ERROR; BAD_VALUE when there is another or none; UNEXPECTED_NULL when a null
-    // buffer stands where only a nullable read would take it.
+    // is expected. NO_ERROR; BAD_VALUE when there is another or none; UNEXPECTED_NULL when there is
+    // a null buffer, which only the nullable read takes.
     status_t readBuffer(size_t length, size_t* handle, const void** buffer) const {
         return readBufferObject(length, handle, {}, false, buffer);
-    }
-    status_t readEmbeddedBuffer(size_t length, size_t* handle, size_t parentHandle,
-                                size_t parentOffset, const void** buffer) const {
-        return readBufferObject(length, handle, {true, parentHandle, parentOffset}, false, buffer);
     }
     status_t readNullableEmbeddedBuffer(size_t length, size_t* handle, size_t parentHandle,
                                         size_t parentOffset, const void** buffer) const {
@@ -129,40 +108,14 @@ public:
     void setIncoming(std::unique_ptr<IncomingData> incoming);
 
 private:
+    static constexpr size_t kInlineData = 1024;
+    static constexpr size_t kInlineObjects = 32;
+
     // Where an object is embedded, if it is.
     struct Parent {
         bool exists = false;
         size_t handle = 0;
         size_t offset = 0;
-    };
-
-    // A vector that needs no heap while it is small, as nearly every parcel is.
-    template <typename T, size_t N>
-    class InlineVector {
-    public:
-        T* grow(size_t count) {
-            if (mSize + count > N && mHeap.empty()) {
-                mHeap.assign(mInline, mInline + mSize);
-            }
-            if (mSize + count > N) {
-                mHeap.resize(mSize + count);
-            }
-            T* at = data() + mSize;
-            mSize += count;
-            return at;
-        }
-        T* data() { return mHeap.empty() ? mInline : mHeap.data(); }
-        const T* data() const { return mHeap.empty() ? mInline : mHeap.data(); }
-        size_t size() const { return mSize; }
-        void clear() {
-            mSize = 0;
-            mHeap.clear();
-        }
-
-    private:
-        size_t mSize = 0;
-        T mInline[N];
-        std::vector<T> mHeap;
     };
 
     template <typename Sent>
@@ -193,8 +146,11 @@ private:
     status_t writeHandle(const native_handle_t* handle, Parent parent);
     status_t readHandle(Parent parent, const native_handle_t** handle) const;
 
-    InlineVector<uint8_t, 1024> mData;
-    InlineVector<uint64_t, 32> mObjects;
+    // What is written needs no heap while it is small, as it nearly always is.
+    alignas(uint64_t) std::byte mInline[kInlineData + kInlineObjects * sizeof(uint64_t)];
+    std::pmr::monotonic_buffer_resource mMemory{mInline, sizeof mInline};
+    std::pmr::vector<uint8_t> mData{&mMemory};
+    std::pmr::vector<uint64_t> mObjects{&mMemory};
     uint64_t mBuffersSize = 0;
     std::vector<sp<IBinder>> mBinders;  // Keeps written objects alive.
     status_t mError = NO_ERROR;

@@ -8,8 +8,6 @@
 
 #include <log/log.h>
 #include <utils/Mutex.h>
-#include <utils/String16.h>
-#include <utils/String8.h>
 
 #include <hidl/Static.h>
 
@@ -50,11 +48,12 @@ status_t readEmbeddedFromParcel(const hidl_string& text, const Parcel& parcel, s
         return BAD_VALUE;
     size_t handle;
     const void* buffer = nullptr;
-    const status_t status =
-            parcel.readEmbeddedBuffer(static_cast<size_t>(length), &handle, parentHandle,
-                                      parentOffset + hidl_string::kOffsetOfBuffer, &buffer);
+    const status_t status = parcel.readNullableEmbeddedBuffer(static_cast<size_t>(length), &handle,
+                                                              parentHandle, parentOffset, &buffer);
     if (status != OK)
         return status;
+    if (buffer == nullptr)
+        return UNEXPECTED_NULL;
     if (static_cast<const char*>(buffer)[length - 1] != '\0') {
         ALOGE("A received string of %zu bytes has no end", text.size());
         return BAD_VALUE;
@@ -67,72 +66,54 @@ status_t writeEmbeddedToParcel(const hidl_string& text, Parcel* parcel, size_t p
                                size_t parentOffset) {
     size_t handle;
     return parcel->writeEmbeddedBuffer(text.c_str(), text.size() + 1, &handle, parentHandle,
-                                       parentOffset + hidl_string::kOffsetOfBuffer);
+                                       parentOffset);
 }
 
 status_t readEmbeddedFromParcel(const hidl_handle& handle, const Parcel& parcel,
                                 size_t parentHandle, size_t parentOffset) {
     const native_handle_t* native = nullptr;
-    const status_t status = parcel.readNullableEmbeddedNativeHandle(
-            parentHandle, parentOffset + hidl_handle::kOffsetOfNativeHandle, &native);
-    if (status != OK)
-        return status;
-    details::ReceivedFields::set(handle, native);
-    return OK;
+    const status_t status =
+            parcel.readNullableEmbeddedNativeHandle(parentHandle, parentOffset, &native);
+    if (status == OK)
+        details::ReceivedFields::set(handle, native);
+    return status;
 }
 
 status_t writeEmbeddedToParcel(const hidl_handle& handle, Parcel* parcel, size_t parentHandle,
                                size_t parentOffset) {
-    return parcel->writeEmbeddedNativeHandle(handle, parentHandle,
-                                             parentOffset + hidl_handle::kOffsetOfNativeHandle);
+    return parcel->writeEmbeddedNativeHandle(handle, parentHandle, parentOffset);
 }
 
 status_t readEmbeddedFromParcel(const hidl_memory& memory, const Parcel& parcel,
                                 size_t parentHandle, size_t parentOffset) {
-    const status_t status =
-            readEmbeddedFromParcel(details::ReceivedFields::handleOf(memory), parcel, parentHandle,
-                                   parentOffset + hidl_memory::kOffsetOfHandle);
-    if (status != OK)
-        return status;
-    return readEmbeddedFromParcel(memory.name(), parcel, parentHandle,
-                                  parentOffset + hidl_memory::kOffsetOfName);
+    const status_t status = readEmbeddedFromParcel(details::ReceivedFields::handleOf(memory),
+                                                   parcel, parentHandle, parentOffset);
+    return status != OK ? status
+                        : readEmbeddedFromParcel(memory.name(), parcel, parentHandle,
+                                                 parentOffset + hidl_memory::kOffsetOfName);
 }
 
 status_t writeEmbeddedToParcel(const hidl_memory& memory, Parcel* parcel, size_t parentHandle,
                                size_t parentOffset) {
-    const status_t status =
-            writeEmbeddedToParcel(details::ReceivedFields::handleOf(memory), parcel, parentHandle,
-                                  parentOffset + hidl_memory::kOffsetOfHandle);
-    if (status != OK)
-        return status;
-    return writeEmbeddedToParcel(memory.name(), parcel, parentHandle,
-                                 parentOffset + hidl_memory::kOffsetOfName);
+    const status_t status = writeEmbeddedToParcel(details::ReceivedFields::handleOf(memory), parcel,
+                                                  parentHandle, parentOffset);
+    return status != OK ? status
+                        : writeEmbeddedToParcel(memory.name(), parcel, parentHandle,
+                                                parentOffset + hidl_memory::kOffsetOfName);
 }
 
 status_t writeToParcel(const Status& status, Parcel* parcel) {
     if (status.exceptionCode() == Status::EX_TRANSACTION_FAILED)
         return status.transactionError();
-    const status_t written = parcel->writeInt32(status.exceptionCode());
-    if (written != OK || status.isOk())
-        return written;
-    return parcel->writeString16(String16(status.exceptionMessage()));
+    parcel->writeInt32(status.exceptionCode());
+    // A text in UTF-16 goes with an exception: its length, and its end.
+    return status.isOk() ? OK : parcel->writeUint64(0);
 }
 
 status_t readFromParcel(Status* status, const Parcel& parcel) {
     int32_t code = Status::EX_NONE;
-    status_t read = parcel.readInt32(&code);
-    if (read == OK && code == Status::EX_NONE) {
-        *status = Status::ok();  // What nearly every call ends with, so without a text.
-        return OK;
-    }
-    String16 message;
-    if (read == OK)
-        read = parcel.readString16(&message);
-    if (read != OK) {
-        status->setFromStatusT(read);
-    } else {
-        status->setException(code, String8(message).string());
-    }
+    const status_t read = parcel.readInt32(&code);
+    *status = read == OK ? Status::fromExceptionCode(code) : Status::fromStatusT(read);
     return read;
 }
 

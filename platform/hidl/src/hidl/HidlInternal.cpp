@@ -44,25 +44,25 @@ HidlInstrumentor::~HidlInstrumentor() = default;
 // A peer may ask for it, and has no say in what this process reports.
 void HidlInstrumentor::configureInstrumentation(bool /*log*/) {}
 
-struct CallObserver {
-    static void set(const HidlInstrumentor::InstrumentationCallback& observer) {
-        HidlInstrumentor::mInstrumentationCallbacks.assign(1, observer);
-    }
-    static void enable(bool on) { HidlInstrumentor::mEnableInstrumentation.turn(on); }
-};
-
 }  // namespace android::hardware::details
 
 namespace orva_platform {
 
-using android::hardware::details::CallObserver;
+namespace {
+
+struct Observed : android::hardware::details::HidlInstrumentor {
+    using HidlInstrumentor::mEnableInstrumentation;
+    using HidlInstrumentor::mInstrumentationCallbacks;
+};
+
+}  // namespace
 
 void setCallObserver(const CallObserverFunction& observer) {
-    CallObserver::set(observer);
+    Observed::mInstrumentationCallbacks.assign(1, observer);
 }
 
 void observeCalls(bool on) {
-    CallObserver::enable(on);
+    Observed::mEnableInstrumentation.turn(on);
 }
 
 }  // namespace orva_platform

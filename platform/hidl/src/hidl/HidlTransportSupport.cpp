@@ -10,9 +10,6 @@
 
 #include <log/log.h>
 
-#include <hidl/Static.h>
-#include <hwbinder/ProcessState.h>
-
 #include "hwbinder/Transport.h"
 
 namespace android::hardware {
@@ -20,14 +17,13 @@ namespace android::hardware {
 using hidl::base::V1_0::IBase;
 
 void configureRpcThreadpool(size_t maxThreads, bool callerWillJoin) {
-    const status_t status =
-            ProcessState::self()->setThreadPoolConfiguration(maxThreads, callerWillJoin);
-    if (status != OK)
-        details::logAlwaysFatal("configureRpcThreadpool: impossible number of threads");
+    if (maxThreads == 0)
+        details::logAlwaysFatal("configureRpcThreadpool: no pool has no threads");
+    transport::configurePool(maxThreads, callerWillJoin);
 }
 
 void joinRpcThreadpool() {
-    IPCThreadState::self()->joinThreadPool();
+    transport::joinPool();
 }
 
 int setupTransportPolling() {

@@ -51,39 +51,21 @@ native_handle_t* duplicate(const native_handle_t* handle) {
 }  // namespace
 
 hidl_handle::hidl_handle(const hidl_handle& other) {
-    *this = other;
+    if (other.mHandle != nullptr)
+        setTo(duplicate(other.mHandle), true);
 }
 
-hidl_handle& hidl_handle::operator=(const hidl_handle& other) {
-    if (this == &other)
-        return *this;
-    release();
-    if (other.mHandle != nullptr) {
-        mHandle = duplicate(other.mHandle);
-        mOwnsHandle = true;
-    }
-    return *this;
-}
-
-hidl_handle& hidl_handle::operator=(const native_handle_t* handle) {
-    // Assigning its own handle must not free what it is about to refer to.
-    if (handle == mHandle)
-        return *this;
-    release();
-    mHandle = handle;
-    return *this;
+hidl_handle::~hidl_handle() {
+    if (mOwnsHandle && mHandle != nullptr)
+        closeAndDelete(const_cast<native_handle_t*>(getNativeHandle()));
 }
 
 void hidl_handle::setTo(native_handle_t* handle, bool shouldOwn) {
+    hidl_handle before;
     if (handle != mHandle)
-        release();
+        swap(before);
     mHandle = handle;
     mOwnsHandle = shouldOwn;
-}
-
-void hidl_handle::closeOwned() {
-    if (mHandle != nullptr)
-        closeAndDelete(const_cast<native_handle_t*>(getNativeHandle()));
 }
 
 }  // namespace android::hardware

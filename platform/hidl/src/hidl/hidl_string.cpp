@@ -5,69 +5,48 @@
 #include <hidl/types/hidl_string.h>
 
 #include <cstring>
-#include <ostream>
+#include <utility>
 
 namespace android::hardware {
 
-const char hidl_string::kEmpty[1] = "";
-
-hidl_string::hidl_string(const char* text)
-        : hidl_string(text, text == nullptr ? 0 : strlen(text)) {}
-
-hidl_string::hidl_string(const char* text, size_t length) {
-    copyFrom(text, length);
+hidl_string::hidl_string(const char* text) {
+    copyFrom(text, text == nullptr ? 0 : strlen(text));
 }
 
-hidl_string::hidl_string(const std::string& text) : hidl_string(text.c_str(), text.size()) {}
-
-hidl_string::hidl_string(const hidl_string& other) : hidl_string(other.c_str(), other.size()) {}
-
-hidl_string& hidl_string::operator=(const hidl_string& other) {
-    if (this != &other)
-        *this = hidl_string(other);
-    return *this;
+int hidl_string::compare(const hidl_string& other) const {
+    return strcmp(mBuffer, other.mBuffer);
 }
 
-// Both go by a copy, since the text may be part of this very string.
-hidl_string& hidl_string::operator=(const char* text) {
-    return *this = hidl_string(text);
-}
-
-hidl_string& hidl_string::operator=(const std::string& text) {
-    return *this = hidl_string(text);
-}
-
-void hidl_string::freeOwned() {
-    delete[] mBuffer;
+uint32_t hidl_string::checkedSize(size_t length) {
+    if (length >= UINT32_MAX)
+        details::logAlwaysFatal("hidl_string: more than 2^32 - 2 bytes");
+    return static_cast<uint32_t>(length);
 }
 
 void hidl_string::setToExternal(const char* text, size_t length) {
-    if (length > UINT32_MAX)
-        details::logAlwaysFatal("hidl_string: more than 2^32 - 1 bytes");
     if (text[length] != '\0')
         details::logAlwaysFatal("hidl_string: external text has no end");
-    clear();
-    mBuffer = text;
-    mSize = static_cast<uint32_t>(length);
+    hidl_string external;
+    external.mBuffer = text;
+    external.mSize = checkedSize(length);
+    swap(external);
 }
 
 void hidl_string::copyFrom(const char* text, size_t length) {
-    if (length >= UINT32_MAX)
-        details::logAlwaysFatal("hidl_string: more than 2^32 - 2 bytes");
-    if (length == 0) {
-        mBuffer = kEmpty;
+    mSize = checkedSize(length);
+    if (length == 0)
         return;
-    }
     char* copy = new char[length + 1];
     memcpy(copy, text, length);
     copy[length] = '\0';
     mBuffer = copy;
-    mSize = static_cast<uint32_t>(length);
     mOwnsBuffer = true;
 }
 
-std::ostream& operator<<(std::ostream& out, const hidl_string& text) {
-    return out << text.c_str();
+void hidl_string::swap(hidl_string& other) noexcept {
+    std::swap(mBuffer, other.mBuffer);
+    std::swap(mSize, other.mSize);
+    std::swap(mOwnsBuffer, other.mOwnsBuffer);
 }
 
 }  // namespace android::hardware

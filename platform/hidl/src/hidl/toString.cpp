@@ -16,15 +16,8 @@ std::string toString(const hidl_handle& handle) {
     const native_handle_t* native = handle;
     if (native == nullptr)
         return "native_handle(null)";
-    std::string text = "native_handle(fds: [";
-    for (int i = 0; i < native->numFds; ++i) {
-        text += (i > 0 ? ", " : "") + std::to_string(native->data[i]);
-    }
-    text += "], ints: [";
-    for (int i = 0; i < native->numInts; ++i) {
-        text += (i > 0 ? ", " : "") + std::to_string(native->data[native->numFds + i]);
-    }
-    return text + "])";
+    return "native_handle(" + std::to_string(native->numFds) + " fds, " +
+           std::to_string(native->numInts) + " ints)";
 }
 
 std::string toString(const hidl_memory& memory) {

@@ -5,25 +5,11 @@
 #include <hwbinder/Binder.h>
 
 #include <hwbinder/BpHwBinder.h>
-#include <hwbinder/IInterface.h>
 #include <hwbinder/Parcel.h>
 
-#include "RemoteObject.h"
 #include "Transport.h"
 
 namespace android::hardware {
-
-IBinder::IBinder() = default;
-IBinder::~IBinder() = default;
-BHwBinder* IBinder::localBinder() {
-    return nullptr;
-}
-BpHwBinder* IBinder::remoteBinder() {
-    return nullptr;
-}
-
-BHwBinder::BHwBinder() = default;
-BHwBinder::~BHwBinder() = default;
 
 status_t BHwBinder::transact(uint32_t code, const Parcel& data, Parcel* reply, uint32_t flags,
                              TransactCallback callback) {
@@ -49,28 +35,8 @@ status_t BHwBinder::unlinkToDeath(const wp<DeathRecipient>&, void*, uint32_t, wp
     return INVALID_OPERATION;
 }
 
-BHwBinder* BHwBinder::localBinder() {
-    return this;
-}
-
-BpHwRefBase::BpHwRefBase(const sp<IBinder>& remote) : mRemote(remote) {}
-BpHwRefBase::~BpHwRefBase() = default;
-
-IInterface::~IInterface() = default;
-
-sp<IBinder> IInterface::asBinder(const IInterface* interface) {
-    return interface == nullptr ? nullptr : const_cast<IInterface*>(interface)->onAsBinder();
-}
-
-sp<IBinder> IInterface::asBinder(const sp<IInterface>& interface) {
-    return asBinder(interface.get());
-}
-
 BpHwBinder::BpHwBinder(std::unique_ptr<RemoteObject> object) : mObject(std::move(object)) {}
 BpHwBinder::~BpHwBinder() = default;
-BpHwBinder* BpHwBinder::remoteBinder() {
-    return this;
-}
 
 status_t BpHwBinder::transact(uint32_t code, const Parcel& data, Parcel* reply, uint32_t flags,
                               TransactCallback) {

@@ -6,8 +6,6 @@
 
 #include <unistd.h>
 
-#include "Transport.h"
-
 namespace android::hardware {
 
 IPCThreadState* IPCThreadState::self() {
@@ -28,10 +26,6 @@ int64_t IPCThreadState::clearCallingIdentity() {
 void IPCThreadState::restoreCallingIdentity(int64_t token) {
     mCallingUid = static_cast<uid_t>(static_cast<uint64_t>(token) >> 32);
     mCallingPid = static_cast<pid_t>(token & 0xffffffff);
-}
-
-void IPCThreadState::joinThreadPool(bool) {
-    transport::joinPool();
 }
 
 }  // namespace android::hardware

@@ -10,7 +10,7 @@
 
 #include <linux/android/binder.h>
 
-#include "IncomingData.h"
+#include "Transport.h"
 
 namespace android::hardware {
 
@@ -46,7 +46,7 @@ status_t Parcel::writeObject(const T& object, bool listed) {
     const uint64_t position = mData.size();
     std::memcpy(append(sizeof object), &object, sizeof object);
     if (listed) {
-        *mObjects.grow(1) = position;
+        mObjects.push_back(position);
     }
     return NO_ERROR;
 }

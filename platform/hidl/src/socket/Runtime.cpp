@@ -10,8 +10,8 @@
 
 #include <unistd.h>
 
-#include "RuntimeCounts.h"
-#include "TransportSettings.h"
+#include "../hwbinder/Transport.h"
+#include "RuntimeState.h"
 #include "directory/ServiceDirectory.h"
 #include "peer/Peers.h"
 #include "pool/Pool.h"
@@ -22,8 +22,7 @@ using android::hardware::ServiceDirectory;
 using android::hardware::socket::Peer;
 using android::hardware::socket::Peers;
 using android::hardware::socket::Pool;
-using android::hardware::socket::runtimeCounts;
-using android::hardware::socket::transportSettings;
+using android::hardware::socket::runtimeState;
 
 namespace {
 
@@ -33,11 +32,11 @@ constexpr std::chrono::milliseconds kStopPatience{2000};
 }  // namespace
 
 void setServiceDirectory(const std::string& path) {
-    transportSettings().directory.set(path);
+    runtimeState().directory.set(path);
 }
 
 std::string serviceDirectory() {
-    if (std::string set = transportSettings().directory.get(); !set.empty()) {
+    if (std::string set = runtimeState().directory.get(); !set.empty()) {
         return set;
     }
     if (const char* given = getenv("ORVA_SERVICE_DIR"); given != nullptr && *given != '\0') {
@@ -50,11 +49,11 @@ std::string serviceDirectory() {
 }
 
 void setReplyLimit(std::chrono::milliseconds limit) {
-    transportSettings().replyLimit.set(limit);
+    runtimeState().replyLimit.set(limit);
 }
 
 void setPeerLimits(const PeerLimits& limits) {
-    transportSettings().peerLimits.set(limits);
+    runtimeState().peerLimits.set(limits);
 }
 
 void deferAnswer() {
@@ -70,7 +69,7 @@ void setStandIns(size_t most) {
 }
 
 void onPeerGone(std::function<void(pid_t)> act) {
-    transportSettings().onPeerGone.set(std::move(act));
+    runtimeState().onPeerGone.set(std::move(act));
 }
 
 std::vector<ServiceEntry> listServices() {
@@ -94,8 +93,47 @@ void requestStop() {
 }
 
 Counts counts() {
-    const auto& held = runtimeCounts();
+    const auto& held = runtimeState();
     return {held.peers, held.channels, Pool::instance().threadCount(), held.exports, held.proxies};
 }
 
 }  // namespace orva_platform
+
+namespace android::hardware::transport {
+
+using socket::Pool;
+
+void configurePool(size_t maxThreads, bool callerJoins) {
+    Pool::instance().configure(maxThreads, callerJoins);
+}
+
+void startPool() {
+    Pool::instance().start();
+}
+
+void joinPool() {
+    Pool::instance().join();
+}
+
+int setupPolling() {
+    return Pool::instance().configurePolling();
+}
+
+bool pollOnce() {
+    return Pool::instance().serveOne();
+}
+
+void post(std::function<void()> task) {
+    Pool::instance().post(std::move(task));
+}
+
+status_t addService(const std::vector<std::string>& interfaces, const std::string& instance,
+                    const sp<IBinder>& binder) {
+    return ServiceDirectory::instance().add(interfaces, instance, binder);
+}
+
+sp<IBinder> getService(const std::string& interface, const std::string& instance) {
+    return ServiceDirectory::instance().get(interface, instance);
+}
+
+}  // namespace android::hardware::transport

@@ -4,7 +4,6 @@
  */
 #pragma once
 
-#include <cstddef>
 #include <cstdint>
 #include <utility>
 
@@ -25,19 +24,12 @@ public:
     /** Refers to a handle that the caller owns and that must outlive this one. */
     hidl_handle(const native_handle_t* handle) : mHandle(handle) {}
     hidl_handle(const hidl_handle& other);
-    hidl_handle(hidl_handle&& other) noexcept { *this = std::move(other); }
-    ~hidl_handle() { release(); }
-
-    hidl_handle& operator=(const hidl_handle& other);
-    hidl_handle& operator=(const native_handle_t* handle);
-    hidl_handle& operator=(hidl_handle&& other) noexcept {
-        if (this != &other) {
-            release();
-            mHandle = std::exchange(other.mHandle, nullptr);
-            mOwnsHandle = std::exchange(other.mOwnsHandle, false);
-        }
+    hidl_handle(hidl_handle&& other) noexcept { swap(other); }
+    hidl_handle& operator=(hidl_handle other) noexcept {
+        swap(other);
         return *this;
     }
+    ~hidl_handle();
 
     /** Refers to a handle or, with shouldOwn, adopts it: its descriptors are then closed here. */
     void setTo(native_handle_t* handle, bool shouldOwn = false);
@@ -46,18 +38,13 @@ public:
     const native_handle_t* operator->() const { return mHandle; }
     operator const native_handle_t*() const { return mHandle; }
 
-    static constexpr size_t kOffsetOfNativeHandle = 0;
-
 private:
     friend struct details::ReceivedFields;
 
-    void release() {
-        if (mOwnsHandle)
-            closeOwned();
-        mHandle = nullptr;
-        mOwnsHandle = false;
+    void swap(hidl_handle& other) noexcept {
+        std::swap(mHandle, other.mHandle);
+        std::swap(mOwnsHandle, other.mOwnsHandle);
     }
-    void closeOwned();
 
     details::hidl_pointer<const native_handle_t> mHandle;
     bool mOwnsHandle = false;

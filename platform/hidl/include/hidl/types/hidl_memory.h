@@ -28,7 +28,6 @@ public:
     /** In bytes, as the sender says: the region itself may be smaller. */
     size_t size() const { return static_cast<size_t>(mSize); }
 
-    static constexpr size_t kOffsetOfHandle = 0;
     static constexpr size_t kOffsetOfName = 24;
 
 private:

@@ -8,7 +8,6 @@
 #include <cstddef>
 #include <cstdint>
 #include <initializer_list>
-#include <iterator>
 #include <utility>
 #include <vector>
 
@@ -27,49 +26,26 @@ public:
     hidl_vec() = default;
     hidl_vec(std::initializer_list<T> values) { copyFrom(values.begin(), values.size()); }
     hidl_vec(const std::vector<T>& values) { copyFrom(values.begin(), values.size()); }
-    template <typename Iterator,
-              typename = typename std::iterator_traits<Iterator>::iterator_category>
-    hidl_vec(Iterator first, Iterator last) {
-        copyFrom(first, static_cast<size_t>(std::distance(first, last)));
-    }
     hidl_vec(const hidl_vec& other) { copyFrom(other.begin(), other.size()); }
-    hidl_vec(hidl_vec&& other) noexcept { moveFrom(std::move(other)); }
-    ~hidl_vec() { release(); }
-
-    hidl_vec& operator=(const hidl_vec& other) {
-        if (this != &other) {
-            release();
-            copyFrom(other.begin(), other.size());
-        }
+    hidl_vec(hidl_vec&& other) noexcept { swap(other); }
+    hidl_vec& operator=(hidl_vec other) noexcept {
+        swap(other);
         return *this;
     }
-    hidl_vec& operator=(hidl_vec&& other) noexcept {
-        if (this != &other) {
-            release();
-            moveFrom(std::move(other));
-        }
-        return *this;
-    }
-    hidl_vec& operator=(const std::vector<T>& values) {
-        release();
-        copyFrom(values.begin(), values.size());
-        return *this;
-    }
-    hidl_vec& operator=(std::initializer_list<T> values) {
-        release();
-        copyFrom(values.begin(), values.size());
-        return *this;
+    ~hidl_vec() {
+        if (mOwnsBuffer)
+            delete[] data();
     }
 
     operator std::vector<T>() const { return std::vector<T>(begin(), end()); }
 
-    /** Refers to an array that the caller owns, or adopts one made with new[]. */
-    void setToExternal(T* data, size_t size, bool shouldOwn = false) {
-        checkSize(size);
-        release();
-        mBuffer = data;
-        mSize = static_cast<uint32_t>(size);
-        mOwnsBuffer = shouldOwn;
+    /** Refers to an array that the caller owns. */
+    void setToExternal(T* data, size_t size) {
+        hidl_vec external;
+        external.mBuffer = data;
+        external.mSize = checkedSize(size);
+        external.mOwnsBuffer = false;
+        swap(external);
     }
 
     T* data() { return mBuffer; }
@@ -81,21 +57,10 @@ public:
 
     /** Keeps the first elements; new ones are value-initialised. */
     void resize(size_t size) {
-        checkSize(size);
-        T* grown = size > 0 ? new T[size]() : nullptr;
-        const size_t kept = std::min<size_t>(size, mSize);
-        for (size_t i = 0; i < kept; ++i) {
-            // What is only referred to belongs to somebody else and must stay as it is.
-            if (mOwnsBuffer) {
-                grown[i] = std::move(mBuffer[i]);
-            } else {
-                grown[i] = mBuffer[i];
-            }
-        }
-        release();
-        mBuffer = grown;
-        mSize = static_cast<uint32_t>(size);
-        mOwnsBuffer = true;
+        hidl_vec resized;
+        resized.allocate(size);
+        std::copy_n(begin(), std::min(size, this->size()), resized.begin());
+        swap(resized);
     }
 
     iterator begin() { return data(); }
@@ -108,37 +73,30 @@ public:
     }
     bool operator!=(const hidl_vec& other) const { return !(*this == other); }
 
-    static constexpr size_t kOffsetOfBuffer = 0;
-
 private:
     friend struct details::ReceivedFields;
 
-    static void checkSize(size_t size) {
+    static uint32_t checkedSize(size_t size) {
         if (size > UINT32_MAX)
             details::logAlwaysFatal("hidl_vec: more than 2^32 - 1 elements");
+        return static_cast<uint32_t>(size);
+    }
+
+    void allocate(size_t size) {
+        mSize = checkedSize(size);
+        mBuffer = size > 0 ? new T[size]() : nullptr;
     }
 
     template <typename Iterator>
     void copyFrom(Iterator first, size_t size) {
-        checkSize(size);
-        mBuffer = size > 0 ? new T[size] : nullptr;
-        mSize = static_cast<uint32_t>(size);
-        mOwnsBuffer = true;
+        allocate(size);
         std::copy_n(first, size, data());
     }
 
-    void moveFrom(hidl_vec&& other) noexcept {
-        mBuffer = std::exchange(other.mBuffer, nullptr);
-        mSize = std::exchange(other.mSize, 0);
-        mOwnsBuffer = std::exchange(other.mOwnsBuffer, true);
-    }
-
-    void release() {
-        if (mOwnsBuffer)
-            delete[] data();
-        mBuffer = nullptr;
-        mSize = 0;
-        mOwnsBuffer = true;
+    void swap(hidl_vec& other) noexcept {
+        std::swap(mBuffer, other.mBuffer);
+        std::swap(mSize, other.mSize);
+        std::swap(mOwnsBuffer, other.mOwnsBuffer);
     }
 
     details::hidl_pointer<T> mBuffer;

@@ -8,7 +8,6 @@
 #include <type_traits>
 
 #include <hidl/HidlInternal.h>
-#include <hidl/types/hidl_array.h>
 #include <hidl/types/hidl_handle.h>
 #include <hidl/types/hidl_memory.h>
 #include <hidl/types/hidl_string.h>
@@ -35,33 +34,13 @@ std::string toString(const hidl_handle& handle);
 std::string toString(const hidl_memory& memory);
 template <typename T>
 std::string toString(const hidl_vec<T>& values);
-template <typename T, size_t SIZE>
-std::string toString(const hidl_array<T, SIZE>& values);
-
-namespace details {
-
-template <typename Sequence>
-std::string listToString(const Sequence& values, size_t size) {
-    std::string text;
-    for (size_t i = 0; i < size; ++i) {
-        if (i > 0)
-            text += ", ";
-        text += toString(values[i]);
-    }
-    return text;
-}
-
-}  // namespace details
 
 template <typename T>
 std::string toString(const hidl_vec<T>& values) {
-    return "[" + std::to_string(values.size()) + "]{" +
-           details::listToString(values, values.size()) + "}";
-}
-
-template <typename T, size_t SIZE>
-std::string toString(const hidl_array<T, SIZE>& values) {
-    return "[" + std::to_string(SIZE) + "]{" + details::listToString(values, SIZE) + "}";
+    std::string text = "[" + std::to_string(values.size()) + "]{";
+    for (size_t i = 0; i < values.size(); ++i)
+        text += (i > 0 ? ", " : "") + toString(values[i]);
+    return text + "}";
 }
 
 }  // namespace android::hardware

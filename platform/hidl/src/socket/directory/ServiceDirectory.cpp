@@ -34,46 +34,44 @@ status_t ServiceDirectory::add(const std::vector<std::string>& interfaces,
         return BAD_VALUE;
     }
     const std::string path = orva_platform::serviceDirectory();
-    ServiceFolder folder;
-    status_t status = folder.open(path);
+    const auto folder = std::make_shared<ServiceFolder>();
+    status_t status = folder->open(path);
     if (status != NO_ERROR) {
         return status;
     }
-    const base::unique_fd registering = folder.lock();
+    const base::unique_fd registering = folder->lock();
     if (registering < 0) {
         return UNKNOWN_ERROR;
     }
     // All names or none: the sockets listen only once every one of them is bound.
-    std::vector<Served> made;
+    std::unordered_map<std::string, std::shared_ptr<ServiceSocket>> made;
     for (const std::string& interface : interfaces) {
         const std::string file = ServiceFolder::fileOf(interface, instance);
-        base::unique_fd listener;
-        status = file.empty() ? BAD_VALUE : folder.bind(file, &listener);
+        const auto socket = std::make_shared<ServiceSocket>(folder, file, binder->localBinder());
+        status = file.empty() ? BAD_VALUE : socket->bind();
         if (status != NO_ERROR) {
             ALOGE("cannot register %s/%s: %s", interface.c_str(), instance.c_str(),
                   status == ALREADY_EXISTS ? "a living process serves it already"
                                            : strerror(-status));
             break;
         }
-        made.push_back({binder,
-                        std::make_shared<ServiceSocket>(std::move(listener), binder->localBinder()),
-                        path, file, folder.inodeOf(file)});
+        made.emplace(path + "/" + file, socket);
     }
-    for (size_t i = 0; status == NO_ERROR && i < made.size(); ++i) {
-        status = made[i].socket->open();
+    for (auto socket = made.begin(); status == NO_ERROR && socket != made.end(); ++socket) {
+        status = socket->second->open();
     }
-    if (status != NO_ERROR) {
-        for (const Served& served : made) {
-            folder.remove(served.file, served.inode);
-            served.socket->close();
+    if (status == NO_ERROR) {
+        Mutex::Autolock lock(mLock);
+        for (auto& [name, socket] : made) {
+            mServed[name].swap(socket);  // What had the name before is closed in its place.
         }
-        return status;
     }
-    Mutex::Autolock lock(mLock);
-    for (Served& served : made) {
-        mServed[path + "/" + served.file] = std::move(served);
+    for (const auto& [name, socket] : made) {
+        if (socket != nullptr) {
+            socket->close();
+        }
     }
-    return NO_ERROR;
+    return status;
 }
 
 sp<IBinder> ServiceDirectory::get(const std::string& interface, const std::string& instance) {
@@ -109,7 +107,7 @@ sp<IBinder> ServiceDirectory::get(const std::string& interface, const std::strin
 sp<IBinder> ServiceDirectory::known(const std::string& key) {
     const auto served = mServed.find(key);
     if (served != mServed.end()) {
-        return served->second.binder;
+        return served->second->binder();
     }
     const auto got = mGot.find(key);
     const sp<BpHwBinder> binder = got == mGot.end() ? nullptr : got->second.promote();
@@ -141,18 +139,14 @@ std::vector<orva_platform::ServiceEntry> ServiceDirectory::list() {
 }
 
 void ServiceDirectory::clear() {
-    std::unordered_map<std::string, Served> served;
+    decltype(mServed) served;
     {
         Mutex::Autolock lock(mLock);
         served.swap(mServed);
         mGot.clear();
     }
-    for (const auto& entry : served) {
-        ServiceFolder folder;
-        if (folder.open(entry.second.folder) == NO_ERROR) {
-            folder.remove(entry.second.file, entry.second.inode);
-        }
-        entry.second.socket->close();
+    for (const auto& [name, socket] : served) {
+        socket->close();
     }
 }
 

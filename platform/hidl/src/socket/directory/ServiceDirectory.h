@@ -33,20 +33,13 @@ public:
     void clear();
 
 private:
-    struct Served {
-        sp<IBinder> binder;
-        std::shared_ptr<socket::ServiceSocket> socket;
-        std::string folder;
-        std::string file;
-        ino_t inode;
-    };
-
     // What is known already to be served under a name; null when a connection must tell.
     sp<IBinder> known(const std::string& key) REQUIRES(mLock);
 
     Mutex mLock;
     // Both by path, folder and file.
-    std::unordered_map<std::string, Served> mServed GUARDED_BY(mLock);
+    std::unordered_map<std::string, std::shared_ptr<socket::ServiceSocket>> mServed
+            GUARDED_BY(mLock);
     std::unordered_map<std::string, wp<BpHwBinder>> mGot GUARDED_BY(mLock);
 };
 

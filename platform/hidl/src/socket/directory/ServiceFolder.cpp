@@ -9,8 +9,8 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
+#include <filesystem>
 
-#include <dirent.h>
 #include <fcntl.h>
 #include <poll.h>
 #include <sys/file.h>
@@ -28,14 +28,16 @@ namespace android::hardware::socket {
 namespace {
 
 constexpr char kSeparator = '#';
-constexpr char kLockFile[] = ".lock";
 constexpr timeval kConnectLimit = {5, 0};
 constexpr TimeLimit kLockLimit{5000};
 constexpr int kLockPauseMs = 5;
 
 // The folder may lie deeper than a socket's address is long, so files are named through it.
-bool addressOf(int folder, const std::string& file, sockaddr_un* address) {
-    const std::string path = "/proc/self/fd/" + std::to_string(folder) + "/" + file;
+std::string pathOf(int folder, const std::string& file) {
+    return "/proc/self/fd/" + std::to_string(folder) + "/" + file;
+}
+
+bool addressOf(const std::string& path, sockaddr_un* address) {
     *address = {};
     address->sun_family = AF_UNIX;
     if (path.size() >= sizeof address->sun_path) {
@@ -43,6 +45,12 @@ bool addressOf(int folder, const std::string& file, sockaddr_un* address) {
     }
     std::memcpy(address->sun_path, path.c_str(), path.size() + 1);
     return true;
+}
+
+// 0 when there is no such file.
+ino_t inodeOf(int folder, const std::string& file) {
+    struct stat info;
+    return fstatat(folder, file.c_str(), &info, AT_SYMLINK_NOFOLLOW) == 0 ? info.st_ino : 0;
 }
 
 }  // namespace
@@ -95,7 +103,7 @@ bool ServiceFolder::nameOf(const std::string& file, std::string* interface, std:
 }
 
 base::unique_fd ServiceFolder::lock() const {
-    base::unique_fd lock(openat(mFolder, kLockFile, O_RDWR | O_CREAT | O_CLOEXEC, 0600));
+    base::unique_fd lock(openat(mFolder, ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC));
     // Whoever holds it is done in no time, or does not mean to be.
     int locked = flock(lock, LOCK_EX | LOCK_NB);
     for (const Deadline deadline(kLockLimit);
@@ -110,9 +118,9 @@ base::unique_fd ServiceFolder::lock() const {
     return lock;
 }
 
-status_t ServiceFolder::bind(const std::string& file, base::unique_fd* socket) const {
+status_t ServiceFolder::bind(const std::string& file, base::unique_fd* socket, ino_t* inode) const {
     sockaddr_un address;
-    if (!addressOf(mFolder, file, &address)) {
+    if (!addressOf(pathOf(mFolder, file), &address)) {
         ALOGE("%s is too long a name for a service", file.c_str());
         return BAD_VALUE;
     }
@@ -130,12 +138,13 @@ status_t ServiceFolder::bind(const std::string& file, base::unique_fd* socket) c
         ALOGE("cannot make the socket %s: %s", file.c_str(), strerror(error));
         return -error;
     }
+    *inode = inodeOf(mFolder, file);
     return NO_ERROR;
 }
 
 status_t ServiceFolder::connect(const std::string& file, bool wait, base::unique_fd* socket) const {
     sockaddr_un address;
-    if (!addressOf(mFolder, file, &address)) {
+    if (!addressOf(pathOf(mFolder, file), &address)) {
         return NAME_NOT_FOUND;
     }
     socket->reset(::socket(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC | (wait ? 0 : SOCK_NONBLOCK), 0));
@@ -143,11 +152,8 @@ status_t ServiceFolder::connect(const std::string& file, bool wait, base::unique
         return -errno;
     }
     setsockopt(*socket, SOL_SOCKET, SO_SNDTIMEO, &kConnectLimit, sizeof kConnectLimit);
-    int connected;
-    do {
-        connected = ::connect(*socket, reinterpret_cast<const sockaddr*>(&address), sizeof address);
-    } while (connected != 0 && errno == EINTR);
-    if (connected == 0) {
+    if (TEMP_FAILURE_RETRY(::connect(*socket, reinterpret_cast<const sockaddr*>(&address),
+                                     sizeof address)) == 0) {
         return NO_ERROR;
     }
     switch (errno) {
@@ -161,28 +167,18 @@ status_t ServiceFolder::connect(const std::string& file, bool wait, base::unique
     }
 }
 
-ino_t ServiceFolder::inodeOf(const std::string& file) const {
-    struct stat info;
-    return fstatat(mFolder, file.c_str(), &info, AT_SYMLINK_NOFOLLOW) == 0 ? info.st_ino : 0;
-}
-
 void ServiceFolder::remove(const std::string& file, ino_t inode) const {
-    if (inodeOf(file) == inode) {
+    if (inodeOf(mFolder, file) == inode) {
         unlinkat(mFolder, file.c_str(), 0);
     }
 }
 
-std::vector<std::string> ServiceFolder::files() const {
-    std::vector<std::string> files;
-    DIR* listing = fdopendir(openat(mFolder, ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-    if (listing == nullptr) {
-        return files;
+std::set<std::string> ServiceFolder::files() const {
+    std::set<std::string> files;
+    std::error_code none;
+    for (const auto& entry : std::filesystem::directory_iterator(pathOf(mFolder, ""), none)) {
+        files.insert(entry.path().filename());
     }
-    while (const dirent* entry = readdir(listing)) {
-        files.emplace_back(entry->d_name);
-    }
-    closedir(listing);
-    std::sort(files.begin(), files.end());
     return files;
 }
 

@@ -4,8 +4,10 @@
  */
 #pragma once
 
+#include <set>
 #include <string>
-#include <vector>
+
+#include <sys/types.h>
 
 #include <android-base/unique_fd.h>
 #include <utils/Errors.h>
@@ -26,17 +28,16 @@ public:
 
     // Keeps other processes from registering until it is let go of.
     base::unique_fd lock() const;
-    // A socket bound to a file, whose place a dead server's socket may have held. ALREADY_EXISTS
-    // when a living one holds it; otherwise what the system said. The folder must be locked.
-    status_t bind(const std::string& file, base::unique_fd* socket) const;
+    // A socket bound to a file, whose place a dead server's socket may have held, and what tells
+    // the file from a later one of the same name. ALREADY_EXISTS when a living one holds it;
+    // otherwise what the system said. The folder must be locked.
+    status_t bind(const std::string& file, base::unique_fd* socket, ino_t* inode) const;
     // A socket connected to a file; NAME_NOT_FOUND when nobody serves it, TIMED_OUT when whoever
     // does is not accepting, in time or, when not told to wait, at once.
     status_t connect(const std::string& file, bool wait, base::unique_fd* socket) const;
-    // What tells a file from a later one of the same name; 0 when there is none.
-    ino_t inodeOf(const std::string& file) const;
     // Removes a file if it is still that one.
     void remove(const std::string& file, ino_t inode) const;
-    std::vector<std::string> files() const;
+    std::set<std::string> files() const;
 
 private:
     base::unique_fd mFolder;

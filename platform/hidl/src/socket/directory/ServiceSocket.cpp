@@ -31,8 +31,12 @@ base::unique_fd openReserve() {
 
 }  // namespace
 
-ServiceSocket::ServiceSocket(base::unique_fd socket, sp<BHwBinder> binder)
-        : mSocket(std::move(socket)), mBinder(std::move(binder)), mReserve(openReserve()) {}
+ServiceSocket::ServiceSocket(std::shared_ptr<ServiceFolder> folder, std::string file,
+                             sp<BHwBinder> binder)
+        : mFolder(std::move(folder)),
+          mFile(std::move(file)),
+          mBinder(std::move(binder)),
+          mReserve(openReserve()) {}
 
 status_t ServiceSocket::open() {
     if (listen(mSocket, kBacklog) != 0) {
@@ -42,6 +46,7 @@ status_t ServiceSocket::open() {
 }
 
 void ServiceSocket::close() {
+    mFolder->remove(mFile, mInode);
     unwatch();
 }
 

@@ -16,7 +16,7 @@
 #include <hwbinder/Binder.h>
 #include <log/log.h>
 
-#include "../RuntimeCounts.h"
+#include "../RuntimeState.h"
 #include "Peer.h"
 
 namespace android::hardware::socket {
@@ -49,7 +49,7 @@ constexpr TimeLimit kGrace{1000};
 
 Channel::Channel(base::unique_fd socket, Peer& peer, Role role)
         : WayBack(&peer), mSocket(std::move(socket)), mPeer(peer), mRole(role) {
-    ++runtimeCounts().channels;
+    ++runtimeState().channels;
     if (mRole == Role::kCaller) {
         // Nobody has this socket who is not trusted, so the kernel may keep the time of the first
         // moments, which are nearly always all.
@@ -59,7 +59,7 @@ Channel::Channel(base::unique_fd socket, Peer& peer, Role role)
 }
 
 Channel::~Channel() {
-    --runtimeCounts().channels;
+    --runtimeState().channels;
 }
 
 void Channel::shutDown() {

@@ -6,12 +6,12 @@
 
 #include <atomic>
 
-#include "../RuntimeCounts.h"
+#include "../RuntimeState.h"
 
 namespace android::hardware::socket {
 
 ExportTable::~ExportTable() {
-    runtimeCounts().exports -= mEntries.size();
+    runtimeState().exports -= mEntries.size();
 }
 
 uint64_t ExportTable::add(const sp<BHwBinder>& binder) {
@@ -24,7 +24,7 @@ uint64_t ExportTable::add(const sp<BHwBinder>& binder) {
     const uint64_t number = next++;
     mEntries.emplace(number, Entry{binder, 1, 0});
     mNumbers.emplace(binder.get(), number);
-    ++runtimeCounts().exports;
+    ++runtimeState().exports;
     return number;
 }
 
@@ -62,7 +62,7 @@ sp<BHwBinder> ExportTable::dropIfUnused(Entries::iterator entry) {
     sp<BHwBinder> binder = std::move(entry->second.binder);
     mNumbers.erase(binder.get());
     mEntries.erase(entry);
-    --runtimeCounts().exports;
+    --runtimeState().exports;
     return binder;
 }
 
@@ -72,7 +72,7 @@ std::vector<sp<BHwBinder>> ExportTable::takeAll() {
     for (auto& entry : mEntries) {
         all.push_back(std::move(entry.second.binder));
     }
-    runtimeCounts().exports -= mEntries.size();
+    runtimeState().exports -= mEntries.size();
     mEntries.clear();
     mNumbers.clear();
     return all;

@@ -16,8 +16,7 @@
 
 #include <log/log.h>
 
-#include "../RuntimeCounts.h"
-#include "../TransportSettings.h"
+#include "../RuntimeState.h"
 #include "../pool/Pool.h"
 
 namespace android::hardware::socket {
@@ -37,7 +36,7 @@ struct LateAnswer {
 thread_local LateAnswer* deferring = nullptr;
 
 orva_platform::PeerLimits limitsFor(size_t poolThreads) {
-    orva_platform::PeerLimits limits = transportSettings().peerLimits.get();
+    orva_platform::PeerLimits limits = runtimeState().peerLimits.get();
     if (limits.calls == 0) {
         // Of a pool of two or more some thread is always the others'.
         limits.calls = std::max<size_t>(1, std::min(poolThreads * 3 / 4, poolThreads - 1));
@@ -61,9 +60,9 @@ std::shared_ptr<T> take(std::vector<std::shared_ptr<T>>* all, const T& one) {
 
 Peer::Peer(const Identity& identity)
         : mIdentity(identity),
-          mReplyLimit(transportSettings().replyLimit.get()),
+          mReplyLimit(runtimeState().replyLimit.get()),
           mLimits(limitsFor(Pool::instance().maxThreads())) {
-    ++runtimeCounts().peers;
+    ++runtimeState().peers;
 }
 
 void Peer::watch(base::unique_fd process) {
@@ -282,7 +281,7 @@ void Peer::end(End why) {
             return;
         }
         mAlive = false;
-        --runtimeCounts().peers;
+        --runtimeState().peers;
         processEnd = std::move(mProcessEnd);
         connections.swap(mConnections);
         inChannels.swap(mInChannels);
@@ -312,7 +311,7 @@ void Peer::end(End why) {
                 proxy->sendObituary();
             }
         }
-        if (const auto tell = transportSettings().onPeerGone.get()) {
+        if (const auto tell = runtimeState().onPeerGone.get()) {
             tell(self->identity().pid);
         }
         self->finishEnd();

@@ -4,18 +4,18 @@
  */
 #include "PeerObject.h"
 
-#include "../RuntimeCounts.h"
+#include "../RuntimeState.h"
 #include "Peer.h"
 
 namespace android::hardware::socket {
 
 PeerObject::PeerObject(std::shared_ptr<Peer> peer, uint64_t number)
         : mPeer(std::move(peer)), mNumber(number) {
-    ++runtimeCounts().proxies;
+    ++runtimeState().proxies;
 }
 
 PeerObject::~PeerObject() {
-    --runtimeCounts().proxies;
+    --runtimeState().proxies;
     mPeer->release(*this);
 }
 

@@ -8,7 +8,7 @@
 #include <cstdint>
 #include <memory>
 
-#include "../../hwbinder/RemoteObject.h"
+#include "../../hwbinder/Transport.h"
 
 namespace android::hardware::socket {
 

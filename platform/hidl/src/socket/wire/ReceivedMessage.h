@@ -10,7 +10,7 @@
 
 #include <android-base/unique_fd.h>
 
-#include "../../hwbinder/IncomingData.h"
+#include "../../hwbinder/Transport.h"
 #include "Packet.h"
 #include "Wire.h"
 

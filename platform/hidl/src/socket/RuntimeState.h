@@ -4,6 +4,8 @@
  */
 #pragma once
 
+#include <atomic>
+#include <cstddef>
 #include <functional>
 #include <string>
 #include <utility>
@@ -34,18 +36,25 @@ private:
     T mValue GUARDED_BY(mLock){};
 };
 
-// What the program has decided; see orva_platform/Runtime.h.
-struct TransportSettings {
+// What the program has decided, and what the transport holds, which is counted where it is made and
+// given up; see orva_platform/Runtime.h.
+struct RuntimeState {
     Setting<TimeLimit> replyLimit;
     Setting<orva_platform::PeerLimits> peerLimits;
     Setting<std::string> directory;
     Setting<std::function<void(pid_t)>> onPeerGone;
+
+    std::atomic<size_t> peers{0};
+    std::atomic<size_t> channels{0};
+    std::atomic<size_t> exports{0};
+    std::atomic<size_t> proxies{0};
 };
 
-// Never destroyed: threads of the pool may outlive the program's static objects.
-inline TransportSettings& transportSettings() {
-    static TransportSettings* const settings = new TransportSettings;
-    return *settings;
+// Never destroyed: threads of the pool and what is counted may outlive the program's static
+// objects.
+inline RuntimeState& runtimeState() {
+    static RuntimeState* const state = new RuntimeState;
+    return *state;
 }
 
 }  // namespace android::hardware::socket
