@@ -112,7 +112,7 @@ TEST_F(Calls, KnowTheirCallerAndServeCallsBackOnTheThreadThatWaits) {
     expectOk(mProbe->getHashChain([](const auto& chain) {
         ASSERT_EQ(2U, chain.size());
         const uint8_t base[] = {0xec, 0x7f, 0xd7, 0x9e};  // As devices have frozen IBase.
-        EXPECT_EQ(0, memcmp(base, chain[1].data(), sizeof(base)));
+        EXPECT_EQ(0, memcmp(base, &chain[1][0], sizeof(base)));
     }));
 }
 

@@ -28,9 +28,6 @@ namespace {
 
 std::atomic<Call> failing{Call::None};
 std::atomic<size_t> callsToFailure{0};
-// Not noted by default, and then without a lock: the mappings of many threads pass here.
-std::atomic<bool> tracing{false};
-std::atomic<bool> regionsAreFull{false};
 const char* kernelRelease = nullptr;
 
 bool Fails(Call call) {
@@ -39,7 +36,8 @@ bool Fails(Call call) {
 
 template <typename... Words>
 void Trace(const char* name, Words... words) {
-    if (tracing) {
+    // Not by default, and then without a lock: the mappings of many threads pass here.
+    if (CallTrace::lives) {
         std::ostringstream text;
         text << name;
         ((text << " " << words), ...);
@@ -63,22 +61,6 @@ Fault::~Fault() {
 
 bool Fault::Happened() const {
     return callsToFailure == 0;
-}
-
-CallTrace::CallTrace() {
-    tracing = true;
-}
-
-CallTrace::~CallTrace() {
-    tracing = false;
-}
-
-FullRegions::FullRegions() {
-    regionsAreFull = true;
-}
-
-FullRegions::~FullRegions() {
-    regionsAreFull = false;
 }
 
 Kernel::Kernel(const char* release) {
@@ -121,7 +103,7 @@ SEAM(
 int __real_fstat(int fd, struct stat* status);
 int __wrap_fstat(int fd, struct stat* status) {
     const int result = __real_fstat(fd, status);
-    if (regionsAreFull) {
+    if (FullRegions::lives) {
         status->st_blocks = status->st_size / 512 + 1;
     }
     return result;

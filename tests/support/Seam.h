@@ -4,6 +4,7 @@
  */
 #pragma once
 
+#include <atomic>
 #include <cstddef>
 
 namespace orva::test {
@@ -28,49 +29,42 @@ enum class Call {  // NOLINTBEGIN(readability-identifier-naming): named as what 
     None,          // nothing fails
 };                 // NOLINTEND(readability-identifier-naming)
 
-// While it lives, the n-th call from now on (from 1; of any thread) fails. One at a time.
-class Fault {
+// What holds while it lives, one of a kind at a time.
+template <typename Kind>
+struct Meanwhile {
+    Meanwhile() { lives = true; }
+    ~Meanwhile() { lives = false; }
+    Meanwhile(const Meanwhile&) = delete;
+    Meanwhile& operator=(const Meanwhile&) = delete;
+
+    static inline std::atomic<bool> lives{false};
+};
+
+// The n-th call from now on (from 1; of any thread) fails.
+class Fault : Meanwhile<Fault> {
 public:
     explicit Fault(Call call, size_t nth = 1);
     ~Fault();
-    Fault(const Fault&) = delete;
-    Fault& operator=(const Fault&) = delete;
 
     // Whether the call came, and so failed.
     bool Happened() const;
 };
 
-// While it lives, calls are noted in the log that is captured, each with the arguments that matter:
+// Calls are noted in the log that is captured, each with the arguments that matter:
 //   "ashmem_create_region NAME LENGTH", "mmap LENGTH", "munmap LENGTH", "native_handle_close",
 //   "uname", "ion_open", "ion_alloc LENGTH ALIGN MASK FLAGS", "ion_alloc_fd …", "ion_share HANDLE",
 //   "sync FLAGS", "ion_free HANDLE", "ion_close"
-// One at a time.
-class CallTrace {
-public:
-    CallTrace();
-    ~CallTrace();
-    CallTrace(const CallTrace&) = delete;
-    CallTrace& operator=(const CallTrace&) = delete;
-};
+struct CallTrace : Meanwhile<CallTrace> {};
 
-// While it lives, every region is said to hold all of its memory already. One at a time.
-class FullRegions {
-public:
-    FullRegions();
-    ~FullRegions();
-    FullRegions(const FullRegions&) = delete;
-    FullRegions& operator=(const FullRegions&) = delete;
-};
+// Every region is said to hold all of its memory already.
+struct FullRegions : Meanwhile<FullRegions> {};
 
-// While it lives, uname() tells of a kernel of this release, and the kernel synchronises every
-// descriptor as if it were a dma-buf; buffers still come from the host's own ION. Nothing changes
-// where the text, which must outlive this object, is null. One at a time.
-class Kernel {
-public:
+// uname() tells of a kernel of this release, and the kernel synchronises every descriptor as if it
+// were a dma-buf; buffers still come from the host's own ION. Nothing changes where the text, which
+// must outlive this object, is null.
+struct Kernel : Meanwhile<Kernel> {
     explicit Kernel(const char* release);
     ~Kernel();
-    Kernel(const Kernel&) = delete;
-    Kernel& operator=(const Kernel&) = delete;
 };
 
 }  // namespace orva::test

@@ -18,30 +18,17 @@ namespace {
 using namespace std::chrono_literals;
 using std::chrono::microseconds;
 
-// Every attack that the program knows.
-const char* const kAttacks[] = {
-        "shrink-sparse-region",
-        "shrink-huge-page-region",
-        "foreign-regions",
-        "silent-files",
-        "nested-calls",
-        "slow-checks",
-        "slow-requests",
-        "slow-call-in-callback",
-        "unanswered-callbacks",
-        "many-sessions",
-        "many-listeners",
-        "unmappable-inits",
-        "killed-before-listener",
-        "huge-models",
-        "held-requests",
-        "reused-process-number",
-        "many-connections",
-        "half-messages",
-        "full-pipe-dumps",
-        "forged-log-lines",
-        "log-flood",
-};
+// The names of those that the program lists.
+std::vector<std::string> attacks() {
+    ChildProcess program({ORVA_ATTACK, "--list"});
+    program.await();
+    std::istringstream lines(program.output().text());
+    std::vector<std::string> names;
+    for (std::string name, what; lines >> name && getline(lines, what);) {
+        names.push_back(name);
+    }
+    return names;
+}
 
 constexpr int kHonestClients = 4;
 // A machine that others use is slow now and then. What an attack does to others, it does each time.
@@ -71,7 +58,7 @@ struct Outcome {
     microseconds longest;
 };
 
-class Attacks : public SystemTest, public ::testing::WithParamInterface<const char*> {
+class Attacks : public SystemTest, public ::testing::WithParamInterface<std::string> {
 protected:
     void honestClientsMeasure() {
         for (int i = 0; i < kHonestClients; ++i) {
@@ -161,14 +148,13 @@ protected:
 };
 
 TEST_P(Attacks, CostNobodyElseAnything) {
-    const std::string attack = GetParam();
     bool unnoticed = false;
     int code = 0;
     for (int i = 0; i < kTries && !unnoticed && !HasFailure(); ++i) {
         if (hasHost()) {
             stopHost();
         }
-        tryOnce(attack, &code, &unnoticed);
+        tryOnce(GetParam(), &code, &unnoticed);
     }
     EXPECT_TRUE(unnoticed) << "honest calls had to wait, or the host kept something, in each try";
     if (code == kUnavailable) {
@@ -176,21 +162,14 @@ TEST_P(Attacks, CostNobodyElseAnything) {
     }
 }
 
-INSTANTIATE_TEST_SUITE_P(Each, Attacks, ::testing::ValuesIn(kAttacks), [](const auto& each) {
+INSTANTIATE_TEST_SUITE_P(Each, Attacks, ::testing::ValuesIn(attacks()), [](const auto& each) {
     std::string name = each.param;
     std::replace(name.begin(), name.end(), '-', '_');
     return name;
 });
 
-TEST(AttackProgram, ListsWhatIsTried) {
-    ChildProcess program({ORVA_ATTACK, "--list"});
-    EXPECT_EQ(program.await(), 0);
-    std::istringstream lines(program.output().text());
-    std::vector<std::string> names;
-    for (std::string name, what; lines >> name && getline(lines, what);) {
-        names.push_back(name);
-    }
-    EXPECT_EQ(names, std::vector<std::string>(std::begin(kAttacks), std::end(kAttacks)));
+TEST(AttackProgram, TriesOnlyWhatItLists) {
+    EXPECT_LE(21U, attacks().size());
     for (const auto& options : std::vector<std::vector<std::string>>{{}, {"no-such"}}) {
         std::vector<std::string> command = {ORVA_ATTACK};
         command.insert(command.end(), options.begin(), options.end());

@@ -138,33 +138,6 @@ TEST_F(Endurance, KilledClientsLeaveNothing) {
     }
 }
 
-using ModelManagers = SystemTest;
-
-TEST_F(ModelManagers, TwoHundredAndOneSessionsOfManyProcesses) {
-    startHost({"--log-level", "info", "--max-clients", "300"});
-    std::vector<std::unique_ptr<ClientProcess>> clients;
-    for (int i = 0; i < 3; ++i) {
-        clients.push_back(newClient());
-        for (int session = 1; session <= 67; ++session) {
-            ASSERT_EQ(clients.back()->ask("manage " + std::to_string(session)), "0");
-        }
-    }
-    EXPECT_LE(ProcessState::of(host().pid()).threads, kMostThreads) << "none is a session's own";
-    const auto late = newClient();
-    EXPECT_EQ(late->ask("manage 1"), "1");
-    EXPECT_TRUE(host().log().await("AIModelManagerImpl count more than 200"));
-    EXPECT_EQ(clients[1]->ask("unmanage 5"), "0");
-    EXPECT_EQ(late->ask("manage 1"), "0");
-    EXPECT_EQ(late->ask("manage 2"), "1");
-    // Without a listener nobody hears of their deaths.
-    for (const auto& client : clients) {
-        for (int session = 1; session <= 67; ++session) {
-            client->ask("unmanage " + std::to_string(session));
-        }
-    }
-    EXPECT_EQ(late->ask("unmanage 1"), "0");
-}
-
 }  // namespace
 
 }  // namespace orva::test

@@ -15,8 +15,6 @@
 //   rounds COUNT      opens, requests and closes
 //   requests          requests until it is killed, a line for each
 //   managed           requests of a model manager, and builds, until it is killed, the same
-//   manage N          opens session N on a model manager
-//   unmanage N        closes it
 //   measure COUNT     does honest work so many times; how it went: see Work
 //   work              goes on with it until
 //   rest              when it says how that went
@@ -227,8 +225,6 @@ private:
                  statuses += take("set-listener", n, "");
                  return statuses + textOf(service_->SetListener(n, nullptr));
              }},
-            {"manage", [&](int32_t n, auto&) { return textOf(managers_->Init(n, "", "", {})); }},
-            {"unmanage", [&](int32_t n, auto&) { return textOf(managers_->UnInit(n)); }},
             {"uninit", [&](int32_t n, auto&) { return textOf(service_->UnInit(n)); }},
             {"send", [&](int32_t n, auto& bytes) { return send(n, std::stoul(bytes)); }},
             {"await", [&](auto...) { return awaitResult(); }},
