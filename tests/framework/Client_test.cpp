@@ -5,9 +5,6 @@
 #include "client/Client.h"
 
 #include <gtest/gtest.h>
-#include <orva/AIModelManagerFactory.h>
-#include <orva/AINNNodeFactory.h>
-#include <orva/reference/Settings.h>
 #include <unistd.h>
 
 #include "Support.h"
@@ -18,14 +15,6 @@ namespace {
 
 using namespace std::chrono_literals;
 using test::Child;
-
-class CallingProcess {
-public:
-    explicit CallingProcess(pid_t pid) {
-        UseClientIdentity([pid] { return pid; });
-    }
-    ~CallingProcess() { UseClientIdentity({}); }
-};
 
 TEST(Client, IsTheProcessAndNotItsNumber) {
     const Child child;
@@ -55,29 +44,6 @@ TEST(Quota, BoundsEachAndAllAndNobodyOnlyTogether) {
     }
     one.Give(3);
     EXPECT_EQ(2U, quota.held()) << "who goes leaves nothing";
-}
-
-TEST(Sessions, AreBoundedForEachProcessOverNodesAndModelManagers) {
-    SetClientSessions(3);
-    auto* const nodes = AINNNodeFactory::GetInstance();
-    auto* const managers = AIModelManagerFactory::Instance();
-    const auto manager = [&] {
-        return std::shared_ptr<AIModelManager>(managers->createModelManager());
-    };
-    {
-        const CallingProcess caller(getpid());
-        auto first = nodes->CreateNNNode("echo");
-        const auto second = manager(), third = manager();
-        ASSERT_TRUE(first != nullptr && second != nullptr && third != nullptr);
-        EXPECT_EQ(nullptr, nodes->CreateNNNode("echo"));
-        EXPECT_EQ(nullptr, manager());
-        first.reset();
-        EXPECT_NE(nullptr, manager()) << "and it is gone at once";
-        EXPECT_NE(nullptr, manager());
-        const CallingProcess other(getppid());
-        EXPECT_NE(nullptr, nodes->CreateNNNode("echo")) << "another's";
-    }
-    SetClientSessions(128);
 }
 
 TEST(ConnectionTable, TheDeadMakeWayAtOnceAndBeforeTheIdle) {
@@ -110,22 +76,6 @@ TEST(ConnectionTable, TheDeadMakeWayAtOnceAndBeforeTheIdle) {
     EXPECT_EQ(idle, table.TimedOut());
     EXPECT_EQ(idle, table.TimedOut()) << "it still lives";
     EXPECT_EQ(2U, table.Count());
-}
-
-TEST(ConnectionTable, AProcessCannotFillItWithoutSessions) {
-    const CallingProcess caller(getpid());
-    ConnectionTable table;
-    table.SetSpare(2);
-    const std::string own = std::to_string(getpid()) + ":";
-    for (const char* number : {"1", "2", "3", "1"}) {
-        table.Touch(own + number);
-    }
-    table.Touch(std::to_string(getppid()) + ":1");
-    EXPECT_EQ(3U, table.Count());
-    const auto node = AINNNodeFactory::GetInstance()->CreateNNNode("echo");
-    table.Touch(own + "4");
-    table.Touch(own + "5");
-    EXPECT_EQ(4U, table.Count()) << "one for the session";
 }
 
 }  // namespace

@@ -245,10 +245,20 @@ TEST(Engine, SharesItsThreadsAmongAllAndRefusesNobody) {
     EXPECT_EQ(Floats(std::vector<float>(60))->bytes(), out->bytes());
     runners.clear();
     EXPECT_EQ(1U, EngineThreads(1).count());
-    for (const char* number : {"0", "-1", "65", "x", "1x", "99999999999999999999"}) {
-        AIConfig config;
-        config.SetPara("threads", number);
-        EXPECT_FALSE(RunnerConfig().Read(config)) << number;
+}
+
+TEST(RunnerConfig, RefusesWhatHasNoMeaning) {
+    const std::pair<const char*, std::vector<const char*>> cases[] = {
+            {"threads", {"0", "-1", "65", "x", "1x", "99999999999999999999"}},
+            {"scale", {"1x", "nan", "1e999", " "}},
+            {"profile", {"/etc/passwd"}},
+    };
+    for (const auto& [name, values] : cases) {
+        for (const char* const value : values) {
+            AIConfig config;
+            config.SetPara(name, value);
+            EXPECT_FALSE(RunnerConfig().Read(config)) << name << ' ' << value;
+        }
     }
 }
 

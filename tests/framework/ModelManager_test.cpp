@@ -136,25 +136,6 @@ TEST(ModelManager, BoundsWhatAClientHasBound) {
     UseClientIdentity({});
 }
 
-TEST(ModelManager, DeliversBetweenTheProgramsHooks) {
-    static std::string happened;
-    struct Listener : AIModelManagerListener {
-        void OnProcessDone(const AIContext&, int32_t, const Tensors&) override {
-            happened += "it ";
-        }
-        void OnServiceDied() override {}
-    };
-    Manager manager;
-    ASSERT_EQ(kNodeOk, manager.Load({Describe("", CaseModel(kSub))}));
-    ASSERT_EQ(kNodeOk, manager.RegisterListener(std::make_shared<Listener>()));
-    const Tensors inputs = {Bytes(File(60)), Bytes(File(60))}, outputs = {Bytes(File(60))};
-    UseDeliveryHooks({[] { happened += "before "; }, [] { happened += "after "; }});
-    EXPECT_EQ(kNodeOk, manager.Run("", inputs, outputs));
-    UseDeliveryHooks({});
-    EXPECT_EQ(kNodeOk, manager.Run("", inputs, outputs));
-    EXPECT_EQ("before it after it ", happened);
-}
-
 TEST(ModelManager, RefusesRequestsThatItCannotRun) {
     Manager manager;
     const Tensors in = {Floats({1, 2, 3, 4, 5, 6})};

@@ -30,22 +30,18 @@ TEST(Cancellation, TellsEachListenerOnceAndKeepsTheFirstCause) {
     EXPECT_EQ(CancelCause::kClosed, cancellation.cause());
 }
 
-TEST(Work, EndsWithItsTimeAndWithItsClient) {
+// By its time it ends in ServiceNodes.
+TEST(Work, EndsWithItsClient) {
     const test::Child child;
-    for (const bool isTimed : {true, false}) {
-        std::atomic<bool> told{false};
-        Work work(Client::Of(isTimed ? 0 : child.pid()), isTimed ? 1ms : 0ms);
-        const Cancellation::Listener listener(work.cancellation(), [&] { told = true; });
-        EXPECT_EQ(5, work.Outcome(5)) << "it is not cancelled yet";
-        if (!isTimed) {
-            child.End();
-        }
-        ASSERT_TRUE(test::Await(told));
-        EXPECT_EQ(isTimed ? CancelCause::kTimeout : CancelCause::kClientGone,
-                  work.cancellation().cause());
-        EXPECT_EQ(isTimed ? kNodeTimedOut : kNodeStopped, work.Outcome(kNodeFailed));
-        EXPECT_EQ(kNodeOk, work.Outcome(kNodeOk)) << "it was done all the same";
-    }
+    std::atomic<bool> told{false};
+    Work work(Client::Of(child.pid()), 0ms);
+    const Cancellation::Listener listener(work.cancellation(), [&] { told = true; });
+    EXPECT_EQ(5, work.Outcome(5)) << "it is not cancelled yet";
+    child.End();
+    ASSERT_TRUE(test::Await(told));
+    EXPECT_EQ(CancelCause::kClientGone, work.cancellation().cause());
+    EXPECT_EQ(kNodeStopped, work.Outcome(kNodeFailed));
+    EXPECT_EQ(kNodeOk, work.Outcome(kNodeOk)) << "it was done all the same";
 }
 
 }  // namespace
