@@ -538,4 +538,26 @@ void Peer::takeBackMention(const sp<IBinder>& binder) {
     --static_cast<PeerObject&>(binder->remoteBinder()->object()).mentions;
 }
 
+PeerObject::PeerObject(std::shared_ptr<Peer> peer, uint64_t number)
+        : mPeer(std::move(peer)), mNumber(number) {
+    ++runtimeState().proxies;
+}
+
+PeerObject::~PeerObject() {
+    --runtimeState().proxies;
+    mPeer->release(*this);
+}
+
+status_t PeerObject::transact(uint32_t code, const Parcel& data, Parcel* reply, uint32_t flags) {
+    if ((flags & IBinder::FLAG_ONEWAY) == 0) {
+        return mPeer->transact(mNumber, code, data, reply, flags);
+    }
+    ++mentions;
+    const status_t status = mPeer->transact(mNumber, code, data, reply, flags);
+    if (status != NO_ERROR) {
+        --mentions;
+    }
+    return status;
+}
+
 }  // namespace android::hardware::socket

@@ -18,6 +18,7 @@
 #include <orva_platform/Runtime.h>
 #include <utils/Mutex.h>
 
+#include "../../hwbinder/Transport.h"
 #include "../wire/OutgoingMessage.h"
 #include "../wire/ReceivedMessage.h"
 #include "Connection.h"
@@ -25,9 +26,10 @@
 #include "Identity.h"
 #include "InChannel.h"
 #include "OutChannels.h"
-#include "PeerObject.h"
 
 namespace android::hardware::socket {
+
+class PeerObject;
 
 // Another process: who it is, what either side holds of the other's objects, what it may have of
 // this process, and the channels both ways. It lives while it is connected, whichever side made the
@@ -147,6 +149,27 @@ private:
     std::vector<std::shared_ptr<InChannel>> mInChannels GUARDED_BY(mLock);
     ExportTable mExports GUARDED_BY(mLock);
     std::unordered_map<uint64_t, Proxy> mProxies GUARDED_BY(mLock);
+};
+
+// One of a peer's objects, by the number that its process has given it.
+class PeerObject : public RemoteObject {
+public:
+    PeerObject(std::shared_ptr<Peer> peer, uint64_t number);
+    ~PeerObject() override;
+
+    status_t transact(uint32_t code, const Parcel& data, Parcel* reply, uint32_t flags) override;
+
+    uint64_t number() const { return mNumber; }
+    const Peer& peer() const { return *mPeer; }
+
+    // How often the peer sent it; guarded by the peer's lock.
+    uint32_t receptions = 0;
+    // How many messages to the peer name it that may arrive after its release.
+    std::atomic<uint32_t> mentions{0};
+
+private:
+    const std::shared_ptr<Peer> mPeer;
+    const uint64_t mNumber;
 };
 
 }  // namespace android::hardware::socket
