@@ -161,6 +161,20 @@ TEST_F(Messages, OfADamagedMeaningAreRefused) {
     EXPECT_EQ("answer 0 12 3 1", fateOf({"none", [](M) {}}));
 }
 
+TEST_F(Messages, WithoutATextAreAnsweredByAnException) {
+    const auto dropRegionName = [](M m) {
+        // Its place in the list, and its bytes, which are the last: eight of both.
+        const auto place = m.bytes.begin() +
+                           (reinterpret_cast<uint8_t*>(m.offsets() + kRegionName) - m.bytes.data());
+        m.bytes.erase(place, place + 8);
+        cut(m, 8);
+        --m.header().objectCount;
+        m.header().buffersSize -= 8;
+    };
+    // The null pointer's, with a text of no letters.
+    EXPECT_EQ("answer -4 0 0", fateOf({"", dropRegionName}));
+}
+
 TEST_F(Messages, NameAMethodThatThereIsAndAllItsArguments) {
     const struct {
         const char* fate;

@@ -43,6 +43,7 @@ status_t ServiceDirectory::add(const std::vector<std::string>& interfaces,
     if (registering < 0) {
         return UNKNOWN_ERROR;
     }
+    const std::string prefix = path + "/";
     // All names or none: the sockets listen only once every one of them is bound.
     std::unordered_map<std::string, std::shared_ptr<ServiceSocket>> made;
     for (const std::string& interface : interfaces) {
@@ -55,7 +56,7 @@ status_t ServiceDirectory::add(const std::vector<std::string>& interfaces,
                                            : strerror(-status));
             break;
         }
-        made.emplace(path + "/" + file, socket);
+        made.emplace(prefix + file, socket);
     }
     for (auto socket = made.begin(); status == NO_ERROR && socket != made.end(); ++socket) {
         status = socket->second->open();
