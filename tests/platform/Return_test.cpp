@@ -2,6 +2,7 @@
  * Copyright (C) 2026 The orva project
  * SPDX-License-Identifier: Apache-2.0
  */
+#include <hidl/HidlBinderSupport.h>
 #include <hidl/Status.h>
 
 #include <gtest/gtest.h>
@@ -61,6 +62,16 @@ TEST(Status, SaysWhatADevicesLogSays) {
               Status::fromStatusT(android::DEAD_OBJECT).description());
     EXPECT_EQ("Status(EX_NULL_POINTER): ''",
               Status::fromExceptionCode(Status::EX_NULL_POINTER).description());
+}
+
+TEST(Status, TravelsAsItsCode) {
+    const Status sent = Status::fromExceptionCode(Status::EX_NULL_POINTER);
+    android::hardware::Parcel parcel;
+    EXPECT_EQ(android::OK, writeToParcel(sent, &parcel));
+    parcel.setDataPosition(0);
+    Status received;
+    EXPECT_EQ(android::OK, readFromParcel(&received, parcel));
+    EXPECT_EQ(sent.description(), received.description());
 }
 
 }  // namespace
