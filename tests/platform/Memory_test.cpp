@@ -23,6 +23,7 @@
 namespace {
 
 using android::hardware::hidl_handle;
+using android::hardware::hidl_string;
 using orva_test::openDescriptors;
 
 // A region of a peer's, mapped here.
@@ -163,6 +164,16 @@ TEST(HidlHandle, ACopyWithoutDescriptorsLeftIsNullAndLeaksNothing) {
     ASSERT_EQ(0, setrlimit(RLIMIT_NOFILE, &limit));
     EXPECT_EQ(nullptr, copy.getNativeHandle());
     EXPECT_EQ(open, openDescriptors());
+}
+
+TEST(HidlString, ComparesAsFarAsTheFirstNul) {
+    const std::string text("echo\0other", 10);
+    const hidl_string whole(text);
+    const hidl_string cut("echo");
+    ASSERT_EQ(10U, whole.size());
+    EXPECT_TRUE(whole == "echo" && "echo" == whole && whole == cut && cut == text);
+    EXPECT_FALSE(whole != cut || whole < cut || "echo" < whole);
+    EXPECT_TRUE(whole != "ech" && whole < "echoes");
 }
 
 }  // namespace

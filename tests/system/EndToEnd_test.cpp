@@ -73,19 +73,6 @@ TEST_F(EndToEnd, EchoReturnsBytesAttributesAndContext) {
     }
 }
 
-TEST_F(EndToEnd, OneClientIdInTwoProcessesIsTwoSessions) {
-    const auto first = newClient(), second = newClient();
-    EXPECT_EQ(first->ask("session 7"), "000");
-    EXPECT_EQ(second->ask("session 7"), "000");
-    EXPECT_EQ(first->ask("send 7 100"), "0");
-    EXPECT_EQ(first->ask("await"), "0 same");
-    EXPECT_EQ(first->ask("uninit 7"), "0");
-    EXPECT_EQ(first->ask("send 7 100"), "2");
-    // The other's is still there, and its results go to itself.
-    EXPECT_EQ(second->ask("send 7 100"), "0");
-    EXPECT_EQ(second->ask("await"), "0 same");
-}
-
 // What this process's transport does not take is refused to it alone.
 TEST_F(EndToEnd, AClosedDescriptorIsNotSent) {
     constexpr size_t kBytes = 4096;
