@@ -6,6 +6,7 @@
 #include <cstdio>
 #include <exception>
 #include <filesystem>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -13,6 +14,7 @@
 #include <CLI/CLI.hpp>
 
 #include "client/commands/Commands.h"
+#include "client/commands/HelpText.h"
 #include "client/io/Output.h"
 #include "client/lib/ServiceError.h"
 #include "describe/Describe.h"
@@ -40,6 +42,7 @@ int explain(const CLI::App& app, const CLI::ParseError& error) {
 
 int runCommandLine(int argc, char** argv) {
     CLI::App app("Talks to the AI services that orva-host serves.", "orva");
+    app.formatter(std::make_shared<orva::client::HelpText>());  // of the subcommands, too
     app.require_subcommand(1);
     app.fallthrough();
     app.footer("orva COMMAND --help shows a command's options, and an example.");

@@ -42,7 +42,26 @@ TEST_F(CommandLine, ListsWhatIsServedAndSaysHowToStartAHost) {
                                  {"pid", host().pid()}}));
     EXPECT_NE(orva({"list"}).output.find(name + "/default"), std::string::npos);
     EXPECT_EQ(orva({"ping"}).code, 0);
-    EXPECT_EQ(json::parse(orva({"debug", "--json"}).output).size(), 2U);
+}
+
+TEST_F(CommandLine, FitsWhatItPrintsIntoTheTerminal) {
+    startHost();
+    const std::string model = ORVA_ONNX_CASES "/test_relu/model.onnx";
+    for (std::vector<std::string> command : {std::vector<std::string>{"--help"},
+                                             {"run", "--help"},
+                                             {"list", "--long"},
+                                             {"debug"},
+                                             {"info", model},
+                                             {"run", "--model", model}}) {
+        command.insert(command.begin(), {"/usr/bin/env", "COLUMNS=40", ORVA_CLIENT});
+        command.insert(command.end(), {"--socket-dir", folder()});
+        ChildProcess process(command);
+        EXPECT_EQ(process.await(), 0) << command[3];
+        while (const auto line = process.output().next()) {
+            const size_t word = line->find_first_not_of(' ');
+            EXPECT_TRUE(line->size() <= 40 || line->find(' ', word) == std::string::npos) << *line;
+        }
+    }
 }
 
 TEST_F(CommandLine, RefusesWhatDoesNotFitTheModel) {

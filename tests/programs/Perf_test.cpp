@@ -52,7 +52,6 @@ TEST_F(Perf, MeasuresEachWayOfRunning) {
         }
         EXPECT_NEAR(parts, report["latency"]["mean"].get<double>(), 0.001);
     }
-    EXPECT_EQ(perf({"--node", "echo", "--rate", "100"})[0]["requests"], 30);
 }
 
 TEST_F(Perf, WritesAReportOfSeveralModels) {

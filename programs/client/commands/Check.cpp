@@ -11,6 +11,7 @@
 #include <nlohmann/json.hpp>
 
 #include "client/commands/Commands.h"
+#include "client/io/Terminal.h"
 #include "client/lib/ManagerSession.h"
 #include "client/model/ModelFile.h"
 #include "client/report/Progress.h"
@@ -35,7 +36,7 @@ void check(const Connection& connection, const std::vector<std::string>& paths, 
             ++refusals;
             verdict["reason"] = reason;
         } else if (!asJson) {
-            printf("%s is compatible\n", path.c_str());
+            say("%s is compatible\n", path.c_str());
         }
         verdicts.push_back(std::move(verdict));
     }

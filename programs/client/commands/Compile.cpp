@@ -13,6 +13,7 @@
 #include "client/commands/Commands.h"
 #include "client/io/File.h"
 #include "client/io/Output.h"
+#include "client/io/Terminal.h"
 #include "client/lib/ManagerSession.h"
 #include "client/model/ModelFile.h"
 #include "client/report/Latency.h"
@@ -90,13 +91,13 @@ size_t build(ModelManagerService& service, const std::vector<Model>& sources,
 
 void print(const Report& report, const Options& options) {
     if (!options.json) {
-        printf("compiled %zu model%s of %s into %s of %s\n", options.sources.size(),
-               options.sources.size() == 1 ? "" : "s", sizeText(report.sourceBytes).c_str(),
-               options.output.c_str(), sizeText(report.outputBytes).c_str());
-        printf("read in %s, compiled in %s, written in %s\n", milliseconds(report.reading).c_str(),
-               milliseconds(report.compiling).c_str(), milliseconds(report.writing).c_str());
+        say("compiled %zu model%s of %s into %s of %s\n", options.sources.size(),
+            options.sources.size() == 1 ? "" : "s", sizeText(report.sourceBytes).c_str(),
+            options.output.c_str(), sizeText(report.outputBytes).c_str());
+        say("read in %s, compiled in %s, written in %s\n", milliseconds(report.reading).c_str(),
+            milliseconds(report.compiling).c_str(), milliseconds(report.writing).c_str());
         for (size_t i = 0; report.names.size() > 1 && i < report.names.size(); ++i) {
-            printf("  %s, of %s\n", report.names[i].c_str(), options.sources[i].c_str());
+            say("  %s, of %s\n", report.names[i].c_str(), options.sources[i].c_str());
         }
         return;
     }

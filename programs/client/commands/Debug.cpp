@@ -11,6 +11,7 @@
 #include <nlohmann/json.hpp>
 
 #include "client/commands/Commands.h"
+#include "client/io/Terminal.h"
 #include "client/lib/Session.h"
 #include "client/lib/StateDump.h"
 #include "client/report/HostRequests.h"
@@ -64,7 +65,7 @@ void debug(const Connection& connection, const Options& options) {
             all.push_back(nlohmann::ordered_json::parse(state));
             all.back()["latest_requests"] = ours;
         } else {
-            printf("%s%s%s", all.empty() ? "" : "\n", state.c_str(), requestsText(ours).c_str());
+            say("%s%s%s", all.empty() ? "" : "\n", state.c_str(), requestsText(ours).c_str());
             all.push_back(nullptr);
         }
     }

@@ -15,6 +15,7 @@
 #include "client/faces/FaceDrawing.h"
 #include "client/io/Output.h"
 #include "client/io/PictureFile.h"
+#include "client/io/Terminal.h"
 #include "client/model/ModelFile.h"
 #include "client/report/Progress.h"
 
@@ -117,15 +118,15 @@ void print(const std::vector<Face>& faces, const RequestTimes& times, const Opti
         puts(json.dump(2, ' ', true).c_str());
         return;
     }
-    printf("%zu face%s in %s\n", faces.size(), faces.size() == 1 ? "" : "s", options.image.c_str());
+    say("%zu face%s in %s\n", faces.size(), faces.size() == 1 ? "" : "s", options.image.c_str());
     for (size_t i = 0; i < faces.size(); ++i) {
         const Face& face = faces[i];
-        printf("face %zu: box left %.0f, top %.0f, width %.0f, height %.0f; score %.3f\n", i + 1,
-               static_cast<double>(face.left), static_cast<double>(face.top),
-               static_cast<double>(face.width), static_cast<double>(face.height),
-               static_cast<double>(face.score));
+        say("face %zu: box left %.0f, top %.0f, width %.0f, height %.0f; score %.3f\n", i + 1,
+            static_cast<double>(face.left), static_cast<double>(face.top),
+            static_cast<double>(face.width), static_cast<double>(face.height),
+            static_cast<double>(face.score));
     }
-    puts(times.text().c_str());
+    say("%s\n", times.text().c_str());
 }
 
 void faces(const Connection& connection, const Options& options) {
@@ -165,7 +166,7 @@ void faces(const Connection& connection, const Options& options) {
         }
         writePicture(options.output, picture);
         if (!options.json) {
-            printf("drawn in %s\n", options.output.c_str());
+            say("drawn in %s\n", options.output.c_str());
         }
     }
 }

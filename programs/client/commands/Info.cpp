@@ -11,6 +11,7 @@
 #include <nlohmann/json.hpp>
 
 #include "client/commands/Commands.h"
+#include "client/io/Terminal.h"
 #include "client/lib/ManagerSession.h"
 #include "client/model/ModelFile.h"
 #include "client/report/Latency.h"
@@ -54,8 +55,8 @@ nlohmann::json jsonOf(const Tensors& tensors) {
 
 void print(const Tensors& tensors) {
     for (size_t i = 0; i < tensors.shapes.size(); ++i) {
-        printf("  %-6s  %-7s  %s  %s\n", tensors.role, tensors.type(i), tensors.shape(i).c_str(),
-               tensors.name(i).c_str());
+        say("  %-6s  %-7s  %s  %s\n", tensors.role, tensors.type(i), tensors.shape(i).c_str(),
+            tensors.name(i).c_str());
     }
 }
 
@@ -81,7 +82,7 @@ void info(const Connection& connection, const std::string& path, bool asJson) {
         described.push_back(
                 {{"name", outline.name}, {"inputs", jsonOf(inputs)}, {"outputs", jsonOf(outputs)}});
         if (!asJson) {
-            printf("%s\n", outline.name.c_str());
+            say("%s\n", outline.name.c_str());
             print(inputs);
             print(outputs);
         }
@@ -92,9 +93,9 @@ void info(const Connection& connection, const std::string& path, bool asJson) {
                 {"status", validity}, {"max_used_memory", memory}, {"models", described}};
         puts(json.dump(2, ' ', true, nlohmann::json::error_handler_t::replace).c_str());
     } else {
-        printf("%s in %s; %s; at most %s of memory used\n", sizeText(file.size()).c_str(),
-               path.c_str(), validity == 0 ? "valid" : statusText(validity).c_str(),
-               sizeText(static_cast<size_t>(std::max(memory, 0))).c_str());
+        say("%s in %s; %s; at most %s of memory used\n", sizeText(file.size()).c_str(),
+            path.c_str(), validity == 0 ? "valid" : statusText(validity).c_str(),
+            sizeText(static_cast<size_t>(std::max(memory, 0))).c_str());
     }
 }
 

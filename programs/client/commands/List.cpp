@@ -11,6 +11,7 @@
 #include <nlohmann/json.hpp>
 
 #include "client/commands/Commands.h"
+#include "client/io/Terminal.h"
 #include "client/lib/StateDump.h"
 #include "client/report/HostNodes.h"
 #include "client/report/HostState.h"
@@ -22,6 +23,7 @@ namespace {
 
 // The one transport that this runtime has.
 constexpr char kTransport[] = "socket";
+constexpr size_t kOtherColumns = 20;
 
 // Who serves, and for whom.
 class Server {
@@ -52,14 +54,14 @@ public:
     }
 
     void print() const {
-        printf("  served by %s, %u threads, %s\n", facts_.program.c_str(), facts_.threads,
-               sizeText(facts_.residentBytes).c_str());
+        say("  served by %s, %u threads, %s\n", facts_.program.c_str(), facts_.threads,
+            sizeText(facts_.residentBytes).c_str());
         for (const std::string& node : nodes_) {
-            printf("  node %s\n", node.c_str());
+            say("  node %s\n", node.c_str());
         }
         for (const auto& [pid, sessions] : clients_) {
-            printf("  client %d %s, %zu session%s\n", pid, programOf(pid).c_str(), sessions,
-                   sessions == 1 ? "" : "s");
+            say("  client %d %s, %zu session%s\n", pid, programOf(pid).c_str(), sessions,
+                sessions == 1 ? "" : "s");
         }
     }
 
@@ -106,18 +108,22 @@ void list(const Connection& connection, bool isLong, bool asJson) {
         return;
     }
     if (services.empty()) {
-        printf("nothing is served in %s; start orva-host\n",
-               orva_platform::serviceDirectory().c_str());
+        say("nothing is served in %s; start orva-host\n",
+            orva_platform::serviceDirectory().c_str());
         return;
     }
     size_t width = 0;
     for (const auto& service : services) {
         width = std::max(width, service.interface.size() + service.instance.size() + 1);
     }
-    printf("%-*s  %-9s  %s\n", static_cast<int>(width), "NAME", "TRANSPORT", "PID");
+    // Without columns where there is no room for them.
+    if (width + kOtherColumns > terminalWidth().value_or(SIZE_MAX)) {
+        width = 0;
+    }
+    say("%-*s  %-9s  %s\n", static_cast<int>(width), "NAME", "TRANSPORT", "PID");
     for (const auto& service : services) {
         const std::string name = service.interface + "/" + service.instance;
-        printf("%-*s  %-9s  %d\n", static_cast<int>(width), name.c_str(), kTransport, service.pid);
+        say("%-*s  %-9s  %d\n", static_cast<int>(width), name.c_str(), kTransport, service.pid);
         if (isLong) {
             Server(service).print();
         }

@@ -7,6 +7,7 @@
 #include <CLI/CLI.hpp>
 
 #include "client/commands/Commands.h"
+#include "client/io/Terminal.h"
 #include "client/lib/Session.h"
 #include "client/report/Latency.h"
 
@@ -18,7 +19,7 @@ void ping(const Connection& connection) {
     const auto service = connect<AIService>(connection, kAnswersSoon);
     const Stopwatch watch;
     answerTo("ping", [&] { return service->ping(); });
-    printf("the service answers in %s\n", milliseconds(watch.elapsed()).c_str());
+    say("the service answers in %s\n", milliseconds(watch.elapsed()).c_str());
 }
 
 }  // namespace

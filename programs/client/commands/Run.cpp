@@ -15,6 +15,7 @@
 #include "client/commands/Requests.h"
 #include "client/commands/RunTensors.h"
 #include "client/io/Output.h"
+#include "client/io/Terminal.h"
 #include "client/report/Profile.h"
 
 namespace orva::client {
@@ -62,15 +63,15 @@ void print(const std::vector<RunResult>& results, const RequestTimes& times,
     }
     for (const RunResult& result : results) {
         if (several) {
-            puts(result.file.c_str());
+            say("%s\n", result.file.c_str());
         }
         for (const OutputSummary& summary : result.outputs) {
-            printf("%s%s\n", several ? "  " : "", summary.text().c_str());
+            say("%s%s\n", several ? "  " : "", summary.text().c_str());
         }
     }
-    puts(times.text().c_str());
+    say("%s\n", times.text().c_str());
     if (options.profile) {
-        puts(profileText(profileOf(times.context)).c_str());
+        say("%s\n", profileText(profileOf(times.context)).c_str());
     }
 }
 
@@ -111,7 +112,7 @@ void run(const Connection& connection, const Options& options) {
     print(results, times, options);
     for (size_t i = 0; saves && !options.json && i < tensors.requests(); ++i) {
         for (const std::string& path : tensors.outputFiles(options.outputFolder, i)) {
-            printf("saved %s\n", path.c_str());
+            say("saved %s\n", path.c_str());
         }
     }
 }

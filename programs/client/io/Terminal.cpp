@@ -5,7 +5,9 @@
 #include "client/io/Terminal.h"
 
 #include <algorithm>
+#include <cstdarg>
 #include <cstdint>
+#include <cstdio>
 #include <cstdlib>
 
 #include <sys/ioctl.h>
@@ -16,6 +18,7 @@ namespace orva::client {
 namespace {
 
 constexpr size_t kUsualWidth = 80;
+constexpr size_t kHanging = 2;
 
 std::optional<winsize> terminalSize() {
     if (isatty(STDOUT_FILENO) != 1) {
@@ -49,18 +52,48 @@ std::string wrapped(const std::string& text, size_t width, size_t indent) {
     size_t begin = 0;
     while (text.size() - begin + (begin == 0 ? 0 : indent) > width) {
         const size_t room = width - (begin == 0 ? 0 : indent);
+        // Not within the spaces that it begins with.
+        const size_t word = text.find_first_not_of(' ', begin);
         size_t end = text.rfind(' ', begin + room);
-        if (end == std::string::npos || end <= begin) {
-            end = text.find(' ', begin + room);
+        if (end == std::string::npos || end <= word) {
+            end = text.find(' ', std::max(word, begin + room));
         }
-        if (end == std::string::npos) {
+        const size_t next = text.find_first_not_of(' ', end);
+        if (next == std::string::npos) {
             break;
         }
-        lines += (begin == 0 ? "" : std::string(indent, ' ')) + text.substr(begin, end - begin) +
-                 "\n";
-        begin = end + 1;
+        const size_t last = text.find_last_not_of(' ', end);
+        lines += (begin == 0 ? "" : std::string(indent, ' ')) +
+                 text.substr(begin, last + 1 - begin) + "\n";
+        begin = next;
     }
     return lines + (begin == 0 ? "" : std::string(indent, ' ')) + text.substr(begin);
+}
+
+std::string linesWrapped(const std::string& text, size_t width, std::optional<size_t> indent) {
+    std::string lines;
+    for (size_t begin = 0; begin < text.size();) {
+        const size_t end = std::min(text.find('\n', begin), text.size());
+        const std::string line = text.substr(begin, end - begin);
+        const size_t first = std::min(line.find_first_not_of(' '), line.size());
+        lines += wrapped(line, width, indent.value_or(first + kHanging)) +
+                 (end < text.size() ? "\n" : "");
+        begin = end + 1;
+    }
+    return lines;
+}
+
+void say(const char* format, ...) {
+    va_list values, again;
+    va_start(values, format);
+    va_copy(again, values);
+    std::string text(static_cast<size_t>(std::max(vsnprintf(nullptr, 0, format, values), 0)) + 1,
+                     '\0');
+    vsnprintf(text.data(), text.size(), format, again);
+    va_end(again);
+    va_end(values);
+    text.pop_back();
+    fputs(linesWrapped(text, terminalWidth().value_or(SIZE_MAX)).c_str(), stdout);
 }
 
 }  // namespace orva::client

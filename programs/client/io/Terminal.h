@@ -20,4 +20,12 @@ std::optional<size_t> terminalHeight();
 // is. The second and further ones are indented; that has room for at least as much besides.
 std::string wrapped(const std::string& text, size_t width, size_t indent);
 
+// The same for each line of a text; without an indent, what is left of a line is indented two more
+// than its beginning.
+std::string linesWrapped(const std::string& text, size_t width,
+                         std::optional<size_t> indent = std::nullopt);
+
+// printf() for people: lines that the terminal has room for. A pipe gets them whole.
+void say(const char* format, ...) __attribute__((format(printf, 1, 2)));
+
 }  // namespace orva::client
