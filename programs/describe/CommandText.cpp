@@ -37,7 +37,9 @@ OptionText textOf(const CLI::Option& option, const std::vector<std::string>& ofM
         text.names.push_back("--" + name);
     }
     text.takesValue = option.get_items_expected_max() > 0;
-    text.choices = choicesIn(option.get_type_name());
+    const std::string type = option.get_type_name();
+    text.choices = choicesIn(type);
+    text.takesFile = text.takesValue && text.choices.empty() && type.rfind("TEXT", 0) == 0;
     const bool differs =
             std::any_of(ofMachine.begin(), ofMachine.end(),
                         [&option](const std::string& name) { return option.check_name(name); });

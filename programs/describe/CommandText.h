@@ -15,6 +15,7 @@ namespace orva::describe {
 struct OptionText {
     std::vector<std::string> names;  // "-h", "--help"; none of an argument without a name
     bool takesValue = false;
+    bool takesFile = false;            // or a text that could be one's name
     std::vector<std::string> choices;  // of the value, where it is one of a few
     std::string usual;                 // the value when none is given
     std::string description;

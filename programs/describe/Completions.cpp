@@ -69,11 +69,12 @@ std::string bashChoices(const std::string& where, const std::vector<OptionText>&
     return text;
 }
 
-std::string valueNames(const CommandText& program) {
+// The options whose value is none of a few: a file's name, or something else.
+std::string valueNames(const CommandText& program, bool isFile) {
     std::vector<OptionText> taking;
-    const auto add = [&taking](const CommandText& command) {
+    const auto add = [&](const CommandText& command) {
         for (const OptionText& option : command.options) {
-            if (option.takesValue && option.choices.empty()) {
+            if (option.takesValue && option.choices.empty() && option.takesFile == isFile) {
                 taking.push_back(option);
             }
         }
@@ -91,8 +92,9 @@ std::string zshOption(const OptionText& option) {
     for (const std::string& name : option.names) {
         text += " \\\n        '*" + name + "[" + quoted(option.description, "[]:") + "]";
         if (option.takesValue) {
-            text += ":value:" +
-                    (option.choices.empty() ? "_files" : "(" + quoted(choices(option)) + ")");
+            text += ":value:" + (!option.choices.empty() ? "(" + quoted(choices(option)) + ")"
+                                 : option.takesFile      ? "_files"
+                                                         : " ");
         }
         text += "'";
     }
@@ -126,7 +128,7 @@ std::string fishOptions(const std::string& begin, const CommandText& command) {
         if (!option.choices.empty()) {
             text += " -x -a '" + choices(option) + "'";
         } else if (option.takesValue) {
-            text += " -r -F";
+            text += option.takesFile ? " -r -F" : " -x";
         }
         text += " -d '" + fishQuoted(option.description) + "'\n";
     }
@@ -157,9 +159,15 @@ std::string bashCompletions(const CommandText& program) {
     }
     text += "    esac\n"
             "    if [[ -z $offer && \" " +
-            valueNames(program) +
+            valueNames(program, true) +
             " \" == *\" $before \"* ]]; then\n"
             "        return  # a file's name, by -o default\n"
+            "    fi\n"
+            "    if [[ -z $offer && \" " +
+            valueNames(program, false) +
+            " \" == *\" $before \"* ]]; then\n"
+            "        compopt +o default 2>/dev/null || true\n"
+            "        return\n"
             "    fi\n"
             "    if [[ -z $offer && $word == -* ]]; then\n"
             "        offer=\"" +

@@ -68,4 +68,6 @@ done
 if command -v fish >/dev/null; then
     offered=$(fish -N -c "source $folder/fish/orva.fish; complete -C 'orva run --tensor s'")
     [[ $offered == shm* ]] || fail "fish offers '$offered'"
+    offered=$(fish -N -c "source $folder/fish/orva.fish; complete -C 'orva run --repeat '")
+    [[ -z $offered ]] || fail "fish offers '$offered' for a number"
 fi
