@@ -3,9 +3,11 @@
  * SPDX-License-Identifier: Apache-2.0
  */
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <cstdarg>
 #include <cstdio>
+#include <string>
 
 #include "client/perf/PerfReport.h"
 
@@ -55,8 +57,8 @@ std::string escaped(const std::string& text) {
     return result;
 }
 
-// Bars of these heights side by side, over an axis that goes from one text to another.
-std::string bars(const std::vector<double>& heights, const std::string& from, const std::string& to,
+// Bars of these heights side by side, over an axis with a text at its beginning, middle and end.
+std::string bars(const std::vector<double>& heights, const std::array<std::string, 3>& axis,
                  const std::string& most) {
     std::string svg;
     append(&svg, "<svg viewBox=\"0 0 %g %g\" role=\"img\">\n", kWidth, kHeight + 40);
@@ -70,9 +72,11 @@ std::string bars(const std::vector<double>& heights, const std::string& from, co
     }
     append(&svg, "<line class=\"axis\" x1=\"0\" y1=\"%g\" x2=\"%g\" y2=\"%g\"/>\n", 20 + kHeight,
            kWidth, 20 + kHeight);
-    append(&svg, "<text x=\"0\" y=\"%g\">%s</text>\n", 36 + kHeight, from.c_str());
-    append(&svg, "<text x=\"%g\" y=\"%g\" text-anchor=\"end\">%s</text>\n", kWidth, 36 + kHeight,
-           to.c_str());
+    constexpr const char* kAnchors[] = {"start", "middle", "end"};
+    for (size_t i = 0; i < axis.size(); ++i) {
+        append(&svg, "<text x=\"%g\" y=\"%g\" text-anchor=\"%s\">%s</text>\n",
+               kWidth * static_cast<double>(i) / 2, 36 + kHeight, kAnchors[i], axis[i].c_str());
+    }
     append(&svg, "<text x=\"0\" y=\"12\">%s</text>\n</svg>\n", most.c_str());
     return svg;
 }
@@ -83,22 +87,27 @@ std::string textOf(double number, const char* unit) {
     return text;
 }
 
-// Up to the 99.9th percentile; what is beyond would press the rest into one bar.
+// Each bar as much longer than the one before as that was, up to the 99.9th percentile: a few that
+// take long would press the rest into one bar.
 std::string latencyChart(const Histogram& latency) {
-    const std::chrono::nanoseconds from = latency.least();
-    const std::chrono::nanoseconds to =
-            std::max(latency.percentile(0.999), from + std::chrono::nanoseconds(kBars));
+    using Nanoseconds = std::chrono::duration<double, std::nano>;
+    const Nanoseconds from = std::max<Nanoseconds>(latency.least(), std::chrono::microseconds(1));
+    const Nanoseconds to = std::max<Nanoseconds>(latency.percentile(0.999), from * 1.1);
+    const auto edge = [&](double part) {
+        return std::chrono::duration_cast<std::chrono::nanoseconds>(from *
+                                                                    std::pow(to / from, part));
+    };
     std::vector<double> counts;
     for (size_t i = 0; i < kBars; ++i) {
-        const auto edge = [&](size_t n) {
-            return from + (to - from) * static_cast<int64_t>(n) / static_cast<int64_t>(kBars);
-        };
-        counts.push_back(static_cast<double>(latency.between(edge(i), edge(i + 1))));
+        const auto begin = static_cast<double>(i) / kBars, end = static_cast<double>(i + 1) / kBars;
+        counts.push_back(static_cast<double>(latency.between(edge(begin), edge(end))));
     }
     const double highest = *std::max_element(counts.begin(), counts.end());
-    return "<h3>Latency</h3>\n" + bars(counts, textOf(inMilliseconds(from), "ms"),
-                                       textOf(inMilliseconds(to), "ms (99.9th percentile)"),
-                                       "up to " + textOf(highest, "requests a bar"));
+    return "<h3>Latency</h3>\n" +
+           bars(counts,
+                {textOf(inMilliseconds(edge(0)), "ms"), textOf(inMilliseconds(edge(0.5)), "ms"),
+                 textOf(inMilliseconds(edge(1)), "ms (99.9th percentile)")},
+                "up to " + textOf(highest, "requests a bar") + "; the axis is logarithmic");
 }
 
 std::string throughputChart(const LoadReport& report) {
@@ -107,8 +116,9 @@ std::string throughputChart(const LoadReport& report) {
         rates.push_back(second.perSecond);
     }
     const double highest = rates.empty() ? 0 : *std::max_element(rates.begin(), rates.end());
+    const double seconds = std::chrono::duration<double>(report.measured).count();
     return "<h3>Throughput over time</h3>\n" +
-           bars(rates, "0 s", textOf(std::chrono::duration<double>(report.measured).count(), "s"),
+           bars(rates, {"0 s", textOf(seconds / 2, "s"), textOf(seconds, "s")},
                 "up to " + textOf(highest, "requests/s"));
 }
 
