@@ -118,7 +118,7 @@ public:
 
     // The request, once it is there; empty before, and afterwards. Throws std::exception when it is
     // none, or the reader has gone.
-    std::optional<nlohmann::json> receive() {
+    std::optional<nlohmann::ordered_json> receive() {
         char bytes[kMostRequestBytes];
         const ssize_t size = recv(socket_, bytes, sizeof bytes, MSG_DONTWAIT);
         if (size == 0 || (size < 0 && errno != EAGAIN)) {
@@ -132,7 +132,7 @@ public:
         if (end == std::string::npos || std::exchange(received_, true)) {
             return std::nullopt;
         }
-        return nlohmann::json::parse(request_.substr(0, end));
+        return nlohmann::ordered_json::parse(request_.substr(0, end));
     }
 
     // False when the reader has gone.
