@@ -105,15 +105,13 @@ bool ServiceFolder::nameOf(const std::string& file, std::string* interface, std:
 base::unique_fd ServiceFolder::lock() const {
     base::unique_fd lock(openat(mFolder, ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC));
     // Whoever holds it is done in no time, or does not mean to be.
-    int locked = flock(lock, LOCK_EX | LOCK_NB);
-    for (const Deadline deadline(kLockLimit);
-         locked != 0 && errno == EWOULDBLOCK && !deadline.over();
-         locked = flock(lock, LOCK_EX | LOCK_NB)) {
+    const Deadline deadline(kLockLimit);
+    while (flock(lock, LOCK_EX | LOCK_NB) != 0) {
+        if (errno != EWOULDBLOCK || deadline.over()) {
+            ALOGE("cannot lock the service folder: %s", strerror(errno));
+            return {};
+        }
         poll(nullptr, 0, kLockPauseMs);
-    }
-    if (locked != 0) {
-        ALOGE("cannot lock the service folder: %s", strerror(errno));
-        lock.reset();
     }
     return lock;
 }
@@ -156,15 +154,10 @@ status_t ServiceFolder::connect(const std::string& file, bool wait, base::unique
                                      sizeof address)) == 0) {
         return NO_ERROR;
     }
-    switch (errno) {
-    case ENOENT:
-    case ECONNREFUSED:
+    if (errno == ENOENT || errno == ECONNREFUSED) {
         return NAME_NOT_FOUND;
-    case EAGAIN:
-        return TIMED_OUT;
-    default:
-        return -errno;
     }
+    return errno == EAGAIN ? static_cast<status_t>(TIMED_OUT) : -errno;
 }
 
 void ServiceFolder::remove(const std::string& file, ino_t inode) const {
