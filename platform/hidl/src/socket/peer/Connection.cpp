@@ -62,9 +62,7 @@ void Connection::ready() {
     std::unique_ptr<ReceivedMessage> message;
     const Io io = ReceivedMessage::receive(mSocket, Wait::kNo, &message);
     mWasHeard = mWasHeard || io == Io::kDone;
-    // What travels here fits into a packet.
-    const bool nothing = io == Io::kEmpty && message == nullptr;
-    if (nothing || (io == Io::kDone && mPeer->handle(*message))) {
+    if (io == Io::kEmpty || (io == Io::kDone && mPeer->handle(*message))) {
         watchAgain();
         return;
     }

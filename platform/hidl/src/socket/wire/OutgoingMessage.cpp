@@ -12,8 +12,12 @@
 #include <vector>
 
 #include <cutils/native_handle.h>
+#include <fcntl.h>
 #include <linux/android/binder.h>
 #include <log/log.h>
+#include <sys/mman.h>
+#include <sys/socket.h>
+#include <unistd.h>
 
 #include "ThreadSpare.h"
 
@@ -28,6 +32,35 @@ struct OutgoingMessage::Scratch {
     std::vector<uint64_t> exported;
     std::vector<IBinder*> mentioned;
 };
+
+namespace {
+
+// What is behind the first packet, in a memory file that cannot change any more.
+bool enclose(const std::vector<uint8_t>& bytes, base::unique_fd* file) {
+    const auto size = static_cast<ssize_t>(bytes.size() - kPacketSize);
+    file->reset(memfd_create("message", MFD_CLOEXEC | MFD_ALLOW_SEALING));
+    return *file >= 0 && write(*file, bytes.data() + kPacketSize, size) == size &&
+           fcntl(*file, F_ADD_SEALS, kMessageSeals) == 0;
+}
+
+// Descriptors in a socket from which they can be taken without ever waiting.
+bool enclose(const std::vector<int>& descriptors, base::unique_fd* socket) {
+    int ends[2];
+    if (socketpair(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0, ends) != 0) {
+        return false;
+    }
+    const base::unique_fd filled(ends[0]);
+    socket->reset(ends[1]);
+    for (size_t sent = 0; sent < descriptors.size(); sent += kPacketDescriptors) {
+        const size_t part = std::min(kPacketDescriptors, descriptors.size() - sent);
+        if (sendPacket(filled, "", 1, descriptors.data() + sent, part, TimeLimit(1)) != Io::kDone) {
+            return false;
+        }
+    }
+    return true;
+}
+
+}  // namespace
 
 OutgoingMessage::OutgoingMessage(MessageKind kind, ObjectNumbers& numbers)
         : header(), mNumbers(numbers), mScratch(ThreadSpare<Scratch>::take()) {
@@ -175,26 +208,32 @@ status_t OutgoingMessage::pack(const Parcel& parcel) {
 }
 
 Io OutgoingMessage::send(int socket, const Deadline& deadline) {
-    std::vector<uint8_t>& bytes = mScratch->bytes;
-    std::memcpy(bytes.data(), &header, sizeof header);
-    const std::vector<int>& descriptors = mScratch->descriptors;
-    size_t sent = 0;
-    for (size_t lent = 0; sent < bytes.size() || lent < descriptors.size();) {
-        const bool lending = sent == 0 || sent >= bytes.size();
-        const size_t lend = lending ? std::min(kPacketDescriptors, descriptors.size() - lent) : 0;
-        const size_t part = sent < bytes.size() ? std::min(kPacketSize, bytes.size() - sent) : 1;
-        const uint8_t* const at = sent < bytes.size() ? bytes.data() + sent : bytes.data();
-        const Io io = sendPacket(socket, at, part, descriptors.data() + lent, lend, deadline);
-        if (io != Io::kDone) {
-            // A message that ends in its middle leaves nothing to go on with.
-            return sent > 0 && io == Io::kBroken ? Io::kTimeout : io;
-        }
-        sent += part;
-        lent += lend;
+    std::memcpy(mScratch->bytes.data(), &header, sizeof header);
+    std::vector<int>& descriptors = mScratch->descriptors;
+    const std::vector<int> further(
+            descriptors.begin() + std::min(descriptors.size(), kPacketDescriptors),
+            descriptors.end());
+    descriptors.resize(descriptors.size() - further.size());
+    base::unique_fd bytesFile;
+    base::unique_fd descriptorsSocket;
+    if ((mScratch->bytes.size() > kPacketSize && !enclose(mScratch->bytes, &bytesFile)) ||
+        (!further.empty() && !enclose(further, &descriptorsSocket))) {
+        ALOGE("cannot send a message larger than a packet: %s", strerror(errno));
+        return Io::kBroken;
     }
-    mScratch->exported.clear();
-    mScratch->mentioned.clear();
-    return Io::kDone;
+    for (const base::unique_fd* enclosed : {&bytesFile, &descriptorsSocket}) {
+        if (*enclosed >= 0) {
+            descriptors.push_back(*enclosed);
+        }
+    }
+    const Io io = sendPacket(socket, mScratch->bytes.data(),
+                             std::min(kPacketSize, mScratch->bytes.size()), descriptors.data(),
+                             descriptors.size(), deadline);
+    if (io == Io::kDone) {
+        mScratch->exported.clear();
+        mScratch->mentioned.clear();
+    }
+    return io;
 }
 
 }  // namespace android::hardware::socket

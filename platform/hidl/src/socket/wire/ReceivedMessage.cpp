@@ -9,11 +9,12 @@
 #include <algorithm>
 #include <cstddef>
 #include <cstring>
-#include <new>
 #include <utility>
 
+#include <fcntl.h>
 #include <linux/android/binder.h>
 #include <log/log.h>
+#include <unistd.h>
 
 #include "ThreadSpare.h"
 
@@ -147,65 +148,66 @@ ReceivedMessage::~ReceivedMessage() {
 }
 
 Io ReceivedMessage::receive(int socket, Wait wait, std::unique_ptr<ReceivedMessage>* message) {
-    const char* fault = nullptr;
-    if (*message == nullptr) {
-        std::unique_ptr<ReceivedMessage> incoming(new ReceivedMessage);
-        size_t received;
-        const Io io = receivePacket(socket, incoming->mBytes, kPacketSize, &received,
-                                    &incoming->mStorage->descriptors, wait);
-        if (io != Io::kDone && io != Io::kLost) {
-            return io;
-        }
-        incoming->mIncomplete = io == Io::kLost;
-        fault = incoming->checkHeader(received);
-        *message = std::move(incoming);
+    std::unique_ptr<ReceivedMessage> incoming(new ReceivedMessage);
+    size_t received;
+    const Io io = receivePacket(socket, incoming->mBytes, kPacketSize, &received,
+                                &incoming->mStorage->descriptors, wait);
+    if (io != Io::kDone && io != Io::kLost) {
+        return io;
     }
-    const Io rest = fault == nullptr ? (*message)->receiveRest(socket) : Io::kDone;
-    if (rest != Io::kDone) {
-        return rest;
+    incoming->mIncomplete = io == Io::kLost;
+    const char* fault = incoming->checkHeader(received);
+    if (fault == nullptr && !incoming->mIncomplete) {
+        fault = incoming->unpack();
     }
-    if (fault == nullptr && !(*message)->mIncomplete) {
-        fault = (*message)->fixObjects();
+    if (fault == nullptr && !incoming->mIncomplete) {
+        fault = incoming->fixObjects();
     }
     if (fault != nullptr) {
         ALOGE("malformed message: %s", fault);
         return Io::kBroken;
     }
+    *message = std::move(incoming);
     return Io::kDone;
 }
 
-Io ReceivedMessage::receiveRest(int socket) {
-    if (mReceived < mTotal && mWhole == nullptr) {
-        mWhole.reset(new (std::nothrow) uint8_t[mTotal]);
-        if (mWhole == nullptr) {
-            ALOGE("no memory for a message of %zu bytes", mTotal);
-            return Io::kBroken;
-        }
-        mBytes = mWhole.get();
-        std::memcpy(mBytes, mStorage->packet, mReceived);
-    }
+// Nothing here waits for the sender: the file can only be read, and the socket is not waited for.
+const char* ReceivedMessage::unpack() {
     std::vector<base::unique_fd>& descriptors = mStorage->descriptors;
-    while (mReceived < mTotal || mDescriptorsDue > 0) {
-        const bool bytesDue = mReceived < mTotal;
-        const size_t due = bytesDue ? 0 : std::min(mDescriptorsDue, kPacketDescriptors);
+    const auto takeLast = [&] {
+        base::unique_fd last = std::move(descriptors.back());
+        descriptors.pop_back();
+        return last;
+    };
+    const base::unique_fd further =
+            mHeader.descriptors > kPacketDescriptors ? takeLast() : base::unique_fd();
+    if (mTotal > kPacketSize) {
+        const base::unique_fd file = takeLast();
+        const int seals = fcntl(file, F_GET_SEALS);
+        if (seals < 0 || (seals & kMessageSeals) != kMessageSeals) {
+            return "its bytes can change";
+        }
+        mWhole.reset(new uint8_t[mTotal]);
+        mBytes = mWhole.get();
+        std::memcpy(mBytes, mStorage->packet, kPacketSize);
+        const size_t rest = mTotal - kPacketSize;
+        if (pread(file, mBytes + kPacketSize, rest, 0) != static_cast<ssize_t>(rest)) {
+            return "shorter than announced";
+        }
+    }
+    while (!mIncomplete && descriptors.size() < mHeader.descriptors) {
         const size_t before = descriptors.size();
         uint8_t nothing;
-        size_t part;
-        const Io io = receivePacket(socket, bytesDue ? mBytes + mReceived : &nothing,
-                                    bytesDue ? std::min(kPacketSize, mTotal - mReceived) : 1, &part,
-                                    &descriptors, Wait::kNo);
-        if (io != Io::kDone && io != Io::kLost) {
-            return io;
+        size_t size;
+        const Io io = receivePacket(further, &nothing, 1, &size, &descriptors, Wait::kNo);
+        mIncomplete = io == Io::kLost;
+        if (!mIncomplete && (io != Io::kDone || descriptors.size() == before)) {
+            return "fewer descriptors than announced";
         }
-        mIncomplete = mIncomplete || (io == Io::kLost && due > 0);
-        if (descriptors.size() - before != due && (io == Io::kDone || due == 0)) {
-            ALOGE("malformed message: other descriptors than due behind its first packet");
-            return Io::kBroken;
-        }
-        mReceived += bytesDue ? part : 0;
-        mDescriptorsDue -= due;
     }
-    return Io::kDone;
+    return mIncomplete || descriptors.size() == mHeader.descriptors
+                   ? nullptr
+                   : "more descriptors than announced";
 }
 
 const char* ReceivedMessage::checkHeader(size_t received) {
@@ -215,11 +217,6 @@ const char* ReceivedMessage::checkHeader(size_t received) {
     std::memcpy(&mHeader, mBytes, sizeof mHeader);
     if (mHeader.magic != kMagic) {
         return "not of this protocol";
-    }
-    const size_t first = std::min<size_t>(mHeader.descriptors, kPacketDescriptors);
-    if (mHeader.descriptors > kMaxDescriptors ||
-        (!mIncomplete && first != mStorage->descriptors.size())) {
-        return "other descriptors than announced";
     }
     if (mHeader.dataSize % 4 != 0 || mHeader.dataSize > kMaxMessageSize) {
         return "bad data size";
@@ -239,11 +236,16 @@ const char* ReceivedMessage::checkHeader(size_t received) {
     if (received != std::min<uint64_t>(total, kPacketSize)) {
         return "shorter or longer than announced";
     }
+    const size_t carried = std::min<size_t>(mHeader.descriptors, kPacketDescriptors) +
+                           (total > kPacketSize ? 1 : 0) +
+                           (mHeader.descriptors > kPacketDescriptors ? 1 : 0);
+    if (mHeader.descriptors > kMaxDescriptors ||
+        (!mIncomplete && carried != mStorage->descriptors.size())) {
+        return "other descriptors than announced";
+    }
     mTotal = total;
-    mReceived = received;
     dataSize = mHeader.dataSize;
     objectsCount = mHeader.objectCount;
-    mDescriptorsDue = mHeader.descriptors - first;
     switch (mHeader.kind) {
     case MessageKind::kCall:
     case MessageKind::kReply:
@@ -331,11 +333,6 @@ sp<IBinder> ReceivedMessage::binder(size_t index) const {
 
 size_t ReceivedMessage::descriptorCount() const {
     return mStorage->descriptors.size();
-}
-
-void ReceivedMessage::dropDescriptors() {
-    mStorage->descriptors.clear();
-    mIncomplete = true;
 }
 
 base::unique_fd ReceivedMessage::takeDescriptor() {
