@@ -18,6 +18,7 @@
 
 #include "../RuntimeState.h"
 #include "../pool/Pool.h"
+#include "Peers.h"
 
 namespace android::hardware::socket {
 
@@ -115,6 +116,14 @@ void Peer::atBound(const char* ofWhat, size_t bound) {
     }
 }
 
+bool Peer::admits(size_t connections) {
+    if (connections >= mLimits.connections) {
+        atBound("connections", mLimits.connections);
+        return false;
+    }
+    return true;
+}
+
 // --- Connections ------------------------------------------------------------------------------
 
 bool Peer::serve(base::unique_fd& socket, const sp<BHwBinder>& root) {
@@ -127,8 +136,7 @@ bool Peer::serve(base::unique_fd& socket, const sp<BHwBinder>& root) {
         }
         connection = std::make_shared<Connection>(std::move(socket), shared_from_this(),
                                                   Connection::Use::kByPeer);
-        if (mConnections.size() >= mLimits.connections) {
-            atBound("connections", mLimits.connections);
+        if (!admits(mConnections.size())) {
             return true;
         }
         mIsClient = true;
@@ -302,7 +310,7 @@ void Peer::end(End why) {
         processEnd->close();
     }
     if (why != End::kGone) {
-        finishEnd();
+        Peers::instance().ended(*this);
         return;
     }
     Pool::instance().post([self = shared_from_this(), proxies = std::move(proxies)] {
@@ -314,38 +322,8 @@ void Peer::end(End why) {
         if (const auto tell = runtimeState().onPeerGone.get()) {
             tell(self->identity().pid);
         }
-        self->finishEnd();
+        Peers::instance().ended(*self);
     });
-}
-
-// Whoever asks for something to be done afterwards meanwhile comes after those who asked before:
-// the peer's place is free only once it has been forgotten.
-void Peer::finishEnd() {
-    std::vector<std::function<void()>> acts;
-    do {
-        for (const auto& act : acts) {
-            act();
-        }
-        acts.clear();
-        Mutex::Autolock lock(mLock);
-        acts.swap(mAfterEnd);
-        mFinished = acts.empty();
-    } while (!acts.empty());
-}
-
-void Peer::afterEnd(std::function<void()> act) {
-    {
-        Mutex::Autolock lock(mLock);
-        if (!mFinished) {
-            if (mAfterEnd.size() <= mLimits.connections) {
-                mAfterEnd.push_back(std::move(act));
-            } else {
-                atBound("connections", mLimits.connections);
-            }
-            return;
-        }
-    }
-    act();
 }
 
 // --- Calls ------------------------------------------------------------------------------------

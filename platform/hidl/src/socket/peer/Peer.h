@@ -7,7 +7,6 @@
 #include <atomic>
 #include <cstddef>
 #include <cstdint>
-#include <functional>
 #include <memory>
 #include <unordered_map>
 #include <vector>
@@ -67,9 +66,8 @@ public:
     // kClosed: without a word to anyone here. kIdle: the same, if there is nothing to keep it for.
     enum class End { kGone, kClosed, kIdle };
     void end(End why);
-    // Does something once the end is finished, with everybody told. Not for too many at once: what
-    // is too much is dropped.
-    void afterEnd(std::function<void()> act);
+    // Whether there may be one connection more than so many; logs that there may not.
+    bool admits(size_t connections);
 
     // --- Calls.
 
@@ -125,7 +123,6 @@ private:
     std::shared_ptr<Connection> connection() const;
     bool anyUsed(Connection::Use use) const REQUIRES(mLock);
     void endIfLeft();
-    void finishEnd();
     bool adoptChannel(base::unique_fd socket);
     void tell(const Release& release);
     void atBound(const char* ofWhat, size_t bound);
@@ -142,8 +139,6 @@ private:
 
     mutable Mutex mLock;
     bool mAlive GUARDED_BY(mLock) = true;
-    bool mFinished GUARDED_BY(mLock) = false;
-    std::vector<std::function<void()>> mAfterEnd GUARDED_BY(mLock);
     std::shared_ptr<ProcessEnd> mProcessEnd GUARDED_BY(mLock);
     std::vector<std::shared_ptr<Connection>> mConnections GUARDED_BY(mLock);  // The latest last.
     std::vector<std::shared_ptr<InChannel>> mInChannels GUARDED_BY(mLock);

@@ -6,8 +6,9 @@
 
 #include "Peers.h"
 
+#include <algorithm>
+#include <iterator>
 #include <utility>
-#include <vector>
 
 #include <unistd.h>
 
@@ -51,37 +52,55 @@ std::shared_ptr<Peer> Peers::find(int connection, bool forServing, std::shared_p
         }
     }
     entry = std::make_shared<Peer>(identity);
-    // Before it is watched: once it has ended, this would be done at once, and wants the lock.
-    entry->afterEnd([this, pid = identity.pid, made = entry.get()] { forget(pid, made); });
     entry->watch(std::move(process));
     return entry;
 }
 
-void Peers::forget(pid_t pid, const Peer* peer) {
+void Peers::ended(const Peer& peer) {
     std::shared_ptr<Peer> forgotten;  // Released after the lock.
-    Mutex::Autolock lock(mLock);
-    const auto it = mPeers.find(pid);
-    if (it != mPeers.end() && it->second.get() == peer) {
-        forgotten = std::move(it->second);
-        mPeers.erase(it);
+    std::vector<Waiting> next;
+    {
+        Mutex::Autolock lock(mLock);
+        const auto it = mPeers.find(peer.identity().pid);
+        if (it != mPeers.end() && it->second.get() == &peer) {
+            forgotten = std::move(it->second);
+            mPeers.erase(it);
+        }
+        const auto others = std::stable_partition(mWaiting.begin(), mWaiting.end(),
+                                                  [&](auto& each) { return each.before != &peer; });
+        std::move(others, mWaiting.end(), std::back_inserter(next));
+        mWaiting.erase(others, mWaiting.end());
+    }
+    for (Waiting& each : next) {
+        serve(std::move(each.connection), each.root);
     }
 }
 
 void Peers::serve(base::unique_fd connection, const sp<BHwBinder>& root) {
     for (;;) {
         std::shared_ptr<Peer> before;
-        if (const auto peer = find(connection, true, &before)) {
+        const auto peer = find(connection, true, &before);
+        if (peer != nullptr) {
             if (peer->serve(connection, root)) {
                 return;
             }
-            continue;  // It has ended since.
+            before = peer;  // It has ended since.
         }
-        if (before != nullptr) {
-            before->end(Peer::End::kGone);
-            const auto kept = std::make_shared<base::unique_fd>(std::move(connection));
-            before->afterEnd([this, kept, root] { serve(std::move(*kept), root); });
+        if (before == nullptr) {
+            return;
         }
-        return;
+        before->end(Peer::End::kGone);
+        Mutex::Autolock lock(mLock);
+        const auto it = mPeers.find(before->identity().pid);
+        if (it != mPeers.end() && it->second == before) {
+            const auto waiting =
+                    std::count_if(mWaiting.begin(), mWaiting.end(),
+                                  [&](const auto& each) { return each.before == before.get(); });
+            if (before->admits(static_cast<size_t>(waiting))) {
+                mWaiting.push_back({before.get(), std::move(connection), root});
+            }
+            return;
+        }
     }
 }
 
@@ -108,10 +127,12 @@ sp<IBinder> Peers::connect(base::unique_fd connection) {
 
 void Peers::closeAll() {
     std::unordered_map<pid_t, std::shared_ptr<Peer>> peers;
+    std::vector<Waiting> waiting;
     {
         Mutex::Autolock lock(mLock);
         ++mClosed;
         peers.swap(mPeers);
+        waiting.swap(mWaiting);
     }
     for (const auto& entry : peers) {
         entry.second->end(Peer::End::kClosed);

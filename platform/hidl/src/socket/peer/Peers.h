@@ -8,6 +8,7 @@
 #include <cstddef>
 #include <memory>
 #include <unordered_map>
+#include <vector>
 
 #include <android-base/unique_fd.h>
 #include <hwbinder/Binder.h>
@@ -30,18 +31,27 @@ public:
     // there is none.
     sp<IBinder> connect(base::unique_fd connection);
 
+    // A peer's end is finished, with everybody told: forgets it, and serves who waited for that.
+    void ended(const Peer& peer);
     // Ends all.
     void closeAll();
 
 private:
+    // A connection to be served once an earlier peer's end is finished.
+    struct Waiting {
+        const Peer* before;
+        base::unique_fd connection;
+        sp<BHwBinder> root;
+    };
+
     // Whose a connection is. Null when it is refused, logged; if there is another whose end must be
     // finished before, that.
     std::shared_ptr<Peer> find(int connection, bool forServing, std::shared_ptr<Peer>* before);
-    void forget(pid_t pid, const Peer* peer);
 
     Mutex mLock;
     std::atomic<size_t> mClosed{0};  // How often all were.
     std::unordered_map<pid_t, std::shared_ptr<Peer>> mPeers GUARDED_BY(mLock);
+    std::vector<Waiting> mWaiting GUARDED_BY(mLock);  // In the order in which they came.
 };
 
 }  // namespace android::hardware::socket

@@ -93,7 +93,6 @@ void OutgoingMessage::tell(const Release& release) {
 
 void OutgoingMessage::lend(int descriptor) {
     mScratch->descriptors.push_back(descriptor);
-    header.descriptors = static_cast<uint32_t>(mScratch->descriptors.size());
 }
 
 status_t OutgoingMessage::measure(const Parcel& parcel, uint64_t* total) {
@@ -203,13 +202,13 @@ status_t OutgoingMessage::pack(const Parcel& parcel) {
             return placed;
         }
     }
-    header.descriptors = static_cast<uint32_t>(mScratch->descriptors.size());
     return NO_ERROR;
 }
 
 Io OutgoingMessage::send(int socket, const Deadline& deadline) {
-    std::memcpy(mScratch->bytes.data(), &header, sizeof header);
     std::vector<int>& descriptors = mScratch->descriptors;
+    header.descriptors = static_cast<uint32_t>(descriptors.size());
+    std::memcpy(mScratch->bytes.data(), &header, sizeof header);
     const std::vector<int> further(
             descriptors.begin() + std::min(descriptors.size(), kPacketDescriptors),
             descriptors.end());

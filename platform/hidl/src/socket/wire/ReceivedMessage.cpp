@@ -9,6 +9,7 @@
 #include <algorithm>
 #include <cstddef>
 #include <cstring>
+#include <new>
 #include <utility>
 
 #include <fcntl.h>
@@ -77,7 +78,6 @@ public:
     }
 
     const char* fixDescriptors(size_t index, const uint8_t* at) {
-        mBuffers[index] = {};
         const auto array = objectAt<binder_fd_array_object>(at, 0);
         if (array.num_fds > mDescriptors.size() - mNextDescriptor) {
             return "more descriptors claimed than came";
@@ -91,8 +91,6 @@ public:
         }
         return fault;
     }
-
-    void skip(size_t index) { mBuffers[index] = {}; }
 
     const char* finish() const {
         if (mNextBuffer != mTotal) {
@@ -132,7 +130,7 @@ struct ReceivedMessage::Storage {
     alignas(std::max_align_t) uint8_t packet[kPacketSize];
     std::vector<base::unique_fd> descriptors;
     std::vector<Buffer> buffers;
-    std::vector<std::pair<size_t, sp<IBinder>>> binders;
+    std::vector<std::pair<size_t, sp<IBinder>>> binders;  // Null until they are resolved.
 };
 
 ReceivedMessage::ReceivedMessage()
@@ -160,9 +158,6 @@ Io ReceivedMessage::receive(int socket, Wait wait, std::unique_ptr<ReceivedMessa
     if (fault == nullptr && !incoming->mIncomplete) {
         fault = incoming->unpack();
     }
-    if (fault == nullptr && !incoming->mIncomplete) {
-        fault = incoming->fixObjects();
-    }
     if (fault != nullptr) {
         ALOGE("malformed message: %s", fault);
         return Io::kBroken;
@@ -174,20 +169,29 @@ Io ReceivedMessage::receive(int socket, Wait wait, std::unique_ptr<ReceivedMessa
 // Nothing here waits for the sender: the file can only be read, and the socket is not waited for.
 const char* ReceivedMessage::unpack() {
     std::vector<base::unique_fd>& descriptors = mStorage->descriptors;
+    const bool hasFile = mTotal > kPacketSize;
+    const bool hasSocket = mHeader.descriptors > kPacketDescriptors;
+    const size_t carried = std::min<size_t>(mHeader.descriptors, kPacketDescriptors) +
+                           (hasFile ? 1 : 0) + (hasSocket ? 1 : 0);
+    if (mHeader.descriptors > kMaxDescriptors || descriptors.size() != carried) {
+        return "other descriptors than announced";
+    }
     const auto takeLast = [&] {
         base::unique_fd last = std::move(descriptors.back());
         descriptors.pop_back();
         return last;
     };
-    const base::unique_fd further =
-            mHeader.descriptors > kPacketDescriptors ? takeLast() : base::unique_fd();
-    if (mTotal > kPacketSize) {
+    const base::unique_fd further = hasSocket ? takeLast() : base::unique_fd();
+    if (hasFile) {
         const base::unique_fd file = takeLast();
         const int seals = fcntl(file, F_GET_SEALS);
         if (seals < 0 || (seals & kMessageSeals) != kMessageSeals) {
             return "its bytes can change";
         }
-        mWhole.reset(new uint8_t[mTotal]);
+        mWhole.reset(new (std::nothrow) uint8_t[mTotal]);
+        if (mWhole == nullptr) {
+            return "larger than the memory that is left";
+        }
         mBytes = mWhole.get();
         std::memcpy(mBytes, mStorage->packet, kPacketSize);
         const size_t rest = mTotal - kPacketSize;
@@ -205,9 +209,7 @@ const char* ReceivedMessage::unpack() {
             return "fewer descriptors than announced";
         }
     }
-    return mIncomplete || descriptors.size() == mHeader.descriptors
-                   ? nullptr
-                   : "more descriptors than announced";
+    return mIncomplete ? nullptr : fixObjects();
 }
 
 const char* ReceivedMessage::checkHeader(size_t received) {
@@ -235,13 +237,6 @@ const char* ReceivedMessage::checkHeader(size_t received) {
     }
     if (received != std::min<uint64_t>(total, kPacketSize)) {
         return "shorter or longer than announced";
-    }
-    const size_t carried = std::min<size_t>(mHeader.descriptors, kPacketDescriptors) +
-                           (total > kPacketSize ? 1 : 0) +
-                           (mHeader.descriptors > kPacketDescriptors ? 1 : 0);
-    if (mHeader.descriptors > kMaxDescriptors ||
-        (!mIncomplete && carried != mStorage->descriptors.size())) {
-        return "other descriptors than announced";
     }
     mTotal = total;
     dataSize = mHeader.dataSize;
@@ -287,14 +282,14 @@ const char* ReceivedMessage::fixObjects() {
             return "bad object";
         }
         end = offset + size;
+        mStorage->buffers[i] = {};
         const char* fault = nullptr;
         if (type == BINDER_TYPE_PTR) {
             fault = fixer.fixBuffer(i, start + offset);
         } else if (type == BINDER_TYPE_FDA) {
             fault = fixer.fixDescriptors(i, start + offset);
         } else {
-            fixer.skip(i);
-            mNamesObjects = true;
+            mStorage->binders.emplace_back(i, nullptr);
         }
         if (fault != nullptr) {
             return fault;
@@ -304,20 +299,15 @@ const char* ReceivedMessage::fixObjects() {
 }
 
 status_t ReceivedMessage::resolve(ObjectFinder& finder) {
-    for (size_t i = 0; mNamesObjects && i < objectsCount; ++i) {
-        const auto header = objectAt<binder_object_header>(data, objects[i]);
-        if (header.type != BINDER_TYPE_BINDER && header.type != BINDER_TYPE_HANDLE) {
-            continue;
-        }
+    for (auto& [index, binder] : mStorage->binders) {
         // What is the sender's own is remote here, and the other way round.
-        const auto object = objectAt<flat_binder_object>(data, objects[i]);
+        const auto object = objectAt<flat_binder_object>(data, objects[index]);
         const bool remote = object.hdr.type == BINDER_TYPE_BINDER;
-        sp<IBinder> binder = remote ? finder.remote(object.binder) : finder.local(object.binder);
+        binder = remote ? finder.remote(object.binder) : finder.local(object.binder);
         if (binder == nullptr) {
             return remote ? FAILED_TRANSACTION : static_cast<status_t>(BAD_VALUE);
         }
         mBringsObjects = mBringsObjects || remote;
-        mStorage->binders.emplace_back(i, std::move(binder));
     }
     return NO_ERROR;
 }

@@ -71,7 +71,6 @@ private:
     std::unique_ptr<Storage> mStorage;
     std::unique_ptr<uint8_t[]> mWhole;  // Of a message that is larger than a packet.
     uint8_t* mBytes;                    // In whichever of them the message is.
-    bool mNamesObjects = false;
     bool mBringsObjects = false;
     bool mIncomplete = false;
 };
