@@ -86,15 +86,11 @@ bool ServingTurns::anyServed() {
 }
 
 void ServingTurns::forget(const InChannel& channel) {
-    std::shared_ptr<InChannel> gone;  // Released after the lock.
     {
         Mutex::Autolock lock(mLock);
-        const auto it = std::find_if(mWaiting.begin(), mWaiting.end(),
-                                     [&](const auto& each) { return each.get() == &channel; });
-        if (it != mWaiting.end()) {
-            gone = std::move(*it);
-            mWaiting.erase(it);
-        }
+        mWaiting.erase(std::remove_if(mWaiting.begin(), mWaiting.end(),
+                                      [&](const auto& each) { return each.get() == &channel; }),
+                       mWaiting.end());
     }
     callNext();  // It may have been called, and will not come.
 }

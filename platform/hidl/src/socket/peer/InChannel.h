@@ -45,7 +45,7 @@ public:
     bool begin(std::shared_ptr<InChannel> channel, size_t limit);
     void end();
     bool anyServed();
-    // It will not come any more.
+    // It will not come any more, and is the caller's.
     void forget(const InChannel& channel);
 
 private:

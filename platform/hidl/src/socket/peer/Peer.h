@@ -82,7 +82,6 @@ public:
     // The call that it waits for could not be sent: a client is cut off, so that it learns of that.
     status_t couldNotCall();
     // Whether there is a channel for calls to whom we owe some.
-    bool isClient() const { return mIsClient; }
     bool canBeCalled() { return !mIsClient || mOut.ensureOne(); }
     std::unique_ptr<Channel> openChannel(bool atOnce);
     size_t mostCallsTo() const { return mLimits.callbacks; }

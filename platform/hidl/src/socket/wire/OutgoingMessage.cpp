@@ -9,6 +9,7 @@
 #include <algorithm>
 #include <cstddef>
 #include <cstring>
+#include <iterator>
 #include <vector>
 
 #include <cutils/native_handle.h>
@@ -213,18 +214,15 @@ Io OutgoingMessage::send(int socket, const Deadline& deadline) {
             descriptors.begin() + std::min(descriptors.size(), kPacketDescriptors),
             descriptors.end());
     descriptors.resize(descriptors.size() - further.size());
-    base::unique_fd bytesFile;
-    base::unique_fd descriptorsSocket;
-    if ((mScratch->bytes.size() > kPacketSize && !enclose(mScratch->bytes, &bytesFile)) ||
-        (!further.empty() && !enclose(further, &descriptorsSocket))) {
+    const bool large = mScratch->bytes.size() > kPacketSize;
+    base::unique_fd enclosed[2];
+    if ((large && !enclose(mScratch->bytes, &enclosed[0])) ||
+        (!further.empty() && !enclose(further, &enclosed[1]))) {
         ALOGE("cannot send a message larger than a packet: %s", strerror(errno));
         return Io::kBroken;
     }
-    for (const base::unique_fd* enclosed : {&bytesFile, &descriptorsSocket}) {
-        if (*enclosed >= 0) {
-            descriptors.push_back(*enclosed);
-        }
-    }
+    std::copy_if(std::begin(enclosed), std::end(enclosed), std::back_inserter(descriptors),
+                 [](int descriptor) { return descriptor >= 0; });
     const Io io = sendPacket(socket, mScratch->bytes.data(),
                              std::min(kPacketSize, mScratch->bytes.size()), descriptors.data(),
                              descriptors.size(), deadline);
