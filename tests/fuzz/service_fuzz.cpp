@@ -125,7 +125,7 @@ struct Seeds {
         add<Proxy>(service, [](Proxy& proxy) {
             return proxy.Process(kSession, "context", tensors(), tensors(), 7);
         });
-        // Larger than a packet, in bytes and in descriptors.
+        // In several packets, of bytes and of descriptors.
         add<Proxy>(service, [](Proxy& proxy) {
             return proxy.Process(kSession, std::string(2 * kPacketSize, 'c'), tensors(50),
                                  tensors(100), 7);
@@ -185,7 +185,6 @@ WireMessage messageOf(const uint8_t* data, size_t size) {
             {size_t{data[2]} | size_t{data[3]} << 8, size - kPrefix, size_t{kMaxDescriptors}});
     std::transform(kinds, kinds + count, std::back_inserter(message.descriptors), describe);
     message.each = std::clamp<size_t>(data[1], 1, kPacketDescriptors);
-    message.seals = (data[0] & 64) == 0 ? kMessageSeals : F_SEAL_SHRINK;
     message.bytes.assign(kinds + count, data + size);
     if (data[0] < 128 && message.bytes.size() >= sizeof(MessageHeader)) {
         message.bytes.resize(pad8(message.bytes.size()));

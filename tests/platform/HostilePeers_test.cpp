@@ -55,6 +55,13 @@ WireMessage callBack() {
         return probe.caller(new Probe, [](int32_t, int32_t, uint32_t) {});
     });
 }
+// The first packet of a call of several.
+WireMessage half() {
+    WireMessage message = ping();
+    message.header().buffersSize = 2 * kPacketSize;
+    message.bytes.resize(kPacketSize);
+    return message;
+}
 // As if the peer sent ever new objects, and we had to keep them all.
 WireMessage manyObjects(uint32_t count) {
     WireMessage one = hold();
@@ -93,6 +100,8 @@ TEST_F(HostilePeers, LoseTheirConnectionAndNothingElse) {
             {"garbage on the connection",
              [](auto& client) { ::send(client.link, "garbage", 7, 0); }},
             {"a call on the connection", [](auto& client) { sendRaw(client.link, ping()); }},
+            {"half a message on the connection",
+             [](auto& client) { sendRaw(client.link, half()); }},
             {"a release of what it does not hold",
              [](auto& client) { client.control(MessageKind::kRelease, 4711, 1); }},
             {"the same with an answer",
@@ -114,7 +123,12 @@ TEST_F(HostilePeers, LoseTheirConnectionAndNothingElse) {
                  message.header().kind = MessageKind::kReply;
                  client.call(std::move(message));
              }},
-            {"251 descriptors without a place", [](auto& client) { client.call(ping(), 251); }},
+            {"254 descriptors, over two packets",
+             [](auto& client) {
+                 client.call(half(), 127);
+                 client.call(half(), 127);
+             }},
+            {"253 descriptors without a place", [](auto& client) { client.call(ping(), 253); }},
             {"an object of ours that it does not hold",
              [](auto& client) {
                  WireMessage message = hold();
@@ -170,14 +184,20 @@ TEST_F(HostilePeers, AreRefusedWhatIsTooMuch) {
             channel = client.openChannel();
         }
         EXPECT_EQ("end", RawClient::nextOn(channels.back()));
-        EXPECT_EQ("reply 0", answerTo(ping()));
+        // What is half sent counts, too.
+        WireMessage begun = half();
+        begun.header().descriptors = 3;
+        sendRaw(channels[0], begun, 3);
+        EXPECT_EQ("reply 0", answerTo(ping())) << "and has been looked at";
         const auto receive = [](int descriptors) {
             return call([=](BpHwProbe& probe) {
                 return probe.receive(partOf(descriptors, 0), [](int32_t, int32_t, bool) {});
             });
         };
-        EXPECT_EQ("reply 0", answerTo(receive(4)));
-        EXPECT_EQ("reply -2147483646", answerTo(receive(5)));
+        EXPECT_EQ("reply 0", answerTo(receive(1)));
+        EXPECT_EQ("reply -2147483646", answerTo(receive(2))) << "five";
+        channels.clear();
+        EXPECT_TRUE(eventually([&] { return answerTo(receive(4)) == "reply 0"; }));
         std::vector<std::unique_ptr<RawClient>> more(4);
         for (auto& each : more) {
             each = std::make_unique<RawClient>(socketOf("frugal"));
@@ -280,12 +300,18 @@ TEST_F(HostilePeers, AreCalledOverTheConnectionThatTheyCameBackOn) {
     EXPECT_TRUE(stranger.succeeded());
 }
 
-// Nobody's call waits for them, though they let all threads wait for their answers.
+// Nobody's call waits for them: not where they leave messages half sent, nor where they let all
+// threads wait for their answers.
 TEST_F(HostilePeers, KeepNoThreadByTheirSilence) {
     const PeerProcess server("patient", "2", "60000", "4");
     const auto start = std::chrono::steady_clock::now();
     const auto silent = [&] {
         RawClient client(socketOf("patient"));
+        std::vector<unique_fd> channels(30);
+        for (unique_fd& channel : channels) {
+            channel = client.openChannel();
+            sendRaw(channel, half());
+        }
         client.call(callBack());
         EXPECT_EQ("call", client.next()) << "which is never answered";
         pause();
@@ -373,6 +399,7 @@ TEST_F(HostileServers, LoseTheirClient) {
             {"it has gone", [](unique_fd& link) { link.reset(); }},
             {"it took too long", [](unique_fd&) {}},
             {"does not keep to the protocol", [](unique_fd& link) { sendRaw(link, ping()); }},
+            {"does not keep to the protocol", [](unique_fd& link) { sendRaw(link, half()); }},
             {"does not keep to the protocol",
              [](unique_fd& link) { ::send(link, "garbage", 7, 0); }},
     };

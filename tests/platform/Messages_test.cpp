@@ -175,30 +175,6 @@ TEST_F(Messages, WithoutATextAreAnsweredByAnException) {
     EXPECT_EQ("answer -4 0 0", fateOf({"", dropRegionName}));
 }
 
-TEST_F(Messages, LargerThanAPacketAreWholeOrBreakTheConnection) {
-    const struct {
-        const char* fate;
-        Damage damage;
-    } cases[] = {
-            {"answer 0 40003 601 1", {"none", [](M) {}}},
-            {"answer 0 40003 601 1", {"in other packets", [](M m) { m.each = 50; }}},
-            {"broken", {"bytes that can change", [](M m) { m.seals = F_SEAL_SHRINK; }}},
-            {"broken", {"bytes that can go", [](M m) { m.seals = F_SEAL_WRITE; }}},
-            {"broken", {"the last bytes are missing", [](M m) { cut(m, 8); }}},
-            {"broken", {"no more than a packet's bytes", [](M m) { m.bytes.resize(kPacketSize); }}},
-            {"broken", {"the last descriptor is missing", [](M m) { m.descriptors.pop_back(); }}},
-            {"broken", {"one too many", [](M m) { m.descriptors.emplace_back(dup(0)); }}},
-            {"broken", {"no more than a packet's", [](M m) { m.descriptors.resize(251); }}},
-    };
-    for (const auto& [fate, damage] : cases) {
-        Part part = partOf(600, 1);
-        part.name = std::string(40000, 'x');
-        WireMessage message = receiveCall(part);
-        damage.apply(message);
-        EXPECT_EQ(fate, deliver(std::move(message), *mStub)) << damage.what;
-    }
-}
-
 TEST_F(Messages, NameAMethodThatThereIsAndAllItsArguments) {
     const struct {
         const char* fate;

@@ -169,8 +169,14 @@ std::string RawClient::nextOn(int socket) {
 
 bool sendRaw(int socket, const WireMessage& message, size_t descriptors) {
     const std::vector<int> lent(descriptors, STDOUT_FILENO);
-    return sendPacket(socket, message.bytes.data(), message.bytes.size(), lent.data(), descriptors,
-                      kLong) == Io::kDone;
+    for (size_t sent = 0; sent < message.bytes.size(); sent += kPacketSize) {
+        const size_t part = std::min(kPacketSize, message.bytes.size() - sent);
+        if (sendPacket(socket, message.bytes.data() + sent, part, lent.data(),
+                       sent == 0 ? descriptors : 0, kLong) != Io::kDone) {
+            return false;
+        }
+    }
+    return true;
 }
 
 }  // namespace orva_test

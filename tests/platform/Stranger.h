@@ -65,7 +65,7 @@ struct RawClient {
     static std::string nextOn(int socket);
 };
 
-// Sends one that fits into a packet; false when the peer no longer listens.
+// Sends it in as many packets as it takes; false when the peer no longer listens.
 bool sendRaw(int socket, const WireMessage& message, size_t descriptors = 0);
 
 }  // namespace orva_test

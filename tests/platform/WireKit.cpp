@@ -4,10 +4,7 @@
  */
 #include "WireKit.h"
 
-#include <fcntl.h>
-#include <sys/mman.h>
 #include <sys/socket.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <cstdlib>
@@ -26,7 +23,6 @@ using android::sp;
 using android::status_t;
 using namespace android::hardware;
 using namespace android::hardware::socket;
-using android::base::unique_fd;
 
 namespace {
 
@@ -40,39 +36,6 @@ struct OneNumber : ObjectNumbers {
     }
     void takeBackMention(const sp<IBinder>&) override {}
 };
-
-unique_fd takeLast(std::vector<unique_fd>* descriptors) {
-    unique_fd last = std::move(descriptors->back());
-    descriptors->pop_back();
-    return last;
-}
-
-// One packet, with what travels behind it.
-void takeFrom(int socket, WireMessage* message) {
-    size_t size;
-    message->bytes.resize(kPacketSize);
-    message->descriptors.clear();
-    receivePacket(socket, message->bytes.data(), kPacketSize, &size, &message->descriptors,
-                  Wait::kNo);
-    message->bytes.resize(size);
-    const MessageHeader header = message->header();
-    const unique_fd further =
-            header.descriptors > kPacketDescriptors ? takeLast(&message->descriptors) : unique_fd();
-    const size_t total = sizeof header + pad8(header.dataSize) +
-                         header.objectCount * sizeof(uint64_t) + header.buffersSize;
-    if (total > size) {
-        const unique_fd file = takeLast(&message->descriptors);
-        message->bytes.resize(total);
-        if (pread(file, message->bytes.data() + size, total - size, 0) !=
-            static_cast<ssize_t>(total - size)) {
-            abort();
-        }
-    }
-    for (uint8_t nothing;
-         further >= 0 && receivePacket(further, &nothing, 1, &size, &message->descriptors,
-                                       Wait::kNo) == Io::kDone;) {
-    }
-}
 
 // The far end of a proxy: every call fails, and what it puts on the wire is kept where that is
 // asked.
@@ -92,7 +55,16 @@ struct DeadObject : RemoteObject {
             outgoing.send(sockets.ours.get(), TimeLimit(1)) != Io::kDone) {
             abort();
         }
-        takeFrom(sockets.theirs.get(), mMessage);
+        MessageHeader& header = outgoing.header;
+        const size_t total = sizeof header + pad8(header.dataSize) +
+                             header.objectCount * sizeof(uint64_t) + header.buffersSize;
+        mMessage->bytes.clear();
+        uint8_t packet[kPacketSize];
+        for (size_t size; receivePacket(sockets.theirs.get(), packet, sizeof packet, &size,
+                                        &mMessage->descriptors, Wait::kNo) == Io::kDone;) {
+            mMessage->bytes.insert(mMessage->bytes.end(), packet, packet + size);
+        }
+        mMessage->bytes.resize(total);  // Without those that only carry descriptors.
         return android::DEAD_OBJECT;
     }
     WireMessage* const mMessage;
@@ -132,36 +104,29 @@ SocketPair::SocketPair() {
 
 namespace {
 
+// Received as it is sent, packet by packet.
 Io receive(const WireMessage& message, std::unique_ptr<ReceivedMessage>* received) {
-    const std::vector<unique_fd>& all = message.descriptors;
-    std::vector<int> lent(all.begin(), all.end());
-    const size_t carried = std::min(kPacketDescriptors, lent.size());
-    SocketPair further;
-    for (size_t given = carried; given < lent.size(); given += message.each) {
-        sendPacket(further.ours, "", 1, lent.data() + given,
-                   std::min(message.each, lent.size() - given), TimeLimit(1));
+    SocketPair sockets;
+    std::vector<int> lent;
+    for (const auto& descriptor : message.descriptors) {
+        lent.push_back(descriptor);
     }
-    lent.resize(carried);
-    const unique_fd file(memfd_create("message", MFD_CLOEXEC | MFD_ALLOW_SEALING));
-    const size_t first = std::min(kPacketSize, message.bytes.size());
-    if (first < message.bytes.size()) {
-        const size_t rest = message.bytes.size() - first;
-        if (write(file, message.bytes.data() + first, rest) != static_cast<ssize_t>(rest) ||
-            fcntl(file, F_ADD_SEALS, message.seals) != 0) {
+    Io io = Io::kEmpty;
+    for (size_t sent = 0, given = 0;
+         io == Io::kEmpty && (sent < message.bytes.size() || given < lent.size());) {
+        const bool lends = sent == 0 || sent >= message.bytes.size();
+        const size_t left = message.bytes.size() - std::min(sent, message.bytes.size());
+        const size_t part = left > 0 ? std::min(kPacketSize, left) : 1;
+        const size_t gives = lends ? std::min(message.each, lent.size() - given) : 0;
+        if (sendPacket(sockets.ours.get(), message.bytes.data() + (left > 0 ? sent : 0), part,
+                       lent.data() + given, gives, TimeLimit(1)) != Io::kDone) {
             abort();
         }
-        lent.push_back(file);
+        sent += part;
+        given += gives;
+        io = ReceivedMessage::receive(sockets.theirs.get(), Wait::kNo, received);
     }
-    if (carried < all.size()) {
-        lent.push_back(further.theirs);
-    }
-    further.ours.reset();
-    const SocketPair sockets;
-    if (sendPacket(sockets.ours, message.bytes.data(), first, lent.data(), lent.size(),
-                   TimeLimit(1)) != Io::kDone) {
-        abort();
-    }
-    return ReceivedMessage::receive(sockets.theirs, Wait::kNo, received);
+    return io;
 }
 
 }  // namespace

@@ -23,10 +23,8 @@ using android::hardware::socket::pad8;
 struct WireMessage {
     std::vector<uint8_t> bytes;
     std::vector<android::base::unique_fd> descriptors;
-    // How many descriptors each packet carries that brings what does not fit into the first.
+    // How many of them a packet carries that carries any.
     size_t each = android::hardware::socket::kPacketDescriptors;
-    // Those of the file with the bytes that do not.
-    int seals = android::hardware::socket::kMessageSeals;
 
     MessageHeader& header() { return *reinterpret_cast<MessageHeader*>(bytes.data()); }
     uint8_t* data() { return bytes.data() + sizeof(MessageHeader); }

@@ -62,7 +62,9 @@ void Connection::ready() {
     std::unique_ptr<ReceivedMessage> message;
     const Io io = ReceivedMessage::receive(mSocket, Wait::kNo, &message);
     mWasHeard = mWasHeard || io == Io::kDone;
-    if (io == Io::kEmpty || (io == Io::kDone && mPeer->handle(*message))) {
+    // What travels here fits into a packet.
+    const bool nothing = io == Io::kEmpty && message == nullptr;
+    if (nothing || (io == Io::kDone && mPeer->handle(*message))) {
         watchAgain();
         return;
     }

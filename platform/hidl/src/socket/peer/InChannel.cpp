@@ -22,11 +22,28 @@ void InChannel::close() {
     mPeer->turns().forget(*this);
 }
 
+Io InChannel::serveOne() {
+    const Io io = ReceivedMessage::receive(mChannel.socket(), Wait::kNo, &mCall);
+    mPeer->dropDescriptors(std::exchange(mHeld, 0));
+    if (io == Io::kDone) {
+        return mChannel.serve(std::move(mCall)) ? Io::kEmpty : Io::kClosed;
+    }
+    if (mCall != nullptr) {
+        mHeld = mCall->descriptorCount();
+        if (!mPeer->holdDescriptors(mHeld)) {
+            mHeld = 0;
+            mCall->dropDescriptors();
+        }
+    }
+    return io;
+}
+
 bool InChannel::isUrgent() {
     MessageHeader next;
     const ssize_t size = recv(mChannel.socket(), &next, sizeof next, MSG_PEEK | MSG_DONTWAIT);
     const bool call = size == sizeof next && next.kind == MessageKind::kCall;
-    return !mPeer->turns().anyServed() && (!call || next.code > IBinder::LAST_CALL_TRANSACTION);
+    return mCall == nullptr && !mPeer->turns().anyServed() &&
+           (!call || next.code > IBinder::LAST_CALL_TRANSACTION);
 }
 
 void InChannel::ready() {
@@ -34,17 +51,16 @@ void InChannel::ready() {
                               mPeer->mostServed())) {
         return;
     }
-    std::unique_ptr<ReceivedMessage> call;
-    const Io io = ReceivedMessage::receive(mChannel.socket(), Wait::kNo, &call);
-    const bool goesOn = io == Io::kDone ? mChannel.serve(std::move(call)) : io == Io::kEmpty;
+    const Io io = serveOne();
     mPeer->turns().end();
-    if (goesOn) {
+    if (io == Io::kEmpty) {
         watchAgain();
         return;
     }
     if (io == Io::kBroken) {
         mPeer->cut("it does not keep to the protocol");
     }
+    mPeer->dropDescriptors(std::exchange(mHeld, 0));
     mPeer->forget(*this);
 }
 

@@ -16,8 +16,8 @@
 
 namespace android::hardware::socket {
 
-// A channel on which the peer calls; served by the pool. A call for which it is not the
-// peer's turn waits here without a thread.
+// A channel on which the peer calls; served by the pool. A call that has not come whole, or for
+// which it is not the peer's turn, waits here without a thread.
 class InChannel : public PollItem {
 public:
     InChannel(base::unique_fd socket, std::shared_ptr<Peer> peer);
@@ -32,8 +32,13 @@ public:
 private:
     friend class ServingTurns;
 
+    Io serveOne();
+
     const std::shared_ptr<Peer> mPeer;
     Channel mChannel;
+    // Of the thread that has the channel to itself.
+    std::unique_ptr<ReceivedMessage> mCall;  // As far as it has come.
+    size_t mHeld = 0;                        // Descriptors of it that are counted.
 };
 
 // Bounds how many calls of one peer are served at once. Further ones wait without a thread, in the

@@ -9,16 +9,11 @@
 #include <algorithm>
 #include <cstddef>
 #include <cstring>
-#include <iterator>
 #include <vector>
 
 #include <cutils/native_handle.h>
-#include <fcntl.h>
 #include <linux/android/binder.h>
 #include <log/log.h>
-#include <sys/mman.h>
-#include <sys/socket.h>
-#include <unistd.h>
 
 #include "ThreadSpare.h"
 
@@ -33,35 +28,6 @@ struct OutgoingMessage::Scratch {
     std::vector<uint64_t> exported;
     std::vector<IBinder*> mentioned;
 };
-
-namespace {
-
-// What is behind the first packet, in a memory file that cannot change any more.
-bool enclose(const std::vector<uint8_t>& bytes, base::unique_fd* file) {
-    const auto size = static_cast<ssize_t>(bytes.size() - kPacketSize);
-    file->reset(memfd_create("message", MFD_CLOEXEC | MFD_ALLOW_SEALING));
-    return *file >= 0 && write(*file, bytes.data() + kPacketSize, size) == size &&
-           fcntl(*file, F_ADD_SEALS, kMessageSeals) == 0;
-}
-
-// Descriptors in a socket from which they can be taken without ever waiting.
-bool enclose(const std::vector<int>& descriptors, base::unique_fd* socket) {
-    int ends[2];
-    if (socketpair(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0, ends) != 0) {
-        return false;
-    }
-    const base::unique_fd filled(ends[0]);
-    socket->reset(ends[1]);
-    for (size_t sent = 0; sent < descriptors.size(); sent += kPacketDescriptors) {
-        const size_t part = std::min(kPacketDescriptors, descriptors.size() - sent);
-        if (sendPacket(filled, "", 1, descriptors.data() + sent, part, TimeLimit(1)) != Io::kDone) {
-            return false;
-        }
-    }
-    return true;
-}
-
-}  // namespace
 
 OutgoingMessage::OutgoingMessage(MessageKind kind, ObjectNumbers& numbers)
         : header(), mNumbers(numbers), mScratch(ThreadSpare<Scratch>::take()) {
@@ -94,6 +60,7 @@ void OutgoingMessage::tell(const Release& release) {
 
 void OutgoingMessage::lend(int descriptor) {
     mScratch->descriptors.push_back(descriptor);
+    header.descriptors = static_cast<uint32_t>(mScratch->descriptors.size());
 }
 
 status_t OutgoingMessage::measure(const Parcel& parcel, uint64_t* total) {
@@ -203,34 +170,31 @@ status_t OutgoingMessage::pack(const Parcel& parcel) {
             return placed;
         }
     }
+    header.descriptors = static_cast<uint32_t>(mScratch->descriptors.size());
     return NO_ERROR;
 }
 
 Io OutgoingMessage::send(int socket, const Deadline& deadline) {
-    std::vector<int>& descriptors = mScratch->descriptors;
-    header.descriptors = static_cast<uint32_t>(descriptors.size());
-    std::memcpy(mScratch->bytes.data(), &header, sizeof header);
-    const std::vector<int> further(
-            descriptors.begin() + std::min(descriptors.size(), kPacketDescriptors),
-            descriptors.end());
-    descriptors.resize(descriptors.size() - further.size());
-    const bool large = mScratch->bytes.size() > kPacketSize;
-    base::unique_fd enclosed[2];
-    if ((large && !enclose(mScratch->bytes, &enclosed[0])) ||
-        (!further.empty() && !enclose(further, &enclosed[1]))) {
-        ALOGE("cannot send a message larger than a packet: %s", strerror(errno));
-        return Io::kBroken;
+    std::vector<uint8_t>& bytes = mScratch->bytes;
+    std::memcpy(bytes.data(), &header, sizeof header);
+    const std::vector<int>& descriptors = mScratch->descriptors;
+    size_t sent = 0;
+    for (size_t lent = 0; sent < bytes.size() || lent < descriptors.size();) {
+        const bool lending = sent == 0 || sent >= bytes.size();
+        const size_t lend = lending ? std::min(kPacketDescriptors, descriptors.size() - lent) : 0;
+        const size_t part = sent < bytes.size() ? std::min(kPacketSize, bytes.size() - sent) : 1;
+        const uint8_t* const at = sent < bytes.size() ? bytes.data() + sent : bytes.data();
+        const Io io = sendPacket(socket, at, part, descriptors.data() + lent, lend, deadline);
+        if (io != Io::kDone) {
+            // A message that ends in its middle leaves nothing to go on with.
+            return sent > 0 && io == Io::kBroken ? Io::kTimeout : io;
+        }
+        sent += part;
+        lent += lend;
     }
-    std::copy_if(std::begin(enclosed), std::end(enclosed), std::back_inserter(descriptors),
-                 [](int descriptor) { return descriptor >= 0; });
-    const Io io = sendPacket(socket, mScratch->bytes.data(),
-                             std::min(kPacketSize, mScratch->bytes.size()), descriptors.data(),
-                             descriptors.size(), deadline);
-    if (io == Io::kDone) {
-        mScratch->exported.clear();
-        mScratch->mentioned.clear();
-    }
-    return io;
+    mScratch->exported.clear();
+    mScratch->mentioned.clear();
+    return Io::kDone;
 }
 
 }  // namespace android::hardware::socket

@@ -23,8 +23,6 @@ namespace android::hardware::socket {
 
 namespace {
 
-constexpr size_t kMostPassed = kPacketDescriptors + 2;
-
 Io waitFor(int socket, short events, const Deadline& deadline) {
     for (;;) {
         pollfd entry = {socket, events, 0};
@@ -71,7 +69,7 @@ Io sendPacket(int socket, const void* bytes, size_t size, const int* descriptors
     msghdr message = {};
     message.msg_iov = &part;
     message.msg_iovlen = 1;
-    alignas(cmsghdr) char control[CMSG_SPACE(kMostPassed * sizeof(int))];
+    alignas(cmsghdr) char control[CMSG_SPACE(kPacketDescriptors * sizeof(int))];
     if (descriptorCount > 0) {
         message.msg_control = control;
         message.msg_controllen = CMSG_SPACE(descriptorCount * sizeof(int));
@@ -111,7 +109,7 @@ Io sendPacket(int socket, const void* bytes, size_t size, const int* descriptors
 Io receivePacket(int socket, void* bytes, size_t capacity, size_t* size,
                  std::vector<base::unique_fd>* descriptors, Wait wait) {
     iovec part = {bytes, capacity};
-    alignas(cmsghdr) char control[CMSG_SPACE(kMostPassed * sizeof(int))];
+    alignas(cmsghdr) char control[CMSG_SPACE(kPacketDescriptors * sizeof(int))];
     msghdr message = {};
     message.msg_iov = &part;
     message.msg_iovlen = 1;

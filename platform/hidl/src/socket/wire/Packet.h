@@ -15,7 +15,7 @@ namespace android::hardware::socket {
 
 enum class Io {
     kDone,
-    kEmpty,    // Nothing there, and not told to wait.
+    kEmpty,    // Nothing there, or not all, and not told to wait.
     kTimeout,  // The peer took longer than it may.
     kClosed,   // The peer has gone.
     kBroken,   // What came or was to go cannot be used; logged.

@@ -12,10 +12,8 @@
 #include <new>
 #include <utility>
 
-#include <fcntl.h>
 #include <linux/android/binder.h>
 #include <log/log.h>
-#include <unistd.h>
 
 #include "ThreadSpare.h"
 
@@ -78,6 +76,7 @@ public:
     }
 
     const char* fixDescriptors(size_t index, const uint8_t* at) {
+        mBuffers[index] = {};
         const auto array = objectAt<binder_fd_array_object>(at, 0);
         if (array.num_fds > mDescriptors.size() - mNextDescriptor) {
             return "more descriptors claimed than came";
@@ -91,6 +90,8 @@ public:
         }
         return fault;
     }
+
+    void skip(size_t index) { mBuffers[index] = {}; }
 
     const char* finish() const {
         if (mNextBuffer != mTotal) {
@@ -130,7 +131,7 @@ struct ReceivedMessage::Storage {
     alignas(std::max_align_t) uint8_t packet[kPacketSize];
     std::vector<base::unique_fd> descriptors;
     std::vector<Buffer> buffers;
-    std::vector<std::pair<size_t, sp<IBinder>>> binders;  // Null until they are resolved.
+    std::vector<std::pair<size_t, sp<IBinder>>> binders;
 };
 
 ReceivedMessage::ReceivedMessage()
@@ -146,70 +147,65 @@ ReceivedMessage::~ReceivedMessage() {
 }
 
 Io ReceivedMessage::receive(int socket, Wait wait, std::unique_ptr<ReceivedMessage>* message) {
-    std::unique_ptr<ReceivedMessage> incoming(new ReceivedMessage);
-    size_t received;
-    const Io io = receivePacket(socket, incoming->mBytes, kPacketSize, &received,
-                                &incoming->mStorage->descriptors, wait);
-    if (io != Io::kDone && io != Io::kLost) {
-        return io;
+    const char* fault = nullptr;
+    if (*message == nullptr) {
+        std::unique_ptr<ReceivedMessage> incoming(new ReceivedMessage);
+        size_t received;
+        const Io io = receivePacket(socket, incoming->mBytes, kPacketSize, &received,
+                                    &incoming->mStorage->descriptors, wait);
+        if (io != Io::kDone && io != Io::kLost) {
+            return io;
+        }
+        incoming->mIncomplete = io == Io::kLost;
+        fault = incoming->checkHeader(received);
+        *message = std::move(incoming);
     }
-    incoming->mIncomplete = io == Io::kLost;
-    const char* fault = incoming->checkHeader(received);
-    if (fault == nullptr && !incoming->mIncomplete) {
-        fault = incoming->unpack();
+    const Io rest = fault == nullptr ? (*message)->receiveRest(socket) : Io::kDone;
+    if (rest != Io::kDone) {
+        return rest;
+    }
+    if (fault == nullptr && !(*message)->mIncomplete) {
+        fault = (*message)->fixObjects();
     }
     if (fault != nullptr) {
         ALOGE("malformed message: %s", fault);
         return Io::kBroken;
     }
-    *message = std::move(incoming);
     return Io::kDone;
 }
 
-// Nothing here waits for the sender: the file can only be read, and the socket is not waited for.
-const char* ReceivedMessage::unpack() {
-    std::vector<base::unique_fd>& descriptors = mStorage->descriptors;
-    const bool hasFile = mTotal > kPacketSize;
-    const bool hasSocket = mHeader.descriptors > kPacketDescriptors;
-    const size_t carried = std::min<size_t>(mHeader.descriptors, kPacketDescriptors) +
-                           (hasFile ? 1 : 0) + (hasSocket ? 1 : 0);
-    if (mHeader.descriptors > kMaxDescriptors || descriptors.size() != carried) {
-        return "other descriptors than announced";
-    }
-    const auto takeLast = [&] {
-        base::unique_fd last = std::move(descriptors.back());
-        descriptors.pop_back();
-        return last;
-    };
-    const base::unique_fd further = hasSocket ? takeLast() : base::unique_fd();
-    if (hasFile) {
-        const base::unique_fd file = takeLast();
-        const int seals = fcntl(file, F_GET_SEALS);
-        if (seals < 0 || (seals & kMessageSeals) != kMessageSeals) {
-            return "its bytes can change";
-        }
+Io ReceivedMessage::receiveRest(int socket) {
+    if (mReceived < mTotal && mWhole == nullptr) {
         mWhole.reset(new (std::nothrow) uint8_t[mTotal]);
         if (mWhole == nullptr) {
-            return "larger than the memory that is left";
+            ALOGE("no memory for a message of %zu bytes", mTotal);
+            return Io::kBroken;
         }
         mBytes = mWhole.get();
-        std::memcpy(mBytes, mStorage->packet, kPacketSize);
-        const size_t rest = mTotal - kPacketSize;
-        if (pread(file, mBytes + kPacketSize, rest, 0) != static_cast<ssize_t>(rest)) {
-            return "shorter than announced";
-        }
+        std::memcpy(mBytes, mStorage->packet, mReceived);
     }
-    while (!mIncomplete && descriptors.size() < mHeader.descriptors) {
+    std::vector<base::unique_fd>& descriptors = mStorage->descriptors;
+    while (mReceived < mTotal || mDescriptorsDue > 0) {
+        const bool bytesDue = mReceived < mTotal;
+        const size_t due = bytesDue ? 0 : std::min(mDescriptorsDue, kPacketDescriptors);
         const size_t before = descriptors.size();
         uint8_t nothing;
-        size_t size;
-        const Io io = receivePacket(further, &nothing, 1, &size, &descriptors, Wait::kNo);
-        mIncomplete = io == Io::kLost;
-        if (!mIncomplete && (io != Io::kDone || descriptors.size() == before)) {
-            return "fewer descriptors than announced";
+        size_t part;
+        const Io io = receivePacket(socket, bytesDue ? mBytes + mReceived : &nothing,
+                                    bytesDue ? std::min(kPacketSize, mTotal - mReceived) : 1, &part,
+                                    &descriptors, Wait::kNo);
+        if (io != Io::kDone && io != Io::kLost) {
+            return io;
         }
+        mIncomplete = mIncomplete || (io == Io::kLost && due > 0);
+        if (descriptors.size() - before != due && (io == Io::kDone || due == 0)) {
+            ALOGE("malformed message: other descriptors than due behind its first packet");
+            return Io::kBroken;
+        }
+        mReceived += bytesDue ? part : 0;
+        mDescriptorsDue -= due;
     }
-    return mIncomplete ? nullptr : fixObjects();
+    return Io::kDone;
 }
 
 const char* ReceivedMessage::checkHeader(size_t received) {
@@ -219,6 +215,11 @@ const char* ReceivedMessage::checkHeader(size_t received) {
     std::memcpy(&mHeader, mBytes, sizeof mHeader);
     if (mHeader.magic != kMagic) {
         return "not of this protocol";
+    }
+    const size_t first = std::min<size_t>(mHeader.descriptors, kPacketDescriptors);
+    if (mHeader.descriptors > kMaxDescriptors ||
+        (!mIncomplete && first != mStorage->descriptors.size())) {
+        return "other descriptors than announced";
     }
     if (mHeader.dataSize % 4 != 0 || mHeader.dataSize > kMaxMessageSize) {
         return "bad data size";
@@ -239,8 +240,10 @@ const char* ReceivedMessage::checkHeader(size_t received) {
         return "shorter or longer than announced";
     }
     mTotal = total;
+    mReceived = received;
     dataSize = mHeader.dataSize;
     objectsCount = mHeader.objectCount;
+    mDescriptorsDue = mHeader.descriptors - first;
     switch (mHeader.kind) {
     case MessageKind::kCall:
     case MessageKind::kReply:
@@ -282,14 +285,14 @@ const char* ReceivedMessage::fixObjects() {
             return "bad object";
         }
         end = offset + size;
-        mStorage->buffers[i] = {};
         const char* fault = nullptr;
         if (type == BINDER_TYPE_PTR) {
             fault = fixer.fixBuffer(i, start + offset);
         } else if (type == BINDER_TYPE_FDA) {
             fault = fixer.fixDescriptors(i, start + offset);
         } else {
-            mStorage->binders.emplace_back(i, nullptr);
+            fixer.skip(i);
+            mNamesObjects = true;
         }
         if (fault != nullptr) {
             return fault;
@@ -299,15 +302,20 @@ const char* ReceivedMessage::fixObjects() {
 }
 
 status_t ReceivedMessage::resolve(ObjectFinder& finder) {
-    for (auto& [index, binder] : mStorage->binders) {
+    for (size_t i = 0; mNamesObjects && i < objectsCount; ++i) {
+        const auto header = objectAt<binder_object_header>(data, objects[i]);
+        if (header.type != BINDER_TYPE_BINDER && header.type != BINDER_TYPE_HANDLE) {
+            continue;
+        }
         // What is the sender's own is remote here, and the other way round.
-        const auto object = objectAt<flat_binder_object>(data, objects[index]);
+        const auto object = objectAt<flat_binder_object>(data, objects[i]);
         const bool remote = object.hdr.type == BINDER_TYPE_BINDER;
-        binder = remote ? finder.remote(object.binder) : finder.local(object.binder);
+        sp<IBinder> binder = remote ? finder.remote(object.binder) : finder.local(object.binder);
         if (binder == nullptr) {
             return remote ? FAILED_TRANSACTION : static_cast<status_t>(BAD_VALUE);
         }
         mBringsObjects = mBringsObjects || remote;
+        mStorage->binders.emplace_back(i, std::move(binder));
     }
     return NO_ERROR;
 }
@@ -323,6 +331,11 @@ sp<IBinder> ReceivedMessage::binder(size_t index) const {
 
 size_t ReceivedMessage::descriptorCount() const {
     return mStorage->descriptors.size();
+}
+
+void ReceivedMessage::dropDescriptors() {
+    mStorage->descriptors.clear();
+    mIncomplete = true;
 }
 
 base::unique_fd ReceivedMessage::takeDescriptor() {

@@ -31,8 +31,10 @@ public:
 // One message as it came in, hostile until checked. Owns its bytes and its descriptors.
 class ReceivedMessage final : public IncomingData {
 public:
-    // Receives and checks one message, all but its objects' meaning. kDone; kEmpty when there is
-    // none; a malformed one is kBroken, with its reason logged.
+    // Receives and checks one message, all but its objects' meaning; into the given one when that
+    // has begun. Waits for nothing but its start, if told so. kDone; kEmpty when it has not come,
+    // or, where `message` is set then, not whole; a malformed one is kBroken, with its reason
+    // logged.
     static Io receive(int socket, Wait wait, std::unique_ptr<ReceivedMessage>* message);
 
     ~ReceivedMessage() override;
@@ -50,6 +52,8 @@ public:
     bool bringsObjects() const { return mBringsObjects; }
 
     size_t descriptorCount() const;
+    // Makes it a message whose descriptors could not be received.
+    void dropDescriptors();
 
     // The descriptor of a message that carries one and no parcel.
     base::unique_fd takeDescriptor();
@@ -62,15 +66,18 @@ private:
     // What a message needs memory for; kept by its thread for the next one.
     struct Storage;
 
+    Io receiveRest(int socket);
     const char* checkHeader(size_t received);
-    const char* unpack();
     const char* fixObjects();
 
     MessageHeader mHeader = {};
     size_t mTotal = 0;
+    size_t mReceived = 0;        // Bytes of it.
+    size_t mDescriptorsDue = 0;  // In packets that have yet to come.
     std::unique_ptr<Storage> mStorage;
     std::unique_ptr<uint8_t[]> mWhole;  // Of a message that is larger than a packet.
     uint8_t* mBytes;                    // In whichever of them the message is.
+    bool mNamesObjects = false;
     bool mBringsObjects = false;
     bool mIncomplete = false;
 };

@@ -8,8 +8,6 @@
 #include <cstdint>
 #include <cstring>
 
-#include <fcntl.h>
-
 namespace android::hardware::socket {
 
 // What travels on a connection, a sequence of packets of a Unix socket:
@@ -18,10 +16,9 @@ namespace android::hardware::socket {
 //
 // each part padded to 8 bytes. Data and offsets are a parcel's; the buffers follow in the order of
 // their buffer objects. Pointers do not travel: the receiver puts its own where buffers and
-// descriptors stand. A message is one packet, so that nothing is ever half received. What does not
-// fit travels along in a descriptor behind the message's own: first a memory file that cannot
-// change any more, with the bytes from kPacketSize on; then a socket, closed at its other end, with
-// packets of one byte each that carry the descriptors from kPacketDescriptors on.
+// descriptors stand. What does not fit into one packet follows in more, without a header of their
+// own. The first packet carries descriptors, too, as many as it may; the others come behind all
+// bytes, in packets of one more byte each, of which all but the last are full.
 //
 // Calls and replies travel on channels, all else on connections. Objects are numbered for a
 // process, not for a connection: whichever way a message goes, a number means the same.
@@ -56,9 +53,8 @@ static_assert(sizeof(MessageHeader) == 48, "the header is part of the wire");
 constexpr uint32_t kMagic = 0x4f525632;  // "ORV2"
 constexpr size_t kPacketSize = 16 * 1024;
 constexpr size_t kMaxMessageSize = 1024 * 1024 - 8 * 1024;
-constexpr size_t kPacketDescriptors = 251;  // The kernel passes two more at once, for the rest.
+constexpr size_t kPacketDescriptors = 253;  // As many as the kernel passes at once.
 constexpr size_t kMaxDescriptors = 2048;
-constexpr int kMessageSeals = F_SEAL_SHRINK | F_SEAL_WRITE;
 
 constexpr uint64_t pad8(uint64_t length) {
     return (length + 7) & ~uint64_t{7};
