@@ -79,7 +79,8 @@ TEST_F(EndToEnd, AClosedDescriptorIsNotSent) {
     Session session(client::findService(), 1, "echo", "", {});
     const Tensor good({}, kBytes);
     hidl_vec<AITensorHandle> inputs = {good.handle()};
-    inputs[0].data = Handle(hidl::UniqueFd()).Memory(kBytes);
+    Handle closed((hidl::UniqueFd()));
+    inputs[0].data = closed.Memory(kBytes);
     const auto answer = client::findService()->Process(1, "", inputs, inputs, 0);
     EXPECT_FALSE(answer.isOk());
     EXPECT_FALSE(answer.isDeadObject());
