@@ -20,6 +20,7 @@
 
 #include "Stranger.h"
 #include "TransportTest.h"
+#include "hwbinder/Transport.h"
 #include "support/LogCapture.h"
 
 namespace {
@@ -90,6 +91,23 @@ TEST_F(Services, StandInAFolderThatOthersCannotWriteTo) {
     EXPECT_EQ(0700u, info.st_mode & 0777);
     ASSERT_EQ(0, stat(socketOf().c_str(), &info));
     EXPECT_EQ(0600u, info.st_mode & 0777);
+}
+
+TEST_F(Services, AreServedUnderAllTheirNamesOrNone) {
+    PeerProcess other("default", "1");
+    const sp<android::hardware::IBinder> own = android::hardware::toBinder(sp<IProbe>(new Probe));
+    EXPECT_EQ(android::ALREADY_EXISTS,
+              android::hardware::transport::addService({"orva.test@1.0::IFree", IProbe::descriptor},
+                                                       "default", own));
+    EXPECT_FALSE(std::filesystem::exists(mFolder + "/orva.test@1.0::IFree#default"));
+}
+
+TEST_F(Services, LeaveTheFileAloneThatAnotherHasMade) {
+    ASSERT_EQ(android::OK, (new Probe)->registerAsService());
+    std::filesystem::remove(socketOf());
+    PeerProcess other("default", "1");
+    orva_platform::stop();
+    EXPECT_NE(nullptr, IProbe::getService());
 }
 
 // Connects to a socket as another user: the error, or 0 if the server then closes without a word.
