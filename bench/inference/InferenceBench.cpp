@@ -72,7 +72,7 @@ InferenceRow measure(const InferenceSettings& settings, const std::string& what,
     const Processes clients = start(clientCount, [&](const Control& control) {
         return runServiceClient(control, settings.model, directory, how);
     });
-    std::vector<double> directs, services, ratios, throughputs;
+    std::vector<double> directs, services, alones, ratios, throughputs;
     for (uint32_t i = 0; i < settings.rounds; ++i) {
         directs.push_back(round(direct, 1, settings.requests));
         services.push_back(round(clients, 1, settings.requests));
@@ -82,8 +82,11 @@ InferenceRow measure(const InferenceSettings& settings, const std::string& what,
                                   round(clients, clientCount, settings.requests));
         }
     }
-    return {what, median(directs), median(services), median(ratios),
-            throughputs.empty() ? 0 : median(throughputs)};
+    for (uint32_t i = 0; i < settings.rounds; ++i) {
+        alones.push_back(round(clients, 1, settings.requests));
+    }
+    return {what,           median(directs), median(services),
+            median(alones), median(ratios),  throughputs.empty() ? 0 : median(throughputs)};
 }
 
 }  // namespace
@@ -114,16 +117,16 @@ void runInferenceBench(const InferenceSettings& settings,
 
 void InferenceReport::begin() const {
     if (!json_) {
-        printf("%-32s %10s %12s %7s %14s\n", "", "direct us", "services us", "ratio",
-               "four at once");
+        printf("%-32s %10s %12s %10s %7s %14s\n", "", "direct us", "services us", "alone us",
+               "ratio", "four at once");
     }
 }
 
 void InferenceReport::add(const InferenceRow& row) {
     rows_.push_back(row);
     if (!json_) {
-        printf("%-32s %10.1f %12.1f %7.3f", row.what.c_str(), row.directUs, row.servicesUs,
-               row.ratio);
+        printf("%-32s %10.1f %12.1f %10.1f %7.3f", row.what.c_str(), row.directUs, row.servicesUs,
+               row.aloneUs, row.ratio);
         printf(row.throughputRatio != 0 ? " %14.3f\n" : "\n", row.throughputRatio);
         fflush(stdout);
     }
@@ -131,7 +134,8 @@ void InferenceReport::add(const InferenceRow& row) {
 
 void InferenceReport::end() const {
     if (!json_) {
-        puts("four at once: requests a second of four clients by those of two threads of the bare "
+        puts("alone: the services without the engine's turns in between\n"
+             "four at once: requests a second of four clients by those of two threads of the bare "
              "engine");
         return;
     }
@@ -140,6 +144,7 @@ void InferenceReport::end() const {
         document.push_back({{"what", row.what},
                             {"direct_us", row.directUs},
                             {"services_us", row.servicesUs},
+                            {"services_alone_us", row.aloneUs},
                             {"ratio", row.ratio}});
         if (row.throughputRatio != 0) {
             document.back()["throughput_ratio"] = row.throughputRatio;

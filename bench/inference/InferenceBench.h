@@ -27,6 +27,9 @@ struct InferenceRow {
     std::string what;
     double directUs;
     double servicesUs;
+    // The same without the bare engine's rounds in between, which leave the services' caches cold:
+    // what a client sees that has the machine to itself.
+    double aloneUs;
     double ratio;
     // Requests a second of four clients at once by those of two threads on the bare engine; 0 where
     // that is not measured.
