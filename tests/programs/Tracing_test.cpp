@@ -30,7 +30,7 @@ protected:
         return process;
     }
     static std::string end(ChildProcess& process) {
-        process.signal(SIGINT);
+        process.signal(SIGTERM);
         EXPECT_EQ(process.await(), 0);
         return rest(process.output());
     }

@@ -13,6 +13,9 @@ namespace orva::client {
 
 namespace {
 
+// Ctrl-C, and what timeout(1) sends.
+constexpr int kSignals[] = {SIGINT, SIGTERM};
+
 std::atomic<bool> happened{false};
 static_assert(std::atomic<bool>::is_always_lock_free);
 
@@ -20,7 +23,9 @@ int waitUnlessInterrupted(pollfd* polled, std::chrono::milliseconds time) {
     // Taken only while it waits, so that none comes between the look and the wait.
     sigset_t blocked, before;
     sigemptyset(&blocked);
-    sigaddset(&blocked, SIGINT);
+    for (const int signal : kSignals) {
+        sigaddset(&blocked, signal);
+    }
     pthread_sigmask(SIG_BLOCK, &blocked, &before);
     int ready = 0;
     if (!happened) {
@@ -38,7 +43,9 @@ void takeInterrupt() {
     struct sigaction action = {};
     action.sa_handler = [](int) { happened = true; };
     action.sa_flags = static_cast<int>(SA_RESETHAND) | SA_RESTART;
-    sigaction(SIGINT, &action, nullptr);
+    for (const int signal : kSignals) {
+        sigaction(signal, &action, nullptr);
+    }
 }
 
 const std::atomic<bool>& interrupted() {

@@ -9,7 +9,8 @@
 
 namespace orva::client {
 
-// Has the first Ctrl-C set interrupted() and the second one end the program.
+// Has the first Ctrl-C, or SIGTERM, set interrupted() and the second one end the program. What is
+// said below of the one is true of the other.
 void takeInterrupt();
 const std::atomic<bool>& interrupted();
 
