@@ -109,22 +109,5 @@ TEST(OnnxModel, RefusesWithTheReason) {
     }
 }
 
-TEST(OnnxModel, TellsWhatIsOpenByItsName) {
-    const std::string file =
-            Model(Input("x", {-2, 3, -1}, kInt64) + Input("w", {2}) + Output("y", {-2}) +
-                  Initializer(Tensor("w", {2}, Raw(std::vector<float>(2)))) +
-                  Node("TopK", {"x", "w"}, {"y"}));
-    OnnxModel model;
-    std::string reason;
-    ASSERT_TRUE(ReadOnnxModel(Range(file), model, reason)) << reason;
-    ASSERT_EQ(1U, model.inputs.size()) << "the other one stands in the file";
-    EXPECT_EQ((Dims{-1, 3, -1}), model.inputs[0].dims);
-    EXPECT_EQ((std::vector<std::string>{"N", "", ""}), model.inputs[0].dimNames);
-    EXPECT_EQ(7, model.inputs[0].elementType);
-    EXPECT_EQ("g", model.name);
-    EXPECT_EQ(13, model.operatorSet);
-    EXPECT_TRUE(model.rereads);
-}
-
 }  // namespace
 }  // namespace orva::reference
