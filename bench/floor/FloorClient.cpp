@@ -76,75 +76,68 @@ std::vector<size_t> regionSizes(const Load& load) {
     }
 }
 
-class FloorClient {
-public:
-    FloorClient(const std::string& path, const Load& load)
-            : load_(load),
-              requests_(connectTo(path)),
-              listener_(registerListener(requests_.Get())),
-              ok_(listener_.Get() >= 0) {
-        for (const size_t size : regionSizes(load)) {
-            regions_.push_back(makeRegion(size));
-            sent_.push_back(regions_.back().Get());
-            ok_ = ok_ && sent_.back() >= 0;
-        }
+// Opened, its listener registered on the client's side and on the model manager's, closed: four
+// calls, each with an answer that the next one waits for. No descriptor travels in any of them
+// but the model's, since the connection for callbacks is the process's and not the session's.
+bool session(const FloorClient& client, int64_t size) {
+    return client.callWithRegions(size) == 0 && client.call(size) == 0 && client.call(size) == 0 &&
+           client.call(size) == 0;
+}
+
+bool work(const FloorClient& client, const Load& load) {
+    const auto size = static_cast<int64_t>(load.inputSize);
+    switch (load.work) {
+    case Work::kSession:
+        return session(client, size);
+    case Work::kBuild:
+        return client.callWithRegions(size) == size;
+    default:
+        return client.callWithRegions(size) == 0 &&
+               (load.work != Work::kBinding || client.call(size) == 0) && client.awaitCompletion(2);
     }
-
-    bool ok() const { return ok_; }
-
-    bool work() const {
-        switch (load_.work) {
-        case Work::kSession:
-            return session();
-        case Work::kBuild:
-            return call(sent_) == static_cast<int64_t>(load_.inputSize);
-        default:
-            return call(sent_) == 0 && (load_.work != Work::kBinding || call({}) == 0) &&
-                   awaitCompletion();
-        }
-    }
-
-private:
-    // The status; -1 when the server has gone.
-    int64_t call(const std::vector<int>& descriptors) const {
-        FloorPacket status;
-        return sendPacket(requests_.Get(), {static_cast<int64_t>(load_.inputSize)},
-                          descriptors.data(), descriptors.size()) &&
-                               receivePacket(requests_.Get(), &status)
-                       ? status.value
-                       : -1;
-    }
-
-    // Opened, its listener registered on the client's side and on the model manager's, closed: four
-    // calls, each with an answer that the next one waits for. No descriptor travels in any of them
-    // but the model's, since the connection for callbacks is the process's and not the session's.
-    bool session() const {
-        return call(sent_) == 0 && call({}) == 0 && call({}) == 0 && call({}) == 0;
-    }
-
-    bool awaitCompletion() const {
-        FloorPacket completion;
-        Descriptors<2> outputs;
-        return receivePacket(listener_.Get(), &completion, &outputs) && completion.value == 0 &&
-               sendPacket(listener_.Get(), {0});
-    }
-
-    const Load load_;
-    const UniqueFd requests_;
-    const UniqueFd listener_;
-    bool ok_;
-    std::vector<UniqueFd> regions_;
-    std::vector<int> sent_;
-};
+}
 
 }  // namespace
 
+FloorClient::FloorClient(const std::string& path, const std::vector<size_t>& regionSizes)
+        : requests_(connectTo(path)),
+          listener_(registerListener(requests_.Get())),
+          ok_(listener_.Get() >= 0) {
+    for (const size_t size : regionSizes) {
+        regions_.push_back(makeRegion(size));
+        sent_.push_back(regions_.back().Get());
+        ok_ = ok_ && sent_.back() >= 0;
+    }
+}
+
+int64_t FloorClient::call(int64_t value) const {
+    FloorPacket status;
+    return sendPacket(requests_.Get(), {value}) && receivePacket(requests_.Get(), &status)
+                   ? status.value
+                   : -1;
+}
+
+int64_t FloorClient::callWithRegions(int64_t value) const {
+    FloorPacket status;
+    return sendPacket(requests_.Get(), {value}, sent_.data(), sent_.size()) &&
+                           receivePacket(requests_.Get(), &status)
+                   ? status.value
+                   : -1;
+}
+
+bool FloorClient::awaitCompletion(size_t descriptors) const {
+    FloorPacket completion;
+    std::vector<UniqueFd> outputs(descriptors);
+    return receivePacket(listener_.Get(), &completion, outputs.data(), descriptors) &&
+           completion.value == 0 && sendPacket(listener_.Get(), {0});
+}
+
 int runFloorClient(const Control& control, const std::string& path, const Load& load) {
-    const FloorClient client(path, load);
+    const FloorClient client(path, regionSizes(load));
     if (!control.send(Ready{client.ok()}) || !client.ok()) {
         return 1;
     }
-    return obeyRoundOrders(control, [&] { return client.work(); });
+    return obeyRoundOrders(control, [&] { return work(client, load); });
 }
 
 }  // namespace orva_bench

@@ -4,125 +4,47 @@
  */
 #include "floor/FloorServer.h"
 
-#include <fcntl.h>
 #include <sys/mman.h>
-#include <sys/stat.h>
 #include <sys/un.h>
 #include <unistd.h>
 
 #include <array>
-#include <cstring>
 #include <thread>
 #include <vector>
 
 #include "Payload.h"
 #include "floor/FloorSocket.h"
+#include "floor/FloorTensor.h"
 
 namespace orva_bench {
 
 using orva::hidl::UniqueFd;
 
-namespace {
-
-// The attribute record as it lies in an attribute block.
-using AttributeRecord = std::array<int32_t, 5>;
-static_assert(sizeof(AttributeRecord) == kAttributeSize);
-
-void* mapShared(int fd, size_t size) {
-    return mmap(nullptr, size, PROT_READ | PROT_WRITE, MAP_SHARED, fd, 0);
-}
-
-// A peer's region is as long as it says, or touching it would end the process.
-void* mapReceived(int fd, size_t size) {
-    struct stat status;
-    const bool whole = fstat(fd, &status) == 0 && status.st_size >= static_cast<off_t>(size);
-    return whole ? mapShared(fd, size) : MAP_FAILED;
-}
-
-bool readAttributes(int fd, AttributeRecord* record) {
-    void* const block = mapReceived(fd, kAttributeSize);
-    if (block == MAP_FAILED) {
-        return false;
-    }
-    std::memcpy(record, block, sizeof *record);
-    munmap(block, kAttributeSize);
-    return true;
-}
-
-UniqueFd makeAttributes(const AttributeRecord& record) {
-    UniqueFd fd(memfd_create("floor-attributes", MFD_CLOEXEC));
-    if (ftruncate(fd.Get(), kAttributeSize) != 0) {
-        return UniqueFd();
-    }
-    void* const block = mapShared(fd.Get(), kAttributeSize);
-    if (block == MAP_FAILED) {
-        return UniqueFd();
-    }
-    std::memcpy(block, &record, sizeof record);
-    munmap(block, kAttributeSize);
-    return fd;
-}
-
-// What outlives the call that brought it: its descriptors, duplicated, and its mapping.
-struct Tensor {
-    AttributeRecord attributes;
-    UniqueFd attributeBlock;
-    UniqueFd data;
-    void* bytes;
-    size_t size;
-};
-
-UniqueFd duplicate(int fd) {
-    return UniqueFd(fcntl(fd, F_DUPFD_CLOEXEC, 0));
-}
-
-bool takeTensor(int attributes, int data, size_t size, Tensor* tensor) {
-    tensor->size = size;
-    tensor->attributeBlock = duplicate(attributes);
-    tensor->data = duplicate(data);
-    tensor->bytes = mapReceived(data, size);
-    return readAttributes(attributes, &tensor->attributes) && tensor->attributeBlock.Get() >= 0 &&
-           tensor->data.Get() >= 0 && tensor->bytes != MAP_FAILED;
-}
-
-// What is sent is the handle's own: the tensor keeps its memories.
-bool complete(int listener, const Tensor& output) {
-    const UniqueFd block = makeAttributes(output.attributes);
-    const UniqueFd attributes = duplicate(block.Get());
-    const UniqueFd data = duplicate(output.data.Get());
-    const std::array<int, 2> sent = {attributes.Get(), data.Get()};
-    FloorPacket acknowledgement;
-    return attributes.Get() >= 0 && data.Get() >= 0 &&
-           sendPacket(listener, {0}, sent.data(), sent.size()) &&
-           receivePacket(listener, &acknowledgement);
-}
-
-// A call that brings nothing and asks for a status.
 bool serveBareCall(int requests) {
     FloorPacket call;
     return receivePacket(requests, &call) && sendPacket(requests, {0});
 }
 
+namespace {
+
 // Where tensors are bound first, they are let go of after each computation just the same: binding
 // others in their place unmaps as many.
 bool serveRequest(int requests, int listener, bool started) {
-    Tensor input;
-    Tensor output;
+    std::vector<FloorTensor> input, output;
     {
         FloorPacket request;
         Descriptors<4> received;
-        if (!receivePacket(requests, &request, &received) ||
-            !takeTensor(received[0].Get(), received[1].Get(), static_cast<size_t>(request.value),
-                        &input) ||
-            !takeTensor(received[2].Get(), received[3].Get(), kOutputSize, &output) ||
+        if (!receivePacket(requests, &request, &received)) {
+            return false;
+        }
+        input.emplace_back(received[0], received[1], static_cast<size_t>(request.value));
+        output.emplace_back(received[2], received[3], kOutputSize);
+        if (input[0].bytes() == nullptr || output[0].bytes() == nullptr ||
             !sendPacket(requests, {0})) {
             return false;
         }
     }
-    const bool completed = (!started || serveBareCall(requests)) && complete(listener, output);
-    munmap(input.bytes, input.size);
-    munmap(output.bytes, output.size);
-    return completed;
+    return (!started || serveBareCall(requests)) && complete(listener, output);
 }
 
 // A model's bytes are the server's own once they have come.
@@ -179,19 +101,18 @@ bool serve(const Load& load, int requests, int listener) {
     }
 }
 
-void serveClient(const UniqueFd& requests, const Load& load) {
+void greetAndServe(const UniqueFd& requests, const ServeClient& serveClient) {
     FloorPacket hello;
     Descriptors<1> listener;
-    if (!receivePacket(requests.Get(), &hello, &listener) || !sendPacket(requests.Get(), {0})) {
-        return;
-    }
-    while (serve(load, requests.Get(), listener[0].Get())) {
+    if (receivePacket(requests.Get(), &hello, &listener) && sendPacket(requests.Get(), {0})) {
+        serveClient(requests.Get(), listener[0].Get());
     }
 }
 
 }  // namespace
 
-int runFloorServer(const Control& control, const std::string& path, const Load& load) {
+int runFloorServer(const Control& control, const std::string& path,
+                   const ServeClient& serveClient) {
     const UniqueFd listening(socket(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0));
     const sockaddr_un address = floorAddress(path);
     const bool ok = bind(listening.Get(), reinterpret_cast<const sockaddr*>(&address),
@@ -206,12 +127,20 @@ int runFloorServer(const Control& control, const std::string& path, const Load& 
         if (client < 0) {
             break;
         }
-        threads.emplace_back([client, &load] { serveClient(UniqueFd(client), load); });
+        threads.emplace_back(
+                [client, &serveClient] { greetAndServe(UniqueFd(client), serveClient); });
     }
     for (std::thread& thread : threads) {
         thread.join();
     }
     return 1;
+}
+
+int runFloorServer(const Control& control, const std::string& path, const Load& load) {
+    return runFloorServer(control, path, [&](int requests, int listener) {
+        while (serve(load, requests, listener)) {
+        }
+    });
 }
 
 }  // namespace orva_bench

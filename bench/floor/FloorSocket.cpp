@@ -12,7 +12,7 @@ namespace orva_bench {
 
 namespace {
 
-constexpr size_t kMostDescriptors = 5;
+constexpr size_t kMostDescriptors = 64;
 
 union ControlBuffer {
     cmsghdr alignment;
@@ -29,6 +29,9 @@ sockaddr_un floorAddress(const std::string& path) {
 }
 
 bool sendPacket(int socket, const FloorPacket& packet, const int* descriptors, size_t count) {
+    if (count > kMostDescriptors) {
+        return false;
+    }
     iovec part = {const_cast<FloorPacket*>(&packet), sizeof packet};
     msghdr message = {};
     message.msg_iov = &part;
@@ -48,6 +51,9 @@ bool sendPacket(int socket, const FloorPacket& packet, const int* descriptors, s
 
 bool receivePacket(int socket, FloorPacket* packet, orva::hidl::UniqueFd* descriptors,
                    size_t count) {
+    if (count > kMostDescriptors) {
+        return false;
+    }
     iovec part = {packet, sizeof *packet};
     msghdr message = {};
     message.msg_iov = &part;

@@ -15,7 +15,7 @@
 
 namespace orva_bench {
 
-// One packet of the floor: a record of fixed size and up to five descriptors.
+// One packet of the floor: a record of fixed size and up to 64 descriptors.
 struct FloorPacket {
     int64_t value;  // a status; in a request, the size of the input
 };

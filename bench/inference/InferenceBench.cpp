@@ -4,6 +4,8 @@
  */
 #include "inference/InferenceBench.h"
 
+#include <unistd.h>
+
 #include <algorithm>
 #include <cstdio>
 #include <fstream>
@@ -17,6 +19,7 @@
 
 #include "driver/ChildProcess.h"
 #include "inference/DirectClient.h"
+#include "inference/EngineFloor.h"
 #include "inference/LongModel.h"
 #include "request/BenchHost.h"
 
@@ -61,32 +64,63 @@ double median(std::vector<double> numbers) {
     return numbers[numbers.size() / 2];
 }
 
+// Clients of one server, round by round.
+class Contender {
+public:
+    explicit Contender(Processes clients) : clients_(std::move(clients)) {}
+
+    double one(uint32_t requests) { return round(clients_, 1, requests); }
+    void addOne(uint32_t requests, double direct) {
+        us_.push_back(one(requests));
+        ratios_.push_back(us_.back() / direct);
+    }
+    void addAll(uint32_t requests, double direct) {
+        throughputs_.push_back(direct / round(clients_, clients_.size(), requests));
+    }
+
+    Through result() const {
+        return {median(us_), median(ratios_), throughputs_.empty() ? 0 : median(throughputs_)};
+    }
+
+private:
+    const Processes clients_;
+    std::vector<double> us_, ratios_, throughputs_;
+};
+
 // Two threads of the bare engine and some clients, on one model.
 InferenceRow measure(const InferenceSettings& settings, const std::string& what, size_t clientCount,
                      Tensors how) {
     constexpr size_t kThreads = 2;
     const std::string directory = settings.folder + "/inference";
+    const std::string path = settings.folder + "/floor";
+    unlink(path.c_str());
     const Processes direct = start(clientCount == 1 ? 1 : kThreads, [&](const Control& control) {
         return runDirectClient(control, settings.model);
     });
-    const Processes clients = start(clientCount, [&](const Control& control) {
-        return runServiceClient(control, settings.model, directory, how);
+    const Processes floorServer = start(1, [&](const Control& control) {
+        return runEngineFloorServer(control, path, settings.model, how);
     });
-    std::vector<double> directs, services, alones, ratios, throughputs;
+    Contender floor(start(clientCount, [&](const Control& control) {
+        return runEngineFloorClient(control, path, settings.model, how);
+    }));
+    Contender services(start(clientCount, [&](const Control& control) {
+        return runServiceClient(control, settings.model, directory, how);
+    }));
+    std::vector<double> directs, alones;
     for (uint32_t i = 0; i < settings.rounds; ++i) {
         directs.push_back(round(direct, 1, settings.requests));
-        services.push_back(round(clients, 1, settings.requests));
-        ratios.push_back(services.back() / directs.back());
+        floor.addOne(settings.requests, directs.back());
+        services.addOne(settings.requests, directs.back());
         if (clientCount > 1) {
-            throughputs.push_back(round(direct, kThreads, settings.requests) /
-                                  round(clients, clientCount, settings.requests));
+            const double together = round(direct, kThreads, settings.requests);
+            floor.addAll(settings.requests, together);
+            services.addAll(settings.requests, together);
         }
     }
     for (uint32_t i = 0; i < settings.rounds; ++i) {
-        alones.push_back(round(clients, 1, settings.requests));
+        alones.push_back(services.one(settings.requests));
     }
-    return {what,           median(directs), median(services),
-            median(alones), median(ratios),  throughputs.empty() ? 0 : median(throughputs)};
+    return {what, median(directs), floor.result(), services.result(), median(alones)};
 }
 
 }  // namespace
@@ -117,37 +151,48 @@ void runInferenceBench(const InferenceSettings& settings,
 
 void InferenceReport::begin() const {
     if (!json_) {
-        printf("%-32s %10s %12s %10s %7s %14s\n", "", "direct us", "services us", "alone us",
-               "ratio", "four at once");
+        printf("%-32s %10s %10s %12s %10s %16s %16s\n%-32s %45s %16s %16s\n", "", "direct us",
+               "floor us", "services us", "alone us", "ratio", "four at once", "", "",
+               "floor services", "floor services");
     }
 }
 
 void InferenceReport::add(const InferenceRow& row) {
     rows_.push_back(row);
     if (!json_) {
-        printf("%-32s %10.1f %12.1f %10.1f %7.3f", row.what.c_str(), row.directUs, row.servicesUs,
-               row.aloneUs, row.ratio);
-        printf(row.throughputRatio != 0 ? " %14.3f\n" : "\n", row.throughputRatio);
+        printf("%-32s %10.1f %10.1f %12.1f %10.1f %7.3f %8.3f", row.what.c_str(), row.directUs,
+               row.floor.us, row.services.us, row.aloneUs, row.floor.ratio, row.services.ratio);
+        if (row.services.throughputRatio != 0) {
+            printf(" %7.3f %8.3f", row.floor.throughputRatio, row.services.throughputRatio);
+        }
+        putchar('\n');
         fflush(stdout);
     }
 }
 
 void InferenceReport::end() const {
     if (!json_) {
-        puts("alone: the services without the engine's turns in between\n"
+        puts("floor: a server that runs the engine on the client's regions and makes besides only "
+             "the system calls\n"
+             "    that the tensors cannot do without\n"
+             "alone: the services without the other two's turns in between\n"
              "four at once: requests a second of four clients by those of two threads of the bare "
              "engine");
         return;
     }
     nlohmann::json document = nlohmann::json::array();
     for (const InferenceRow& row : rows_) {
-        document.push_back({{"what", row.what},
-                            {"direct_us", row.directUs},
-                            {"services_us", row.servicesUs},
-                            {"services_alone_us", row.aloneUs},
-                            {"ratio", row.ratio}});
-        if (row.throughputRatio != 0) {
-            document.back()["throughput_ratio"] = row.throughputRatio;
+        nlohmann::json& entry = document.emplace_back();
+        entry = {{"what", row.what},
+                 {"direct_us", row.directUs},
+                 {"floor_us", row.floor.us},
+                 {"services_us", row.services.us},
+                 {"services_alone_us", row.aloneUs},
+                 {"floor_ratio", row.floor.ratio},
+                 {"ratio", row.services.ratio}};
+        if (row.services.throughputRatio != 0) {
+            entry["floor_throughput_ratio"] = row.floor.throughputRatio;
+            entry["throughput_ratio"] = row.services.throughputRatio;
         }
     }
     puts(document.dump(2).c_str());

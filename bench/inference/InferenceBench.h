@@ -20,20 +20,25 @@ struct InferenceSettings {
     std::string folder;
 };
 
-// What a request takes through the services, beside the engine called in one process, on the same
-// model with one thread each, rounds taking turns. Microseconds, medians of the rounds; the ratios
-// are the medians of neighbouring rounds'.
-struct InferenceRow {
-    std::string what;
-    double directUs;
-    double servicesUs;
-    // The same without the bare engine's rounds in between, which leave the services' caches cold:
-    // what a client sees that has the machine to itself.
-    double aloneUs;
+// What a request takes beside the engine called in one process, on the same model with one thread
+// each, rounds taking turns. Medians of the rounds; ratios are the medians of neighbouring rounds'.
+struct Through {
+    double us;
     double ratio;
     // Requests a second of four clients at once by those of two threads on the bare engine; 0 where
     // that is not measured.
     double throughputRatio;
+};
+
+struct InferenceRow {
+    std::string what;
+    double directUs;
+    // With only the system calls that cannot be done without.
+    Through floor;
+    Through services;
+    // The services without the bare engine's rounds in between, which leave their caches cold: what
+    // a client sees that has the machine to itself.
+    double aloneUs;
 };
 
 // Hands out each row as soon as it is there. Throws when a process fails.
