@@ -37,7 +37,7 @@ public:
     const AttributeRecord& attributes() const { return attributes_; }
 
 private:
-    AttributeRecord attributes_;
+    AttributeRecord attributes_ = {};
     orva::hidl::UniqueFd attributeBlock_;
     orva::hidl::UniqueFd data_;
     void* bytes_ = nullptr;

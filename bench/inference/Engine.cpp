@@ -4,7 +4,6 @@
  */
 #include "inference/Engine.h"
 
-#include <cstdlib>
 #include <cstring>
 #include <numeric>
 #include <stdexcept>
@@ -66,8 +65,7 @@ std::vector<Ort::Value> Engine::Side::zeros() const {
     return values;
 }
 
-Engine::Engine(const std::string& path)
-        : env_((setenv("ORT_DISABLE_TELEMETRY", "1", 1), ORT_LOGGING_LEVEL_FATAL), "bench") {
+Engine::Engine(const std::string& path) : env_(ORT_LOGGING_LEVEL_FATAL, "bench") {
     Ort::SessionOptions options;
     options.SetIntraOpNumThreads(1);
     options.SetInterOpNumThreads(1);

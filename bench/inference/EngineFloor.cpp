@@ -67,6 +67,7 @@ private:
 
     static std::vector<void*> bytesOf(const std::vector<FloorTensor>& tensors) {
         std::vector<void*> bytes;
+        bytes.reserve(tensors.size());
         for (const FloorTensor& tensor : tensors) {
             bytes.push_back(tensor.bytes());
         }

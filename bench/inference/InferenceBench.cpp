@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <cstdlib>
 #include <fstream>
 #include <limits>
 #include <memory>
@@ -128,6 +129,7 @@ InferenceRow measure(const InferenceSettings& settings, const std::string& what,
 void runInferenceBench(const InferenceSettings& settings,
                        const std::function<void(const InferenceRow&)>& report) {
     constexpr size_t kClients = 4;
+    setenv("ORT_DISABLE_TELEMETRY", "1", 1);
     const std::string directory = settings.folder + "/inference";
     const Processes host = start(1, [&](const Control& control) {
         __android_log_set_minimum_priority(ANDROID_LOG_WARN);
