@@ -41,6 +41,8 @@ const std::vector<Attack>& attacks() {
             {"many-connections", "connects 1,000 times, and says nothing", manyConnections},
             {"half-messages", "sends the first half of a call on each of 60 channels",
              halfMessages},
+            {"held-channels", "keeps the kernel's lock of 60 channels that it has messages in",
+             heldChannels},
             {"full-pipe-dumps", "asks for 20 state dumps into full pipes", fullPipeDumps},
             {"forged-log-lines", "puts newlines and terminal codes into what is logged",
              forgedLogLines},

@@ -33,6 +33,7 @@ void reusedProcessNumber(std::chrono::seconds length);
 // Below the interfaces.
 void manyConnections(std::chrono::seconds length);
 void halfMessages(std::chrono::seconds length);
+void heldChannels(std::chrono::seconds length);
 
 // What the host writes.
 void fullPipeDumps(std::chrono::seconds length);

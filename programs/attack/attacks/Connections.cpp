@@ -23,7 +23,7 @@
 #include "Attack.h"
 #include "Processes.h"
 #include "attacks/Attacks.h"
-#include "attacks/Clients.h"
+#include "attacks/Connections.h"
 #include "socket/wire/Wire.h"
 
 namespace orva::attack {
@@ -49,7 +49,7 @@ unique_fd connectTo(const std::string& service) {
 }
 
 std::vector<unique_fd> connectMany(size_t count) {
-    const rlimit most = {static_cast<rlim_t>(count + 100), static_cast<rlim_t>(count + 100)};
+    const rlimit most = {static_cast<rlim_t>(count + 200), static_cast<rlim_t>(count + 200)};
     setrlimit(RLIMIT_NOFILE, &most);
     DIR* const folder = opendir(orva_platform::serviceDirectory().c_str());
     if (folder == nullptr) {
@@ -69,23 +69,41 @@ std::vector<unique_fd> connectMany(size_t count) {
     return ends;
 }
 
-// Has the host serve a new channel of the connection's.
-unique_fd openChannel(const unique_fd& connection) {
+}  // namespace
+
+Connection::Connection() : end_(std::move(connectMany(1).at(0))) {
+    MessageHeader welcome;
+    if (recv(end_.get(), &welcome, sizeof welcome, 0) != sizeof welcome) {
+        throw Unavailable("the host does not say what it serves");
+    }
+    target_ = welcome.target;
+}
+
+void Connection::give(const Channel& channel) const {
+    const MessageHeader header = {kMagic, MessageKind::kOpenChannel, 0, 0, 0, 0, 1, 0, 0, 0};
+    if (android::base::SendFileDescriptors(end_.get(), &header, sizeof header,
+                                           channel.theirs.get()) != sizeof header) {
+        throw Unavailable("the host takes no channel");
+    }
+}
+
+void Channel::sendHalf(uint64_t target) const {
+    // Says that more than a packet's worth is to come, which never does.
+    MessageHeader half = {kMagic, MessageKind::kCall, target, 1, 0, 0, 0, 0, 0, 0};
+    half.buffersSize = 2 * kPacketSize;
+    std::string packet(kPacketSize, '\0');
+    std::memcpy(packet.data(), &half, sizeof half);
+    send(ours.get(), packet.data(), packet.size(), MSG_NOSIGNAL | MSG_DONTWAIT);
+}
+
+Channel::Channel() {
     int ends[2];
     if (socketpair(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0, ends) != 0) {
         throw std::system_error(errno, std::generic_category(), "socketpair");
     }
-    unique_fd ours(ends[0]);
-    const unique_fd theirs(ends[1]);
-    const MessageHeader header = {kMagic, MessageKind::kOpenChannel, 0, 0, 0, 0, 1, 0, 0, 0};
-    if (android::base::SendFileDescriptors(connection.get(), &header, sizeof header,
-                                           theirs.get()) != sizeof header) {
-        throw Unavailable("the host takes no channel");
-    }
-    return ours;
+    ours.reset(ends[0]);
+    theirs.reset(ends[1]);
 }
-
-}  // namespace
 
 void manyConnections(std::chrono::seconds length) {
     Processes client(1, [](size_t) {
@@ -99,20 +117,12 @@ void manyConnections(std::chrono::seconds length) {
 
 void halfMessages(std::chrono::seconds length) {
     Processes client(1, [](size_t) {
-        const auto connection = std::move(connectMany(1).at(0));
-        MessageHeader welcome;
-        if (recv(connection.get(), &welcome, sizeof welcome, 0) != sizeof welcome) {
-            throw Unavailable("the host does not say what it serves");
-        }
-        // Says that more than a packet's worth is to come, which never does.
-        MessageHeader half = {kMagic, MessageKind::kCall, welcome.target, 1, 0, 0, 0, 0, 0, 0};
-        half.buffersSize = 2 * kPacketSize;
-        std::string packet(kPacketSize, '\0');
-        std::memcpy(packet.data(), &half, sizeof half);
-        std::vector<unique_fd> channels;
-        for (int i = 0; i < 60; ++i) {
-            channels.push_back(openChannel(connection));
-            send(channels.back().get(), packet.data(), packet.size(), MSG_NOSIGNAL | MSG_DONTWAIT);
+        const Connection connection;
+        std::vector<Channel> channels(60);
+        for (Channel& channel : channels) {
+            connection.give(channel);
+            channel.theirs.reset();
+            channel.sendHalf(connection.target());
         }
         Processes::ready();
         stay();

@@ -3,11 +3,15 @@
  * SPDX-License-Identifier: Apache-2.0
  */
 
-// Regions of a file system that the client serves itself, and then serves no longer.
+// Regions, and buffers, of a file system that the client serves itself, and then serves no longer.
 
 #include <fcntl.h>
 #include <linux/fuse.h>
+#include <linux/sockios.h>
+#include <sys/ioctl.h>
+#include <sys/mman.h>
 #include <sys/mount.h>
+#include <sys/socket.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -21,6 +25,7 @@
 #include "Processes.h"
 #include "attacks/Attacks.h"
 #include "attacks/Clients.h"
+#include "attacks/Connections.h"
 
 namespace orva::attack {
 
@@ -141,6 +146,41 @@ void silentFiles(std::chrono::seconds length) {
             stay();
         });
     });
+    std::this_thread::sleep_for(length);
+    server.kill();
+    files.giveUp();
+    client.kill();
+}
+
+// A socket's lock is held while the kernel fills a buffer of who reads from it, and that buffer may
+// be such a file's.
+void heldChannels(std::chrono::seconds length) {
+    SilentMount files;
+    Processes server(1, [&files](size_t) { files.serve(); });
+    Processes client(1, [&files](size_t) {
+        files.giveUp();
+        const unique_fd file(open(files.file().c_str(), O_RDWR | O_CLOEXEC));
+        void* const buffer =
+                mmap(nullptr, kBytes, PROT_READ | PROT_WRITE, MAP_SHARED, file.get(), 0);
+        if (buffer == MAP_FAILED) {
+            throw Unavailable("the file system does not work");
+        }
+        const Connection connection;
+        const std::vector<Channel> channels(60);
+        for (const Channel& channel : channels) {
+            channel.sendHalf(connection.target());
+            std::thread([&] { recv(channel.theirs.get(), buffer, kBytes, 0); }).detach();
+            // It has the lock once it has taken the message.
+            for (int unread = 1; unread > 0;) {
+                ioctl(channel.theirs.get(), SIOCINQ, &unread);
+            }
+            connection.give(channel);
+            channel.sendHalf(connection.target());
+        }
+        Processes::ready();
+        stay();
+    });
+    client.awaitReady();
     std::this_thread::sleep_for(length);
     server.kill();
     files.giveUp();
