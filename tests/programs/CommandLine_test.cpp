@@ -181,7 +181,8 @@ TEST_F(CommandLine, CompilesAModelAndRunsIt) {
 
     const json info = json::parse(orva({"info", compiled, "--json"}).output);
     EXPECT_GT(info["max_used_memory"], 0);
-    EXPECT_EQ(info["models"][0]["outputs"][0]["shape"], json::array({3, 4, 5, 1}));
+    EXPECT_EQ(info["models"][0]["outputs"][0]["shape"], json::array({3, 4, 5}));
+    EXPECT_EQ(info["models"][0]["outputs"][0]["record"], json::array({3, 4, 5, 1}));
 
     // y = max(x, 0) on 3x4x5 floats.
     std::vector<float> values(60, -1);

@@ -24,19 +24,22 @@ namespace {
 struct Tensors {
     const char* role;
     const std::vector<TensorShape>& outlined;  // Names and types, by the file.
-    const std::vector<Dimensions>& shapes;     // By the service.
+    const std::vector<Dimensions>& records;    // By the service, which has four for each.
 
     std::string name(size_t i) const { return i < outlined.size() ? outlined[i].name : ""; }
-    // What is open, by its name in the file; else as the service has it, in four dimensions.
+    // As the file has it, with its names for open dimensions.
     std::string shape(size_t i) const {
-        if (i < outlined.size() && outlined[i].isOpen()) {
+        if (i < outlined.size()) {
             return outlined[i].text();
         }
         std::string text;
-        for (const int32_t size : shapes[i]) {
+        for (const int32_t size : records[i]) {
             text += (text.empty() ? "" : "x") + (size < 0 ? "?" : std::to_string(size));
         }
         return text;
+    }
+    nlohmann::json dims(size_t i) const {
+        return i < outlined.size() ? nlohmann::json(outlined[i].dims) : nlohmann::json(records[i]);
     }
     const char* type(size_t i) const {
         return i < outlined.size() ? nameOf(outlined[i].type) : "unknown";
@@ -45,16 +48,17 @@ struct Tensors {
 
 nlohmann::json jsonOf(const Tensors& tensors) {
     nlohmann::json json = nlohmann::json::array();
-    for (size_t i = 0; i < tensors.shapes.size(); ++i) {
+    for (size_t i = 0; i < tensors.records.size(); ++i) {
         json.push_back({{"name", tensors.name(i)},
                         {"type", tensors.type(i)},
-                        {"shape", tensors.shapes[i]}});
+                        {"shape", tensors.dims(i)},
+                        {"record", tensors.records[i]}});
     }
     return json;
 }
 
 void print(const Tensors& tensors) {
-    for (size_t i = 0; i < tensors.shapes.size(); ++i) {
+    for (size_t i = 0; i < tensors.records.size(); ++i) {
         say("  %-6s  %-7s  %s  %s\n", tensors.role, tensors.type(i), tensors.shape(i).c_str(),
             tensors.name(i).c_str());
     }
