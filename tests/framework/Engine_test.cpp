@@ -203,6 +203,42 @@ TEST(Engine, ComputesNoMoreAheadThanItMay) {
     EXPECT_LT(after.ru_maxrss - before.ru_maxrss, 1 << 20) << "KiB";
 }
 
+TEST(Engine, OutlivesNumbersThatItTrusts) {
+    Cancellation cancellation;
+    const auto failure = [&](const OnnxRunner& runner, test::Tensors inputs,
+                             test::Tensors outputs) {
+        Request request{{}, std::move(inputs), std::move(outputs), 0};
+        try {
+            runner.Run(request, cancellation);
+            return std::string();
+        } catch (const std::exception& error) {
+            return std::string(error.what());
+        }
+    };
+    // It writes beside the tensor where a diagonal is too far off.
+    const auto triangle = test::CaseModel("test_triu_pos");
+    const OnnxRunner upper({triangle.data(), triangle.size()}, {}, cancellation);
+    const auto x = std::make_shared<TestTensor>(AI_DATA_TYPE_INT64, std::vector<uint8_t>(160));
+    EXPECT_EQ("", failure(upper, {x, Int64s({-1})}, {x}));
+    for (const int64_t diagonal : {int64_t{1} << 31, INT64_MIN}) {
+        EXPECT_EQ("input k takes numbers of 32 bits only",
+                  failure(upper, {x, Int64s({diagonal})}, {x}));
+    }
+    // It aborts where a range is none.
+    const auto bound = [](const char* name, const char* number) {
+        return Text(5, Text(1, name) + Number(20, 1) + "\x15" + std::string(number, 4));
+    };
+    const std::string file =
+            Model(Output("y", {1}) +
+                  Node("RandomUniform", {}, {"y"},
+                       bound("low", "\0\0\0\x40") + bound("high", "\0\0\0\0") +
+                               Text(5, Text(1, "shape") + Number(20, 7) + Number(8, 1))));
+    const OnnxRunner random(Range(file), {}, cancellation);
+    EXPECT_EQ("the engine found itself at fault over this request",
+              failure(random, {}, {Floats({0})}));
+    EXPECT_EQ("the engine has failed at this model before", failure(random, {}, {Floats({0})}));
+}
+
 TEST(Engine, EndsWhatIsCancelled) {
     // Doubles what it is given, again and again.
     const std::string body = Text(2, "body") + Input("i", {}, kInt64) + Input("go", {}, 9) +

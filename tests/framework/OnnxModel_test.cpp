@@ -45,6 +45,15 @@ std::string Calls(int functions, int width, const std::string& last) {
     return Model(kX + kY + Node("f0", {"x"}, {"y"}, "", "own"), all);
 }
 
+std::string Attribute(const std::string& name, int64_t number) {
+    return Text(5, Text(1, name) + Number(20, 2) + Number(3, static_cast<uint64_t>(number)));
+}
+
+const std::vector<int64_t> kNear = {1}, kFar = {INT64_MIN};
+std::string Triangle(const std::string& diagonal) {
+    return Model(kX + kY + diagonal + Node("Trilu", {"x", "k"}, {"y"}));
+}
+
 TEST(OnnxModel, RefusesWithTheReason) {
     const std::string whole = Model(kX + kY + kRelu);
     const std::string six = Raw(std::vector<float>(6));
@@ -92,6 +101,21 @@ TEST(OnnxModel, RefusesWithTheReason) {
             {"nodes without end", Model(Many(Text(1, ""), 70'000)), "too large"},
             {"inputs without end", Model(Many(Text(11, ""), 70'000)), "too large"},
             {"outputs without end", Model(Many(Text(12, ""), 2'000)), "more than 1024"},
+            {"an index that the engine does not look at",
+             Model(kX + kY + Node("GatherND", {"x"}, {"y"}, Attribute("batch_dims", -2))), "-2"},
+            {"one that it would cut off",
+             Model(kX + kY +
+                   Node("LayerNormalization", {"x"}, {"y"}, Attribute("axis", int64_t{1} << 31))),
+             "axis 2147483648"},
+            {"a diagonal too far off", Triangle(Initializer(Tensor("k", {}, Raw(kFar), kInt64))),
+             "Trilu"},
+            {"two, of which one is",
+             Triangle(Initializer(Tensor("k", {}, Raw(kNear), kInt64)) +
+                      Initializer(Tensor("k", {}, Number(7, 1ULL << 40), kInt64))),
+             "Trilu"},
+            {"the same as a constant",
+             Triangle(Node("Constant", {}, {"k"}, Attribute("value_int", kFar[0]))), "Trilu"},
+            {"one that is computed", Triangle(Node("Abs", {"x"}, {"k"})), "Trilu"},
             {"names without end", Model(kX + kY + Text(1, Many(Text(1, ""), 70'000))), "too large"},
     };
     for (const auto& testCase : cases) {

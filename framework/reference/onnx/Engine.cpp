@@ -132,6 +132,7 @@ Engine::Engine(ByteRange file, const EngineOptions& options, Cancellation& cance
     }
     name_ = model.name;
     rereads_ = model.rereads;
+    smallInputs_ = model.smallInputs;
     const EngineMemoryScope scope(file_.memory());
     try {
         Ort::SessionOptions made = OptionsFor(model, options, threads_.count() + 1);

@@ -7,6 +7,7 @@
 #include <atomic>
 #include <map>
 #include <memory>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -91,6 +92,7 @@ private:
     const EngineShare file_;
     std::string name_;
     bool rereads_ = false;
+    std::set<std::string> smallInputs_;
     EngineThreads threads_;
     Ort::Session session_{nullptr};
     std::vector<EngineTensor> inputs_;

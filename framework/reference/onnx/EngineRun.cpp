@@ -9,6 +9,7 @@
 #include "onnx/ElementType.h"
 #include "onnx/Engine.h"
 #include "onnx/EngineGuard.h"
+#include "onnx/NumberCheck.h"
 #include "onnx/Refuse.h"
 
 namespace orva::reference {
@@ -98,7 +99,14 @@ Ort::Value Engine::InputValue(size_t i, const BufferView& buffer, const Dims& di
     }
     Ort::Value value =
             Ort::Value::CreateTensor(environment.allocator, dims.data(), dims.size(), type);
-    CopyIn(tensor, buffer, static_cast<size_t>(ElementsOf(dims)), conversion, value);
+    const auto elements = static_cast<size_t>(ElementsOf(dims));
+    CopyIn(tensor, buffer, elements, conversion, value);
+    if (tensor.dataType == AI_DATA_TYPE_INT64 && smallInputs_.count(tensor.name) != 0) {
+        const auto* const numbers = value.GetTensorData<int64_t>();
+        if (!std::all_of(numbers, numbers + elements, IsSmall)) {
+            Refuse("input " + tensor.name + " takes numbers of 32 bits only");
+        }
+    }
     return value;
 }
 

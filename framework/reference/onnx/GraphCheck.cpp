@@ -5,7 +5,9 @@
 #include "onnx/GraphCheck.h"
 
 #include <algorithm>
+#include <utility>
 
+#include "onnx/NumberCheck.h"
 #include "onnx/OnnxModel.h"
 #include "onnx/Refuse.h"
 #include "onnx/TensorCheck.h"
@@ -83,15 +85,16 @@ void GraphCheck::Reach(size_t depth) {
 
 size_t GraphCheck::CountGraph(ByteRange graph) {
     size_t items = 0;
-    std::vector<ByteRange> nodes;
+    Scope scope;
     WireReader reader(graph);
     while (reader.Next()) {
         switch (reader.field()) {
         case 1:
-            nodes.push_back(BytesOf(reader));
+            scope.nodes.push_back(BytesOf(reader));
             break;
         case 5: {
             const std::string name = CheckTensor(BytesOf(reader));
+            scope.tensors.emplace(name, reader.bytes());
             if (depth_ == 0) {
                 initializers_.insert(name);
                 constants_.insert(name);
@@ -111,9 +114,16 @@ size_t GraphCheck::CountGraph(ByteRange graph) {
         items = Bounded(items + 1);
     }
     Require(reader.ok(), "the graph is malformed");
-    for (const ByteRange& node : nodes) {
+    return Bounded(items + CountNodes(scope));
+}
+
+size_t GraphCheck::CountNodes(Scope& scope) {
+    Scope* const outside = std::exchange(scope_, &scope);
+    size_t items = 0;
+    for (const ByteRange& node : scope.nodes) {
         items = Bounded(items + CountNode(node));
     }
+    scope_ = outside;
     return items;
 }
 
@@ -123,6 +133,7 @@ size_t GraphCheck::CountNode(ByteRange node) {
     std::string domain;
     std::vector<std::string> inputs;
     std::vector<std::string> outputs;
+    std::vector<ByteRange> attributes;
     WireReader reader(node);
     while (reader.Next()) {
         switch (reader.field()) {
@@ -137,6 +148,7 @@ size_t GraphCheck::CountNode(ByteRange node) {
             break;
         case 5:
             items += CountAttribute(BytesOf(reader));
+            attributes.push_back(reader.bytes());
             break;
         case 7:
             domain = reader.bytes().ToString();
@@ -147,6 +159,12 @@ size_t GraphCheck::CountNode(ByteRange node) {
         Bounded(items + inputs.size() + outputs.size());
     }
     Require(reader.ok(), "a node is malformed");
+    for (const ByteRange& attribute : attributes) {
+        CheckNumber(type, attribute);
+    }
+    if (type == "Trilu" && inputs.size() > 1 && !inputs[1].empty()) {
+        CheckDiagonal(inputs[1]);
+    }
     rereads_ = rereads_ || Rereads(type);
     const auto called = functions_.find(domain + '\0' + type);
     if (called != functions_.end()) {
@@ -158,6 +176,34 @@ size_t GraphCheck::CountNode(ByteRange node) {
         ++constantNodes_;
     }
     return Bounded(items);
+}
+
+// It must stand in the file, or be an input of the model's own, which each request's is held
+// against.
+void GraphCheck::CheckDiagonal(const std::string& value) {
+    const char* const kTooFar = "operator Trilu with a diagonal that is computed, or too far off";
+    if (scope_->makers.empty()) {
+        for (const ByteRange& node : scope_->nodes) {
+            for (WireReader reader(node); reader.Next();) {
+                if (reader.field() == 2) {
+                    scope_->makers.emplace(reader.bytes().ToString(), node);
+                }
+            }
+        }
+    }
+    const auto holdAll = [&](const std::multimap<std::string, ByteRange>& all,
+                             bool (*isSmall)(ByteRange)) {
+        const auto [first, last] = all.equal_range(value);
+        Require(std::all_of(first, last, [&](const auto& each) { return isSmall(each.second); }),
+                kTooFar);
+        return first != last;
+    };
+    const bool initialized = holdAll(scope_->tensors, HasSmallNumbers);
+    const bool made = holdAll(scope_->makers, MakesSmallNumbers);
+    if (!initialized && !made) {
+        Require(depth_ == 0, kTooFar);
+        smallInputs_.insert(value);
+    }
 }
 
 void GraphCheck::NoteConstant(const std::vector<std::string>& inputs,
@@ -225,10 +271,9 @@ size_t GraphCheck::CountFunction(Function& function) {
     const size_t outside = deepest_;
     deepest_ = 0;
     Reach(++depth_);
-    size_t items = 1;
-    for (const ByteRange& node : function.nodes) {
-        items = Bounded(items + CountNode(node));
-    }
+    Scope scope;
+    scope.nodes = function.nodes;
+    const size_t items = Bounded(1 + CountNodes(scope));
     --depth_;
     function.items = items;
     function.height = deepest_ - depth_;

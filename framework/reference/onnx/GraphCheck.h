@@ -31,6 +31,8 @@ public:
     size_t constantNodes() const { return constantNodes_; }
     // Whether a node reads its numbers more than once, and counts on their being the same.
     bool rereads() const { return rereads_; }
+    // Inputs of the model's graph whose numbers must be small, as IsSmall has it.
+    const std::set<std::string>& smallInputs() const { return smallInputs_; }
 
 private:
     struct Function {
@@ -40,12 +42,23 @@ private:
         bool counting = false;
     };
 
+    // What stands where a node does: its graph's, or its function's.
+    struct Scope {
+        std::vector<ByteRange> nodes;
+        // A wrong file may have several of one name.
+        std::multimap<std::string, ByteRange> tensors;  // initializers
+        std::multimap<std::string, ByteRange>
+                makers;  // nodes by their outputs, once they are asked for
+    };
+
     // Each answers how many items there are.
     size_t CountGraph(ByteRange graph);
+    size_t CountNodes(Scope& scope);
     size_t CountNode(ByteRange node);
     size_t CountAttribute(ByteRange attribute);
     size_t CountInnerGraph(ByteRange graph);
     size_t CountFunction(Function& function);
+    void CheckDiagonal(const std::string& value);
     // Notes that something is so deep within graphs and functions.
     void Reach(size_t depth);
     void NoteConstant(const std::vector<std::string>& inputs,
@@ -60,6 +73,8 @@ private:
     size_t deepest_ = 0;
     size_t constantNodes_ = 0;
     bool rereads_ = false;
+    std::set<std::string> smallInputs_;
+    Scope* scope_ = nullptr;
 };
 
 }  // namespace orva::reference

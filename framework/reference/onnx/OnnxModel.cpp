@@ -158,6 +158,7 @@ void ReadFile(ByteRange file, OnnxModel& model) {
     ReadGraph(graph.bytes, check, model);
     model.constantNodes = check.constantNodes();
     model.rereads = check.rereads();
+    model.smallInputs = check.smallInputs();
 }
 
 }  // namespace

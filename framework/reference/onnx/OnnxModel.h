@@ -5,6 +5,7 @@
 #pragma once
 
 #include <cstdint>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -43,6 +44,8 @@ struct OnnxModel {
     // Whether nodes go through the same numbers twice, and would be led astray if those had changed
     // meanwhile.
     bool rereads = false;
+    // Inputs that must not hold a number beyond 32 bits.
+    std::set<std::string> smallInputs;
 };
 
 // Reads a model file's outline and checks what the engine takes on trust: that it nests, repeats
