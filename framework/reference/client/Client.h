@@ -6,6 +6,7 @@
 
 #include <sys/types.h>
 
+#include <atomic>
 #include <memory>
 
 #include "base/Mutex.h"
@@ -46,6 +47,9 @@ public:
     Holding memory;    // bytes of the engine's
 
     Mutex deliveries;  // of its model managers' results
+
+    // How often the engine was at fault over its models.
+    std::atomic<int> engineFaults{0};
 };
 
 // The bounds, with the defaults that Settings.h names.

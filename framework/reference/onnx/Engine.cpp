@@ -119,6 +119,9 @@ std::shared_ptr<EngineMemory> Engine::DefaultMemory() {
     return std::make_shared<EngineMemory>(INT32_MAX, Client::Calling());
 }
 
+// What the engine held at each stays behind.
+constexpr int kMostFaults = 8;
+
 Engine::Engine(ByteRange file, const EngineOptions& options, Cancellation& cancellation,
                std::shared_ptr<EngineMemory> memory)
         : file_(std::move(memory), file.size), threads_(options.threads - 1) {
@@ -133,12 +136,15 @@ Engine::Engine(ByteRange file, const EngineOptions& options, Cancellation& cance
     name_ = model.name;
     rereads_ = model.rereads;
     smallInputs_ = model.smallInputs;
+    if (file_.memory()->client()->engineFaults >= kMostFaults) {
+        Refuse("the engine found itself at fault over this process's models too often");
+    }
     const EngineMemoryScope scope(file_.memory());
     try {
         Ort::SessionOptions made = OptionsFor(model, options, threads_.count() + 1);
         const Cancellation::Listener listener(cancellation,
                                               [&made] { made.SetLoadCancellationFlag(true); });
-        if (!GuardEngine([&] {
+        if (!Guard([&] {
                 session_ = Ort::Session(Environment::Get().env, file.data, file.size, made);
             })) {
             Refuse("the engine found itself at fault over this model");
@@ -153,6 +159,15 @@ Engine::Engine(ByteRange file, const EngineOptions& options, Cancellation& cance
     }
     Describe();
     file_.memory()->Trim();  // Runs will want other pieces than loading did.
+}
+
+bool Engine::Guard(const std::function<void()>& work) const {
+    if (GuardEngine(work)) {
+        return true;
+    }
+    Client& client = *file_.memory()->client();
+    client.engineFaults += client.pid() != 0 ? 1 : 0;  // Nobody's are not one process's.
+    return false;
 }
 
 Engine::~Engine() {

@@ -5,6 +5,7 @@
 #pragma once
 
 #include <atomic>
+#include <functional>
 #include <map>
 #include <memory>
 #include <set>
@@ -101,6 +102,9 @@ private:
     std::vector<const char*> outputNames_;
     // Set once the model was seen to make other dimensions than it says.
     mutable std::atomic<bool> unreliable_{false};
+    // As GuardEngine; false counts to the client.
+    bool Guard(const std::function<void()>& work) const;
+
     // Set once GuardEngine had to step in.
     mutable std::atomic<bool> broken_{false};
 };

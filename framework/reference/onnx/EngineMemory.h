@@ -44,6 +44,8 @@ public:
     // Gives back all that are kept.
     void Trim();
 
+    const std::shared_ptr<Client>& client() const { return client_; }
+
     // The bytes that are taken now, and the most that were at a time.
     size_t taken() const { return taken_; }
     size_t most() const { return most_; }

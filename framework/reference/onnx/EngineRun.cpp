@@ -144,7 +144,7 @@ std::vector<Dims> Engine::Run(const std::vector<BufferView>& inputs,
         out = OutputValues(outputs, shapes, inPlace);
         // The engine's wrapper takes it for one that it may change.
         auto& session = const_cast<Ort::Session&>(session_);
-        if (!GuardEngine([&] {
+        if (!Guard([&] {
                 session.Run(options, inputNames_.data(), in.data(), in.size(), outputNames_.data(),
                             out.data(), out.size());
             })) {
