@@ -24,7 +24,7 @@ struct Bound {
 constexpr Bound kBounds[] = {
         {"DepthToSpace", "blocksize", 1, 1 << 15},
         {"GatherND", "batch_dims", 0, 64},
-        {"RoiAlign", "sampling_ratio", 0, 1 << 10},
+        {"RoiAlign", "sampling_ratio", 0, 64},
         {"Scan", "num_scan_inputs", 0, 1 << 12},
         {"SpaceToDepth", "blocksize", 1, 1 << 15},
         {"TfIdfVectorizer", "max_skip_count", 0, 1 << 16},
