@@ -18,6 +18,7 @@
 #include "OnnxWriter.h"
 #include "Support.h"
 #include "onnx/OnnxRunner.h"
+#include "support/Machine.h"
 
 namespace orva::reference {
 namespace {
@@ -167,6 +168,29 @@ TEST(Engine, HoldsNoMoreMemoryThanItMayAndGivesAllOfItBack) {
         EXPECT_LE(memory->most(), 1U << 20);
     }
     EXPECT_EQ(0U, memory->taken());
+}
+
+TEST(EngineMemory, BoundsWhatAnOperatorMakesForItself) {
+    if (test::kSanitized) {
+        GTEST_SKIP() << "the sanitizers' own allocator takes the place of the framework's";
+    }
+    const std::string file =
+            Model(Input("x", {1, 1, 2, 2}) + Input("rois", {1, 4}) + Input("of", {1}, kInt64) +
+                  Output("y", {1, 1, 1, 1}) + Node("RoiAlign", {"x", "rois", "of"}, {"y"}));
+    Cancellation cancellation;
+    const OnnxRunner runner(Range(file), {}, cancellation,
+                            std::make_shared<EngineMemory>(1 << 22, Client::Of(0)));
+    const auto run = [&](float side) {
+        Request request{{},
+                        {Floats({1, 2, 3, 4}), Floats({0, 0, side, side}), Int64s({0})},
+                        {Floats({0})},
+                        0};
+        runner.Run(request, cancellation);
+    };
+    run(2);
+    // So many samples are taken of a region, each of some 40 bytes, as it has pixels.
+    EXPECT_THROW(run(1000), std::exception);
+    run(2);
 }
 
 TEST(EngineMemory, KeepsThePiecesOfTheLatestRun) {

@@ -113,6 +113,14 @@ void EngineMemory::Give(size_t bytes) {
     client_->memory.Give(bytes);
 }
 
+bool EngineMemory::Allows(size_t bytes) {
+    if (!client_->memory.Take(bytes)) {
+        return false;
+    }
+    client_->memory.Give(bytes);
+    return bytes <= limit_ - taken_;
+}
+
 void* EngineMemory::Reuse(size_t bytes) {
     const std::lock_guard<std::mutex> lock(mutex_);
     const auto found = std::find_if(kept_.begin(), kept_.end(),
@@ -181,3 +189,17 @@ OrtAllocator* CountingAllocator(const OrtMemoryInfo* info) {
 }
 
 }  // namespace orva::reference
+
+// In place of the library's. Operators also make memory of their own, some by what a client's
+// numbers say, which is not counted; but no piece of it is larger than what may yet be taken.
+void* operator new(size_t bytes) {
+    using namespace orva::reference;
+    if (bytes >= kLarge && counted != nullptr && !(*counted)->Allows(bytes)) {
+        throw TooMuch();
+    }
+    void* const piece = std::malloc(bytes);
+    if (piece == nullptr) {
+        throw std::bad_alloc();
+    }
+    return piece;
+}

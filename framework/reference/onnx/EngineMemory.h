@@ -33,6 +33,8 @@ public:
     // taken then.
     bool Take(size_t bytes);
     void Give(size_t bytes);
+    // Whether so many could be taken now.
+    bool Allows(size_t bytes);
 
     // Large pieces that are free are kept for the next run, which will want the same again, and
     // the kernel takes long over; they stay taken. A piece is of the allocator's own form.
