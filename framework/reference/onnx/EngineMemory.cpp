@@ -190,6 +190,16 @@ OrtAllocator* CountingAllocator(const OrtMemoryInfo* info) {
 
 }  // namespace orva::reference
 
+// A sanitizer's own takes its place, and does not know this one.
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+#define ORVA_SANITIZED
+#elif defined(__has_feature)
+#if __has_feature(address_sanitizer) || __has_feature(thread_sanitizer)
+#define ORVA_SANITIZED
+#endif
+#endif
+
+#ifndef ORVA_SANITIZED
 // In place of the library's. Operators also make memory of their own, some by what a client's
 // numbers say, which is not counted; but no piece of it is larger than what may yet be taken.
 void* operator new(size_t bytes) {
@@ -203,3 +213,4 @@ void* operator new(size_t bytes) {
     }
     return piece;
 }
+#endif
