@@ -99,22 +99,15 @@ protected:
         if (!ClientProcess::LookForEnded()) {
             return;
         }
-        std::vector<std::string> left;
-        {
-            MutexLock lock(Self().SessionMutex());
-            for (const auto& [id, session] : Self().Sessions()) {
-                if (session.record->Client().HasEnded()) {
-                    left.push_back(id);
-                }
-            }
-        }
-        for (const std::string& id : left) {
+        // Found one at a time: letting go of one can take long, and by then another process may
+        // have the number of those that are gone, and sessions of the same ids.
+        for (std::string id = FindDeadSession(); !id.empty(); id = FindDeadSession()) {
             Self().RemoveService(id);
         }
-        left.clear();
         // Those without a session. Released after the lock.
         std::vector<android::sp<Listener>> listeners;
         MutexLock lock(listenerMutex);
+        std::vector<std::string> left;
         for (const auto& [id, recipient] : deathRecipients) {
             if (recipient->Client().HasEnded()) {
                 left.push_back(id);
@@ -216,6 +209,17 @@ protected:
     ListenerMutex listenerMutex;
 
 private:
+    // The id of a session whose process is gone; empty where there is none.
+    std::string FindDeadSession() {
+        MutexLock lock(Self().SessionMutex());
+        for (const auto& [id, session] : Self().Sessions()) {
+            if (session.record->Client().HasEnded()) {
+                return id;
+            }
+        }
+        return "";
+    }
+
     Service& Self() { return static_cast<Service&>(*this); }
 };
 

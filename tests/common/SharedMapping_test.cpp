@@ -18,6 +18,7 @@
 #include "support/CallingProcess.h"
 #include "support/Region.h"
 #include "support/ResourceTest.h"
+#include "support/Seam.h"
 
 namespace orva::hidl {
 namespace {
@@ -89,6 +90,11 @@ TEST_F(SharedMappings, MayBeHollowUpToAClientsBound) {
     EXPECT_FALSE(Map(hollow, kMost + 4096));
     SharedMapping first = Map(hollow, kMost - 4096);
     ASSERT_TRUE(first);
+    {
+        // What the kernel refuses is not counted.
+        const test::Fault fault(test::Call::Mmap);
+        EXPECT_FALSE(Map(hollow, 4096));
+    }
     EXPECT_FALSE(Map(hollow, 8192));
     EXPECT_EQ(before + 2, refusedRegions.clientHollow);
     // What holds its bytes costs nothing, and another client has its own bound.

@@ -295,14 +295,17 @@ TEST_F(LeftBehind, MakesRoomForTheLiving) {
     ExpectGone();
 }
 
-TEST_F(LeftBehind, IsNotFoundByTheNextOfTheNumber) {
+// Letting go of a listener can take long, and by then the next of the number may be a client.
+TEST_F(LeftBehind, TakesNothingOfTheNextWithIt) {
     Leave();
     process_.End();
-    Story();
     const CallsFrom next(process_.Pid());
-    EXPECT_EQ(0, Init(5));
-    EXPECT_NE(std::string::npos, Story().find("framework made"));
-    service_->UnInit(5);
+    sp<FakeListener> listener = new FakeListener;
+    listener->atEnd = [&] { EXPECT_EQ(0, Init(6)); };
+    service_->clientListeners.at(MakeServiceId(5)) = std::move(listener);
+    EXPECT_TRUE(service_->ping().isOk());
+    EXPECT_EQ(0, Ask(6));
+    service_->UnInit(6);
 }
 
 constexpr size_t kClients = 6, kRounds = 60, kRequests = 3;

@@ -100,6 +100,10 @@ SEAM(
             errno = ENOSYS;
             return -1;
         })
+SEAM(ssize_t, pread, (int fd, void* data, size_t size, off_t offset), (fd, data, size, offset),
+     FAIL_WITH(FileAccess, -1))
+SEAM(ssize_t, pwrite, (int fd, const void* data, size_t size, off_t offset),
+     (fd, data, size, offset), FAIL_WITH(FileAccess, -1))
 int __real_fstat(int fd, struct stat* status);
 int __wrap_fstat(int fd, struct stat* status) {
     const int result = __real_fstat(fd, status);

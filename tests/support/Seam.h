@@ -26,6 +26,7 @@ enum class Call {  // NOLINTBEGIN(readability-identifier-naming): named as what 
     IonShare,      // ion_share(): -EMFILE
     DmaBufSync,    // ioctl(DMA_BUF_IOCTL_SYNC): -1
     SystemCall,    // syscall(): -1, ENOSYS
+    FileAccess,    // pread(), pwrite(): -1
     None,          // nothing fails
 };                 // NOLINTEND(readability-identifier-naming)
 

@@ -228,6 +228,17 @@ TEST_F(BufferTensorSerializerTest, WhatTheRegistryCannotLookUpIsRefused) {
     EXPECT_EQ("", Story());
 }
 
+TEST_F(BufferTensorSerializerTest, TheLastPairOfATypeCounts) {
+    AITensorSerializerRegistry& registry = *AITensorSerializerRegistry::GetInstance();
+    std::shared_ptr<IAITensor> tensor = std::make_shared<NamedTensor>("again");
+    registry.RegisterFunc(
+            "again", [](auto&, auto&) { return 6U; }, [](auto&, auto&) { return 7U; });
+    registry.RegisterFunc(
+            "again", [](auto&, auto&) { return 8U; }, [](auto&, auto&) { return 9U; });
+    EXPECT_EQ(8U, registry.SerializeTo(handle_, tensor));
+    EXPECT_EQ(9U, registry.DeserializeFrom(tensor, handle_));
+}
+
 TEST_F(BufferTensorSerializerTest, ReceivesATensorAndSendsItBack) {
     std::shared_ptr<IAITensor> tensor = std::make_shared<AINeuralNetworkIonBufferFallback>();
     ASSERT_EQ(0U, DeserializeBufferTensor(tensor, handle_));
@@ -241,6 +252,8 @@ TEST_F(BufferTensorSerializerTest, ReceivesATensorAndSendsItBack) {
     for (const int i : {0, 1}) {
         buffer.SetHeight(17 + i);
         sent[i].reserved = 99;
+        // Not every region can be written to like a file.
+        const Fault fault(i == 0 ? Call::None : Call::FileAccess);
         ASSERT_EQ(0U, SerializeBufferTensor(sent[i], tensor));
     }
     tensor.reset();
@@ -282,6 +295,8 @@ TEST_F(BufferTensorSerializerTest, OnlyTheDataDecidesOverSuccess) {
             {Call::CreateHandle, 1, 1, 224, "E Init: mmap fail\n"},
             {Call::CreateHandle, 2, 0, 1, "E DeserializeFromHidlMemory: mmap fail\n"},
             {Call::Mmap, 1, 0, 1, "E DeserializeFromHidlMemory: mmap fail\n"},
+            // Nor read, but where it lies.
+            {Call::FileAccess, 1, 0, 224, "munmap 20\n"},
             {Call::CopyMemory, 1, 0, 1, "Call tiro:mmMemCpyS Failed!\n"},
             {Call::Mmap, 2, 1, 224, "E Init: mmap fail\n"},
     };
