@@ -250,13 +250,14 @@ TEST(Engine, OutlivesNumbersThatItTrusts) {
                   failure(upper, {x, Int64s({diagonal})}, {x}));
     }
     // It aborts where a range is none.
-    const auto bound = [](const char* name, const char* number) {
-        return Text(5, Text(1, name) + Number(20, 1) + "\x15" + std::string(number, 4));
+    const auto bound = [](const char* name, float number) {
+        return Text(5, Text(1, name) + Number(20, 1) + "\x15" +
+                               std::string(reinterpret_cast<const char*>(&number), 4));
     };
     const std::string file =
             Model(Output("y", {1}) +
                   Node("RandomUniform", {}, {"y"},
-                       bound("low", "\0\0\0\x40") + bound("high", "\0\0\0\0") +
+                       bound("low", 2) + bound("high", 0) +
                                Text(5, Text(1, "shape") + Number(20, 7) + Number(8, 1))));
     const char* const fault = "the engine found itself at fault over this request";
     const OnnxRunner random(Range(file), {}, cancellation);

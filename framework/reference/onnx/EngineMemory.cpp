@@ -213,4 +213,12 @@ void* operator new(size_t bytes) {
     }
     return piece;
 }
+
+void operator delete(void* piece) noexcept {
+    std::free(piece);
+}
+
+void operator delete(void* piece, size_t) noexcept {
+    std::free(piece);
+}
 #endif
