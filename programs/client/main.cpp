@@ -18,6 +18,7 @@
 #include "client/io/Output.h"
 #include "client/lib/ServiceError.h"
 #include "describe/Describe.h"
+#include "describe/NumberRange.h"
 
 namespace {
 
@@ -58,7 +59,7 @@ int runCommandLine(int argc, char** argv) {
     app.add_option("--timeout", connection.timeout,
                    "Seconds to wait for any one answer or result, 0 for ever (default: 10 where a "
                    "service is only asked for what it knows, for ever where it computes)")
-            ->check(CLI::Range(0.0, 1e6));
+            ->check(orva::describe::NumberRange(0.0, 1e6));
     orva::client::addList(&app, &connection);
     orva::client::addNodes(&app, &connection);
     orva::client::addPing(&app, &connection);

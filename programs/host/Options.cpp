@@ -14,7 +14,11 @@
 #include <sys/resource.h>
 #include <unistd.h>
 
+#include "describe/NumberRange.h"
+
 namespace orva::host {
+
+using describe::NumberRange;
 
 namespace {
 
@@ -65,8 +69,9 @@ void raiseDescriptorLimit() {
 void addOptions(CLI::App* app, Options* options) {
     options->engineMemory = machineMemory() / 2;
     options->clientEngineMemory = machineMemory() / 4;
-    const auto positive = CLI::PositiveNumber;
-    const auto orNone = CLI::NonNegativeNumber;
+    const auto timeLimit = NumberRange(0.0, 1e6);
+    const size_t most = 1'000'000'000;
+    const auto count = NumberRange(size_t{0}, most).description("");
 
     add(app, kFolder, "--library", &options->library, "The server library to load");
     app->add_option("--load", options->nodes,
@@ -87,47 +92,58 @@ void addOptions(CLI::App* app, Options* options) {
         "Threads that may stand in for blocked ones while calls wait")
             ->check(CLI::Range(0, 1024));
     add(app, kAll, "--max-clients", &options->maxClients, "Clients admitted at once")
-            ->check(positive);
+            ->check(NumberRange(size_t{1}, most));
     add(app, kAll, "--idle-timeout", &options->idleTimeout,
         "Seconds without a request after which a client may be evicted for another; one whose "
         "process has ended may be at once")
-            ->check(positive);
+            ->check(NumberRange(0.001, 1e6));
     add(app, kAll, "--callback-timeout", &options->callbackTimeout,
         "Seconds that a client may take to answer a callback before it is cut off; 0 waits for "
         "ever")
-            ->check(orNone);
+            ->check(timeLimit);
     add(app, kAll, "--load-timeout", &options->loadTimeout,
         "Seconds that the check or the loading of a model may take; 0 waits for ever")
-            ->check(orNone);
+            ->check(timeLimit);
     add(app, kAll, "--run-timeout", &options->runTimeout,
         "Seconds that a request may take once it runs; 0 waits for ever")
-            ->check(orNone);
+            ->check(timeLimit);
     add(app, kAll, "--engine-memory", &options->engineMemory,
         "MiB that the engine may take; 0 is without a bound")
-            ->check(orNone);
+            ->check(count);
 
-    add(app, kLink, "--client-connections", &options->peer.connections, "Connections");
+    add(app, kLink, "--client-connections", &options->peer.connections, "Connections")
+            ->check(count);
     add(app, kLink, "--client-channels", &options->peer.channels,
-        "Calls that are served, waiting or half sent");
+        "Calls that are served, waiting or half sent")
+            ->check(count);
     add(app, kLink, "--client-calls", &options->peer.calls,
-        "Calls served at once; further ones wait; 0 is three quarters of the threads");
+        "Calls served at once; further ones wait; 0 is three quarters of the threads")
+            ->check(count);
     add(app, kLink, "--client-callbacks", &options->peer.callbacks,
-        "Callbacks to it at once; further ones wait");
-    add(app, kLink, "--client-objects", &options->peer.objects,
-        "Listeners and the like of its own");
+        "Callbacks to it at once; further ones wait")
+            ->check(count);
+    add(app, kLink, "--client-objects", &options->peer.objects, "Listeners and the like of its own")
+            ->check(count);
     add(app, kLink, "--client-descriptors", &options->peer.descriptors,
-        "Descriptors in its calls under way");
-    add(app, kEach, "--client-sessions", &options->clientSessions, "Sessions, of both services");
+        "Descriptors in its calls under way")
+            ->check(count);
+    add(app, kEach, "--client-sessions", &options->clientSessions, "Sessions, of both services")
+            ->check(count);
     add(app, kEach, "--client-listeners", &options->clientListeners,
-        "Listeners and the like without a session that count as clients");
+        "Listeners and the like without a session that count as clients")
+            ->check(count);
     add(app, kEach, "--client-requests", &options->clientRequests,
-        "Requests that it has not heard of yet");
+        "Requests that it has not heard of yet")
+            ->check(count);
     add(app, kEach, "--client-tensors", &options->clientTensors,
-        "Tensors of those, and bound to models");
+        "Tensors of those, and bound to models")
+            ->check(count);
     add(app, kEach, "--client-threads", &options->clientThreads,
-        "Threads that run its requests or wait for it to take their results");
+        "Threads that run its requests or wait for it to take their results")
+            ->check(count);
     add(app, kEach, "--client-engine-memory", &options->clientEngineMemory,
-        "MiB that the engine may take for it");
+        "MiB that the engine may take for it")
+            ->check(count);
 
     app->add_option("--log-level", options->logLevel, "What to log")
             ->transform(CLI::CheckedTransformer(std::map<std::string, int>{
@@ -140,7 +156,8 @@ void addOptions(CLI::App* app, Options* options) {
             ->multi_option_policy(CLI::MultiOptionPolicy::TakeLast)
             ->group(kLog);
     add(app, kLog, "--log-limit", &options->logLimit,
-        "Lines a minute that each client process may cause; 0 is without a bound");
+        "Lines a minute that each client process may cause; 0 is without a bound")
+            ->check(count);
 }
 
 void configure(const Options& options) {

@@ -22,9 +22,17 @@ TEST(CommandLineUsage, EachMistakeIsNamed) {
             {{"run", "--image", "x", "--input", "y", "--model", "z"}, "excludes"},
             {{"run", "--input", "x", "--repeat", "0"}, "--repeat"},
             {{"run", "--input", "x", "--bind"}, "needs --service model-manager"},
+            {{"--timeout", "nan", "ping"}, "nan is no number"},
+            {{"faces", "--model", "x", "--image", "y", "--threshold", "-nan"}, "-nan is no number"},
+            {{"perf", "--model", "x", "--rate", "inf"}, "Value inf not in range"},
+            {{"top", "--count", "-1"}, "Value -1 not in range"},
     };
     for (const auto& [arguments, told] : mistakes) {
         expectRefused(runOrva(arguments), 2, told);
+    }
+    for (const char* const option : {"--load-timeout=nan", "--client-sessions=-1"}) {
+        ChildProcess host({ORVA_HOST, "--socket-dir", "/dev/null", option});
+        EXPECT_EQ(2, host.await()) << option;
     }
     EXPECT_EQ(runOrva({"--help"}).code, 0);
 }

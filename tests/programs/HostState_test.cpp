@@ -8,6 +8,8 @@
 
 #include <sstream>
 
+#include "client/report/HostRequests.h"
+
 namespace orva::client {
 namespace {
 
@@ -84,6 +86,20 @@ TEST(HostState, KnowsHowLongRequestsTakeThatOutlastALook) {
         EXPECT_NE(text.find(std::string(shown) == "-" ? "- ms each" : shown), std::string::npos)
                 << text;
         before = now;
+    }
+}
+
+// A session has an id only once its client has asked for something by it.
+TEST(HostState, ShowsTheRequestsOfOneClient) {
+    nlohmann::ordered_json requests;
+    for (const char* const session : {"47:1", "process 47", "471:1", "process 471", "47:11"}) {
+        requests.push_back({{"service", "IAIService"}, {"session", session}});
+    }
+    requests.push_back({{"service", "IModelManagerService"}, {"session", "47:1"}});
+    const std::vector<std::pair<std::string, size_t>> cases = {
+            {"", 5}, {"47", 3}, {"47:1", 1}, {"471", 2}, {"4", 0}};
+    for (const auto& [client, count] : cases) {
+        EXPECT_EQ(requestsOf(requests, "IAIService", client).size(), count) << client;
     }
 }
 

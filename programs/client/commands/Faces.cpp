@@ -18,6 +18,7 @@
 #include "client/io/Terminal.h"
 #include "client/model/ModelFile.h"
 #include "client/report/Progress.h"
+#include "describe/NumberRange.h"
 
 namespace orva::client {
 
@@ -182,7 +183,7 @@ void addFaces(CLI::App* app, const Connection* connection) {
     command->add_option("--image", options->image, "The picture")->required();
     command->add_option("--output", options->output, "Where to write the picture with the faces");
     command->add_option("--threshold", options->threshold, "The least score of a face")
-            ->check(CLI::Range(0.0, 1.0))
+            ->check(describe::NumberRange(0.0, 1.0))
             ->capture_default_str();
     addRequestOptions(command, &options->request);
     command->add_flag("--json", options->json, "Print JSON");

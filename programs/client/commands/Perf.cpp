@@ -18,6 +18,7 @@
 #include "client/io/Output.h"
 #include "client/perf/PerfReport.h"
 #include "client/perf/ServiceTimes.h"
+#include "describe/NumberRange.h"
 
 namespace orva::client {
 
@@ -207,12 +208,12 @@ void addPerf(CLI::App* app, const Connection* connection) {
     command->add_option("--rate", options->rate,
                         "Requests a second for each model, each sent when it is due, from when on "
                         "its latency counts (default: the next when the last is done)")
-            ->check(CLI::Range(0.001, 1e6));
+            ->check(describe::NumberRange(0.001, 1e6));
     command->add_option("--duration", options->duration, "Seconds to measure for")
-            ->check(CLI::Range(0.01, 1e6))
+            ->check(describe::NumberRange(0.01, 1e6))
             ->capture_default_str();
     command->add_option("--warmup", options->warmup, "Seconds before that, which do not count")
-            ->check(CLI::Range(0.0, 1e6))
+            ->check(describe::NumberRange(0.0, 1e6))
             ->capture_default_str();
     command->add_option("--report", options->report, "Write a report with charts (HTML) there");
     command->add_flag("--json", options->json, "Print a JSON array; the table goes to stderr");

@@ -15,6 +15,7 @@
 #include "client/lib/StateDump.h"
 #include "client/report/HostState.h"
 #include "client/report/Latency.h"
+#include "describe/NumberRange.h"
 
 namespace orva::client {
 
@@ -89,9 +90,10 @@ void addTop(CLI::App* app, const Connection* connection) {
                                    {"top", "top --interval 0.5", "top --count 1 | cat"});
     const auto options = std::make_shared<Options>();
     command->add_option("--interval", options->interval, "Seconds between two looks")
-            ->check(CLI::Range(0.05, 3600.0))
+            ->check(describe::NumberRange(0.05, 3600.0))
             ->capture_default_str();
     command->add_option("--count", options->count, "Looks to take; 0: until Ctrl-C")
+            ->check(CLI::Range(size_t{0}, size_t{1'000'000'000}))
             ->capture_default_str();
     command->callback([connection, options] { top(*connection, *options); });
 }

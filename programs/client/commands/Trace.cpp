@@ -18,6 +18,7 @@
 #include "client/trace/ChromeTrace.h"
 #include "client/trace/TraceSource.h"
 #include "client/trace/TraceText.h"
+#include "describe/NumberRange.h"
 
 namespace orva::client {
 
@@ -177,9 +178,10 @@ void addTrace(CLI::App* app, const Connection* connection) {
                         "Write a time line there, in Chrome's trace format, for "
                         "https://ui.perfetto.dev; and print the summary");
     command->add_option("--duration", options->duration, "Seconds to watch for; 0: until Ctrl-C")
-            ->check(CLI::Range(0.0, 1e6))
+            ->check(describe::NumberRange(0.0, 1e6))
             ->capture_default_str();
     command->add_option("--count", options->count, "Calls and callbacks to watch; 0: until Ctrl-C")
+            ->check(CLI::Range(size_t{0}, size_t{1'000'000'000}))
             ->capture_default_str();
     command->callback([connection, options] { trace(*connection, *options); });
 }

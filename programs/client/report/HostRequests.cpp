@@ -20,7 +20,7 @@ ordered_json requestsOf(const ordered_json& requests, const std::string& service
     for (const ordered_json& request : requests) {
         const std::string session = request.at("session");
         if (request.at("service") == service &&
-            (client.empty() || session == client ||
+            (client.empty() || session == client || session == "process " + client ||
              session.compare(0, session.find(':'), client) == 0)) {
             some.push_back(request);
             some.back().erase("service");
