@@ -302,7 +302,10 @@ TEST_F(LeftBehind, TakesNothingOfTheNextWithIt) {
     const CallsFrom next(process_.Pid());
     sp<FakeListener> listener = new FakeListener;
     listener->atEnd = [&] { EXPECT_EQ(0, Init(6)); };
-    service_->clientListeners.at(MakeServiceId(5)) = std::move(listener);
+    {
+        MutexLock lock(service_->listenerMutex);
+        service_->clientListeners.at(MakeServiceId(5)) = std::move(listener);
+    }
     EXPECT_TRUE(service_->ping().isOk());
     EXPECT_EQ(0, Ask(6));
     service_->UnInit(6);
