@@ -9,6 +9,8 @@
 
 #include <cstdlib>
 #include <cstring>
+#include <filesystem>
+#include <iterator>
 #include <thread>
 
 #include <gtest/gtest.h>
@@ -228,58 +230,113 @@ TEST(Engine, ComputesNoMoreAheadThanItMay) {
     EXPECT_LT(after.ru_maxrss - before.ru_maxrss, 1 << 20) << "KiB";
 }
 
-TEST(Engine, OutlivesNumbersThatItTrusts) {
+// What a request failed by; empty where it did not.
+std::string FailureOf(const OnnxRunner& runner, test::Tensors inputs, test::Tensors outputs) {
     Cancellation cancellation;
-    const auto failure = [&](const OnnxRunner& runner, test::Tensors inputs,
-                             test::Tensors outputs) {
-        Request request{{}, std::move(inputs), std::move(outputs), 0};
-        try {
-            runner.Run(request, cancellation);
-            return std::string();
-        } catch (const std::exception& error) {
-            return std::string(error.what());
-        }
-    };
-    // It writes beside the tensor where a diagonal is too far off.
-    const auto triangle = test::CaseModel("test_triu_pos");
-    const OnnxRunner upper({triangle.data(), triangle.size()}, {}, cancellation);
-    const auto x = std::make_shared<TestTensor>(AI_DATA_TYPE_INT64, std::vector<uint8_t>(160));
-    EXPECT_EQ("", failure(upper, {x, Int64s({-1})}, {x}));
-    for (const int64_t diagonal : {int64_t{1} << 31, INT64_MIN}) {
-        EXPECT_EQ("input k takes numbers of 32 bits only",
-                  failure(upper, {x, Int64s({diagonal})}, {x}));
+    Request request{{}, std::move(inputs), std::move(outputs), 0};
+    try {
+        runner.Run(request, cancellation);
+        return "";
+    } catch (const std::exception& error) {
+        return error.what();
     }
-    // It aborts where a range is none.
+}
+
+// A node that the engine aborts at, since its range is none.
+std::string AbortingNode(const std::string& output) {
     const auto bound = [](const char* name, float number) {
         return Text(5, Text(1, name) + Number(20, 1) + "\x15" +
                                std::string(reinterpret_cast<const char*>(&number), 4));
     };
-    const std::string file =
-            Model(Output("y", {1}) +
-                  Node("RandomUniform", {}, {"y"},
-                       bound("low", 2) + bound("high", 0) +
-                               Text(5, Text(1, "shape") + Number(20, 7) + Number(8, 1))));
-    const char* const fault = "the engine found itself at fault over this request";
+    return Node("RandomUniform", {}, {output},
+                bound("low", 2) + bound("high", 0) +
+                        Text(5, Text(1, "shape") + Number(20, 7) + Number(8, 1)));
+}
+
+// Goes on for as many turns as it is told, with tensors of its own.
+std::string LoopNode(const std::string& turns, const std::string& start,
+                     const std::string& output) {
+    const std::string body = Text(2, "body") + Input("i", {}, kInt64) + Input("go", {}, 9) +
+                             Input("v", {1}) + Output("on", {}, 9) + Output("w", {1}) +
+                             Node("Identity", {"go"}, {"on"}) + Node("Add", {"v", "v"}, {"w"});
+    return Node("Loop", {turns, "", start}, {output}, GraphAttribute("body", body));
+}
+
+constexpr char kFault[] = "the engine found itself at fault over this request";
+
+TEST(Engine, OutlivesNumbersThatItTrusts) {
+    Cancellation cancellation;
+    // It writes beside the tensor where a diagonal is too far off.
+    const auto triangle = test::CaseModel("test_triu_pos");
+    const OnnxRunner upper({triangle.data(), triangle.size()}, {}, cancellation);
+    const auto x = std::make_shared<TestTensor>(AI_DATA_TYPE_INT64, std::vector<uint8_t>(160));
+    EXPECT_EQ("", FailureOf(upper, {x, Int64s({-1})}, {x}));
+    for (const int64_t diagonal : {int64_t{1} << 31, INT64_MIN}) {
+        EXPECT_EQ("input k takes numbers of 32 bits only",
+                  FailureOf(upper, {x, Int64s({diagonal})}, {x}));
+    }
+    const std::string file = Model(Output("y", {1}) + AbortingNode("y"));
     const OnnxRunner random(Range(file), {}, cancellation);
-    EXPECT_EQ(fault, failure(random, {}, {Floats({0})}));
-    EXPECT_EQ("the engine has failed at this model before", failure(random, {}, {Floats({0})}));
+    EXPECT_EQ(kFault, FailureOf(random, {}, {Floats({0})}));
+    EXPECT_EQ("the engine has failed at this model before", FailureOf(random, {}, {Floats({0})}));
     // What such runs leave behind is one client's, and not without end.
     const auto memory = std::make_shared<EngineMemory>(1 << 20, std::make_shared<Client>(getpid()));
     for (int i = 0; i < 8; ++i) {
         const OnnxRunner again(Range(file), {}, cancellation, memory);
-        EXPECT_EQ(fault, failure(again, {}, {Floats({0})}));
+        EXPECT_EQ(kFault, FailureOf(again, {}, {Floats({0})}));
     }
     EXPECT_THROW(OnnxRunner(Range(file), {}, cancellation, memory), std::exception);
 }
 
+size_t ThreadCount() {
+    const std::filesystem::directory_iterator threads("/proc/self/task");
+    return static_cast<size_t>(std::distance(begin(threads), end(threads)));
+}
+
+// Nothing stays at work for it: neither another request, nor threads of the engine's own.
+TEST(Engine, EndsAllThatIsAtWorkForAModelThatItFailsAt) {
+    Cancellation cancellation;
+    std::thread([] {}).join();  // With the first a sanitizer starts its own.
+    const size_t before = ThreadCount();
+    const auto onlyOurs = [&] { return ThreadCount() == before; };
+    {
+        constexpr int64_t kMany = 1 << 20;
+        const std::string file =
+                Model(Input("x", {kMany}, kInt64) + Input("y", {kMany}, kInt64) +
+                      Output("z", {kMany}, kInt64) + Node("Div", {"x", "y"}, {"z"}));
+        const OnnxRunner runner(Range(file), ConfigOf({{"threads", "4"}}), cancellation);
+        EXPECT_LT(before, ThreadCount());
+#ifdef __x86_64__  // Elsewhere that has a result.
+        const auto least = Int64s(std::vector<int64_t>(kMany, INT64_MIN));
+        const auto minusOne = Int64s(std::vector<int64_t>(kMany, -1));
+        EXPECT_EQ(kFault, FailureOf(runner, {least, minusOne}, {least}));
+        EXPECT_TRUE(test::eventually(onlyOurs));
+#endif
+    }
+    const std::string abort = Text(2, "then") + Output("a", {1}) + AbortingNode("a");
+    const std::string loop = Text(2, "else") + Output("b", {1}) + LoopNode("n", "x", "b");
+    const std::string file = Model(
+            Input("fails", {}, 9) + Input("x", {1}) + Input("n", {}, kInt64) + Output("y", {1}) +
+            Node("If", {"fails"}, {"y"},
+                 GraphAttribute("then_branch", abort) + GraphAttribute("else_branch", loop)));
+    const auto memory = std::make_shared<EngineMemory>(1 << 20, Client::Of(0));
+    const OnnxRunner runner(Range(file), ConfigOf({{"threads", "2"}}), cancellation, memory);
+    const auto run = [&](uint8_t fails) {
+        const auto flag =
+                std::make_shared<TestTensor>(AI_DATA_TYPE_BOOL, std::vector<uint8_t>{fails});
+        return FailureOf(runner, {flag, Floats({1}), Int64s({INT64_MAX})}, {Floats({0})});
+    };
+    const size_t idle = memory->taken();
+    std::thread other([&] { EXPECT_EQ(kFault, run(0)); });
+    EXPECT_TRUE(test::eventually([&] { return memory->taken() > idle; }));
+    EXPECT_EQ(kFault, run(1));
+    other.join();
+    EXPECT_TRUE(test::eventually(onlyOurs));
+}
+
 TEST(Engine, EndsWhatIsCancelled) {
-    // Doubles what it is given, again and again.
-    const std::string body = Text(2, "body") + Input("i", {}, kInt64) + Input("go", {}, 9) +
-                             Input("v", {1}) + Output("on", {}, 9) + Output("w", {1}) +
-                             Node("Identity", {"go"}, {"on"}) + Node("Add", {"v", "v"}, {"w"});
-    const std::string file =
-            Model(Input("x", {1}) + Input("n", {}, kInt64) + Output("y", {1}) +
-                  Node("Loop", {"n", "", "x"}, {"y"}, GraphAttribute("body", body)));
+    const std::string file = Model(Input("x", {1}) + Input("n", {}, kInt64) + Output("y", {1}) +
+                                   LoopNode("n", "x", "y"));
     const auto memory = std::make_shared<EngineMemory>(1 << 20, Client::Of(0));
     Cancellation cancellation;
     const OnnxRunner runner(Range(file), {}, cancellation, memory);

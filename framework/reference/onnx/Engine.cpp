@@ -10,7 +10,6 @@
 #include <onnxruntime_session_options_config_keys.h>
 
 #include "onnx/ElementType.h"
-#include "onnx/EngineGuard.h"
 #include "onnx/OnnxModel.h"
 #include "onnx/Refuse.h"
 
@@ -142,6 +141,7 @@ Engine::Engine(ByteRange file, const EngineOptions& options, Cancellation& cance
     const EngineMemoryScope scope(file_.memory());
     try {
         Ort::SessionOptions made = OptionsFor(model, options, threads_.count() + 1);
+        guard_.Cover(made);
         const Cancellation::Listener listener(cancellation,
                                               [&made] { made.SetLoadCancellationFlag(true); });
         if (!Guard([&] {
@@ -162,11 +162,12 @@ Engine::Engine(ByteRange file, const EngineOptions& options, Cancellation& cance
 }
 
 bool Engine::Guard(const std::function<void()>& work) const {
-    if (GuardEngine(work)) {
+    if (guard_.Run(work)) {
         return true;
     }
     Client& client = *file_.memory()->client();
-    client.engineFaults += client.pid() != 0 ? 1 : 0;  // Nobody's are not one process's.
+    // Once for a model, and nobody's are not one process's.
+    client.engineFaults += !broken_.exchange(true) && client.pid() != 0 ? 1 : 0;
     return false;
 }
 

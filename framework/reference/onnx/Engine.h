@@ -15,6 +15,7 @@
 #include <orva/reference/BufferView.h>
 #include <orva/reference/Cancellation.h>
 
+#include "onnx/EngineGuard.h"
 #include "onnx/EngineMemory.h"
 #include "onnx/EngineTensor.h"
 #include "onnx/Environment.h"
@@ -82,6 +83,8 @@ public:
                           const ByteConversion& conversion, const Ort::RunOptions& options) const;
 
 private:
+    // As EngineGuard::Run; false counts to the client.
+    bool Guard(const std::function<void()>& work) const;
     void Describe();
     bool InPlace(const EngineTensor& tensor, const BufferView& buffer) const;
     Ort::Value InputValue(size_t i, const BufferView& buffer, const Dims& dims,
@@ -95,6 +98,7 @@ private:
     bool rereads_ = false;
     std::set<std::string> smallInputs_;
     EngineThreads threads_;
+    mutable EngineGuard guard_;
     Ort::Session session_{nullptr};
     std::vector<EngineTensor> inputs_;
     std::vector<EngineTensor> outputs_;
@@ -102,10 +106,7 @@ private:
     std::vector<const char*> outputNames_;
     // Set once the model was seen to make other dimensions than it says.
     mutable std::atomic<bool> unreliable_{false};
-    // As GuardEngine; false counts to the client.
-    bool Guard(const std::function<void()>& work) const;
-
-    // Set once GuardEngine had to step in.
+    // Set once the guard had to step in.
     mutable std::atomic<bool> broken_{false};
 };
 

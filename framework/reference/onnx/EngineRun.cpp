@@ -8,7 +8,6 @@
 
 #include "onnx/ElementType.h"
 #include "onnx/Engine.h"
-#include "onnx/EngineGuard.h"
 #include "onnx/NumberCheck.h"
 #include "onnx/Refuse.h"
 
@@ -148,7 +147,6 @@ std::vector<Dims> Engine::Run(const std::vector<BufferView>& inputs,
                 session.Run(options, inputNames_.data(), in.data(), in.size(), outputNames_.data(),
                             out.data(), out.size());
             })) {
-            broken_ = true;
             Refuse("the engine found itself at fault over this request");
         }
     };
