@@ -25,13 +25,14 @@ std::string contextOf(const RequestOptions& options) {
             -1, ' ', true, nlohmann::json::error_handler_t::replace);
 }
 
-// The configuration, which has the service tell how long requests wait and run.
-std::string askForTimes(const std::string& config) {
+// The session's configuration. It has the service tell how long requests wait and run.
+std::string configFor(const RequestOptions& options, const std::string& config) {
     auto parameters = nlohmann::json::parse(config.empty() ? "{}" : config, nullptr, false);
     if (!parameters.is_object()) {
         return config;  // The service says what is wrong with it.
     }
     parameters["times"] = "true";
+    parameters["threads"] = std::to_string(options.threads);
     return parameters.dump(-1, ' ', true, nlohmann::json::error_handler_t::replace);
 }
 
@@ -52,6 +53,10 @@ void addServiceOptions(CLI::App* command, RequestOptions* options) {
             "--model-name", options->modelName,
             "With a model manager: which of a compiled file's models to run, by the name "
             "that it got there, which orva compile and orva info show");
+    command->add_option("--threads", options->threads,
+                        "Threads of the engine that a request runs on, as far as the host has them")
+            ->check(CLI::Range(1, 64))
+            ->capture_default_str();
     command->add_option_function<std::string>(
                    "--tensor",
                    [options](const std::string& memory) {
@@ -96,7 +101,7 @@ Requester::Requester(const Connection& connection, const RequestOptions& options
                      const std::vector<Model>& models, const std::vector<Tensor>& inputs,
                      const std::vector<Tensor>& outputs, int32_t clientId)
         : outputs_(outputs.size()) {
-    const std::string timed = askForTimes(config);
+    const std::string whole = configFor(options, config);
     // Both hold on to the session, which is closed when they go.
     const auto keep = [this](const auto& session, const auto& start) {
         start_ = [session, start] { start(*session); };
@@ -106,7 +111,7 @@ Requester::Requester(const Connection& connection, const RequestOptions& options
         const auto service = connect<AIService>(connection, kMayTakeLong);
         const Stopwatch watch;
         const auto session = withProgress("opening the session", [&] {
-            return std::make_shared<Session>(service, clientId, nodeType, timed, models);
+            return std::make_shared<Session>(service, clientId, nodeType, whole, models);
         });
         opening_ = watch.elapsed();
         keep(session, [&inputs, &outputs](Session& s) { s.send("", inputs, outputs); });
@@ -115,7 +120,7 @@ Requester::Requester(const Connection& connection, const RequestOptions& options
     const auto service = connect<ModelManagerService>(connection, kMayTakeLong);
     const Stopwatch watch;
     const auto session = withProgress("opening the session", [&] {
-        return std::make_shared<ManagerSession>(service, clientId, timed, models);
+        return std::make_shared<ManagerSession>(service, clientId, whole, models);
     });
     opening_ = watch.elapsed();
     const std::string context = contextOf(options);

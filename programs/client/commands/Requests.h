@@ -23,6 +23,7 @@ struct RequestOptions {
     bool bind = false;          // The tensors once, then only a start for each.
     std::string modelName;      // One of a file's models, for a model manager; empty: the only one.
     std::string tensorType = Tensor::kBuffer;
+    size_t threads = 1;
     size_t repeat = 1;
 };
 
