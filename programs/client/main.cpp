@@ -16,6 +16,7 @@
 #include "client/commands/Commands.h"
 #include "client/commands/HelpText.h"
 #include "client/io/Output.h"
+#include "client/io/Terminal.h"
 #include "client/lib/ServiceError.h"
 #include "describe/Describe.h"
 #include "describe/NumberRange.h"
@@ -39,6 +40,12 @@ int explain(const CLI::App& app, const CLI::ParseError& error) {
     }
     fputs(" (see orva --help)\n", stderr);
     return kUsage;
+}
+
+// Errors speak of others' files, and in others' words.
+int fail(const std::string& error) {
+    fprintf(stderr, "orva: %s\n", orva::client::printable(error, "\n").c_str());
+    return kFailure;
 }
 
 int runCommandLine(int argc, char** argv) {
@@ -80,15 +87,11 @@ int runCommandLine(int argc, char** argv) {
     } catch (const CLI::ParseError& error) {
         return explain(app, error);
     } catch (const std::filesystem::filesystem_error& error) {
-        fprintf(stderr, "orva: cannot use %s: %s\n", error.path1().c_str(),
-                error.code().message().c_str());
-        return kFailure;
+        return fail("cannot use " + error.path1().string() + ": " + error.code().message());
     } catch (const orva::client::ServiceError& error) {
-        fprintf(stderr, "orva: %s\n", error.explained().c_str());
-        return kFailure;
+        return fail(error.explained());
     } catch (const std::exception& error) {
-        fprintf(stderr, "orva: %s\n", error.what());
-        return kFailure;
+        return fail(error.what());
     }
 }
 

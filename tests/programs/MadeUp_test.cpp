@@ -25,7 +25,7 @@ TEST(MadeUp, IsOfUseToAModelWhateverItTakes) {
         makeUp(shape, again.data());
         EXPECT_EQ(bytes, again) << nameOf(type);
         EXPECT_EQ(bytes.back(), 0xee) << nameOf(type);
-        std::set<double> values;
+        std::set<long double> values;
         for (size_t i = 0; i < shape.elements(); ++i) {
             values.insert(valueAt(type, &bytes[i * sizeOf(type)]));
         }

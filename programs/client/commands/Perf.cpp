@@ -16,6 +16,7 @@
 #include "client/io/File.h"
 #include "client/io/Interrupt.h"
 #include "client/io/Output.h"
+#include "client/io/Terminal.h"
 #include "client/perf/PerfReport.h"
 #include "client/perf/ServiceTimes.h"
 #include "describe/NumberRange.h"
@@ -157,7 +158,7 @@ void perf(const Connection& connection, const Options& options) {
         subjects.push_back(bench.subject);
         all.push_back(perfJson(bench.subject));
         if (!options.json) {
-            printf("\n%s", perfText(bench.subject).c_str());
+            say("\n%s", perfText(bench.subject).c_str());
         }
         const LoadResult& result = bench.subject.report.result;
         if (result.failures > 0 && failure.empty()) {

@@ -34,7 +34,8 @@ struct Screen {
     const size_t height = terminalHeight().value_or(SIZE_MAX) - 1;
 
     // Over the last one, on a terminal.
-    void show(const std::string& text) const {
+    void show(const std::string& others) const {
+        const std::string text = printable(others, "\n");
         std::string shown = is ? "\033[H" : "";
         size_t lines = 0;
         for (size_t begin = 0; begin < text.size() && lines < height; ++lines) {

@@ -83,6 +83,19 @@ std::string linesWrapped(const std::string& text, size_t width, std::optional<si
     return lines;
 }
 
+std::string printable(std::string text, const std::string& allowed) {
+    for (size_t i = 0; i < text.size(); ++i) {
+        const auto byte = static_cast<unsigned char>(text[i]);
+        if ((byte < 0x20 && allowed.find(text[i]) == std::string::npos) || byte == 0x7f) {
+            text[i] = '?';
+        } else if (byte == 0xc2 && i + 1 < text.size() &&
+                   (static_cast<unsigned char>(text[i + 1]) & 0xe0) == 0x80) {
+            text[i] = text[i + 1] = '?';  // U+0080 to U+009F
+        }
+    }
+    return text;
+}
+
 void say(const char* format, ...) {
     va_list values, again;
     va_start(values, format);
@@ -93,7 +106,8 @@ void say(const char* format, ...) {
     va_end(again);
     va_end(values);
     text.pop_back();
-    fputs(linesWrapped(text, terminalWidth().value_or(SIZE_MAX)).c_str(), stdout);
+    fputs(linesWrapped(printable(text, "\n\t"), terminalWidth().value_or(SIZE_MAX)).c_str(),
+          stdout);
 }
 
 }  // namespace orva::client

@@ -25,7 +25,11 @@ std::string wrapped(const std::string& text, size_t width, size_t indent);
 std::string linesWrapped(const std::string& text, size_t width,
                          std::optional<size_t> indent = std::nullopt);
 
-// printf() for people: lines that the terminal has room for. A pipe gets them whole.
+// A text of another's, as a model's names or a client's, without what would lead a terminal:
+// control characters but for `allowed` ones.
+std::string printable(std::string text, const std::string& allowed = "");
+
+// printf() for people: printable lines that the terminal has room for. A pipe gets them whole.
 void say(const char* format, ...) __attribute__((format(printf, 1, 2)));
 
 }  // namespace orva::client

@@ -59,7 +59,19 @@ size_t sizeOf(ElementType type) {
     return reference::ElementTypeOf(static_cast<int>(type))->size;
 }
 
-double valueAt(ElementType type, const uint8_t* bytes) {
+bool isInteger(ElementType type) {
+    switch (type) {
+    case ElementType::kFloat16:
+    case ElementType::kBfloat16:
+    case ElementType::kFloat32:
+    case ElementType::kFloat64:
+        return false;
+    default:
+        return true;
+    }
+}
+
+long double valueAt(ElementType type, const uint8_t* bytes) {
     switch (type) {
     case ElementType::kUint8:
     case ElementType::kBool:
@@ -71,13 +83,13 @@ double valueAt(ElementType type, const uint8_t* bytes) {
     case ElementType::kInt32:
         return read<int32_t>(bytes);
     case ElementType::kInt64:
-        return static_cast<double>(read<int64_t>(bytes));
+        return read<int64_t>(bytes);
     case ElementType::kUint16:
         return read<uint16_t>(bytes);
     case ElementType::kUint32:
         return read<uint32_t>(bytes);
     case ElementType::kUint64:
-        return static_cast<double>(read<uint64_t>(bytes));
+        return read<uint64_t>(bytes);
     case ElementType::kFloat16:
         return halfAt(read<uint16_t>(bytes));
     case ElementType::kBfloat16:

@@ -35,8 +35,9 @@ enum class ElementType : int32_t {
 
 const char* nameOf(ElementType type);
 size_t sizeOf(ElementType type);
-// The number that stands at `bytes`; int64 and uint64 beyond 2^53 are rounded.
-double valueAt(ElementType type, const uint8_t* bytes);
+bool isInteger(ElementType type);
+// The number that stands at `bytes`; of every type, to its last digit.
+long double valueAt(ElementType type, const uint8_t* bytes);
 
 // What a tensor looks like: its name, where the model gives one, its elements and its dimensions.
 struct TensorShape {

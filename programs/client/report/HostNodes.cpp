@@ -18,13 +18,6 @@ namespace {
 constexpr size_t kIndent = 2;
 constexpr char kAny[] = "(any)";
 
-// A file's name and its words are its own, and must not lead a terminal.
-std::string printable(std::string text) {
-    std::replace_if(
-            text.begin(), text.end(), [](unsigned char c) { return c < 0x20 || c == 0x7f; }, '?');
-    return text;
-}
-
 }  // namespace
 
 nlohmann::json HostNode::json() const {

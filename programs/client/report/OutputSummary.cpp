@@ -4,7 +4,7 @@
  */
 #include "client/report/OutputSummary.h"
 
-#include <algorithm>
+#include <cmath>
 #include <cstdio>
 
 #include <nlohmann/json.hpp>
@@ -15,23 +15,42 @@ namespace {
 
 constexpr size_t kFirstValues = 5;
 
+// Integers are told to their last digit.
+std::string textOf(ElementType type, long double value) {
+    char text[64];
+    snprintf(text, sizeof text, isInteger(type) ? "%.0Lf" : "%.6Lg", value);
+    return text;
+}
+
+nlohmann::json jsonOf(ElementType type, long double value) {
+    if (!isInteger(type)) {
+        return static_cast<double>(value);
+    }
+    return value < 0 ? nlohmann::json(static_cast<int64_t>(value))
+                     : nlohmann::json(static_cast<uint64_t>(value));
+}
+
 }  // namespace
 
 OutputSummary OutputSummary::of(const TensorShape& shape, const uint8_t* data) {
     OutputSummary summary;
     summary.shape = shape;
     const size_t count = shape.elements();
-    double sum = 0;
+    long double sum = 0;
     for (size_t i = 0; i < count; ++i) {
-        const double value = valueAt(shape.type, data + i * sizeOf(shape.type));
-        summary.min = i == 0 ? value : std::min(summary.min, value);
-        summary.max = i == 0 ? value : std::max(summary.max, value);
+        const long double value = valueAt(shape.type, data + i * sizeOf(shape.type));
+        if (i == 0 || value < summary.min || std::isnan(value)) {
+            summary.min = value;
+        }
+        if (i == 0 || value > summary.max || std::isnan(value)) {
+            summary.max = value;
+        }
         sum += value;
         if (i < kFirstValues) {
             summary.first.push_back(value);
         }
     }
-    summary.mean = count == 0 ? 0 : sum / static_cast<double>(count);
+    summary.mean = count == 0 ? 0 : sum / static_cast<long double>(count);
     return summary;
 }
 
@@ -41,21 +60,26 @@ std::string OutputSummary::text() const {
     if (shape.elements() == 0) {
         return text + ": empty";
     }
-    char numbers[128];
-    snprintf(numbers, sizeof numbers, ": min %.6g, max %.6g, mean %.6g, first", min, max, mean);
-    text += numbers;
-    for (const double value : first) {
-        snprintf(numbers, sizeof numbers, " %.6g", value);
-        text += numbers;
+    text += ": min " + textOf(shape.type, min) + ", max " + textOf(shape.type, max) + ", mean " +
+            textOf(ElementType::kFloat64, mean) + ", first";
+    for (const long double value : first) {
+        text += " " + textOf(shape.type, value);
     }
     return text + (shape.elements() > first.size() ? " …" : "");
 }
 
 nlohmann::json OutputSummary::json() const {
-    return {{"name", shape.name},  {"type", nameOf(shape.type)},
-            {"shape", shape.dims}, {"min", min},
-            {"max", max},          {"mean", mean},
-            {"first", first}};
+    nlohmann::json values = nlohmann::json::array();
+    for (const long double value : first) {
+        values.push_back(jsonOf(shape.type, value));
+    }
+    return {{"name", shape.name},
+            {"type", nameOf(shape.type)},
+            {"shape", shape.dims},
+            {"min", jsonOf(shape.type, min)},
+            {"max", jsonOf(shape.type, max)},
+            {"mean", static_cast<double>(mean)},
+            {"first", values}};
 }
 
 }  // namespace orva::client

@@ -14,13 +14,14 @@
 
 namespace orva::client {
 
-// What an output tensor holds, in short.
+// What an output tensor holds, in short. An element that is no number leaves none of min, max and
+// mean one.
 struct OutputSummary {
     TensorShape shape;
-    double min = 0;
-    double max = 0;
-    double mean = 0;
-    std::vector<double> first;
+    long double min = 0;
+    long double max = 0;
+    long double mean = 0;
+    std::vector<long double> first;
 
     static OutputSummary of(const TensorShape& shape, const uint8_t* data);
     // One line, for people.
