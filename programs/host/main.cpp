@@ -114,6 +114,9 @@ void onEndSignals(void (*act)(int)) {
 }
 
 int serve(const Options& options) {
+    // The C library sets its allocator up at the first call, unlocked. Where a sanitizer's stands
+    // in its place, that would be a call below, on several threads at once: a crash, now and then.
+    malloc_trim(0);
     for (const std::string& file : options.nodes) {
         orva::host::loadNodeLibrary(file);
     }
