@@ -145,8 +145,8 @@ bool isClose(const CaseTensor& expected, const uint8_t* result) {
     }
     for (size_t i = 0; i < expected.bytes.size(); i += type.size) {
         const auto element = static_cast<client::ElementType>(type.dataType);
-        const double wanted = client::valueAt(element, &expected.bytes[i]);
-        const double got = client::valueAt(element, &result[i]);
+        const long double wanted = client::valueAt(element, &expected.bytes[i]);
+        const long double got = client::valueAt(element, &result[i]);
         const bool same = wanted == got || (std::isnan(wanted) && std::isnan(got));
         if (!same && !(std::fabs(wanted - got) <= nearly / 10 + nearly * std::fabs(wanted))) {
             return false;
