@@ -172,29 +172,6 @@ TEST(Engine, HoldsNoMoreMemoryThanItMayAndGivesAllOfItBack) {
     EXPECT_EQ(0U, memory->taken());
 }
 
-TEST(EngineMemory, BoundsWhatAnOperatorMakesForItself) {
-    if (test::kSanitized) {
-        GTEST_SKIP() << "the sanitizers' own allocator takes the place of the framework's";
-    }
-    const std::string file =
-            Model(Input("x", {1, 1, 2, 2}) + Input("rois", {1, 4}) + Input("of", {1}, kInt64) +
-                  Output("y", {1, 1, 1, 1}) + Node("RoiAlign", {"x", "rois", "of"}, {"y"}));
-    Cancellation cancellation;
-    const OnnxRunner runner(Range(file), {}, cancellation,
-                            std::make_shared<EngineMemory>(1 << 22, Client::Of(0)));
-    const auto run = [&](float side) {
-        Request request{{},
-                        {Floats({1, 2, 3, 4}), Floats({0, 0, side, side}), Int64s({0})},
-                        {Floats({0})},
-                        0};
-        runner.Run(request, cancellation);
-    };
-    run(2);
-    // So many samples are taken of a region, each of some 40 bytes, as it has pixels.
-    EXPECT_THROW(run(1000), std::exception);
-    run(2);
-}
-
 TEST(EngineMemory, KeepsThePiecesOfTheLatestRun) {
     EngineMemory memory(1 << 20, Client::Of(0));
     for (size_t bytes = 1; bytes <= 20; ++bytes) {
@@ -286,6 +263,57 @@ TEST(Engine, OutlivesNumbersThatItTrusts) {
         EXPECT_EQ(kFault, FailureOf(again, {}, {Floats({0})}));
     }
     EXPECT_THROW(OnnxRunner(Range(file), {}, cancellation, memory), std::exception);
+}
+
+TEST(EngineMemory, BoundsWhatAnOperatorMakesForItself) {
+    if (test::kSanitized) {
+        GTEST_SKIP() << "the sanitizers' own allocator takes the place of the framework's";
+    }
+    const std::string file =
+            Model(Input("x", {1, 1, 2, 2}) + Input("rois", {1, 4}) + Input("of", {1}, kInt64) +
+                  Output("y", {1, 1, 1, 1}) + Node("RoiAlign", {"x", "rois", "of"}, {"y"}));
+    Cancellation cancellation;
+    const OnnxRunner runner(Range(file), {}, cancellation,
+                            std::make_shared<EngineMemory>(1 << 22, Client::Of(0)));
+    const auto run = [&](float side) {
+        Request request{{},
+                        {Floats({1, 2, 3, 4}), Floats({0, 0, side, side}), Int64s({0})},
+                        {Floats({0})},
+                        0};
+        runner.Run(request, cancellation);
+    };
+    run(2);
+    // So many samples are taken of a region, each of some 40 bytes, as it has pixels.
+    EXPECT_THROW(run(1000), std::exception);
+    run(2);
+
+    // Some hundred bytes for each turn, whose result has none. In the turn `last` it fails.
+    const std::string fails = Text(2, "then") + Output("a", {1}) + AbortingNode("a");
+    const std::string goesOn = Text(2, "else") + Output("b", {0}) + Node("Identity", {"e"}, {"b"});
+    const std::string body =
+            Text(2, "body") + Input("i", {}, kInt64) + Input("go", {}, 9) + Output("on", {}, 9) +
+            Output("s", {-1}) + Node("Identity", {"go"}, {"on"}) +
+            Node("Equal", {"i", "last"}, {"is"}) +
+            Node("If", {"is"}, {"s"},
+                 GraphAttribute("then_branch", fails) + GraphAttribute("else_branch", goesOn));
+    const std::string loop = Model(Input("n", {}, kInt64) + Input("last", {}, kInt64) +
+                                   Output("y", {2}, kInt64) + Initializer(Tensor("e", {0}, "")) +
+                                   Node("Loop", {"n", ""}, {"all"}, GraphAttribute("body", body)) +
+                                   Node("Shape", {"all"}, {"y"}));
+    const auto memory = std::make_shared<EngineMemory>(12 << 20, Client::Of(0));
+    const OnnxRunner turns(Range(loop), {}, cancellation, memory);
+    const size_t idle = memory->taken();
+    const auto y = Int64s({0, 0});
+    const auto take = [&](int64_t count, int64_t last) {
+        return FailureOf(turns, {Int64s({count}), Int64s({last})}, {y});
+    };
+    EXPECT_NE(std::string::npos, take(1 << 16, -1).find("more memory"));
+    EXPECT_EQ(idle, memory->taken());
+    EXPECT_EQ("", take(1000, -1));
+    EXPECT_EQ(Int64s({1000, 0})->bytes(), y->bytes());
+    // What it has made then stays, and counts.
+    EXPECT_EQ(kFault, take(1 << 15, (1 << 15) - 1));
+    EXPECT_LE(idle + (1 << 20), memory->taken());
 }
 
 size_t ThreadCount() {

@@ -138,18 +138,18 @@ Engine::Engine(ByteRange file, const EngineOptions& options, Cancellation& cance
     if (file_.memory()->client()->engineFaults >= kMostFaults) {
         Refuse("the engine found itself at fault over this process's models too often");
     }
-    const EngineMemoryScope scope(file_.memory());
+    const Ort::Env& environment = Environment::Get().env;  // No model's memory.
+    Ort::SessionOptions made = OptionsFor(model, options, threads_.count() + 1);
+    guard_.Cover(made);
+    const auto end = [&made] { made.SetLoadCancellationFlag(true); };
+    const EngineMemoryScope scope(file_.memory(), end);
     try {
-        Ort::SessionOptions made = OptionsFor(model, options, threads_.count() + 1);
-        guard_.Cover(made);
-        const Cancellation::Listener listener(cancellation,
-                                              [&made] { made.SetLoadCancellationFlag(true); });
-        if (!Guard([&] {
-                session_ = Ort::Session(Environment::Get().env, file.data, file.size, made);
-            })) {
+        const Cancellation::Listener listener(cancellation, end);
+        if (!Guard([&] { session_ = Ort::Session(environment, file.data, file.size, made); })) {
             Refuse("the engine found itself at fault over this model");
         }
     } catch (const std::exception& error) {
+        scope.RequireNotEnded();
         constexpr int64_t kOldest = 7;
         const bool isOld = model.operatorSet != 0 && model.operatorSet < kOldest;
         Refuse(isOld ? std::string(error.what()) + "; it is for operator set " +
@@ -165,6 +165,7 @@ bool Engine::Guard(const std::function<void()>& work) const {
     if (guard_.Run(work)) {
         return true;
     }
+    EngineMemoryScope::Innermost()->Leave();
     Client& client = *file_.memory()->client();
     // Once for a model, and nobody's are not one process's.
     client.engineFaults += !broken_.exchange(true) && client.pid() != 0 ? 1 : 0;

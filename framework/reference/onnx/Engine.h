@@ -80,7 +80,7 @@ public:
     // Throws a std::exception when the engine fails, or an output does not fit its buffer.
     std::vector<Dims> Run(const std::vector<BufferView>& inputs,
                           const std::vector<BufferView>& outputs, const RequestShapes& shapes,
-                          const ByteConversion& conversion, const Ort::RunOptions& options) const;
+                          const ByteConversion& conversion, Ort::RunOptions& options) const;
 
 private:
     // As EngineGuard::Run; false counts to the client.

@@ -4,6 +4,8 @@
  */
 #include "onnx/EngineMemory.h"
 
+#include <malloc.h>
+
 #include <algorithm>
 #include <cstdint>
 #include <cstdlib>
@@ -13,11 +15,13 @@
 
 #include <onnxruntime_c_api.h>
 
+#include "onnx/Refuse.h"
+
 namespace orva::reference {
 
 namespace {
 
-thread_local const std::shared_ptr<EngineMemory>* counted = nullptr;
+thread_local EngineMemoryScope* innermost = nullptr;
 
 // Where the engine's vectors of numbers begin.
 constexpr size_t kAlignment = 64;
@@ -25,6 +29,10 @@ constexpr size_t kAlignment = 64;
 // What the kernel would be asked for each time, and how many such are kept.
 constexpr size_t kLarge = size_t{1} << 16;
 constexpr size_t kMostKept = 16;
+
+// What operators may make for themselves before that counts, and in which steps it then does.
+constexpr size_t kUncounted = size_t{1} << 20;
+constexpr size_t kStep = size_t{1} << 16;
 
 // Stands before each piece.
 struct alignas(kAlignment) Header {
@@ -46,17 +54,17 @@ void* Allocate(OrtAllocator*, size_t size) {
         throw TooMuch();
     }
     const size_t bytes = sizeof(Header) + (size + kAlignment - 1) / kAlignment * kAlignment;
-    std::shared_ptr<EngineMemory> memory = counted != nullptr ? *counted : nullptr;
+    if (innermost != nullptr && innermost->ended()) {
+        throw TooMuch();
+    }
+    std::shared_ptr<EngineMemory> memory = innermost != nullptr ? innermost->memory() : nullptr;
     if (memory != nullptr && bytes >= kLarge) {
         if (void* const kept = memory->Reuse(bytes)) {
             return new (kept) Header{std::move(memory), bytes} + 1;
         }
     }
     if (memory != nullptr && !memory->Take(bytes)) {
-        memory->Trim();
-        if (!memory->Take(bytes)) {
-            throw TooMuch();
-        }
+        throw TooMuch();
     }
     void* const piece = std::aligned_alloc(kAlignment, bytes);
     if (piece == nullptr) {
@@ -91,6 +99,14 @@ const OrtMemoryInfo* memoryInfo = nullptr;
 }  // namespace
 
 bool EngineMemory::Take(size_t bytes) {
+    if (TakeNew(bytes)) {
+        return true;
+    }
+    Trim();
+    return TakeNew(bytes);
+}
+
+bool EngineMemory::TakeNew(size_t bytes) {
     size_t taken = taken_;
     do {
         if (bytes > limit_ - taken) {
@@ -111,14 +127,6 @@ bool EngineMemory::Take(size_t bytes) {
 void EngineMemory::Give(size_t bytes) {
     taken_ -= bytes;
     client_->memory.Give(bytes);
-}
-
-bool EngineMemory::Allows(size_t bytes) {
-    if (!client_->memory.Take(bytes)) {
-        return false;
-    }
-    client_->memory.Give(bytes);
-    return bytes <= limit_ - taken_;
 }
 
 void* EngineMemory::Reuse(size_t bytes) {
@@ -165,13 +173,44 @@ EngineShare::EngineShare(std::shared_ptr<EngineMemory> memory, size_t bytes)
     }
 }
 
-EngineMemoryScope::EngineMemoryScope(const std::shared_ptr<EngineMemory>& memory)
-        : outer_(counted) {
-    counted = &memory;
+EngineMemoryScope::EngineMemoryScope(const std::shared_ptr<EngineMemory>& memory,
+                                     std::function<void()> end)
+        : memory_(memory), end_(std::move(end)), outer_(innermost) {
+    innermost = this;
 }
 
 EngineMemoryScope::~EngineMemoryScope() {
-    counted = outer_;
+    innermost = outer_;
+    memory_->Give(taken_);
+}
+
+EngineMemoryScope* EngineMemoryScope::Innermost() {
+    return innermost;
+}
+
+void EngineMemoryScope::RequireNotEnded() const {
+    if (ended_) {
+        Refuse(kTooMuch);
+    }
+}
+
+bool EngineMemoryScope::OnNew(size_t bytes) {
+    held_ += static_cast<int64_t>(bytes);
+    const auto counted = static_cast<int64_t>(kUncounted + taken_);
+    if (held_ <= counted) {
+        return true;
+    }
+    const auto beyond = static_cast<size_t>(held_ - counted);
+    const size_t more = (beyond + kStep - 1) / kStep * kStep;
+    if (!ended_ && memory_->Take(more)) {
+        taken_ += more;
+        return true;
+    }
+    if (!ended_ && bytes < kLarge) {
+        ended_ = true;
+        end_();
+    }
+    return false;
 }
 
 OrtAllocator* CountingAllocator(const OrtMemoryInfo* info) {
@@ -200,25 +239,32 @@ OrtAllocator* CountingAllocator(const OrtMemoryInfo* info) {
 #endif
 
 #ifndef ORVA_SANITIZED
-// In place of the library's. Operators also make memory of their own, some by what a client's
-// numbers say, which is not counted; but no piece of it is larger than what may yet be taken.
+// In place of the library's: operators also make memory of their own, some by what a client's
+// numbers say.
 void* operator new(size_t bytes) {
     using namespace orva::reference;
-    if (bytes >= kLarge && counted != nullptr && !(*counted)->Allows(bytes)) {
-        throw TooMuch();
-    }
     void* const piece = std::malloc(bytes);
     if (piece == nullptr) {
         throw std::bad_alloc();
+    }
+    auto* const scope = EngineMemoryScope::Innermost();
+    const size_t size = scope != nullptr ? malloc_usable_size(piece) : 0;
+    if (scope != nullptr && !scope->OnNew(size) && bytes >= kLarge) {
+        scope->OnDelete(size);
+        std::free(piece);
+        throw TooMuch();
     }
     return piece;
 }
 
 void operator delete(void* piece) noexcept {
+    if (auto* const scope = orva::reference::EngineMemoryScope::Innermost()) {
+        scope->OnDelete(malloc_usable_size(piece));
+    }
     std::free(piece);
 }
 
 void operator delete(void* piece, size_t) noexcept {
-    std::free(piece);
+    operator delete(piece);
 }
 #endif

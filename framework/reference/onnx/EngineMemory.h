@@ -6,6 +6,8 @@
 
 #include <atomic>
 #include <cstddef>
+#include <cstdint>
+#include <functional>
 #include <memory>
 #include <mutex>
 #include <utility>
@@ -18,8 +20,8 @@ struct OrtMemoryInfo;
 
 namespace orva::reference {
 
-// What the engine holds for the tensors of some models together, and may hold. May be used from any
-// thread.
+// What the engine holds for some models together, their tensors above all, and may hold. May be
+// used from any thread.
 class EngineMemory {
 public:
     // What is taken counts to the client, too.
@@ -29,12 +31,10 @@ public:
     EngineMemory(const EngineMemory&) = delete;
     EngineMemory& operator=(const EngineMemory&) = delete;
 
-    // False when that would be more than the limit, or more than the client may have; nothing is
-    // taken then.
+    // False when that would be more than the limit, or more than the client may have, even without
+    // the pieces that are kept; nothing is taken then.
     bool Take(size_t bytes);
     void Give(size_t bytes);
-    // Whether so many could be taken now.
-    bool Allows(size_t bytes);
 
     // Large pieces that are free are kept for the next run, which will want the same again, and
     // the kernel takes long over; they stay taken. A piece is of the allocator's own form.
@@ -53,6 +53,8 @@ public:
     size_t most() const { return most_; }
 
 private:
+    bool TakeNew(size_t bytes);
+
     const size_t limit_;
     const std::shared_ptr<Client> client_;
     std::mutex mutex_;
@@ -81,16 +83,39 @@ private:
 };
 
 // While it lives, what the engine allocates on this thread counts to `memory`, until each piece is
-// freed, wherever that is. The engine fails at a piece that goes beyond the limit.
+// freed, wherever that is. The engine fails at a piece that goes beyond the limit. What operators
+// make for themselves counts as long as the scope lives; they do not expect to fail at small pieces
+// of it, so that the scope's work is ended where those come to be too much.
 class EngineMemoryScope {
 public:
-    explicit EngineMemoryScope(const std::shared_ptr<EngineMemory>& memory);
+    // `end` has the engine end the work when it next looks. It is called once at most, and must not
+    // throw.
+    EngineMemoryScope(const std::shared_ptr<EngineMemory>& memory, std::function<void()> end);
     ~EngineMemoryScope();
     EngineMemoryScope(const EngineMemoryScope&) = delete;
     EngineMemoryScope& operator=(const EngineMemoryScope&) = delete;
 
+    // Whether the work was ended; the allocator has nothing for it any more.
+    bool ended() const { return ended_; }
+    // Throws a std::runtime_error that says why, when the work was ended.
+    void RequireNotEnded() const;
+    // What operators have made for themselves stays behind, and counted.
+    void Leave() { taken_ = 0; }
+
+    // This thread's; null where there is none.
+    static EngineMemoryScope* Innermost();
+    const std::shared_ptr<EngineMemory>& memory() const { return memory_; }
+    // Of pieces that are not the allocator's. False where one should not have been made.
+    bool OnNew(size_t bytes);
+    void OnDelete(size_t bytes) { held_ -= static_cast<int64_t>(bytes); }
+
 private:
-    const std::shared_ptr<EngineMemory>* const outer_;
+    const std::shared_ptr<EngineMemory>& memory_;
+    const std::function<void()> end_;
+    EngineMemoryScope* const outer_;
+    int64_t held_ = 0;  // Less than none, where it deletes what was there before it.
+    size_t taken_ = 0;
+    bool ended_ = false;
 };
 
 // The allocator that keeps these books, for the engine to use; there as long as the process.

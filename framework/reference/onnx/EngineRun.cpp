@@ -131,9 +131,8 @@ std::vector<Ort::Value> Engine::OutputValues(const std::vector<BufferView>& outp
 
 std::vector<Dims> Engine::Run(const std::vector<BufferView>& inputs,
                               const std::vector<BufferView>& outputs, const RequestShapes& shapes,
-                              const ByteConversion& conversion,
-                              const Ort::RunOptions& options) const {
-    const EngineMemoryScope scope(file_.memory());
+                              const ByteConversion& conversion, Ort::RunOptions& options) const {
+    const EngineMemoryScope scope(file_.memory(), [&options] { options.SetTerminate(); });
     std::vector<Ort::Value> in;
     for (size_t i = 0; i < inputs.size(); ++i) {
         in.push_back(InputValue(i, inputs[i], shapes.inputs[i], conversion));
@@ -143,11 +142,16 @@ std::vector<Dims> Engine::Run(const std::vector<BufferView>& inputs,
         out = OutputValues(outputs, shapes, inPlace);
         // The engine's wrapper takes it for one that it may change.
         auto& session = const_cast<Ort::Session&>(session_);
-        if (!Guard([&] {
-                session.Run(options, inputNames_.data(), in.data(), in.size(), outputNames_.data(),
-                            out.data(), out.size());
-            })) {
-            Refuse("the engine found itself at fault over this request");
+        try {
+            if (!Guard([&] {
+                    session.Run(options, inputNames_.data(), in.data(), in.size(),
+                                outputNames_.data(), out.data(), out.size());
+                })) {
+                Refuse("the engine found itself at fault over this request");
+            }
+        } catch (const Ort::Exception&) {
+            scope.RequireNotEnded();
+            throw;
         }
     };
     if (broken_) {
